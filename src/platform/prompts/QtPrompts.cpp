@@ -1,0 +1,146 @@
+#include "QtPrompts.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QFormLayout>
+#include <QGuiApplication>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace {
+
+QWidget* owner() {
+    return QApplication::activeWindow();
+}
+
+QList<QMessageBox::StandardButton> buttonsOf(Prompt::Buttons buttons) {
+    using B = QMessageBox::StandardButton;
+    switch (buttons) {
+    case Prompt::Buttons::OK:
+        return {B::Ok};
+    case Prompt::Buttons::OKCancel:
+        return {B::Ok, B::Cancel};
+    case Prompt::Buttons::YesNo:
+        return {B::Yes, B::No};
+    case Prompt::Buttons::YesNoCancel:
+        return {B::Yes, B::No, B::Cancel};
+    case Prompt::Buttons::RetryCancel:
+        return {B::Retry, B::Cancel};
+    case Prompt::Buttons::AbortRetryIgnore:
+        return {B::Abort, B::Retry, B::Ignore};
+    }
+    return {B::Ok};
+}
+
+Prompt::Answer answerOf(int button) {
+    switch (button) {
+    case QMessageBox::Ok:
+        return Prompt::Answer::OK;
+    case QMessageBox::Yes:
+        return Prompt::Answer::Yes;
+    case QMessageBox::No:
+        return Prompt::Answer::No;
+    case QMessageBox::Retry:
+        return Prompt::Answer::Retry;
+    case QMessageBox::Abort:
+        return Prompt::Answer::Abort;
+    case QMessageBox::Ignore:
+        return Prompt::Answer::Ignore;
+    default:
+        return Prompt::Answer::Cancel;
+    }
+}
+
+QMessageBox::Icon iconOf(Prompt::Icon icon) {
+    switch (icon) {
+    case Prompt::Icon::Critical:
+        return QMessageBox::Critical;
+    case Prompt::Icon::Question:
+        return QMessageBox::Question;
+    case Prompt::Icon::Exclamation:
+        return QMessageBox::Warning;
+    case Prompt::Icon::Information:
+        return QMessageBox::Information;
+    case Prompt::Icon::None:
+        break;
+    }
+    return QMessageBox::NoIcon;
+}
+
+// "Connect to Database ...": the place (server and database, or the store's ini file) for reading,
+// user name and password to type.
+bool runLogin(const QList<QPair<QString, QString>>& place, QString& userName, QString& password) {
+    QDialog dialog(owner());
+    dialog.setWindowTitle(QStringLiteral("Connect to Database ..."));
+    auto* form = new QFormLayout;
+    for (const auto& [label, value] : place) {
+        auto* shown = new QLineEdit(value);
+        shown->setReadOnly(true);
+        form->addRow(label, shown);
+    }
+    auto* txtUserName = new QLineEdit(userName);
+    txtUserName->setObjectName(QStringLiteral("txtUserName"));
+    auto* txtPwd = new QLineEdit(password);
+    txtPwd->setObjectName(QStringLiteral("txtPwd"));
+    txtPwd->setEchoMode(QLineEdit::Password);
+    form->addRow(QStringLiteral("&User Name:"), txtUserName);
+    form->addRow(QStringLiteral("&Password:"), txtPwd);
+    auto* box = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    QObject::connect(box, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    QObject::connect(box, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    auto* layout = new QVBoxLayout(&dialog);
+    layout->addLayout(form);
+    layout->addWidget(box);
+    (userName.isEmpty() ? txtUserName : txtPwd)->setFocus();
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    userName = txtUserName->text();
+    password = txtPwd->text();
+    return true;
+}
+
+} // namespace
+
+Prompt::Answer QtPrompts::MessageBox(const QString& text, Prompt::Buttons buttons, Prompt::Icon icon,
+                                     const QString& title, int defaultButton) {
+    QMessageBox box(iconOf(icon), title, text, QMessageBox::NoButton, owner());
+    const auto list = buttonsOf(buttons);
+    for (auto b : list)
+        box.addButton(b);
+    if (defaultButton >= 1 && defaultButton <= list.size())
+        box.setDefaultButton(list[defaultButton - 1]);
+    return answerOf(box.exec());
+}
+
+QString QtPrompts::OpenFileName(const QString& title, const QString& filter, const QString& initialPath) {
+    return QFileDialog::getOpenFileName(owner(), title, initialPath, filter);
+}
+
+QString QtPrompts::SaveFileName(const QString& title, const QString& filter, const QString& initialPath) {
+    return QFileDialog::getSaveFileName(owner(), title, initialPath, filter);
+}
+
+QString QtPrompts::FolderName(const QString& title, const QString& initialPath) {
+    return QFileDialog::getExistingDirectory(owner(), title, initialPath);
+}
+
+bool QtPrompts::SQLLogin(const QString& server, const QString& database, QString& userName,
+                         QString& password) {
+    return runLogin({{QStringLiteral("Server:"), server}, {QStringLiteral("Database:"), database}}, userName,
+                    password);
+}
+
+bool QtPrompts::VSSLogin(const QString& iniFile, QString& userName, QString& password) {
+    return runLogin({{QStringLiteral("Database:"), iniFile}}, userName, password);
+}
+
+void QtPrompts::SetBusy(bool busy) {
+    if (busy)
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    else
+        QGuiApplication::restoreOverrideCursor();
+}

@@ -1,0 +1,39 @@
+#include "TestSupport.h"
+
+#include "ScriptedPrompts.h"
+
+#include <QDir>
+
+#include <gtest/gtest.h>
+
+TempFolder::TempFolder() {
+    EXPECT_TRUE(mDir.isValid());
+}
+
+QString TempFolder::Path(const QString& relative) const {
+    return relative.isEmpty() ? mDir.path() : mDir.filePath(relative);
+}
+
+ScriptedPromptsScope::ScriptedPromptsScope() {
+    auto scripted = std::make_unique<ScriptedPrompts>();
+    mPrompts = scripted.get();
+    installPrompts(std::move(scripted));
+}
+
+ScriptedPromptsScope::~ScriptedPromptsScope() {
+    installPrompts(nullptr);
+}
+
+IsolatedUserFolders::IsolatedUserFolders()
+    : mOldConfig(qgetenv("XDG_CONFIG_HOME"))
+    , mOldData(qgetenv("XDG_DATA_HOME")) {
+    QDir().mkpath(ConfigHome());
+    QDir().mkpath(DataHome());
+    qputenv("XDG_CONFIG_HOME", ConfigHome().toLocal8Bit());
+    qputenv("XDG_DATA_HOME", DataHome().toLocal8Bit());
+}
+
+IsolatedUserFolders::~IsolatedUserFolders() {
+    qputenv("XDG_CONFIG_HOME", mOldConfig);
+    qputenv("XDG_DATA_HOME", mOldData);
+}

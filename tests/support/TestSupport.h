@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QString>
+#include <QTemporaryDir>
+
+#include <memory>
+
+class ScriptedPrompts;
+
+// A temporary folder that lives as long as the object; Path("x") gives a path inside it.
+class TempFolder {
+public:
+    TempFolder();
+    QString Path(const QString& relative = {}) const;
+
+private:
+    QTemporaryDir mDir;
+};
+
+// Installs a fresh ScriptedPrompts for the lifetime of the object and restores the previous
+// implementation afterwards.
+class ScriptedPromptsScope {
+public:
+    ScriptedPromptsScope();
+    ~ScriptedPromptsScope();
+    ScriptedPrompts& operator*() { return *mPrompts; }
+    ScriptedPrompts* operator->() { return mPrompts; }
+
+private:
+    ScriptedPrompts* mPrompts;
+};
+
+// Points XDG_CONFIG_HOME and XDG_DATA_HOME at fresh empty folders for the lifetime of the object,
+// so that settings and per-user files of one test never reach another.
+class IsolatedUserFolders {
+public:
+    IsolatedUserFolders();
+    ~IsolatedUserFolders();
+    QString ConfigHome() const { return mRoot.Path(QStringLiteral("config")); }
+    QString DataHome() const { return mRoot.Path(QStringLiteral("data")); }
+
+private:
+    TempFolder mRoot;
+    QByteArray mOldConfig, mOldData;
+};
