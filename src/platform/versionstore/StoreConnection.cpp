@@ -1,0 +1,180 @@
+#include "StoreConnection.h"
+
+#include "StoreErrors.h"
+#include "TARMOError.h"
+
+#include <sqlite3.h>
+
+namespace {
+
+const char* const schema = R"SQL(
+CREATE TABLE IF NOT EXISTS users(
+    name TEXT PRIMARY KEY COLLATE NOCASE,
+    salt BLOB NOT NULL,
+    hash BLOB NOT NULL,
+    admin INTEGER NOT NULL DEFAULT 0);
+CREATE TABLE IF NOT EXISTS items(
+    id INTEGER PRIMARY KEY,
+    parent INTEGER REFERENCES items(id),
+    name TEXT NOT NULL COLLATE NOCASE,
+    type INTEGER NOT NULL,
+    deleted INTEGER NOT NULL DEFAULT 0,
+    deleted_at INTEGER NOT NULL DEFAULT 0);
+CREATE UNIQUE INDEX IF NOT EXISTS items_living ON items(parent, name) WHERE deleted = 0;
+CREATE INDEX IF NOT EXISTS items_parent ON items(parent, deleted);
+CREATE TABLE IF NOT EXISTS history(
+    seq INTEGER PRIMARY KEY,
+    item INTEGER NOT NULL REFERENCES items(id),
+    number INTEGER NOT NULL,
+    is_label INTEGER NOT NULL DEFAULT 0,
+    user TEXT NOT NULL,
+    action TEXT NOT NULL,
+    date INTEGER NOT NULL,
+    comment TEXT NOT NULL DEFAULT '',
+    label_comment TEXT NOT NULL DEFAULT '',
+    content BLOB);
+CREATE UNIQUE INDEX IF NOT EXISTS history_numbers ON history(item, number) WHERE is_label = 0;
+CREATE TABLE IF NOT EXISTS checkouts(
+    item INTEGER NOT NULL REFERENCES items(id),
+    user TEXT NOT NULL COLLATE NOCASE,
+    date INTEGER NOT NULL,
+    local TEXT NOT NULL DEFAULT '',
+    PRIMARY KEY(item, user));
+INSERT OR IGNORE INTO items(id, parent, name, type) VALUES(1, NULL, '$', 0);
+)SQL";
+
+} // namespace
+
+StoreConnection::StoreConnection(const QString& databaseFile, int busyTimeoutMs, bool create) {
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
+    if (sqlite3_open_v2(databaseFile.toUtf8().constData(), &mDb, flags, nullptr) != SQLITE_OK) {
+        const QString text = mDb ? QString::fromUtf8(sqlite3_errmsg(mDb)) : QStringLiteral("out of memory");
+        sqlite3_close(mDb);
+        mDb = nullptr;
+        throw TARMOError(
+            StoreErrors::Database, QStringLiteral("VersionStore"),
+            QStringLiteral("The store's data '%1' cannot be opened: %2").arg(databaseFile, text));
+    }
+    sqlite3_busy_timeout(mDb, busyTimeoutMs);
+    try {
+        Execute("PRAGMA journal_mode=WAL");
+        Execute("PRAGMA synchronous=NORMAL");
+        Execute("PRAGMA foreign_keys=ON");
+        if (create)
+            createSchema();
+    } catch (...) {
+        sqlite3_close(mDb);
+        mDb = nullptr;
+        throw;
+    }
+}
+
+StoreConnection::~StoreConnection() {
+    sqlite3_close(mDb);
+}
+
+void StoreConnection::createSchema() {
+    Transaction transaction(*this);
+    Execute(schema);
+    transaction.Commit();
+}
+
+void StoreConnection::Execute(const char* sql) {
+    char* message = nullptr;
+    if (sqlite3_exec(mDb, sql, nullptr, nullptr, &message) != SQLITE_OK) {
+        const QString text = QString::fromUtf8(message ? message : "unknown error");
+        sqlite3_free(message);
+        throw TARMOError(StoreErrors::Database, QStringLiteral("VersionStore"),
+                         QStringLiteral("The store's data cannot be used: %1").arg(text));
+    }
+}
+
+qint64 StoreConnection::LastInsertId() const {
+    return sqlite3_last_insert_rowid(mDb);
+}
+
+void StoreConnection::Fail(const QString& what) const {
+    throw TARMOError(StoreErrors::Database, QStringLiteral("VersionStore"),
+                     QStringLiteral("%1: %2").arg(what, QString::fromUtf8(sqlite3_errmsg(mDb))));
+}
+
+Statement::Statement(StoreConnection& connection, const char* sql)
+    : mConnection(connection) {
+    if (sqlite3_prepare_v2(connection.Handle(), sql, -1, &mStmt, nullptr) != SQLITE_OK)
+        connection.Fail(QStringLiteral("The store's data cannot be read"));
+}
+
+Statement::~Statement() {
+    sqlite3_finalize(mStmt);
+}
+
+Statement& Statement::Bind(int index, const QString& value) {
+    const QByteArray utf8 = value.toUtf8();
+    sqlite3_bind_text(mStmt, index, utf8.constData(), static_cast<int>(utf8.size()), SQLITE_TRANSIENT);
+    return *this;
+}
+
+Statement& Statement::Bind(int index, qint64 value) {
+    sqlite3_bind_int64(mStmt, index, value);
+    return *this;
+}
+
+Statement& Statement::BindBlob(int index, const QByteArray& value) {
+    // An empty text is still a text, not a missing one.
+    sqlite3_bind_blob(mStmt, index, value.constData() ? value.constData() : "",
+                      static_cast<int>(value.size()), SQLITE_TRANSIENT);
+    return *this;
+}
+
+Statement& Statement::BindNull(int index) {
+    sqlite3_bind_null(mStmt, index);
+    return *this;
+}
+
+bool Statement::Step() {
+    const int rc = sqlite3_step(mStmt);
+    if (rc == SQLITE_ROW)
+        return true;
+    if (rc == SQLITE_DONE)
+        return false;
+    mConnection.Fail(QStringLiteral("The store's data cannot be used"));
+}
+
+void Statement::Run() {
+    while (Step()) {
+    }
+}
+
+qint64 Statement::Int(int column) const {
+    return sqlite3_column_int64(mStmt, column);
+}
+
+QString Statement::Text(int column) const {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(mStmt, column));
+    return text ? QString::fromUtf8(text, sqlite3_column_bytes(mStmt, column)) : QString();
+}
+
+QByteArray Statement::Blob(int column) const {
+    const void* data = sqlite3_column_blob(mStmt, column);
+    return data ? QByteArray(static_cast<const char*>(data), sqlite3_column_bytes(mStmt, column))
+                : QByteArray();
+}
+
+bool Statement::IsNull(int column) const {
+    return sqlite3_column_type(mStmt, column) == SQLITE_NULL;
+}
+
+Transaction::Transaction(StoreConnection& connection)
+    : mConnection(connection) {
+    mConnection.Execute("BEGIN IMMEDIATE");
+}
+
+Transaction::~Transaction() {
+    if (mOpen)
+        sqlite3_exec(mConnection.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void Transaction::Commit() {
+    mConnection.Execute("COMMIT");
+    mOpen = false;
+}

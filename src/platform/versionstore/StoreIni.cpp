@@ -1,0 +1,79 @@
+#include "StoreIni.h"
+
+#include "StoreErrors.h"
+#include "TARMOError.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+namespace {
+
+TARMOError iniError(const QString& text) {
+    return TARMOError(StoreErrors::IniFile, QStringLiteral("VersionStore"), text);
+}
+
+bool parseFlag(const QString& value) {
+    const QString v = value.trimmed().toLower();
+    return v == QLatin1String("yes") || v == QLatin1String("true") || v == QLatin1String("1");
+}
+
+} // namespace
+
+QString StoreIni::DatabaseFile() const {
+    return QDir(dataFolder).filePath(QStringLiteral("store.db"));
+}
+
+StoreIni StoreIni::Read(const QString& iniFile) {
+    if (iniFile.isEmpty())
+        throw iniError(QStringLiteral("No srcsafe.ini was given."));
+    QFileInfo info(iniFile);
+    if (!info.isFile())
+        throw iniError(QStringLiteral("The file '%1' does not exist.").arg(iniFile));
+    QFile file(iniFile);
+    if (!file.open(QIODevice::ReadOnly))
+        throw iniError(QStringLiteral("The file '%1' cannot be read.").arg(iniFile));
+
+    StoreIni ini;
+    ini.iniFile = info.absoluteFilePath();
+    QString data;
+    const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+    for (const QString& raw : lines) {
+        const QString line = raw.trimmed();
+        if (line.isEmpty() || line.startsWith(QLatin1Char('#')) || line.startsWith(QLatin1Char(';')))
+            continue;
+        const qsizetype eq = line.indexOf(QLatin1Char('='));
+        if (eq <= 0)
+            continue;
+        const QString key = line.left(eq).trimmed().toLower();
+        const QString value = line.mid(eq + 1).trimmed();
+        if (key == QLatin1String("datafolder"))
+            data = value;
+        else if (key == QLatin1String("multiplecheckouts"))
+            ini.multipleCheckouts = parseFlag(value);
+        else if (key == QLatin1String("busytimeout"))
+            ini.busyTimeoutMs = qMax(0, value.toInt());
+    }
+    if (data.isEmpty())
+        throw iniError(
+            QStringLiteral("The file '%1' is not a store's ini file (no DataFolder).").arg(iniFile));
+    ini.dataFolder = QDir::cleanPath(info.absoluteDir().absoluteFilePath(data));
+    return ini;
+}
+
+void StoreIni::Write(const StoreIni& ini) {
+    const QDir iniDir = QFileInfo(ini.iniFile).absoluteDir();
+    QString data = iniDir.relativeFilePath(ini.dataFolder);
+    if (data.startsWith(QLatin1String("..")))
+        data = ini.dataFolder;
+    const QString text = QStringLiteral("# TARMO version store\n"
+                                        "DataFolder = %1\n"
+                                        "MultipleCheckouts = %2\n"
+                                        "BusyTimeout = %3\n")
+                             .arg(data, ini.multipleCheckouts ? QStringLiteral("yes") : QStringLiteral("no"))
+                             .arg(ini.busyTimeoutMs);
+    QSaveFile file(ini.iniFile);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text.toUtf8()) < 0 || !file.commit())
+        throw iniError(QStringLiteral("The file '%1' cannot be written.").arg(ini.iniFile));
+}

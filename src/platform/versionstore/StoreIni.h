@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+// The srcsafe.ini of a store: a readable "key = value" file that names the data folder and holds the
+// store's options. Keys are case-insensitive; lines starting with '#' or ';' are comments; unknown keys
+// are kept out of the way, so an administrator may leave notes.
+struct StoreIni {
+    QString iniFile;    // absolute path of the ini itself
+    QString dataFolder; // absolute; written relative to the ini's folder when inside it
+    bool multipleCheckouts = false;
+    int busyTimeoutMs = 30000; // how long a step waits for another user's transaction
+
+    QString DatabaseFile() const;
+
+    // Raises TARMOError (StoreErrors::IniFile) when the file is missing or unreadable, or names no data.
+    static StoreIni Read(const QString& iniFile);
+    // Written in one piece.
+    static void Write(const StoreIni& ini);
+};

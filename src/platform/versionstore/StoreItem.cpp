@@ -1,0 +1,260 @@
+#include "StoreItem.h"
+
+#include "GeneralHelpers.h"
+#include "StoreErrors.h"
+#include "StoreSession.h"
+
+#include <QFileInfo>
+
+namespace {
+
+QDateTime fromStore(qint64 ms) {
+    return QDateTime::fromMSecsSinceEpoch(ms).toLocalTime();
+}
+
+} // namespace
+
+StoreItem::StoreItem(std::shared_ptr<StoreSession> session, qint64 id)
+    : mSession(std::move(session))
+    , mId(id) {}
+
+void StoreItem::requireType(int type) const {
+    if (Type() != type)
+        StoreSession::Raise(StoreErrors::WrongType,
+                            type == File ? QStringLiteral("'%1' is a project, not a file.").arg(Spec())
+                                         : QStringLiteral("'%1' is a file, not a project.").arg(Spec()));
+}
+
+int StoreItem::Type() const {
+    return mSession->TypeOf(mId);
+}
+
+QString StoreItem::Spec() const {
+    return mSession->SpecOf(mId);
+}
+
+QString StoreItem::Name() const {
+    return mSession->NameOf(mId);
+}
+
+void StoreItem::SetName(const QString& name) {
+    StoreSession::CheckName(name);
+    if (mId == StoreSession::rootId)
+        StoreSession::Raise(StoreErrors::InvalidName, QStringLiteral("The root project cannot be renamed."));
+    Transaction transaction(*mSession->db);
+    const QString old = Name();
+    if (!Deleted() && mSession->NameTaken(mSession->ParentOf(mId), name, mId))
+        StoreSession::Raise(StoreErrors::NameExists,
+                            QStringLiteral("An item named '%1' already exists in that project.").arg(name));
+    Statement update(*mSession->db, "UPDATE items SET name = ?2 WHERE id = ?1");
+    update.Bind(1, mId).Bind(2, name).Run();
+    mSession->Record(mId, QStringLiteral("Renamed '%1' to '%2'").arg(old, name), QString(),
+                     mSession->HeadContent(mId));
+    transaction.Commit();
+}
+
+bool StoreItem::Deleted() const {
+    return mSession->IsDeleted(mId);
+}
+
+void StoreItem::SetDeleted(bool deleted) {
+    if (mId == StoreSession::rootId)
+        StoreSession::Raise(StoreErrors::InvalidName, QStringLiteral("The root project cannot be deleted."));
+    Transaction transaction(*mSession->db);
+    if (Deleted() == deleted)
+        return;
+    if (deleted) {
+        if (mSession->CheckoutState(mId) == CheckedOut)
+            StoreSession::Raise(StoreErrors::CheckedOutByOther,
+                                QStringLiteral("'%1' is checked out by %2.")
+                                    .arg(Spec(), mSession->Holders(mId).join(QStringLiteral(", "))));
+        Statement release(*mSession->db, "DELETE FROM checkouts WHERE item = ?1");
+        release.Bind(1, mId).Run();
+    } else if (mSession->NameTaken(mSession->ParentOf(mId), Name())) {
+        StoreSession::Raise(StoreErrors::NameExists,
+                            QStringLiteral("An item named '%1' already exists in that project.").arg(Name()));
+    }
+    Statement update(*mSession->db, "UPDATE items SET deleted = ?2, deleted_at = ?3 WHERE id = ?1");
+    update.Bind(1, mId).Bind(2, deleted ? 1 : 0).Bind(3, deleted ? StoreSession::Now() : 0).Run();
+    mSession->Record(mId, deleted ? QStringLiteral("Deleted") : QStringLiteral("Recovered"), QString(),
+                     mSession->HeadContent(mId));
+    transaction.Commit();
+}
+
+QStringList StoreItem::Holders() const {
+    return mSession->Holders(mId);
+}
+
+int StoreItem::IsCheckedOut() const {
+    return mSession->CheckoutState(mId);
+}
+
+QList<StoreCheckout> StoreItem::Checkouts() const {
+    Statement s(*mSession->db,
+                "SELECT user, date, local FROM checkouts WHERE item = ?1 ORDER BY date, rowid");
+    s.Bind(1, mId);
+    QList<StoreCheckout> result;
+    while (s.Step())
+        result << StoreCheckout{s.Text(0), fromStore(s.Int(1)), s.Text(2)};
+    return result;
+}
+
+int StoreItem::VersionNumber() const {
+    return mSession->HeadNumber(mId);
+}
+
+QList<StoreVersion> StoreItem::Versions() const {
+    Statement s(*mSession->db, "SELECT seq, number, is_label, user, action, date, comment, label_comment "
+                               "FROM history WHERE item = ?1 ORDER BY seq DESC");
+    s.Bind(1, mId);
+    QList<StoreVersion> result;
+    while (s.Step()) {
+        StoreVersion v;
+        v.mSession = mSession;
+        v.mItem = mId;
+        v.mSeq = s.Int(0);
+        v.mNumber = static_cast<int>(s.Int(1));
+        v.mIsLabel = s.Int(2) != 0;
+        v.mUser = s.Text(3);
+        v.mAction = s.Text(4);
+        v.mDate = fromStore(s.Int(5));
+        v.mComment = s.Text(6);
+        v.mLabelComment = s.Text(7);
+        result << v;
+    }
+    return result;
+}
+
+QList<StoreItem> StoreItem::Items(bool includeDeleted) const {
+    requireType(Project);
+    Statement s(*mSession->db,
+                "SELECT id FROM items WHERE parent = ?1 AND (deleted = 0 OR ?2) ORDER BY name, id");
+    s.Bind(1, mId).Bind(2, includeDeleted ? 1 : 0);
+    QList<StoreItem> result;
+    while (s.Step())
+        result << StoreItem(mSession, s.Int(0));
+    return result;
+}
+
+void StoreItem::Get(QString& local) const {
+    requireType(File);
+    const QString path = CleanLocalPath(local);
+    const QString working = mSession->CheckoutLocal(mId);
+    const bool mine = mSession->CheckoutState(mId) == CheckedOutMe;
+    if (mine && path == working && FileExists(path) && !IsReadOnlyFile(path))
+        StoreSession::Raise(
+            StoreErrors::WorkingFileProtected,
+            QStringLiteral("'%1' is checked out to '%2', which holds your changes; it was not "
+                           "replaced.")
+                .arg(Spec(), path));
+    WriteWorkingFile(path, mSession->HeadContent(mId), !mine);
+    local = path;
+}
+
+void StoreItem::Checkout(const QString&, const QString& local) {
+    requireType(File);
+    const QString path = CleanLocalPath(local);
+    QByteArray head;
+    {
+        Transaction transaction(*mSession->db);
+        if (Deleted())
+            StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is deleted.").arg(Spec()));
+        const int state = mSession->CheckoutState(mId);
+        if (state == CheckedOutMe)
+            StoreSession::Raise(StoreErrors::AlreadyCheckedOut,
+                                QStringLiteral("You currently have '%1' checked out.").arg(Spec()));
+        if (state == CheckedOut && !mSession->ini.multipleCheckouts)
+            StoreSession::Raise(StoreErrors::CheckedOutByOther,
+                                QStringLiteral("'%1' is checked out by %2.")
+                                    .arg(Spec(), mSession->Holders(mId).join(QStringLiteral(", "))));
+        Statement insert(*mSession->db,
+                         "INSERT INTO checkouts(item, user, date, local) VALUES(?1, ?2, ?3, ?4)");
+        insert.Bind(1, mId).Bind(2, mSession->userName).Bind(3, StoreSession::Now()).Bind(4, path).Run();
+        head = mSession->HeadContent(mId);
+        transaction.Commit();
+    }
+    if (!path.isEmpty())
+        WriteWorkingFile(path, head, false);
+}
+
+void StoreItem::Checkin(const QString& comment, const QString& local) {
+    requireType(File);
+    const QString path = CleanLocalPath(local);
+    const QByteArray content = ReadWorkingFile(path);
+    Transaction transaction(*mSession->db);
+    if (mSession->CheckoutState(mId) != CheckedOutMe)
+        StoreSession::Raise(StoreErrors::NotCheckedOut,
+                            QStringLiteral("You do not have '%1' checked out.").arg(Spec()));
+    mSession->Record(mId, QStringLiteral("Checked in"), comment, content);
+    Statement release(*mSession->db, "DELETE FROM checkouts WHERE item = ?1 AND user = ?2");
+    release.Bind(1, mId).Bind(2, mSession->userName).Run();
+    transaction.Commit();
+    SetReadOnlyFile(path, true);
+}
+
+void StoreItem::UndoCheckout(const QString& local) {
+    requireType(File);
+    const QString path = CleanLocalPath(local);
+    QByteArray head;
+    {
+        Transaction transaction(*mSession->db);
+        if (mSession->CheckoutState(mId) != CheckedOutMe)
+            StoreSession::Raise(StoreErrors::NotCheckedOut,
+                                QStringLiteral("You do not have '%1' checked out.").arg(Spec()));
+        Statement release(*mSession->db, "DELETE FROM checkouts WHERE item = ?1 AND user = ?2");
+        release.Bind(1, mId).Bind(2, mSession->userName).Run();
+        head = mSession->HeadContent(mId);
+        transaction.Commit();
+    }
+    if (!path.isEmpty())
+        WriteWorkingFile(path, head, true);
+}
+
+void StoreItem::Label(const QString& label, const QString& comment) {
+    if (label.trimmed().isEmpty())
+        StoreSession::Raise(StoreErrors::InvalidName, QStringLiteral("A label needs a name."));
+    Transaction transaction(*mSession->db);
+    if (Deleted())
+        StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is deleted.").arg(Spec()));
+    mSession->Record(mId, QStringLiteral("Labeled '%1'").arg(label), QString(), mSession->HeadContent(mId),
+                     true, comment);
+    transaction.Commit();
+}
+
+StoreItem StoreItem::Add(const QString& local, const QString& comment) {
+    requireType(Project);
+    const QString path = CleanLocalPath(local);
+    const QString name = QFileInfo(path).fileName();
+    StoreSession::CheckName(name);
+    const QByteArray content = ReadWorkingFile(path);
+    Transaction transaction(*mSession->db);
+    if (Deleted())
+        StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is deleted.").arg(Spec()));
+    if (mSession->NameTaken(mId, name))
+        StoreSession::Raise(StoreErrors::NameExists,
+                            QStringLiteral("An item named '%1' already exists in '%2'.").arg(name, Spec()));
+    Statement insert(*mSession->db, "INSERT INTO items(parent, name, type) VALUES(?1, ?2, ?3)");
+    insert.Bind(1, mId).Bind(2, name).Bind(3, static_cast<int>(File)).Run();
+    const qint64 id = mSession->db->LastInsertId();
+    mSession->Record(id, QStringLiteral("Created"), comment, content);
+    transaction.Commit();
+    SetReadOnlyFile(path, true);
+    return StoreItem(mSession, id);
+}
+
+StoreItem StoreItem::NewSubproject(const QString& name, const QString& comment) {
+    requireType(Project);
+    StoreSession::CheckName(name);
+    Transaction transaction(*mSession->db);
+    if (Deleted())
+        StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is deleted.").arg(Spec()));
+    if (mSession->NameTaken(mId, name))
+        StoreSession::Raise(StoreErrors::NameExists,
+                            QStringLiteral("An item named '%1' already exists in '%2'.").arg(name, Spec()));
+    Statement insert(*mSession->db, "INSERT INTO items(parent, name, type) VALUES(?1, ?2, ?3)");
+    insert.Bind(1, mId).Bind(2, name).Bind(3, static_cast<int>(Project)).Run();
+    const qint64 id = mSession->db->LastInsertId();
+    mSession->Record(id, QStringLiteral("Created"), comment, QByteArray());
+    transaction.Commit();
+    return StoreItem(mSession, id);
+}

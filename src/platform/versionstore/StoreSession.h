@@ -1,0 +1,59 @@
+#pragma once
+
+#include "StoreConnection.h"
+#include "StoreIni.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+// What an open store shares between the database object and the items and versions it hands out:
+// the data, the connected user and the current project. Items keep it alive, so an item outlives the
+// object it came from the way an automation object does.
+struct StoreSession {
+    StoreIni ini;
+    std::unique_ptr<StoreConnection> db;
+    QString userName; // as the store spells it
+    bool admin = false;
+    qint64 currentProject = rootId;
+
+    static constexpr qint64 rootId = 1;
+    enum ItemType { Project = 0, File = 1 };
+
+    // The item at a path, "$/A/B", "$\A\B\" or relative to the current project. The last part is
+    // looked up among living or deleted items as asked; the projects on the way must be living.
+    qint64 Resolve(const QString& spec, bool deleted) const;
+    QString SpecOf(qint64 id) const;
+    QString NameOf(qint64 id) const;
+    int TypeOf(qint64 id) const;
+    bool IsDeleted(qint64 id) const;
+    qint64 ParentOf(qint64 id) const;
+
+    // Latest version number (labels share the number of the version they label), and its text.
+    int HeadNumber(qint64 id) const;
+    QByteArray HeadContent(qint64 id) const;
+    // Appends a history entry with the next number (or the present one for a label); inside a transaction.
+    int Record(qint64 id, const QString& action, const QString& comment, const QByteArray& content,
+               bool isLabel = false, const QString& labelComment = QString());
+
+    // 0 nobody, 1 somebody else, 2 the connected user (whoever else holds it too).
+    int CheckoutState(qint64 id) const;
+    QStringList Holders(qint64 id) const;
+    // The working file the connected user checked the item out to; "" when he doesn't hold it.
+    QString CheckoutLocal(qint64 id) const;
+
+    // A living item of that name directly in the project, other than `except`.
+    bool NameTaken(qint64 parent, const QString& name, qint64 except = 0) const;
+
+    // Raises NameStructure or InvalidName for names the store doesn't take.
+    static void CheckName(const QString& name);
+    static qint64 Now();
+    [[noreturn]] static void Raise(long number, const QString& text);
+};
+
+// Working files: read whole, written in one piece with the read-only attribute as asked.
+QByteArray ReadWorkingFile(const QString& path);
+void WriteWorkingFile(const QString& path, const QByteArray& content, bool readOnly);
+QString CleanLocalPath(const QString& path);

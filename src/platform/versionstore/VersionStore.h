@@ -1,0 +1,51 @@
+#pragma once
+
+#include "StoreItem.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+struct StoreSession;
+
+// A version store database: a folder with a srcsafe.ini and its data. Open it with a login, then reach
+// projects and files by path ("$/Sales/Orders/x.sp", "$\Sales\Orders\" or relative to CurrentProject).
+// Several processes may use one store at once; the store arbitrates every change in one transaction.
+// Failures raise TARMOError with the numbers of StoreErrors.h.
+class VersionStore {
+public:
+    VersionStore();
+    ~VersionStore();
+
+    // Makes a new store in `folder` (created if needed): srcsafe.ini, the data folder, and the user
+    // "Admin" with the given password. Raises if the folder already holds a store.
+    static QString Create(const QString& folder, const QString& adminPassword,
+                          bool multipleCheckouts = false);
+
+    void Open(const QString& iniFile, const QString& userName, const QString& password);
+    void Close();
+    bool IsOpen() const;
+
+    QString IniFile() const;
+    QString UserName() const; // as the store spells it
+    bool IsAdmin() const;
+    bool MultipleCheckouts() const;
+
+    // The project that relative paths start from; "$/" at first. Set in any accepted form; read back
+    // as "$/A/B" (or "$/" for the root), to which "/" and a name can be joined.
+    QString CurrentProject() const;
+    void SetCurrentProject(const QString& spec);
+
+    // The item at a path: a living one, or with `deleted` a deleted one (the latest deleted of that name).
+    StoreItem Item(const QString& spec, bool deleted = false) const;
+
+    // Users. Adding needs the administrator; a password may be changed by its user or the administrator.
+    void AddUser(const QString& name, const QString& password);
+    void SetPassword(const QString& name, const QString& password);
+    QStringList Users() const;
+
+private:
+    StoreSession& session() const;
+    std::shared_ptr<StoreSession> mSession;
+};
