@@ -84,7 +84,8 @@ bool WriteTextFile(const QString& path, const QString& content) {
 
 bool IsReadOnlyFile(const QString& path) {
     QFileInfo info(path);
-    return info.exists() && !(info.permissions() & (QFileDevice::WriteOwner | QFileDevice::WriteUser));
+    // The owner's write bit is the attribute; the user bit would say "writable" to root whatever it is.
+    return info.exists() && !(info.permissions() & QFileDevice::WriteOwner);
 }
 
 void SetReadOnlyFile(const QString& path, bool readOnly) {

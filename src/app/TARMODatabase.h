@@ -1,0 +1,117 @@
+#pragma once
+
+#include "Registry.h"
+
+#include <QString>
+
+// The core object of the running system. This half holds the settings: every preference and
+// remembered window geometry is a property backed by one value under "Software\Tarmo Integration".
+// Nothing is cached: each read asks the store and each write goes to it at once, so two running
+// instances see each other's changes.
+class TARMODatabase {
+public:
+    static const QString SettingsKey; // "Software\Tarmo Integration"
+
+    TARMODatabase();
+    explicit TARMODatabase(std::shared_ptr<KeyStore> store);
+
+    Registry& SettingsRegistry() { return mRegistry; }
+
+    // --- Project start-up
+    bool OpenMostRecent() const;
+    void SetOpenMostRecent(bool value);
+
+    // --- Main window (twips unless noted)
+    long WindowHeight() const;
+    void SetWindowHeight(long value);
+    long WindowWidth() const;
+    void SetWindowWidth(long value);
+    long WindowState() const;
+    void SetWindowState(long value);
+    long DBTWidth() const;
+    void SetDBTWidth(long value);
+    bool DBTVisible() const;
+    void SetDBTVisible(bool value);
+    bool ExtraPanelVisible() const;
+    void SetExtraPanelVisible(bool value);
+    long ExtraPanelHeight() const; // pixels; -1 when none is stored
+    void SetExtraPanelHeight(long value);
+    bool ShowMainStatusBar() const;
+    void SetShowMainStatusBar(bool value);
+
+    // --- Object display and prompts
+    bool ShowDescriptionPrompt() const;
+    void SetShowDescriptionPrompt(bool value);
+    bool ShowDescriptionInDBT() const;
+    void SetShowDescriptionInDBT(bool value);
+    bool ShowOwnerNameInName() const;
+    void SetShowOwnerNameInName(bool value);
+    bool ShowOwnerNameInProp() const;
+    void SetShowOwnerNameInProp(bool value);
+    bool ShowSaveChangesNew() const;
+    void SetShowSaveChangesNew(bool value);
+    bool ShowSaveChangesEdit() const;
+    void SetShowSaveChangesEdit(bool value);
+    int ShowSaveChangesPermission() const;
+    void SetShowSaveChangesPermission(int value);
+    long SaveChangesEditDefault() const;
+    void SetSaveChangesEditDefault(long value);
+    long SaveChangesNewDefault() const;
+    void SetSaveChangesNewDefault(long value);
+    bool ShowPermissionsOnNewObjectCreate() const;
+    void SetShowPermissionsOnNewObjectCreate(bool value);
+    bool ShowCommentPrompt() const;
+    void SetShowCommentPrompt(bool value);
+    int ShowPermissionsInDBT() const;
+    void SetShowPermissionsInDBT(int value);
+    int ShowPermissionsInEditor() const;
+    void SetShowPermissionsInEditor(int value);
+
+    // --- Child windows (twips)
+    long ChildWindowState() const;
+    void SetChildWindowState(long value);
+    long ChildWindowWidth() const;
+    void SetChildWindowWidth(long value);
+    long ChildWindowHeight() const;
+    void SetChildWindowHeight(long value);
+
+    // --- Comparison window (pixels); diffRect is "left, top, right, bottom"
+    long diffLeft() const;
+    void SetdiffLeft(long value);
+    long diffTop() const;
+    void SetdiffTop(long value);
+    long diffRight() const;
+    void SetdiffRight(long value);
+    long diffBottom() const;
+    void SetdiffBottom(long value);
+    QString diffRect() const;
+    void SetdiffRect(const QString& value);
+    bool diffMaximized() const;
+    void SetdiffMaximized(bool value);
+
+    // --- Document generator
+    int DocGenType() const;
+    void SetDocGenType(int value);
+    QString DocGenFileName() const;
+    void SetDocGenFileName(const QString& value);
+    QString DocGenTempalte() const;
+    void SetDocGenTempalte(const QString& value);
+
+    // Default texts of new objects: <user folder>/<ObjectTag>.default.
+    QString GetDefaultText(const QString& objectTag) const;
+    void SetDefaultText(const QString& objectTag, const QString& defaultText);
+
+    // The raw text of a setting, for readers with a view of their own (the project number).
+    QString SettingText(const QString& valueName) const;
+
+private:
+    void writeSetting(const QString& valueName, const QString& text);
+    void writeBool(const QString& valueName, bool value);
+    void writeLong(const QString& valueName, long value);
+    bool readBool(const QString& valueName, bool defaultValue) const;
+    int readCode(const QString& valueName, int defaultValue, std::initializer_list<int> codes) const;
+    long readBounded(const QString& valueName, long defaultValue, long lowest, long belowLimit) const;
+    long readWhole(const QString& valueName, long defaultValue, long lowest) const;
+
+    Registry mRegistry;
+};

@@ -1,0 +1,91 @@
+#include "frmInitialize.h"
+
+#include "Globals.h"
+#include "TARMODatabase.h"
+#include "frmNoProject.h"
+#include "frmSystem.h"
+
+#include <QLabel>
+#include <QThread>
+#include <QVBoxLayout>
+
+namespace {
+int statusPause = 100;
+}
+
+void frmInitialize::SetStatusPause(int milliseconds) {
+    statusPause = milliseconds;
+}
+
+frmInitialize::frmInitialize(QWidget* parent)
+    : QWidget(parent) {
+    setObjectName(QStringLiteral("frmInitialize"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowFlag(Qt::SplashScreen);
+    setWindowTitle(QStringLiteral("TARMO - Initializing"));
+    auto* title = new QLabel(QStringLiteral("<h2>TARMO</h2>"));
+    title->setAlignment(Qt::AlignCenter);
+    mlblVersion = new QLabel;
+    mlblVersion->setObjectName(QStringLiteral("lblVersion"));
+    mlblVersion->setAlignment(Qt::AlignCenter);
+    mlblStatus = new QLabel;
+    mlblStatus->setObjectName(QStringLiteral("lblStatus"));
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(title);
+    layout->addWidget(mlblVersion);
+    layout->addStretch();
+    layout->addWidget(mlblStatus);
+    resize(420, 200);
+
+    mtmr.setInterval(100);
+    connect(&mtmr, &QTimer::timeout, this, &frmInitialize::tmr_Timer);
+}
+
+void frmInitialize::StartTARMO() {
+    mtmr.start();
+    mlblStatus->clear();
+    mlblVersion->setText(QStringLiteral("Version: ") + App::VersionText());
+    show();
+}
+
+void frmInitialize::SetStatus(const QString& text) {
+    mStatusHistory << text;
+    mlblStatus->setText(text + QStringLiteral(" ..."));
+    mlblStatus->repaint();
+    if (statusPause > 0)
+        QThread::msleep(static_cast<unsigned long>(statusPause));
+}
+
+void frmInitialize::Unload() {
+    Q_EMIT Finished();
+    close();
+}
+
+void frmInitialize::tmr_Timer() {
+    mtmr.stop();
+    const QString product = App::ProductName();
+
+    SetStatus(QStringLiteral("Initializing %1 Database").arg(product));
+    gDatabase = std::make_unique<TARMODatabase>();
+
+    SetStatus(QStringLiteral("Initializing %1 Projects").arg(product));
+
+    SetStatus(QStringLiteral("Checking System Requirements"));
+    {
+        frmSystem system(this);
+        if (!system.SystemRequirementsOK()) {
+            Unload();
+            return;
+        }
+    }
+
+    // Project records are not kept yet, so there is never a most recent project to connect: the
+    // start-up goes on to the place where a project is chosen.
+    SetStatus(QStringLiteral("Finding Most Recent %1 Project").arg(product));
+
+    SetStatus(QStringLiteral("Finding %1 Projects").arg(product));
+    SetStatus(QStringLiteral("Initializing Project Browser"));
+    auto* browser = new frmNoProject;
+    browser->show();
+    Unload();
+}

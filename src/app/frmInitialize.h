@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QStringList>
+#include <QTimer>
+#include <QWidget>
+
+class QLabel;
+
+// The splash window. Its one-shot timer runs the start-up in a fixed order of steps, each
+// announced in the status line, and hands over to the main window or to the project browser.
+class frmInitialize : public QWidget {
+    Q_OBJECT
+public:
+    explicit frmInitialize(QWidget* parent = nullptr);
+
+    // Prepares and shows the window and arms the timer; returns at once.
+    void StartTARMO();
+
+    // How long each status text stands before the next step (100 ms; tests set 0).
+    static void SetStatusPause(int milliseconds);
+
+    QLabel* lblStatus() const { return mlblStatus; }
+    QLabel* lblVersion() const { return mlblVersion; }
+    QTimer& tmr() { return mtmr; }
+    // Every status text the run has shown, in order, without the " ..." behind it.
+    const QStringList& StatusHistory() const { return mStatusHistory; }
+
+Q_SIGNALS:
+    // The start-up has handed over (or ended) and the window is about to go.
+    void Finished();
+
+private:
+    void tmr_Timer();
+    void SetStatus(const QString& text);
+    void Unload();
+
+    QLabel* mlblStatus;
+    QLabel* mlblVersion;
+    QTimer mtmr;
+    QStringList mStatusHistory;
+};

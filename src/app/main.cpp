@@ -1,0 +1,64 @@
+#include "Globals.h"
+#include "QtPrompts.h"
+#include "SystemComponents.h"
+#include "frmInitialize.h"
+
+#include <QApplication>
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+const char* const usage = "Usage: tarmo [--help] [--version]\n"
+                          "\n"
+                          "TARMO keeps the stored procedures, triggers, user defined functions and views of a\n"
+                          "SQL Server database in a version store: check out, edit, test, check in, history.\n"
+                          "Projects, servers and stores are chosen inside the program; it takes no other\n"
+                          "arguments.\n"
+                          "\n"
+                          "  -h, --help     show this help and exit\n"
+                          "  -v, --version  show the version and exit\n";
+
+// The arguments are answered before any window system is touched, so that --help and --version
+// work without a display.
+int handleArguments(int argc, char* argv[]) {
+    for (int i = 1; i < argc; ++i) {
+        const char* arg = argv[i];
+        if (!std::strcmp(arg, "--help") || !std::strcmp(arg, "-h")) {
+            std::fputs(usage, stdout);
+            return 0;
+        }
+        if (!std::strcmp(arg, "--version") || !std::strcmp(arg, "-v")) {
+            std::printf("tarmo %s\n", qPrintable(App::VersionText()));
+            return 0;
+        }
+        // Options of Qt itself (-platform, -style, ...) pass through.
+        if (!std::strcmp(arg, "-platform") || !std::strcmp(arg, "-style") || !std::strcmp(arg, "-display")) {
+            ++i;
+            continue;
+        }
+        std::fprintf(stderr, "tarmo: unexpected argument '%s'\nTry 'tarmo --help' for more information.\n", arg);
+        return 2;
+    }
+    return -1;
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    if (const int answered = handleArguments(argc, argv); answered >= 0)
+        return answered;
+
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("tarmo"));
+    QApplication::setApplicationDisplayName(QStringLiteral("TARMO"));
+    QApplication::setApplicationVersion(App::VersionText());
+
+    installPrompts(std::make_unique<QtPrompts>());
+    SystemComponents::RegisterPlatformComponents();
+
+    auto* splash = new frmInitialize;
+    splash->StartTARMO();
+    return app.exec();
+}

@@ -1,0 +1,156 @@
+#include "Globals.h"
+#include "ScriptedPrompts.h"
+#include "SystemComponents.h"
+#include "TARMODatabase.h"
+#include "TestSupport.h"
+#include "frmInitialize.h"
+#include "frmSystem.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTimer>
+#include <QTreeWidget>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QStringList attemptsOf(const QString& prefix) {
+    QStringList found;
+    for (const auto& a : SystemComponents::Attempts())
+        if (a.startsWith(prefix))
+            found << a;
+    return found;
+}
+
+class ComponentCheck : public ::testing::Test {
+protected:
+    void SetUp() override { SystemComponents::Clear(); }
+    void TearDown() override { SystemComponents::Clear(); }
+};
+
+template <typename T> T* findTopLevel(const QString& objectName) {
+    for (auto* w : QApplication::topLevelWidgets())
+        if (auto* t = qobject_cast<T*>(w); t && t->objectName() == objectName && t->isVisible())
+            return t;
+    return nullptr;
+}
+
+} // namespace
+
+TEST_F(ComponentCheck, VersionsAreTriedInTheTableOrder) {
+    SystemComponents::Register(QStringLiteral("MSXML2.DOMDocument.4.0"));
+    EXPECT_EQ(SystemComponents::Test(QStringLiteral("MSXML2.DOMDocument"), 4, 2, 6, 0),
+              QStringLiteral("4.0"));
+    EXPECT_EQ(attemptsOf(QStringLiteral("MSXML2")),
+              (QStringList{QStringLiteral("MSXML2.DOMDocument.4.6"), QStringLiteral("MSXML2.DOMDocument.4.5"),
+                           QStringLiteral("MSXML2.DOMDocument.4.4"), QStringLiteral("MSXML2.DOMDocument.4.3"),
+                           QStringLiteral("MSXML2.DOMDocument.4.2"), QStringLiteral("MSXML2.DOMDocument.4.1"),
+                           QStringLiteral("MSXML2.DOMDocument.4.0")}));
+
+    SystemComponents::Clear();
+    SystemComponents::Register(QStringLiteral("MSXML2.DOMDocument.3"));
+    EXPECT_EQ(SystemComponents::Test(QStringLiteral("MSXML2.DOMDocument"), 4, 2, 6, 0), QStringLiteral("3"));
+    EXPECT_EQ(attemptsOf(QStringLiteral("MSXML2")).size(), 7 + 1 + 7 + 1) << "4.6-4.0, 4, 3.6-3.0, then 3";
+
+    SystemComponents::Clear();
+    EXPECT_EQ(SystemComponents::Test(QStringLiteral("SourceSafe"), 0, 0, -1, -1), QString());
+    EXPECT_EQ(SystemComponents::Attempts(), QStringList{QStringLiteral("SourceSafe")})
+        << "the identifier alone";
+}
+
+TEST_F(ComponentCheck, OlderVersionThanShownStillPasses) {
+    SystemComponents::Register(QStringLiteral("SourceSafe"));
+    SystemComponents::Register(QStringLiteral("ADODB.Recordset.2.4"));
+    SystemComponents::Register(QStringLiteral("MSXML2.DOMDocument.2.0"));
+    EXPECT_TRUE(SystemComponents::FindMissing().isEmpty());
+
+    SystemComponents::Unregister(QStringLiteral("SourceSafe"));
+    SystemComponents::Unregister(QStringLiteral("ADODB.Recordset.2.4"));
+    SystemComponents::Register(QStringLiteral("ADODB.Recordset.2.3"));
+    const auto missing = SystemComponents::FindMissing();
+    ASSERT_EQ(missing.size(), 2);
+    EXPECT_EQ(missing[0].component, QStringLiteral("Visual SourceSafe"));
+    EXPECT_EQ(missing[0].minimumVersion, QStringLiteral("6.0"));
+    EXPECT_EQ(missing[1].component, QStringLiteral("ADO"));
+    EXPECT_EQ(missing[1].minimumVersion, QStringLiteral("2.5"));
+}
+
+TEST_F(ComponentCheck, ThisProgramsLayersSatisfyTheCheck) {
+    SystemComponents::RegisterPlatformComponents();
+    EXPECT_TRUE(SystemComponents::FindMissing().isEmpty());
+}
+
+// The warning's No leaves the window open; Yes lets the run go on.
+TEST_F(ComponentCheck, ContinueAnywayAsksFirst) {
+    ScriptedPromptsScope prompts;
+    SystemComponents::Register(QStringLiteral("ADODB.Recordset.2.8"));
+    SystemComponents::Register(QStringLiteral("MSXML2.DOMDocument.4.0"));
+    frmSystem window;
+    prompts->QueueAnswer(Prompt::Answer::No);
+    prompts->QueueAnswer(Prompt::Answer::Yes);
+    bool stillOpenAfterNo = false;
+    int rows = -1;
+    QTimer::singleShot(0, &window, [&] {
+        rows = window.lvwError()->topLevelItemCount();
+        window.cmdContinue()->click();
+        stillOpenAfterNo = window.isVisible();
+        window.cmdContinue()->click();
+    });
+    EXPECT_TRUE(window.SystemRequirementsOK());
+    EXPECT_EQ(rows, 1);
+    EXPECT_TRUE(stillOpenAfterNo);
+    ASSERT_EQ(prompts->Records().size(), 2);
+    const auto& question = prompts->Records().first();
+    EXPECT_EQ(question.title, QStringLiteral("Continue Anyway?"));
+    EXPECT_EQ(question.text, QStringLiteral("WARNING: If you continue, TARMO may crash at any time!\n\n"
+                                            "Are you sure you wish to continue?"));
+    EXPECT_EQ(question.icon, Prompt::Icon::Exclamation);
+    EXPECT_EQ(question.buttons, Prompt::Buttons::YesNo);
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("System Requirements not met!"));
+}
+
+TEST_F(ComponentCheck, CloseEndsTheRun) {
+    ScriptedPromptsScope prompts;
+    frmSystem window;
+    QTimer::singleShot(0, &window, [&] { window.cmdClose()->click(); });
+    EXPECT_FALSE(window.SystemRequirementsOK());
+    EXPECT_EQ(window.lvwError()->topLevelItemCount(), 3);
+    EXPECT_TRUE(prompts->Records().isEmpty());
+}
+
+// A first run with an empty store and every component present: no message, every status in order,
+// and the run arrives where a project is chosen.
+TEST_F(ComponentCheck, FirstRunArrivesAtTheProjectChoice) {
+    ScriptedPromptsScope prompts;
+    SystemComponents::RegisterPlatformComponents();
+    frmInitialize::SetStatusPause(0);
+    auto* splash = new frmInitialize;
+    QSignalSpy finished(splash, &frmInitialize::Finished);
+    splash->StartTARMO();
+    EXPECT_EQ(splash->windowTitle(), QStringLiteral("TARMO - Initializing"));
+    EXPECT_EQ(splash->lblVersion()->text(), QStringLiteral("Version: 2.0"));
+    ASSERT_TRUE(finished.wait(5000));
+
+    const QString product = QStringLiteral("TARMO v2.0 Professional");
+    EXPECT_EQ(splash->StatusHistory(),
+              (QStringList{QStringLiteral("Initializing %1 Database").arg(product),
+                           QStringLiteral("Initializing %1 Projects").arg(product),
+                           QStringLiteral("Checking System Requirements"),
+                           QStringLiteral("Finding Most Recent %1 Project").arg(product),
+                           QStringLiteral("Finding %1 Projects").arg(product),
+                           QStringLiteral("Initializing Project Browser")}));
+    EXPECT_EQ(splash->lblStatus()->text(), QStringLiteral("Initializing Project Browser ..."));
+    EXPECT_TRUE(prompts->Records().isEmpty());
+    ASSERT_NE(gDatabase, nullptr);
+    EXPECT_FALSE(gDatabase->OpenMostRecent());
+
+    auto* noProject = findTopLevel<QWidget>(QStringLiteral("frmNoProject"));
+    ASSERT_NE(noProject, nullptr);
+    EXPECT_EQ(noProject->findChild<QLabel*>(QStringLiteral("lblNoProject"))->text(),
+              QStringLiteral("No project is open."));
+    noProject->close();
+    QApplication::processEvents();
+}

@@ -1,0 +1,79 @@
+#include "GeneralHelpers.h"
+#include "KeyedCollection.h"
+#include "TestSupport.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+TEST(KeyedCollection, PositionsKeysAndClassicErrors) {
+    KeyedCollection<int> c;
+    c.Add(1, QStringLiteral("one"));
+    c.Add(3, QStringLiteral("three"));
+    c.Add(2, QStringLiteral("Two"), 2);     // before position 2
+    c.Add(0, QString(), 0, 0);              // no key
+    c.Add(4, QStringLiteral("four"), 0, 3); // after position 3
+    EXPECT_EQ(c.Count(), 5);
+    QList<int> order;
+    for (int v : c)
+        order << v;
+    EXPECT_EQ(order, (QList<int>{1, 2, 3, 4, 0}));
+    EXPECT_EQ(c.Item(QStringLiteral("TWO")), 2) << "keys compare without case";
+    EXPECT_EQ(c.PositionOf(QStringLiteral("three")), 3);
+
+    auto number = [](auto&& call) {
+        try {
+            call();
+        } catch (const TARMOError& e) {
+            return e.Number();
+        }
+        return 0L;
+    };
+    EXPECT_EQ(number([&] { c.Add(9, QStringLiteral("ONE")); }), 457);
+    EXPECT_EQ(number([&] { c.Item(QStringLiteral("nine")); }), 5);
+    EXPECT_EQ(number([&] { c.Item(6); }), 9);
+    EXPECT_EQ(number([&] { c.Item(0); }), 9);
+    EXPECT_EQ(c.Find(QStringLiteral("nine")), nullptr);
+
+    c.Remove(QStringLiteral("two"));
+    EXPECT_EQ(c.Item(QStringLiteral("three")), 3) << "the index follows a removal";
+    EXPECT_EQ(c.PositionOf(QStringLiteral("three")), 2);
+}
+
+TEST(GeneralHelpers, ReadOnlyFilesAreHonoured) {
+    TempFolder dir;
+    const QString path = dir.Path(QStringLiteral("a.sp"));
+    EXPECT_EQ(ReadTextFile(path), QString());
+    CreateTextFile(path, QStringLiteral("one\r\ntwo"));
+    SetReadOnlyFile(path, true);
+    CreateTextFile(path, QStringLiteral("three\r\n"));
+    EXPECT_EQ(ReadTextFile(path), QStringLiteral("three\r\n")) << "line ends are kept as written";
+    EXPECT_TRUE(IsReadOnlyFile(path)) << "the attribute comes back after the write";
+
+    EXPECT_THROW(DeleteFileIfExists(path, false), TARMOError);
+    EXPECT_TRUE(QFile::exists(path));
+    EXPECT_TRUE(DeleteFileIfExists(path, true));
+    EXPECT_FALSE(QFile::exists(path));
+    EXPECT_TRUE(DeleteFileIfExists(path, false)) << "a missing file is no error";
+
+    CreateTextFile(path, QStringLiteral("gone"));
+    SetReadOnlyFile(path, true);
+    EXPECT_EQ(ReadTextFile(path, false, true), QStringLiteral("gone"));
+    EXPECT_FALSE(QFile::exists(path));
+}
+
+TEST(GeneralHelpers, FoldersAndArrays) {
+    TempFolder dir;
+    EnsureFolder(dir.Path(QStringLiteral("x/y")));
+    EXPECT_FALSE(FolderExists(dir.Path(QStringLiteral("x/y")))) << "one level only";
+    EnsureFolder(dir.Path(QStringLiteral("x")));
+    EXPECT_TRUE(FolderExists(dir.Path(QStringLiteral("x"))));
+    EXPECT_TRUE(GetTempFolder().endsWith(QLatin1Char('/')));
+    EXPECT_FALSE(GetWindowsUserName().isEmpty());
+    EXPECT_LE(GetWindowsUserName().size(), 24);
+    EXPECT_TRUE(UserFolder().startsWith(ApplicationFolder()));
+
+    const QVariantList source{QStringLiteral("ignored"), 12, QStringLiteral("b")};
+    EXPECT_EQ(VariantToStringArray(source),
+              (QStringList{QString(), QStringLiteral("12"), QStringLiteral("b")}));
+}
