@@ -127,8 +127,8 @@ QList<StoreVersion> StoreItem::Versions() const {
 
 QList<StoreItem> StoreItem::Items(bool includeDeleted) const {
     requireType(Project);
-    Statement s(*mSession->db,
-                "SELECT id FROM items WHERE parent = ?1 AND (deleted = 0 OR ?2) ORDER BY name, id");
+    Statement s(*mSession->db, "SELECT id FROM items WHERE parent = ?1 AND (deleted = 0 OR ?2) ORDER BY "
+                               "name, deleted, deleted_at DESC, id");
     s.Bind(1, mId).Bind(2, includeDeleted ? 1 : 0);
     QList<StoreItem> result;
     while (s.Step())
