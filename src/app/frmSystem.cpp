@@ -39,6 +39,8 @@ frmSystem::frmSystem(QWidget* parent)
     layout->addWidget(mlvwError);
     layout->addLayout(buttons);
 
+    resize(560, 300);
+
     connect(mcmdContinue, &QPushButton::clicked, this, &frmSystem::cmdContinue_Click);
     connect(mcmdClose, &QPushButton::clicked, this, &QDialog::reject);
     connect(mlvwError, &QTreeWidget::itemClicked, this,

@@ -31,6 +31,13 @@ protected:
     void TearDown() override { SystemComponents::Clear(); }
 };
 
+// With TARMO_SCREENSHOTS set to a folder, window tests leave a picture of what the user sees.
+void screenshot(QWidget* w, const QString& name) {
+    const QString folder = qEnvironmentVariable("TARMO_SCREENSHOTS");
+    if (!folder.isEmpty())
+        w->grab().save(folder + QLatin1Char('/') + name + QStringLiteral(".png"));
+}
+
 template <typename T> T* findTopLevel(const QString& objectName) {
     for (auto* w : QApplication::topLevelWidgets())
         if (auto* t = qobject_cast<T*>(w); t && t->objectName() == objectName && t->isVisible())
@@ -95,6 +102,7 @@ TEST_F(ComponentCheck, ContinueAnywayAsksFirst) {
     int rows = -1;
     QTimer::singleShot(0, &window, [&] {
         rows = window.lvwError()->topLevelItemCount();
+        screenshot(&window, QStringLiteral("frmSystem"));
         window.cmdContinue()->click();
         stillOpenAfterNo = window.isVisible();
         window.cmdContinue()->click();
@@ -132,6 +140,7 @@ TEST_F(ComponentCheck, FirstRunArrivesAtTheProjectChoice) {
     splash->StartTARMO();
     EXPECT_EQ(splash->windowTitle(), QStringLiteral("TARMO - Initializing"));
     EXPECT_EQ(splash->lblVersion()->text(), QStringLiteral("Version: 2.0"));
+    screenshot(splash, QStringLiteral("frmInitialize"));
     ASSERT_TRUE(finished.wait(5000));
 
     const QString product = QStringLiteral("TARMO v2.0 Professional");
@@ -151,6 +160,7 @@ TEST_F(ComponentCheck, FirstRunArrivesAtTheProjectChoice) {
     ASSERT_NE(noProject, nullptr);
     EXPECT_EQ(noProject->findChild<QLabel*>(QStringLiteral("lblNoProject"))->text(),
               QStringLiteral("No project is open."));
+    screenshot(noProject, QStringLiteral("frmNoProject"));
     noProject->close();
     QApplication::processEvents();
 }
