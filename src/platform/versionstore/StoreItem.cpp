@@ -180,11 +180,17 @@ void StoreItem::Checkout(const QString&, const QString& local) {
 void StoreItem::Checkin(const QString& comment, const QString& local) {
     requireType(File);
     const QString path = CleanLocalPath(local);
+    auto requireMine = [this] {
+        if (mSession->CheckoutState(mId) != CheckedOutMe)
+            StoreSession::Raise(StoreErrors::NotCheckedOut,
+                                QStringLiteral("You do not have '%1' checked out.").arg(Spec()));
+    };
+    // Looked at before the file is read, so that a user who holds nothing hears that first; and again
+    // inside the transaction, where it counts.
+    requireMine();
     const QByteArray content = ReadWorkingFile(path);
     Transaction transaction(*mSession->db);
-    if (mSession->CheckoutState(mId) != CheckedOutMe)
-        StoreSession::Raise(StoreErrors::NotCheckedOut,
-                            QStringLiteral("You do not have '%1' checked out.").arg(Spec()));
+    requireMine();
     mSession->Record(mId, QStringLiteral("Checked in"), comment, content);
     Statement release(*mSession->db, "DELETE FROM checkouts WHERE item = ?1 AND user = ?2");
     release.Bind(1, mId).Bind(2, mSession->userName).Run();
