@@ -1,13 +1,17 @@
 #pragma once
 
 #include "Registry.h"
+#include "TARMOProject.h"
+#include "TARMOProjects.h"
 
 #include <QString>
+#include <QStringList>
 
-// The core object of the running system. This half holds the settings: every preference and
-// remembered window geometry is a property backed by one value under "Software\Tarmo Integration".
-// Nothing is cached: each read asks the store and each write goes to it at once, so two running
-// instances see each other's changes.
+// The core object of the running system. It holds the settings: every preference and remembered
+// window geometry is a property backed by one value under "Software\Tarmo Integration". Nothing is
+// cached: each read asks the store and each write goes to it at once, so two running instances see
+// each other's changes. It also keeps the project records, numbered subkeys of the same key in
+// most-recent order (1 is the project opened last), and the current project.
 class TARMODatabase {
 public:
     static const QString SettingsKey; // "Software\Tarmo Integration"
@@ -16,6 +20,30 @@ public:
     explicit TARMODatabase(std::shared_ptr<KeyStore> store);
 
     Registry& SettingsRegistry() { return mRegistry; }
+
+    // --- Projects
+    const std::shared_ptr<TARMOProject>& Project() const { return mProject; }
+    void SetProject(std::shared_ptr<TARMOProject> project) { mProject = std::move(project); }
+    // Makes the project current and number 1 of the most-recent order. Its connections are open.
+    bool OpenProject(std::shared_ptr<TARMOProject> prjToOpen);
+    // The project named by ProjectToOpen, with Default set; nullptr when there is none.
+    std::shared_ptr<TARMOProject> GetDefaultProject() const;
+    // nullptr when the key is missing or has no name.
+    std::shared_ptr<TARMOProject> FindProjectByID(long SequenceID) const;
+    // All projects, by number.
+    std::unique_ptr<TARMOProjects> FindAllProjects(bool bGetProjectValues = true,
+                                                   bool bGetAllSubProjects = true) const;
+    bool ProjectNameExists(const QString& strNewName, const QString& strOldName) const;
+    // Gives a new record the next free number, then writes its thirteen values.
+    void SaveProject(TARMOProject& spToSave);
+    // The highest project number in use; 0 when there is none.
+    long GetRegistryProjectCount() const;
+    // Moves the projects behind it down by one, so the numbers stay without a gap.
+    void RemoveProject(const TARMOProject& spToRemove);
+    // The names of projects 1 to 4 from element 1; element 0 stays empty.
+    QStringList GetMostRecentProject() const;
+    // Makes project n number 1 and moves the ones before it up by one.
+    void MoveProjectToTop(long n);
 
     // --- Project start-up
     bool OpenMostRecent() const;
@@ -113,5 +141,9 @@ private:
     long readBounded(const QString& valueName, long defaultValue, long lowest, long belowLimit) const;
     long readWhole(const QString& valueName, long defaultValue, long lowest) const;
 
+    std::shared_ptr<TARMOProject> LoadProjectFromKey(const RegistryKey& key) const;
+    std::shared_ptr<RegistryKey> ProjectsRoot(bool withValues) const;
+
     Registry mRegistry;
+    std::shared_ptr<TARMOProject> mProject;
 };

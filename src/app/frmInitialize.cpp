@@ -2,6 +2,8 @@
 
 #include "Globals.h"
 #include "TARMODatabase.h"
+#include "TARMOSQL.h"
+#include "TARMOVSS.h"
 #include "frmNoProject.h"
 #include "frmSystem.h"
 
@@ -61,6 +63,22 @@ void frmInitialize::Unload() {
     close();
 }
 
+bool frmInitialize::ConnectProject(TARMOProject& project, const QString&) {
+    SetStatus(QStringLiteral("Opening Most Recent Project - Connecting to SQL"));
+    if (!project.SQL().ConnectionOpen() && !project.SQL()
+                                                .OpenConnection(QString(), QString(), QString(), QString(),
+                                                                TARMOSQL::kUseStoredAuthentication, false)
+                                                .isEmpty())
+        return false;
+    SetStatus(QStringLiteral("Opening Most Recent Project - Connecting to VSS"));
+    if (!project.VSS().ConnectionOpen() &&
+        !project.VSS()
+             .OpenConnection(QString(), QString(), QString(), QString(), QString(), false, false)
+             .isEmpty())
+        return false;
+    return true;
+}
+
 void frmInitialize::tmr_Timer() {
     mtmr.stop();
     const QString product = App::ProductName();
@@ -79,13 +97,21 @@ void frmInitialize::tmr_Timer() {
         }
     }
 
-    // Project records are not kept yet, so there is never a most recent project to connect: the
-    // start-up goes on to the place where a project is chosen.
     SetStatus(QStringLiteral("Finding Most Recent %1 Project").arg(product));
+    if (auto project = gDatabase->GetDefaultProject()) {
+        if (ConnectProject(*project, product)) {
+            SetStatus(QStringLiteral("Opening Most Recent Project"));
+            gDatabase->OpenProject(project);
+            (new frmNoProject(project.get()))->show();
+            Unload();
+            return;
+        }
+    }
 
+    // A project that can't be reached never blocks the start: its connection has told the user why.
     SetStatus(QStringLiteral("Finding %1 Projects").arg(product));
+    gDatabase->FindAllProjects(true, true);
     SetStatus(QStringLiteral("Initializing Project Browser"));
-    auto* browser = new frmNoProject;
-    browser->show();
+    (new frmNoProject)->show();
     Unload();
 }

@@ -5,6 +5,7 @@
 #include <QWidget>
 
 class QLabel;
+class TARMOProject;
 
 // The splash window. Its one-shot timer runs the start-up in a fixed order of steps, each
 // announced in the status line, and hands over to the main window or to the project browser.
@@ -32,6 +33,8 @@ Q_SIGNALS:
 private:
     void tmr_Timer();
     void SetStatus(const QString& text);
+    // Opens both connections of the project that isn't open yet; False when one of them fails.
+    bool ConnectProject(TARMOProject& project, const QString& product);
     void Unload();
 
     QLabel* mlblStatus;

@@ -2,10 +2,12 @@
 
 #include <QWidget>
 
-// Where the start-up arrives when it has no project to open: says so plainly. The project browser
-// takes its place once projects can be chosen and created.
+class TARMOProject;
+
+// Where the start-up arrives until the main window and the project browser stand: says plainly
+// that no project is open, or which project was connected.
 class frmNoProject : public QWidget {
     Q_OBJECT
 public:
-    explicit frmNoProject(QWidget* parent = nullptr);
+    explicit frmNoProject(const TARMOProject* connected = nullptr, QWidget* parent = nullptr);
 };

@@ -10,15 +10,16 @@
 
 namespace {
 
-const char* const usage = "Usage: tarmo [--help] [--version]\n"
-                          "\n"
-                          "TARMO keeps the stored procedures, triggers, user defined functions and views of a\n"
-                          "SQL Server database in a version store: check out, edit, test, check in, history.\n"
-                          "Projects, servers and stores are chosen inside the program; it takes no other\n"
-                          "arguments.\n"
-                          "\n"
-                          "  -h, --help     show this help and exit\n"
-                          "  -v, --version  show the version and exit\n";
+const char* const usage =
+    "Usage: tarmo [--help] [--version]\n"
+    "\n"
+    "TARMO keeps the stored procedures, triggers, user defined functions and views of a\n"
+    "SQL Server database in a version store: check out, edit, test, check in, history.\n"
+    "Projects, servers and stores are chosen inside the program; it takes no other\n"
+    "arguments.\n"
+    "\n"
+    "  -h, --help     show this help and exit\n"
+    "  -v, --version  show the version and exit\n";
 
 // The arguments are answered before any window system is touched, so that --help and --version
 // work without a display.
@@ -38,7 +39,8 @@ int handleArguments(int argc, char* argv[]) {
             ++i;
             continue;
         }
-        std::fprintf(stderr, "tarmo: unexpected argument '%s'\nTry 'tarmo --help' for more information.\n", arg);
+        std::fprintf(stderr, "tarmo: unexpected argument '%s'\nTry 'tarmo --help' for more information.\n",
+                     arg);
         return 2;
     }
     return -1;

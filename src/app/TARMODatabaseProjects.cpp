@@ -1,0 +1,188 @@
+#include "TARMODatabase.h"
+
+#include "TARMOSQL.h"
+#include "TARMOVSS.h"
+
+#include <QMap>
+
+namespace {
+
+bool isFlagSet(const QString& text) {
+    return text == QLatin1String("1");
+}
+QString flagText(bool value) {
+    return value ? QStringLiteral("1") : QStringLiteral("0");
+}
+
+// A subkey names a project only when its name is a number.
+std::optional<long> projectNumber(const QString& keyName) {
+    bool ok = false;
+    const long number = keyName.trimmed().toLong(&ok);
+    return ok ? std::optional<long>(number) : std::nullopt;
+}
+
+} // namespace
+
+std::shared_ptr<RegistryKey> TARMODatabase::ProjectsRoot(bool withValues) const {
+    return mRegistry.GetKeyData(Registry::HKEY_CURRENT_USER, SettingsKey, withValues, true);
+}
+
+std::shared_ptr<TARMOProject> TARMODatabase::LoadProjectFromKey(const RegistryKey& key) const {
+    const QString name = key.GetValueData(QStringLiteral("PrjName"));
+    if (name.isEmpty())
+        return nullptr;
+    auto project = std::make_shared<TARMOProject>();
+    project->SetName(name);
+    project->SetSequence(projectNumber(key.Name()).value_or(0));
+    project->SetDefault(false);
+
+    TARMOSQL& sql = project->SQL();
+    sql.SetServer(key.GetValueData(QStringLiteral("LastServer")));
+    sql.SetDatabase(key.GetValueData(QStringLiteral("LastDatabase")));
+    sql.SetUseWinNTAuth(isFlagSet(key.GetValueData(QStringLiteral("SQLUseWinAuth"))));
+    sql.SetUserName(key.GetValueData(QStringLiteral("LastUserName")));
+    sql.SetStorePassword(isFlagSet(key.GetValueData(QStringLiteral("SavePassword"))));
+    if (sql.StorePassword())
+        sql.SetPassword(key.GetValueData(QStringLiteral("Password")));
+
+    TARMOVSS& vss = project->VSS();
+    vss.SetIniFile(key.GetValueData(QStringLiteral("VSSFile")));
+    vss.SetUserName(key.GetValueData(QStringLiteral("VSSUser")));
+    vss.SetProject(key.GetValueData(QStringLiteral("VSSProject")));
+    vss.SetGeneralWorkingFolder(key.GetValueData(QStringLiteral("PathInit")));
+    vss.SetStorePassword(isFlagSet(key.GetValueData(QStringLiteral("VSSSavePassword"))));
+    if (vss.StorePassword())
+        vss.SetPassword(key.GetValueData(QStringLiteral("VSSPassword")));
+    return project;
+}
+
+bool TARMODatabase::OpenProject(std::shared_ptr<TARMOProject> prjToOpen) {
+    SetProject(prjToOpen);
+    if (prjToOpen->Sequence() > 1)
+        MoveProjectToTop(prjToOpen->Sequence());
+    return true;
+}
+
+std::shared_ptr<TARMOProject> TARMODatabase::GetDefaultProject() const {
+    const auto number = projectNumber(SettingText(QStringLiteral("ProjectToOpen")));
+    if (!number || *number <= 0)
+        return nullptr;
+    auto project = FindProjectByID(*number);
+    if (project)
+        project->SetDefault(true);
+    return project;
+}
+
+std::shared_ptr<TARMOProject> TARMODatabase::FindProjectByID(long SequenceID) const {
+    const QString path = SettingsKey + QLatin1Char('\\') + QString::number(SequenceID);
+    if (!mRegistry.KeyExists(Registry::HKEY_CURRENT_USER, path))
+        return nullptr;
+    return LoadProjectFromKey(*mRegistry.GetKeyData(Registry::HKEY_CURRENT_USER, path, true, false));
+}
+
+std::unique_ptr<TARMOProjects> TARMODatabase::FindAllProjects(bool bGetProjectValues,
+                                                              bool bGetAllSubProjects) const {
+    auto projects = std::make_unique<TARMOProjects>();
+    const auto root =
+        mRegistry.GetKeyData(Registry::HKEY_CURRENT_USER, SettingsKey, bGetProjectValues, bGetAllSubProjects);
+    for (const auto& key : root->SubKeys()) {
+        auto project = LoadProjectFromKey(*key);
+        // Names are unique among the records; a second record of a name written by hand is passed over.
+        if (project && !projects->Contains(project->Name()))
+            projects->Add(QString(), project);
+    }
+    projects->SortBySequence();
+    return projects;
+}
+
+bool TARMODatabase::ProjectNameExists(const QString& strNewName, const QString& strOldName) const {
+    if (strNewName == strOldName)
+        return false;
+    const QString wanted = strNewName.toUpper();
+    const auto root = ProjectsRoot(false);
+    for (const auto& key : root->SubKeys())
+        if (key->GetValueData(QStringLiteral("PrjName")).toUpper() == wanted)
+            return true;
+    return false;
+}
+
+long TARMODatabase::GetRegistryProjectCount() const {
+    long highest = 0;
+    const auto root = ProjectsRoot(false);
+    for (const auto& key : root->SubKeys()) {
+        const auto number = key->Name().isEmpty() ? std::nullopt : projectNumber(key->Name());
+        if (number && !key->GetValueData(QStringLiteral("PrjName")).trimmed().isEmpty())
+            highest = std::max(highest, *number);
+    }
+    return highest;
+}
+
+void TARMODatabase::SaveProject(TARMOProject& spToSave) {
+    if (spToSave.Sequence() == -1)
+        spToSave.SetSequence(GetRegistryProjectCount() + 1);
+    const QString path = SettingsKey + QLatin1Char('\\') + QString::number(spToSave.Sequence());
+    const TARMOSQL& sql = spToSave.SQL();
+    const TARMOVSS& vss = spToSave.VSS();
+    const std::pair<const char*, QString> values[] = {
+        {"PrjName", spToSave.Name()},
+        {"LastServer", sql.Server()},
+        {"LastDatabase", sql.Database()},
+        {"SQLUseWinAuth", flagText(sql.UseWinNTAuth())},
+        {"LastUserName", sql.UserName()},
+        {"Password", sql.Password()},
+        {"SavePassword", flagText(sql.StorePassword())},
+        {"VSSFile", vss.IniFile()},
+        {"VSSUser", vss.UserName()},
+        {"VSSPassword", vss.Password()},
+        {"VSSProject", vss.Project()},
+        {"VSSSavePassword", flagText(vss.StorePassword())},
+        {"PathInit", vss.GeneralWorkingFolder()},
+    };
+    for (const auto& [name, text] : values)
+        mRegistry.WriteValue(Registry::HKEY_CURRENT_USER, path, QString::fromLatin1(name), text);
+}
+
+void TARMODatabase::RemoveProject(const TARMOProject& spToRemove) {
+    const long last = GetRegistryProjectCount();
+    for (long number = spToRemove.Sequence() + 1; number <= last; ++number) {
+        if (auto project = FindProjectByID(number)) {
+            project->SetSequence(number - 1);
+            SaveProject(*project);
+        }
+    }
+    mRegistry.DeleteKey(Registry::HKEY_CURRENT_USER, SettingsKey + QLatin1Char('\\') + QString::number(last));
+}
+
+void TARMODatabase::MoveProjectToTop(long n) {
+    if (n < 2)
+        return;
+    QMap<long, std::shared_ptr<TARMOProject>> table;
+    const auto projects = FindAllProjects();
+    for (const auto& project : *projects)
+        if (project->Sequence() <= n)
+            table.insert(project->Sequence(), project);
+    // Downward, so that no record is overwritten before it has been copied up.
+    for (long i = n - 1; i >= 1; --i) {
+        if (auto project = table.value(i)) {
+            project->SetSequence(i + 1);
+            SaveProject(*project);
+        }
+    }
+    if (auto opened = table.value(n)) {
+        opened->SetSequence(1);
+        SaveProject(*opened);
+    }
+}
+
+QStringList TARMODatabase::GetMostRecentProject() const {
+    QString names[5];
+    const auto projects = FindAllProjects();
+    for (const auto& project : *projects)
+        if (project->Sequence() >= 1 && project->Sequence() < 5)
+            names[project->Sequence()] = project->Name();
+    QStringList result{QString()};
+    for (int i = 1; i < 5; ++i)
+        if (!names[i].isEmpty())
+            result << names[i];
+    return result;
+}

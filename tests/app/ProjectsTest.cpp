@@ -1,0 +1,142 @@
+#include "KeyStore.h"
+#include "TARMODatabase.h"
+#include "TARMOSQL.h"
+#include "TARMOVSS.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class ProjectsTest : public ::testing::Test {
+protected:
+    std::shared_ptr<TARMOProject> save(const QString& name) {
+        auto project = std::make_shared<TARMOProject>();
+        project->SetName(name);
+        project->SQL().SetServer(QStringLiteral("server-") + name);
+        db.SaveProject(*project);
+        return project;
+    }
+    QStringList namesInOrder() {
+        QStringList names;
+        for (long n = 1; n <= db.GetRegistryProjectCount(); ++n) {
+            auto p = db.FindProjectByID(n);
+            names << (p ? p->Name() : QStringLiteral("<gap>"));
+        }
+        return names;
+    }
+    QString stored(long number, const QString& value) {
+        return db.SettingsRegistry().GetValue(Registry::HKEY_CURRENT_USER,
+                                              TARMODatabase::SettingsKey + QStringLiteral("\\%1").arg(number),
+                                              value);
+    }
+
+    TempFolder dir;
+    TARMODatabase db{std::make_shared<KeyStore>(dir.Path(QStringLiteral("registry.json")))};
+};
+
+} // namespace
+
+TEST_F(ProjectsTest, NumbersRunFromOneWithoutAGap) {
+    EXPECT_EQ(db.GetRegistryProjectCount(), 0);
+    EXPECT_EQ(save(QStringLiteral("A"))->Sequence(), 1);
+    save(QStringLiteral("B"));
+    save(QStringLiteral("C"));
+    auto d = save(QStringLiteral("D"));
+    EXPECT_EQ(d->Sequence(), 4);
+
+    db.RemoveProject(*db.FindProjectByID(2));
+    EXPECT_EQ(namesInOrder(), (QStringList{QStringLiteral("A"), QStringLiteral("C"), QStringLiteral("D")}));
+    EXPECT_FALSE(db.SettingsRegistry().KeyExists(Registry::HKEY_CURRENT_USER,
+                                                 TARMODatabase::SettingsKey + QStringLiteral("\\4")));
+    EXPECT_EQ(stored(2, QStringLiteral("LastServer")), QStringLiteral("server-C"))
+        << "the whole record moves";
+
+    db.RemoveProject(*db.FindProjectByID(3));
+    EXPECT_EQ(namesInOrder(), (QStringList{QStringLiteral("A"), QStringLiteral("C")}));
+}
+
+TEST_F(ProjectsTest, OpeningMovesAProjectToTheTop) {
+    for (const char* name : {"P1", "P2", "P3", "P4"})
+        save(QString::fromLatin1(name));
+    auto held = db.FindProjectByID(3);
+    db.MoveProjectToTop(3);
+    EXPECT_EQ(namesInOrder(), (QStringList{QStringLiteral("P3"), QStringLiteral("P1"), QStringLiteral("P2"),
+                                           QStringLiteral("P4")}));
+    EXPECT_EQ(held->Sequence(), 3) << "the caller's object keeps its number";
+    db.MoveProjectToTop(1);
+    EXPECT_EQ(namesInOrder().first(), QStringLiteral("P3"));
+
+    for (const char* name : {"P5", "P6"})
+        save(QString::fromLatin1(name));
+    EXPECT_EQ(db.GetMostRecentProject(), (QStringList{QString(), QStringLiteral("P3"), QStringLiteral("P1"),
+                                                      QStringLiteral("P2"), QStringLiteral("P4")}));
+}
+
+TEST_F(ProjectsTest, PasswordsAreReadOnlyWhenTheirFlagSaysSo) {
+    auto p = std::make_shared<TARMOProject>();
+    p->SetName(QStringLiteral("Sales"));
+    p->SQL().SetUseWinNTAuth(true);
+    p->SQL().SetUserName(QStringLiteral("ignored"));
+    p->SQL().SetPassword(QStringLiteral("sqlpw"));
+    p->VSS().SetPassword(QStringLiteral("vsspw"));
+    p->VSS().SetStorePassword(true);
+    p->VSS().SetProject(QStringLiteral("$\\Sales\\Orders\\"));
+    db.SaveProject(*p);
+
+    EXPECT_EQ(stored(1, QStringLiteral("LastUserName")), QStringLiteral("(Windows authentication)"));
+    EXPECT_EQ(stored(1, QStringLiteral("Password")), QStringLiteral("sqlpw")) << "written whatever the flag";
+    auto loaded = db.FindProjectByID(1);
+    ASSERT_TRUE(loaded);
+    EXPECT_EQ(loaded->SQL().Password(), QString()) << "SavePassword 0 gives an empty password";
+    EXPECT_EQ(loaded->VSS().Password(), QStringLiteral("vsspw"));
+    EXPECT_EQ(loaded->VSS().Project(), QStringLiteral("$\\Sales\\Orders\\"));
+    EXPECT_TRUE(loaded->SQL().UseWinNTAuth());
+    db.SaveProject(*loaded);
+    EXPECT_EQ(stored(1, QStringLiteral("Password")), QString()) << "the next save overwrites the stored text";
+}
+
+TEST_F(ProjectsTest, DefaultProjectAndNames) {
+    save(QStringLiteral("One"));
+    save(QStringLiteral("Two"));
+    save(QStringLiteral("Three"));
+    EXPECT_EQ(db.GetDefaultProject(), nullptr);
+    db.SettingsRegistry().WriteValue(Registry::HKEY_CURRENT_USER, TARMODatabase::SettingsKey,
+                                     QStringLiteral("ProjectToOpen"), QStringLiteral("3"));
+    EXPECT_FALSE(db.OpenMostRecent());
+    auto def = db.GetDefaultProject();
+    ASSERT_TRUE(def);
+    EXPECT_EQ(def->Name(), QStringLiteral("Three"));
+    EXPECT_TRUE(def->Default());
+    db.SettingsRegistry().WriteValue(Registry::HKEY_CURRENT_USER, TARMODatabase::SettingsKey,
+                                     QStringLiteral("ProjectToOpen"), QStringLiteral("9"));
+    EXPECT_EQ(db.GetDefaultProject(), nullptr);
+
+    EXPECT_TRUE(db.ProjectNameExists(QStringLiteral("ONE"), QStringLiteral("One")))
+        << "the project itself is found";
+    EXPECT_FALSE(db.ProjectNameExists(QStringLiteral("One"), QStringLiteral("One")));
+    EXPECT_FALSE(db.ProjectNameExists(QStringLiteral("Four"), QString()));
+
+    // A blank name doesn't count for the numbering.
+    db.SettingsRegistry().WriteValue(Registry::HKEY_CURRENT_USER,
+                                     TARMODatabase::SettingsKey + QStringLiteral("\\7"),
+                                     QStringLiteral("PrjName"), QStringLiteral("  "));
+    EXPECT_EQ(db.GetRegistryProjectCount(), 3);
+}
+
+TEST_F(ProjectsTest, RenamingInTheListKeepsThePlace) {
+    TARMOProjects list;
+    list.Add(QStringLiteral("a"));
+    list.Add(QStringLiteral("b"));
+    list.Add(QStringLiteral("c"));
+    list.ChangeProjectName(QStringLiteral("a"), QStringLiteral("first"));
+    list.ChangeProjectName(QStringLiteral("B"), QStringLiteral("middle"));
+    EXPECT_EQ(list.Item(1)->Name(), QStringLiteral("first"));
+    EXPECT_EQ(list.Item(2)->Name(), QStringLiteral("middle"));
+    EXPECT_EQ(list.Item(QStringLiteral("MIDDLE"))->Name(), QStringLiteral("middle"));
+    EXPECT_EQ(list.Item(3)->Name(), QStringLiteral("c"));
+    TARMOProjects single;
+    single.Add(QStringLiteral("x"));
+    single.ChangeProjectName(QStringLiteral("x"), QStringLiteral("y"));
+    EXPECT_EQ(single.Item(1)->Name(), QStringLiteral("y"));
+}
