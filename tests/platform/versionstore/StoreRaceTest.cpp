@@ -95,3 +95,49 @@ TEST(StoreRace, OneWinnerPerCheckoutAndNoLostOrDuplicateVersion) {
     // How hard the workers fought depends on the scheduler; the count is kept for the record only.
     RecordProperty("refused_checkouts", losses);
 }
+
+// A process killed in the middle of its work leaves a store that opens, holds whole versions only, and
+// lets the others go on; what the killed user had checked out stays his until he undoes it.
+TEST(StoreRace, AKilledProcessLeavesTheStoreConsistent) {
+    TempFolder folder;
+    const QString ini = VersionStore::Create(folder.Path(QStringLiteral("store")), QStringLiteral("admin"));
+    {
+        VersionStore admin;
+        admin.Open(ini, QStringLiteral("Admin"), QStringLiteral("admin"));
+        admin.AddUser(QStringLiteral("user0"), QStringLiteral("user0-pw"));
+        QFile file(folder.Path(QStringLiteral("k.sp")));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("header\n");
+        file.close();
+        admin.Item(QStringLiteral("$/")).Add(folder.Path(QStringLiteral("k.sp")), QString());
+    }
+    QDir().mkpath(folder.Path(QStringLiteral("work")));
+    QProcess worker;
+    worker.start(QStringLiteral(RACE_WORKER),
+                 QStringList{ini, QStringLiteral("user0"), QStringLiteral("1000000"),
+                             folder.Path(QStringLiteral("work")), QStringLiteral("$/k.sp")});
+    ASSERT_TRUE(worker.waitForReadyRead(60000));
+    worker.kill();
+    ASSERT_TRUE(worker.waitForFinished(60000));
+
+    VersionStore store;
+    store.Open(ini, QStringLiteral("Admin"), QStringLiteral("admin"));
+    StoreItem item = store.Item(QStringLiteral("$/k.sp"));
+    QList<StoreVersion> versions = item.Versions();
+    std::reverse(versions.begin(), versions.end());
+    ASSERT_GE(versions.size(), 2);
+    for (int i = 0; i < versions.size(); ++i) {
+        EXPECT_EQ(versions[i].VersionNumber(), i + 1);
+        EXPECT_EQ(versions[i].Text().count('\n'), i + 1);
+    }
+    EXPECT_NE(item.IsCheckedOut(), StoreItem::CheckedOutMe);
+    if (item.IsCheckedOut() == StoreItem::CheckedOut) {
+        VersionStore killedUser;
+        killedUser.Open(ini, QStringLiteral("user0"), QStringLiteral("user0-pw"));
+        killedUser.Item(QStringLiteral("$/k.sp")).UndoCheckout(QString());
+    }
+    const QString local = folder.Path(QStringLiteral("admin-k.sp"));
+    item.Checkout(QString(), local);
+    item.Checkin(QStringLiteral("after the crash"), local);
+    EXPECT_EQ(item.VersionNumber(), versions.size() + 1);
+}

@@ -1,0 +1,136 @@
+#include "TestSupport.h"
+
+#include <QFile>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Result {
+    int exitCode;
+    QString out;
+    QString err;
+};
+
+// Runs the command line with the store of the test in the environment.
+class CommandLineTest : public ::testing::Test {
+protected:
+    Result Run(const QStringList& arguments) {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TARMO_VSS_INI"), folder.Path(QStringLiteral("store/srcsafe.ini")));
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(folder.Path());
+        process.start(QStringLiteral(VSS_TOOL), arguments);
+        EXPECT_TRUE(process.waitForFinished(60000));
+        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
+    }
+    Result As(const QString& login, QStringList arguments) {
+        return Run(QStringList{QStringLiteral("-y"), login} + arguments);
+    }
+    void SetUp() override {
+        ASSERT_EQ(Run({QStringLiteral("create"), folder.Path(QStringLiteral("store")),
+                       QStringLiteral("--admin-password"), QStringLiteral("pw")})
+                      .exitCode,
+                  0);
+        ASSERT_EQ(As(QStringLiteral("Admin,pw"),
+                     {QStringLiteral("adduser"), QStringLiteral("ann"), QStringLiteral("a,1")})
+                      .exitCode,
+                  0);
+        ASSERT_EQ(As(QStringLiteral("Admin,pw"), {QStringLiteral("mkproject"), QStringLiteral("$\\Sales\\")})
+                      .exitCode,
+                  0);
+    }
+    TempFolder folder;
+};
+
+TEST_F(CommandLineTest, AFileThroughItsWholeLife) {
+    const QString ann = QStringLiteral("ann,a,1"); // the password holds a comma of its own
+    QFile file(folder.Path(QStringLiteral("x.sp")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("one\n");
+    file.close();
+    EXPECT_EQ(As(ann, {QStringLiteral("add"), QStringLiteral("$/Sales/x.sp"), QStringLiteral("x.sp"),
+                       QStringLiteral("-c"), QStringLiteral("first")})
+                  .out,
+              QStringLiteral("$/Sales/x.sp\n"));
+    EXPECT_EQ(As(ann, {QStringLiteral("checkout"), QStringLiteral("$/Sales/x.sp")}).exitCode, 0);
+    EXPECT_TRUE(As(ann, {QStringLiteral("status"), QStringLiteral("$/Sales/x.sp")}).out.startsWith("ann\t"));
+
+    const Result refused =
+        As(QStringLiteral("Admin,pw"), {QStringLiteral("checkout"), QStringLiteral("$/Sales/x.sp"),
+                                        QStringLiteral("--to"), QStringLiteral("a.sp")});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_EQ(refused.out, QString());
+    EXPECT_EQ(refused.err, QStringLiteral("tarmo-vss: '$/Sales/x.sp' is checked out by ann.\n"));
+
+    ASSERT_TRUE(file.open(QIODevice::Append));
+    file.write("two\n");
+    file.close();
+    EXPECT_EQ(As(ann, {QStringLiteral("checkin"), QStringLiteral("$/Sales/x.sp"), QStringLiteral("x.sp"),
+                       QStringLiteral("-c"), QStringLiteral("line\ntwo")})
+                  .out,
+              QStringLiteral("$/Sales/x.sp\t2\n"));
+    EXPECT_EQ(As(ann, {QStringLiteral("label"), QStringLiteral("$/Sales/x.sp"), QStringLiteral("Release 1")})
+                  .exitCode,
+              0);
+    const QStringList history =
+        As(ann, {QStringLiteral("history"), QStringLiteral("$/Sales/x.sp")}).out.split(QLatin1Char('\n'));
+    ASSERT_EQ(history.size(), 4);
+    EXPECT_TRUE(history[0].startsWith(QStringLiteral("2\tann\t")));
+    EXPECT_TRUE(history[0].endsWith(QStringLiteral("\tLabeled 'Release 1'\t")));
+    EXPECT_TRUE(history[1].endsWith(QStringLiteral("\tChecked in\tline\\ntwo"))) << "one record a line";
+    EXPECT_TRUE(history[2].endsWith(QStringLiteral("\tCreated\tfirst")));
+
+    EXPECT_EQ(As(ann, {QStringLiteral("get"), QStringLiteral("$/Sales/x.sp"), QStringLiteral("-v"),
+                       QStringLiteral("1"), QStringLiteral("--to"), QStringLiteral("old.sp")})
+                  .exitCode,
+              0);
+    QFile old(folder.Path(QStringLiteral("old.sp")));
+    ASSERT_TRUE(old.open(QIODevice::ReadOnly));
+    EXPECT_EQ(old.readAll(), QByteArray("one\n"));
+    EXPECT_EQ(As(ann, {QStringLiteral("get"), QStringLiteral("$/Sales/x.sp"), QStringLiteral("-v"),
+                       QStringLiteral("9")})
+                  .exitCode,
+              1);
+
+    EXPECT_EQ(
+        As(ann, {QStringLiteral("rename"), QStringLiteral("$/Sales/x.sp"), QStringLiteral("y.sp")}).exitCode,
+        0);
+    EXPECT_EQ(As(ann, {QStringLiteral("delete"), QStringLiteral("$/Sales/y.sp")}).exitCode, 0);
+    EXPECT_EQ(As(ann, {QStringLiteral("dir"), QStringLiteral("$/Sales")}).out, QString());
+    EXPECT_EQ(As(ann, {QStringLiteral("dir"), QStringLiteral("$/Sales"), QStringLiteral("--deleted")}).out,
+              QStringLiteral("file\ty.sp\tdeleted\t\n"));
+    EXPECT_EQ(As(ann, {QStringLiteral("recover"), QStringLiteral("$/Sales/y.sp")}).exitCode, 0);
+    EXPECT_EQ(As(ann, {QStringLiteral("dir"), QStringLiteral("$/")}).out,
+              QStringLiteral("project\tSales\tliving\t\n"));
+}
+
+TEST_F(CommandLineTest, UsersAndWrongCallsFailOnStderr) {
+    EXPECT_EQ(As(QStringLiteral("ann,wrong"), {QStringLiteral("dir"), QStringLiteral("$/")}).err,
+              QStringLiteral("tarmo-vss: Invalid password for user \"ann\"\n"));
+    EXPECT_EQ(
+        As(QStringLiteral("ann,a,1"), {QStringLiteral("adduser"), QStringLiteral("bo"), QStringLiteral("b")})
+            .exitCode,
+        1);
+    EXPECT_EQ(As(QStringLiteral("ann,a,1"),
+                 {QStringLiteral("password"), QStringLiteral("ann"), QStringLiteral("new")})
+                  .exitCode,
+              0);
+    EXPECT_EQ(As(QStringLiteral("ann,new"), {QStringLiteral("users")}).out, QStringLiteral("Admin\nann\n"));
+
+    const Result unknown = As(QStringLiteral("ann,new"), {QStringLiteral("frobnicate")});
+    EXPECT_EQ(unknown.exitCode, 1);
+    EXPECT_TRUE(unknown.err.startsWith(QStringLiteral("tarmo-vss: unknown command frobnicate\nusage:")));
+    EXPECT_EQ(Run({QStringLiteral("dir"), QStringLiteral("$/")}).exitCode, 1) << "no login";
+    EXPECT_EQ(As(QStringLiteral("ann,new"), {QStringLiteral("get")}).exitCode, 1) << "no item";
+    EXPECT_EQ(Run({QStringLiteral("create"), folder.Path(QStringLiteral("store")),
+                   QStringLiteral("--admin-password"), QStringLiteral("x")})
+                  .exitCode,
+              1)
+        << "a store is never made twice";
+}
+
+} // namespace
