@@ -1,8 +1,13 @@
+#include "EmbeddedServer.h"
 #include "Globals.h"
+#include "Registry.h"
 #include "ScriptedPrompts.h"
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
+#include "TARMOSQL.h"
+#include "TARMOVSS.h"
 #include "TestSupport.h"
+#include "VersionStore.h"
 #include "frmInitialize.h"
 #include "frmSystem.h"
 
@@ -163,4 +168,98 @@ TEST_F(ComponentCheck, FirstRunArrivesAtTheProjectChoice) {
     screenshot(noProject, QStringLiteral("frmNoProject"));
     noProject->close();
     QApplication::processEvents();
+}
+
+namespace {
+
+// Runs the start-up to its end and gives the statuses it showed.
+QStringList runStartup() {
+    SystemComponents::RegisterPlatformComponents();
+    frmInitialize::SetStatusPause(0);
+    auto* splash = new frmInitialize;
+    QSignalSpy finished(splash, &frmInitialize::Finished);
+    splash->StartTARMO();
+    EXPECT_TRUE(finished.wait(10000));
+    return splash->StatusHistory();
+}
+
+void saveProjectAsMostRecent(TARMOProject& project) {
+    TARMODatabase settings;
+    project.SetSequence(1);
+    settings.SaveProject(project);
+    settings.SetOpenMostRecent(true);
+}
+
+void closeStartWindow() {
+    if (auto* w = findTopLevel<QWidget>(QStringLiteral("frmNoProject")))
+        w->close();
+    QApplication::processEvents();
+}
+
+} // namespace
+
+// A project whose server can't be reached: its connection shows the error, the store is not tried,
+// and the start goes on to the project choice.
+TEST_F(ComponentCheck, UnreachableProjectGoesOnToTheProjectChoice) {
+    IsolatedUserFolders folders;
+    TempFolder dir;
+    ScriptedPromptsScope prompts;
+    TARMOProject project;
+    project.SetName(QStringLiteral("Gone"));
+    project.SQL().SetServer(QStringLiteral("embedded:") + dir.Path(QStringLiteral("no-server-here")));
+    project.SQL().SetDatabase(QStringLiteral("Sales"));
+    project.SQL().SetUserName(QStringLiteral("sa"));
+    project.SQL().SetStorePassword(true);
+    saveProjectAsMostRecent(project);
+
+    const QStringList statuses = runStartup();
+    EXPECT_TRUE(statuses.contains(QStringLiteral("Opening Most Recent Project - Connecting to SQL")));
+    EXPECT_FALSE(statuses.contains(QStringLiteral("Opening Most Recent Project - Connecting to VSS")));
+    EXPECT_EQ(statuses.last(), QStringLiteral("Initializing Project Browser"));
+    ASSERT_EQ(prompts->Records().size(), 1);
+    EXPECT_EQ(prompts->Records().first().title, QStringLiteral("Connection Error"));
+    EXPECT_EQ(prompts->Records().first().icon, Prompt::Icon::Critical);
+    closeStartWindow();
+}
+
+TEST_F(ComponentCheck, MostRecentProjectIsConnectedAndOpened) {
+    IsolatedUserFolders folders;
+    TempFolder dir;
+    ScriptedPromptsScope prompts;
+    EmbeddedServer::Create(dir.Path(QStringLiteral("server")), QStringLiteral("secret"));
+    const QString ini = VersionStore::Create(dir.Path(QStringLiteral("store")), QStringLiteral("adminpw"));
+    {
+        TARMOVSS admin;
+        ASSERT_EQ(admin.OpenConnection(ini, QStringLiteral("Admin"), QStringLiteral("adminpw"),
+                                       QStringLiteral("$\\"), dir.Path(QStringLiteral("work")), true, true),
+                  QString());
+        ASSERT_EQ(admin.CreateNewProject(QStringLiteral("$\\"), QStringLiteral("Demo")), QString());
+    }
+
+    TARMOProject project;
+    project.SetName(QStringLiteral("Demo"));
+    project.SQL().SetServer(QStringLiteral("embedded:") + dir.Path(QStringLiteral("server")));
+    project.SQL().SetDatabase(QStringLiteral("master"));
+    project.SQL().SetUserName(QStringLiteral("sa"));
+    project.SQL().SetPassword(QStringLiteral("secret"));
+    project.SQL().SetStorePassword(true);
+    project.VSS().SetIniFile(ini);
+    project.VSS().SetUserName(QStringLiteral("Admin"));
+    project.VSS().SetPassword(QStringLiteral("adminpw"));
+    project.VSS().SetStorePassword(true);
+    project.VSS().SetProject(QStringLiteral("$\\Demo\\"));
+    project.VSS().SetGeneralWorkingFolder(dir.Path(QStringLiteral("work")));
+    saveProjectAsMostRecent(project);
+
+    const QStringList statuses = runStartup();
+    EXPECT_TRUE(prompts->Records().isEmpty()) << qPrintable(prompts->Messages().join(QLatin1Char('\n')));
+    EXPECT_EQ(statuses.last(), QStringLiteral("Opening Most Recent Project"));
+    ASSERT_TRUE(gDatabase->Project());
+    EXPECT_EQ(gDatabase->Project()->Name(), QStringLiteral("Demo"));
+    EXPECT_TRUE(gDatabase->Project()->SQL().ConnectionOpen());
+    EXPECT_TRUE(gDatabase->Project()->VSS().ConnectionOpen());
+    EXPECT_TRUE(gDatabase->Project()->IsFirstUserToConnect());
+    gDatabase->Project()->ProjectWasSyncronized();
+    EXPECT_FALSE(gDatabase->Project()->IsFirstUserToConnect());
+    closeStartWindow();
 }
