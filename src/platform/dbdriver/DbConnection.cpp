@@ -2,6 +2,7 @@
 
 #include "EmbeddedConnection.h"
 #include "OdbcConnection.h"
+#include "ServerBrowser.h"
 
 #include <QRegularExpression>
 
@@ -63,7 +64,7 @@ bool CanListDatabasesAndParse(const QString& server) {
 }
 
 QStringList ListServers() {
-    return {};
+    return ServerBrowser::Browse();
 }
 
 QString StripDriverPrefixes(const QString& text) {

@@ -70,8 +70,8 @@ std::unique_ptr<DbConnection> CreateConnection(const QString& server);
 // Whether the driver of a server name can list databases and parse without running.
 bool CanListDatabasesAndParse(const QString& server);
 
-// The server names the drivers can find on their own; none of ours can browse a network, so this
-// lists nothing today, and callers show an empty list.
+// The SQL Servers that answer a broadcast on the local network (embedded servers can't be found this
+// way); an empty list when none answers within a second.
 QStringList ListServers();
 
 // The message texts without the prefixes our drivers put in front of them ("[FreeTDS][SQL Server]",

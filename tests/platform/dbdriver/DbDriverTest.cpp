@@ -1,4 +1,5 @@
 #include "DbConnection.h"
+#include "ServerBrowser.h"
 
 #include <gtest/gtest.h>
 
@@ -91,4 +92,22 @@ TEST(DbRecordset, WalksCountsAndRefusesWhatIsNotThere) {
     const DbRecordset empty;
     EXPECT_TRUE(empty.Eof());
     EXPECT_EQ(empty.RecordCount(), 0);
+}
+
+TEST(ServerBrowser, AnswersOfTheBrowserServiceBecomeServerNames) {
+    const QByteArray text(
+        "ServerName;DB1;InstanceName;MSSQLSERVER;IsClustered;No;Version;15.0.2000.5;tcp;1433;;"
+        "ServerName;DB1;InstanceName;DEV;IsClustered;No;Version;16.0.1000.6;tcp;50123;;");
+    QByteArray datagram;
+    datagram.append(char(0x05));
+    datagram.append(char(text.size() & 0xff));
+    datagram.append(char(text.size() >> 8));
+    datagram.append(text);
+    EXPECT_EQ(ServerBrowser::ParseResponse(datagram), QStringList({"DB1", "DB1\\DEV"}));
+    // A length that claims less than the datagram holds is honoured.
+    datagram[1] = char(20);
+    datagram[2] = char(0);
+    EXPECT_EQ(ServerBrowser::ParseResponse(datagram), QStringList());
+    EXPECT_EQ(ServerBrowser::ParseResponse(QByteArray("\x04\x00\x00", 3)), QStringList());
+    EXPECT_EQ(ServerBrowser::ParseResponse(QByteArray()), QStringList());
 }
