@@ -39,6 +39,7 @@ CREATE TABLE IF NOT EXISTS checkouts(
     user TEXT NOT NULL COLLATE NOCASE,
     date INTEGER NOT NULL,
     local TEXT NOT NULL DEFAULT '',
+    comment TEXT NOT NULL DEFAULT '',
     PRIMARY KEY(item, user));
 INSERT OR IGNORE INTO items(id, parent, name, type) VALUES(1, NULL, '$', 0);
 )SQL";
@@ -164,9 +165,9 @@ bool Statement::IsNull(int column) const {
     return sqlite3_column_type(mStmt, column) == SQLITE_NULL;
 }
 
-Transaction::Transaction(StoreConnection& connection)
+Transaction::Transaction(StoreConnection& connection, Kind kind)
     : mConnection(connection) {
-    mConnection.Execute("BEGIN IMMEDIATE");
+    mConnection.Execute(kind == Write ? "BEGIN IMMEDIATE" : "BEGIN");
 }
 
 Transaction::~Transaction() {

@@ -56,10 +56,12 @@ private:
 };
 
 // A write transaction taken at once (BEGIN IMMEDIATE), so that a look at an item's state and the change
-// that depends on it can't be split by another process. Rolled back unless committed.
+// that depends on it can't be split by another process. Rolled back unless committed. A read
+// transaction gives several reads one snapshot without keeping writers out.
 class Transaction {
 public:
-    explicit Transaction(StoreConnection& connection);
+    enum Kind { Write, Read };
+    explicit Transaction(StoreConnection& connection, Kind kind = Write);
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;

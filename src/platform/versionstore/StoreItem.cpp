@@ -91,11 +91,11 @@ int StoreItem::IsCheckedOut() const {
 
 QList<StoreCheckout> StoreItem::Checkouts() const {
     Statement s(*mSession->db,
-                "SELECT user, date, local FROM checkouts WHERE item = ?1 ORDER BY date, rowid");
+                "SELECT user, date, local, comment FROM checkouts WHERE item = ?1 ORDER BY date, rowid");
     s.Bind(1, mId);
     QList<StoreCheckout> result;
     while (s.Step())
-        result << StoreCheckout{s.Text(0), fromStore(s.Int(1)), s.Text(2)};
+        result << StoreCheckout{s.Text(0), fromStore(s.Int(1)), s.Text(2), s.Text(3)};
     return result;
 }
 
@@ -139,19 +139,22 @@ QList<StoreItem> StoreItem::Items(bool includeDeleted) const {
 void StoreItem::Get(QString& local) const {
     requireType(File);
     const QString path = CleanLocalPath(local);
+    Transaction snapshot(*mSession->db, Transaction::Read);
     const QString working = mSession->CheckoutLocal(mId);
     const bool mine = mSession->CheckoutState(mId) == CheckedOutMe;
+    const QByteArray head = mSession->HeadContent(mId);
+    snapshot.Commit();
     if (mine && path == working && FileExists(path) && !IsReadOnlyFile(path))
         StoreSession::Raise(
             StoreErrors::WorkingFileProtected,
             QStringLiteral("'%1' is checked out to '%2', which holds your changes; it was not "
                            "replaced.")
                 .arg(Spec(), path));
-    WriteWorkingFile(path, mSession->HeadContent(mId), !mine);
+    WriteWorkingFile(path, head, !mine);
     local = path;
 }
 
-void StoreItem::Checkout(const QString&, const QString& local) {
+void StoreItem::Checkout(const QString& comment, const QString& local) {
     requireType(File);
     const QString path = CleanLocalPath(local);
     QByteArray head;
@@ -167,9 +170,11 @@ void StoreItem::Checkout(const QString&, const QString& local) {
             StoreSession::Raise(StoreErrors::CheckedOutByOther,
                                 QStringLiteral("'%1' is checked out by %2.")
                                     .arg(Spec(), mSession->Holders(mId).join(QStringLiteral(", "))));
-        Statement insert(*mSession->db,
-                         "INSERT INTO checkouts(item, user, date, local) VALUES(?1, ?2, ?3, ?4)");
-        insert.Bind(1, mId).Bind(2, mSession->userName).Bind(3, StoreSession::Now()).Bind(4, path).Run();
+        Statement insert(
+            *mSession->db,
+            "INSERT INTO checkouts(item, user, date, local, comment) VALUES(?1, ?2, ?3, ?4, ?5)");
+        insert.Bind(1, mId).Bind(2, mSession->userName).Bind(3, StoreSession::Now()).Bind(4, path);
+        insert.Bind(5, comment).Run();
         head = mSession->HeadContent(mId);
         transaction.Commit();
     }

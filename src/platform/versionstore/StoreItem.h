@@ -15,6 +15,7 @@ struct StoreCheckout {
     QString UserName;
     QDateTime Date;
     QString LocalSpec; // the working file it was checked out to
+    QString Comment;
 };
 
 // A project or a file of the store. The object names the item, not a copy of it: every property reads
