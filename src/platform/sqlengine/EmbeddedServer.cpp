@@ -1,64 +1,146 @@
 #include "EmbeddedServer.h"
 
+#include "Catalogue.h"
+#include "GeneralHelpers.h"
+#include "ServerState.h"
+#include "SessionState.h"
+#include "SqliteDb.h"
 #include "TARMOError.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+#include <QRandomGenerator>
+#include <unistd.h>
 
-class ServerState {
-public:
-    QString folder;
-};
+namespace {
 
-class SessionState {};
+const QString kSource = QStringLiteral("EmbeddedServer");
 
-void EmbeddedServer::Create(const QString& folder, const QString&) {
+SqlMessage LoginFailed(const QString& login) {
+    SqlMessage m;
+    m.number = 18456;
+    m.severity = 14;
+    m.state = 1;
+    m.line = 1;
+    m.text = QStringLiteral("Login failed for user '%1'.").arg(login);
+    return m;
+}
+
+} // namespace
+
+void EmbeddedServer::Create(const QString& folder, const QString& saPassword) {
     if (IsServerFolder(folder))
-        throw TARMOError(1801, QStringLiteral("EmbeddedServer"),
+        throw TARMOError(1801, kSource,
                          QStringLiteral("The folder '%1' already holds a server.").arg(folder));
-    throw TARMOError(5, QStringLiteral("EmbeddedServer"), QStringLiteral("Not built yet."));
+    try {
+        EnsureFolder(folder);
+    } catch (const TARMOError&) {
+        throw TARMOError(5, kSource, QStringLiteral("The server folder '%1' can't be created.").arg(folder));
+    }
+    const QString path = ServerState::MasterPath(folder);
+    const QString temp = path + QStringLiteral(".new");
+    QFile::remove(temp);
+    try {
+        {
+            SqliteDb db(temp, true);
+            Catalogue::CreateMasterCatalogue(db);
+            const QByteArray saSid(1, '\x01');
+            Catalogue::CreateDatabaseCatalogue(db, saSid);
+            QByteArray salt(16, Qt::Uninitialized);
+            for (char& c : salt)
+                c = char(QRandomGenerator::system()->bounded(256));
+            db.Exec(QStringLiteral(
+                        "INSERT INTO engine_logins (sid, name, dbname, createdate, sysadmin, isntname, salt, "
+                        "hash) VALUES (?, 'sa', 'master', ?, 1, 0, ?, ?)"),
+                    {saSid, Catalogue::Now(), salt, ServerState::HashPassword(salt, saPassword)});
+            db.Exec(QStringLiteral(
+                        "INSERT INTO sysdatabases (name, dbid, sid, mode, status, status2, crdate, reserved, "
+                        "category, cmptlevel, filename) VALUES ('master', 1, ?, 0, 24, 0, ?, NULL, 0, 80, "
+                        "'master.db')"),
+                    {saSid, Catalogue::Now()});
+            // One file, not three: the folder then holds a finished server or none.
+            db.Exec(QStringLiteral("PRAGMA journal_mode=DELETE"));
+        }
+        QFile::remove(temp + QStringLiteral("-wal"));
+        QFile::remove(temp + QStringLiteral("-shm"));
+        if (!QFile::rename(temp, path))
+            throw SqliteError{0, QStringLiteral("rename failed")};
+    } catch (const SqliteError& e) {
+        QFile::remove(temp);
+        throw TARMOError(
+            5, kSource, QStringLiteral("The server folder '%1' can't be written: %2").arg(folder, e.message));
+    }
 }
 
 bool EmbeddedServer::IsServerFolder(const QString& folder) {
-    return QFileInfo::exists(QDir(folder).filePath(QStringLiteral("master.db")));
+    return QFileInfo(ServerState::MasterPath(folder)).isFile();
 }
 
-EmbeddedServer::EmbeddedServer(const QString& folder)
-    : mState(std::make_shared<ServerState>()) {
+EmbeddedServer::EmbeddedServer(const QString& folder) {
     if (!IsServerFolder(folder))
-        throw TARMOError(5, QStringLiteral("EmbeddedServer"),
-                         QStringLiteral("'%1' is not a server folder.").arg(folder));
-    mState->folder = folder;
+        throw TARMOError(5, kSource, QStringLiteral("'%1' is not a server folder.").arg(folder));
+    mState = std::make_shared<ServerState>(QDir(folder).absolutePath());
 }
 
 EmbeddedServer::~EmbeddedServer() = default;
+
 QString EmbeddedServer::Folder() const {
     return mState->folder;
 }
+
 QStringList EmbeddedServer::DatabaseNames() const {
-    return {};
+    try {
+        return mState->DatabaseNames();
+    } catch (const SqliteError& e) {
+        throw TARMOError(5, kSource, e.message);
+    }
 }
 
-std::unique_ptr<EmbeddedSession> EmbeddedServer::Connect(const QString&, const QString&, const QString&, bool,
-                                                         QList<SqlMessage>*) {
-    return nullptr;
+std::unique_ptr<EmbeddedSession> EmbeddedServer::Connect(const QString& loginName, const QString& password,
+                                                         const QString& database, bool trusted,
+                                                         QList<SqlMessage>* messages) {
+    try {
+        LoginInfo login;
+        QString shownName = loginName;
+        if (trusted) {
+            // The operating-system user who owns the server folder is its administrator.
+            shownName = GetWindowsUserName();
+            if (QFileInfo(mState->folder).ownerId() == uint(geteuid()) && !shownName.isEmpty())
+                login = mState->EnsureOsLogin(shownName);
+        } else {
+            login = mState->CheckPassword(loginName, password);
+        }
+        if (!login.IsValid()) {
+            if (messages)
+                messages->append(LoginFailed(shownName));
+            return nullptr;
+        }
+        auto state = std::make_unique<SessionState>(mState, login);
+        if (!state->Open(database, messages))
+            return nullptr;
+        return std::unique_ptr<EmbeddedSession>(new EmbeddedSession(std::move(state)));
+    } catch (const SqliteError& e) {
+        throw TARMOError(5, kSource, e.message);
+    }
 }
 
 EmbeddedSession::EmbeddedSession(std::unique_ptr<SessionState> state)
     : mState(std::move(state)) {}
 EmbeddedSession::~EmbeddedSession() = default;
-SqlBatchResults EmbeddedSession::Execute(const QString&) {
-    return {};
+
+SqlBatchResults EmbeddedSession::Execute(const QString& batch) {
+    return mState->Execute(batch);
 }
-SqlBatchResults EmbeddedSession::Parse(const QString&) {
-    return {};
+SqlBatchResults EmbeddedSession::Parse(const QString& batch) {
+    return mState->Parse(batch);
 }
 QString EmbeddedSession::CurrentDatabase() const {
-    return {};
+    return mState->database;
 }
 QString EmbeddedSession::LoginName() const {
-    return {};
+    return mState->login.name;
 }
 QString EmbeddedSession::UserName() const {
-    return {};
+    return mState->userName;
 }

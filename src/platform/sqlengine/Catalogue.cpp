@@ -1,0 +1,345 @@
+#include "Catalogue.h"
+
+#include "SqliteDb.h"
+
+#include <QDateTime>
+#include <QRegularExpression>
+
+namespace {
+
+const SystemType kTypes[] = {
+    {"bit", 104, 104, 1, 1, 0, false, false, false},
+    {"tinyint", 48, 48, 1, 3, 0, false, false, false},
+    {"smallint", 52, 52, 2, 5, 0, false, false, false},
+    {"int", 56, 56, 4, 10, 0, false, false, false},
+    {"bigint", 127, 127, 8, 19, 0, false, false, false},
+    {"real", 59, 59, 4, 24, 0, false, false, false},
+    {"float", 62, 62, 8, 53, 0, false, false, false},
+    {"decimal", 106, 106, 17, 38, 38, false, false, false},
+    {"numeric", 108, 108, 17, 38, 38, false, false, false},
+    {"money", 60, 60, 8, 19, 4, false, false, false},
+    {"smallmoney", 122, 122, 4, 10, 4, false, false, false},
+    {"datetime", 61, 61, 8, 23, 3, false, false, false},
+    {"smalldatetime", 58, 58, 4, 16, 0, false, false, false},
+    {"date", 40, 40, 3, 10, 0, false, false, false},
+    {"char", 175, 175, 8000, 0, 0, false, true, false},
+    {"varchar", 167, 167, 8000, 0, 0, true, true, false},
+    {"nchar", 239, 239, 8000, 0, 0, false, true, true},
+    {"nvarchar", 231, 231, 8000, 0, 0, true, true, true},
+    {"text", 35, 35, 16, 0, 0, false, true, false},
+    {"ntext", 99, 99, 16, 0, 0, false, true, true},
+    {"binary", 173, 173, 8000, 0, 0, false, false, false},
+    {"varbinary", 165, 165, 8000, 0, 0, true, false, false},
+    {"image", 34, 34, 16, 0, 0, false, false, false},
+    {"uniqueidentifier", 36, 36, 16, 0, 0, false, false, false},
+    {"timestamp", 189, 189, 8, 0, 0, false, false, false},
+    {"sql_variant", 98, 98, 8016, 0, 0, false, false, false},
+    {"sysname", 231, 256, 256, 0, 0, true, true, true},
+};
+
+const char* kCatalogueDdl[] = {
+    "CREATE TABLE sysobjects (name nvarchar(128) COLLATE TSQL, id int PRIMARY KEY, xtype char(2) COLLATE "
+    "TSQL, "
+    "uid smallint, info smallint, status int, base_schema_ver int, replinfo int, parent_obj int, crdate "
+    "datetime, "
+    "ftcatid smallint, schema_ver int, stats_schema_ver int, type char(2) COLLATE TSQL, userstat smallint, "
+    "sysstat smallint, indexdel smallint, refdate datetime, version int, deltrig int, instrig int, updtrig "
+    "int, "
+    "seltrig int, category int, cache smallint)",
+    "CREATE TABLE syscolumns (name nvarchar(128) COLLATE TSQL, id int, xtype tinyint, typestat tinyint, "
+    "xusertype smallint, length smallint, xprec tinyint, xscale tinyint, colid smallint, xoffset smallint, "
+    "bitpos tinyint, reserved tinyint, colstat smallint, cdefault int, domain int, number smallint, "
+    "colorder smallint, autoval varbinary(8000), offset smallint, collationid int, language int, status "
+    "tinyint, "
+    "type tinyint, usertype smallint, printfmt varchar(255) COLLATE TSQL, prec smallint, scale int, "
+    "iscomputed int, isoutparam int, isnullable int, collation nvarchar(128) COLLATE TSQL)",
+    "CREATE TABLE systypes (name nvarchar(128) COLLATE TSQL, xtype tinyint, status tinyint, xusertype "
+    "smallint, "
+    "length smallint, xprec tinyint, xscale tinyint, tdefault int, domain int, uid smallint, reserved "
+    "smallint, "
+    "collationid int, usertype smallint, variable bit, allownulls bit, type tinyint, "
+    "printfmt varchar(255) COLLATE TSQL, prec smallint, scale tinyint, collation nvarchar(128) COLLATE TSQL)",
+    "CREATE TABLE sysusers (uid smallint, status smallint, name nvarchar(128) COLLATE TSQL, sid "
+    "varbinary(85), "
+    "roles varbinary(2048), createdate datetime, updatedate datetime, altuid smallint, password "
+    "varbinary(256), "
+    "gid smallint, environ varchar(255) COLLATE TSQL, hasdbaccess int, islogin int, isntname int, isntgroup "
+    "int, "
+    "isntuser int, issqluser int, isaliased int, issqlrole int, isapprole int)",
+    "CREATE TABLE syscomments (id int, number smallint, colid smallint, status smallint, ctext "
+    "varbinary(8000), "
+    "texttype smallint, language smallint, encrypted bit, compressed bit, text nvarchar(4000) COLLATE TSQL)",
+    "CREATE TABLE sysprotects (id int, uid smallint, action tinyint, protecttype tinyint, columns "
+    "varbinary(8000), "
+    "grantor smallint)",
+    "CREATE TABLE sysmembers (memberuid smallint, groupuid smallint)",
+    // What the server keeps elsewhere: which statements fire a trigger, and each user's login and
+    // default schema.
+    "CREATE TABLE engine_triggers (id int PRIMARY KEY, isinsert int, isupdate int, isdelete int)",
+    "CREATE TABLE engine_info (name text PRIMARY KEY, value)",
+};
+
+} // namespace
+
+namespace Catalogue {
+
+const SystemType* FindType(const QString& name) {
+    const QString n = name.toLower();
+    for (const SystemType& t : kTypes)
+        if (n == QLatin1String(t.name))
+            return &t;
+    if (n == QLatin1String("integer"))
+        return FindType(QStringLiteral("int"));
+    return nullptr;
+}
+
+const SystemType* FindTypeById(int xtype) {
+    for (const SystemType& t : kTypes)
+        if (t.xusertype == xtype)
+            return &t;
+    return nullptr;
+}
+
+void ColumnSize(const SqlTypeSpec& spec, int* length, int* precision, int* scale) {
+    const SystemType* t = FindType(spec.name);
+    *length = t ? t->length : 0;
+    *precision = t ? t->precision : 0;
+    *scale = t ? t->scale : 0;
+    if (!t)
+        return;
+    const QString n = QString::fromLatin1(t->name);
+    if (t->character && t->length == 8000) {
+        int chars = spec.length == -1 ? 1 : spec.length;
+        *length = spec.length == -2 ? -1 : (t->unicode ? chars * 2 : chars);
+        *precision = 0;
+        *scale = 0;
+    } else if (n == QLatin1String("binary") || n == QLatin1String("varbinary")) {
+        *length = spec.length == -2 ? -1 : (spec.length == -1 ? 1 : spec.length);
+    } else if (n == QLatin1String("decimal") || n == QLatin1String("numeric")) {
+        const int p = spec.precision > 0 ? spec.precision : 18;
+        *precision = p;
+        *scale = spec.scale >= 0 ? spec.scale : 0;
+        *length = p <= 9 ? 5 : p <= 19 ? 9 : p <= 28 ? 13 : 17;
+    } else if (n == QLatin1String("float") && spec.precision > 0 && spec.precision <= 24) {
+        *length = 4;
+        *precision = 24;
+    }
+}
+
+QString TypeText(const SqlTypeSpec& spec) {
+    QString text = spec.name.toLower();
+    if (spec.length == -2)
+        text += QStringLiteral("(max)");
+    else if (spec.length >= 0 && spec.scale >= 0)
+        text += QStringLiteral("(%1,%2)").arg(spec.length).arg(spec.scale);
+    else if (spec.length >= 0)
+        text += QStringLiteral("(%1)").arg(spec.length);
+    return text;
+}
+
+QString DeclaredType(const SqlTypeSpec& spec) {
+    const SystemType* t = FindType(spec.name);
+    if (t && QLatin1String(t->name) == QLatin1String("sysname"))
+        return QStringLiteral("nvarchar(128) COLLATE TSQL");
+    QString text = TypeText(spec);
+    if (t && t->character)
+        text += QStringLiteral(" COLLATE TSQL");
+    return text;
+}
+
+void DescribeDeclaredType(const QString& decl, int* typeId, int* length, int* precision, int* scale) {
+    static const QRegularExpression re(
+        QStringLiteral("^\\s*([A-Za-z_]+)\\s*(?:\\(\\s*(max|\\d+)\\s*(?:,\\s*(\\d+))?\\s*\\))?"));
+    const auto m = re.match(decl);
+    SqlTypeSpec spec;
+    if (m.hasMatch()) {
+        spec.name = m.captured(1).toLower();
+        if (m.captured(2) == QLatin1String("max"))
+            spec.length = -2;
+        else if (!m.captured(2).isEmpty())
+            spec.length = spec.precision = m.captured(2).toInt();
+        if (!m.captured(3).isEmpty())
+            spec.scale = m.captured(3).toInt();
+    }
+    const SystemType* t = FindType(spec.name);
+    if (!t) {
+        *typeId = 231;
+        *length = 8000;
+        *precision = *scale = 0;
+        return;
+    }
+    *typeId = t->xtype;
+    ColumnSize(spec, length, precision, scale);
+}
+
+void CreateDatabaseCatalogue(SqliteDb& db, const QByteArray& ownerSid) {
+    db.Exec(QStringLiteral("BEGIN"));
+    for (const char* ddl : kCatalogueDdl)
+        db.Exec(QString::fromLatin1(ddl));
+    for (const SystemType& t : kTypes) {
+        const bool sysname = QLatin1String(t.name) == QLatin1String("sysname");
+        db.Exec(QStringLiteral(
+                    "INSERT INTO systypes (name, xtype, status, xusertype, length, xprec, xscale, "
+                    "tdefault, domain, uid, reserved, collationid, usertype, variable, allownulls, type, "
+                    "prec, scale) VALUES (?,?,0,?,?,?,?,0,0,4,0,0,?,?,?,?,?,?)"),
+                {QString::fromLatin1(t.name), t.xtype, t.xusertype, t.length, t.precision, t.scale,
+                 sysname ? 19 : 0, t.variable ? 1 : 0, sysname ? 0 : 1, t.xtype, t.precision, t.scale});
+    }
+    const QString now = Now();
+    struct Principal {
+        int uid;
+        const char* name;
+        bool role;
+        bool access;
+    };
+    const Principal principals[] = {
+        {0, "public", true, false},
+        {1, "dbo", false, true},
+        {2, "guest", false, false},
+        {3, "INFORMATION_SCHEMA", false, false},
+        {4, "sys", false, false},
+        {16384, "db_owner", true, false},
+        {16385, "db_accessadmin", true, false},
+        {16386, "db_securityadmin", true, false},
+        {16387, "db_ddladmin", true, false},
+        {16389, "db_backupoperator", true, false},
+        {16390, "db_datareader", true, false},
+        {16391, "db_datawriter", true, false},
+        {16392, "db_denydatareader", true, false},
+        {16393, "db_denydatawriter", true, false},
+    };
+    for (const Principal& p : principals) {
+        QVariant sid;
+        if (p.uid == 1)
+            sid = ownerSid;
+        else if (p.uid == 2)
+            sid = QByteArray(1, '\0');
+        else if (p.role && p.uid >= 16384)
+            sid = QByteArray::fromHex(QByteArray::number(p.uid, 16).rightJustified(8, '0'));
+        else if (p.uid == 0)
+            sid = QByteArray::fromHex("01050000000000090400000083741b006749c04ba943c02702f2a762");
+        db.Exec(QStringLiteral(
+                    "INSERT INTO sysusers (uid, status, name, sid, createdate, updatedate, altuid, gid, "
+                    "hasdbaccess, islogin, isntname, isntgroup, isntuser, issqluser, isaliased, "
+                    "issqlrole, isapprole) VALUES (?,?,?,?,?,?,?,?,?,?,0,0,0,?,0,?,0)"),
+                {p.uid, p.role ? 0 : 2, QString::fromLatin1(p.name), sid, now, now, p.role ? 1 : QVariant(),
+                 p.role ? p.uid : 0, p.access ? 1 : 0, p.uid == 1 ? 1 : 0, p.role ? 0 : 1, p.role ? 1 : 0});
+    }
+    db.Exec(QStringLiteral("INSERT INTO sysmembers VALUES (1, 16384)"));
+    const struct {
+        int id;
+        const char* name;
+    } systemTables[] = {{1, "sysobjects"}, {3, "syscolumns"},  {4, "systypes"},    {6, "syscomments"},
+                        {10, "sysusers"},  {11, "sysmembers"}, {12, "sysprotects"}};
+    for (const auto& t : systemTables)
+        db.Exec(QStringLiteral(
+                    "INSERT INTO sysobjects (name, id, xtype, uid, info, status, base_schema_ver, "
+                    "replinfo, parent_obj, crdate, ftcatid, schema_ver, stats_schema_ver, type, "
+                    "userstat, sysstat, indexdel, refdate, version, deltrig, instrig, updtrig, seltrig, "
+                    "category, cache) VALUES (?,?,'S ',4,0,0,0,0,0,?,0,0,0,'S ',0,1,0,?,0,0,0,0,0,2,0)"),
+                {QString::fromLatin1(t.name), t.id, now, now});
+    db.Exec(QStringLiteral("COMMIT"));
+}
+
+void CreateMasterCatalogue(SqliteDb& db) {
+    db.Exec(QStringLiteral("BEGIN"));
+    // The password hashes stay out of the view the server shows as syslogins.
+    db.Exec(QStringLiteral(
+        "CREATE TABLE engine_logins (sid varbinary(85) PRIMARY KEY, name nvarchar(128) COLLATE TSQL UNIQUE, "
+        "dbname nvarchar(128) COLLATE TSQL, createdate datetime, sysadmin int, isntname int, salt blob, hash "
+        "blob)"));
+    db.Exec(QStringLiteral(
+        "CREATE VIEW syslogins AS SELECT sid, 9 AS status, createdate, createdate AS updatedate, createdate "
+        "AS "
+        "accdate, 0 AS totcpu, 0 AS totio, 0 AS spacelimit, 0 AS timelimit, 0 AS resultlimit, name, dbname, "
+        "CAST(NULL AS nvarchar) AS password, 'us_english' AS language, 0 AS denylogin, 1 AS hasaccess, "
+        "isntname, "
+        "0 AS isntgroup, isntname AS isntuser, sysadmin, 0 AS securityadmin, 0 AS serveradmin, 0 AS "
+        "setupadmin, "
+        "0 AS processadmin, 0 AS diskadmin, 0 AS dbcreator, 0 AS bulkadmin, name AS loginname FROM "
+        "engine_logins"));
+    db.Exec(
+        QStringLiteral("CREATE TABLE sysdatabases (name nvarchar(128) COLLATE TSQL UNIQUE, dbid smallint, "
+                       "sid varbinary(85), mode smallint, status int, status2 int, crdate datetime, "
+                       "reserved datetime, category int, cmptlevel tinyint, filename nvarchar(260))"));
+    db.Exec(QStringLiteral("COMMIT"));
+}
+
+bool IsCatalogueTable(const QString& name) {
+    static const QStringList names = {QStringLiteral("sysobjects"),  QStringLiteral("syscolumns"),
+                                      QStringLiteral("systypes"),    QStringLiteral("sysusers"),
+                                      QStringLiteral("syscomments"), QStringLiteral("sysprotects"),
+                                      QStringLiteral("sysmembers")};
+    return names.contains(name.toLower());
+}
+
+bool IsMasterTable(const QString& name) {
+    return name.compare(QLatin1String("syslogins"), Qt::CaseInsensitive) == 0 ||
+           name.compare(QLatin1String("sysdatabases"), Qt::CaseInsensitive) == 0;
+}
+
+static CatalogueObject ReadObject(const QList<QVariantList>& rows) {
+    CatalogueObject o;
+    if (rows.size() != 1)
+        return o;
+    const QVariantList& r = rows.first();
+    o.id = r[0].toInt();
+    o.name = r[1].toString();
+    o.uid = r[2].toInt();
+    o.xtype = r[3].toString().trimmed();
+    o.parent = r[4].toInt();
+    return o;
+}
+
+CatalogueObject FindObject(SqliteDb& db, const QString& schema, const QString& name, const QString& owner,
+                           int userUid) {
+    const QString base =
+        QStringLiteral("SELECT o.id, o.name, o.uid, o.xtype, o.parent_obj FROM \"%1\".sysobjects o ")
+            .arg(schema);
+    if (!owner.isEmpty())
+        return ReadObject(
+            db.Rows(base + QStringLiteral("JOIN \"%1\".sysusers u ON u.uid = o.uid WHERE o.name = ? "
+                                          "AND u.name = ?")
+                               .arg(schema),
+                    {name, owner}));
+    CatalogueObject own =
+        ReadObject(db.Rows(base + QStringLiteral("WHERE o.name = ? AND o.uid = ?"), {name, userUid}));
+    if (own.IsValid() || userUid == 1)
+        return own;
+    CatalogueObject dbo =
+        ReadObject(db.Rows(base + QStringLiteral("WHERE o.name = ? AND o.uid = 1"), {name}));
+    if (dbo.IsValid())
+        return dbo;
+    // System tables belong to sys (4) but answer to any owner.
+    return ReadObject(db.Rows(base + QStringLiteral("WHERE o.name = ? AND o.xtype = 'S'"), {name}));
+}
+
+CatalogueObject ObjectById(SqliteDb& db, const QString& schema, int id) {
+    return ReadObject(
+        db.Rows(QStringLiteral("SELECT id, name, uid, xtype, parent_obj FROM \"%1\".sysobjects WHERE id = ?")
+                    .arg(schema),
+                {id}));
+}
+
+int UserUid(SqliteDb& db, const QString& schema, const QString& name) {
+    const QVariant v =
+        db.Scalar(QStringLiteral("SELECT uid FROM \"%1\".sysusers WHERE name = ?").arg(schema), {name});
+    return v.isValid() ? v.toInt() : -1;
+}
+
+QString UserName(SqliteDb& db, const QString& schema, int uid) {
+    return db.Scalar(QStringLiteral("SELECT name FROM \"%1\".sysusers WHERE uid = ?").arg(schema), {uid})
+        .toString();
+}
+
+int NextObjectId(SqliteDb& db) {
+    const qlonglong max = db.Scalar(QStringLiteral("SELECT MAX(id) FROM sysobjects")).toLongLong();
+    // User objects get large ids as on the server, far from the system tables' small ones.
+    return int(qMax<qlonglong>(max + 1, 1013578649));
+}
+
+QString Now() {
+    return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+}
+
+} // namespace Catalogue

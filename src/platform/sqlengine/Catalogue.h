@@ -1,0 +1,64 @@
+#pragma once
+
+#include "SqlAst.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QVariant>
+
+class SqliteDb;
+
+// The system types as the server numbers them.
+struct SystemType {
+    const char* name;
+    int xtype;
+    int xusertype;
+    int length; // bytes; for character types the largest
+    int precision;
+    int scale;
+    bool variable;
+    bool character; // compares as text
+    bool unicode;
+};
+
+// A row of sysobjects as the engine needs it.
+struct CatalogueObject {
+    int id = 0;
+    QString name;
+    int uid = 1;
+    QString xtype; // trimmed: U, P, V, TR, FN, IF, TF, S
+    int parent = 0;
+    bool IsValid() const { return id != 0; }
+};
+
+// Knows the layout of a database's catalogue and keeps it: the tables the server's queries read,
+// with the server's column names and types, and the rows of the system types, users and roles.
+namespace Catalogue {
+
+const SystemType* FindType(const QString& name);
+const SystemType* FindTypeById(int xtype);
+// Size in bytes, precision and scale of a declared type as syscolumns records them.
+void ColumnSize(const SqlTypeSpec& type, int* length, int* precision, int* scale);
+// The type as a SQLite column declaration, so that result columns can name their server type.
+QString DeclaredType(const SqlTypeSpec& type);
+// From a declared type back to id, length, precision, scale.
+void DescribeDeclaredType(const QString& decl, int* typeId, int* length, int* precision, int* scale);
+QString TypeText(const SqlTypeSpec& type);
+
+// Makes the catalogue of a new database whose owner has the login sid ownerSid.
+void CreateDatabaseCatalogue(SqliteDb& db, const QByteArray& ownerSid);
+void CreateMasterCatalogue(SqliteDb& db);
+
+bool IsCatalogueTable(const QString& name);
+bool IsMasterTable(const QString& name);
+
+// schema: the SQLite schema name the database is attached under ("main", "master", ...).
+CatalogueObject FindObject(SqliteDb& db, const QString& schema, const QString& name, const QString& owner,
+                           int userUid);
+CatalogueObject ObjectById(SqliteDb& db, const QString& schema, int id);
+int UserUid(SqliteDb& db, const QString& schema, const QString& name); // -1 when missing
+QString UserName(SqliteDb& db, const QString& schema, int uid);
+int NextObjectId(SqliteDb& db);
+QString Now();
+
+} // namespace Catalogue

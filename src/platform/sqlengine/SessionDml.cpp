@@ -1,0 +1,262 @@
+// INSERT, UPDATE and DELETE of a session.
+#include "SessionState.h"
+
+#include "SqlParser.h"
+
+namespace {
+
+struct TableColumn {
+    QString name;
+    bool identity = false;
+};
+
+QList<TableColumn> Columns(SqliteDb& db, int id) {
+    QList<TableColumn> list;
+    for (const QVariantList& r :
+         db.Rows(QStringLiteral("SELECT name, status FROM syscolumns WHERE id = ? ORDER BY colid"), {id}))
+        list.append(TableColumn{r[0].toString(), (r[1].toInt() & 0x80) != 0});
+    return list;
+}
+
+// The alias under which the target of an UPDATE or DELETE stands in its FROM list, if it does.
+QString FindTargetAlias(const QList<SqlTableRefP>& from, const QString& target) {
+    for (const SqlTableRefP& r : from) {
+        if (r->kind == SqlTableRef::Kind::Join) {
+            const QString a = FindTargetAlias({r->left, r->right}, target);
+            if (!a.isEmpty())
+                return a;
+            continue;
+        }
+        if (r->kind != SqlTableRef::Kind::Named)
+            continue;
+        if (!r->alias.isEmpty() && r->alias.compare(target, Qt::CaseInsensitive) == 0)
+            return r->alias;
+        if (r->alias.isEmpty() && r->name.last().compare(target, Qt::CaseInsensitive) == 0)
+            return r->name.last();
+    }
+    return {};
+}
+
+} // namespace
+
+CatalogueObject SessionState::TargetTable(const QStringList& name, int, const char* action) {
+    const QString written = name.join(u'.');
+    if (Catalogue::IsCatalogueTable(name.last()) || Catalogue::IsMasterTable(name.last()))
+        throw ServerError::Make(259, 16,
+                                QStringLiteral("Ad hoc updates to system catalogs are not allowed."));
+    const QString dbName = name.size() >= 3 ? name[name.size() - 3] : QString();
+    if (!dbName.isEmpty() && dbName.compare(database, Qt::CaseInsensitive) != 0)
+        throw ServerError::Unsupported(QStringLiteral("changing data of another database"));
+    const QString owner = name.size() >= 2 ? name[name.size() - 2] : QString();
+    const CatalogueObject o = Catalogue::FindObject(*mDb, Schema(), name.last(), owner, mUid);
+    if (!o.IsValid())
+        throw ServerError::InvalidObject(written);
+    if (o.xtype == QLatin1String("V"))
+        throw ServerError::Unsupported(QStringLiteral("changing data through a view"));
+    if (o.xtype != QLatin1String("U"))
+        throw ServerError::InvalidObject(written);
+    const int code = QLatin1String(action) == QLatin1String("INSERT")   ? 195
+                     : QLatin1String(action) == QLatin1String("UPDATE") ? 197
+                                                                        : 196;
+    CheckPermission(o, code);
+    return o;
+}
+
+long long SessionState::RunDml(const QString& sql, const QVariantList& params, const CatalogueObject&,
+                               const QString& verb) {
+    try {
+        SqliteStatement st(mDb->Handle(), sql);
+        st.BindAll(params);
+        while (st.Step()) {
+        }
+    } catch (const SqliteError& e) {
+        throw MapSqliteError(e, verb);
+    }
+    const long long n = mDb->Changes();
+    EmitCount(n);
+    return n;
+}
+
+void SessionState::RunInsert(const SqlStatement& s) {
+    const CatalogueObject table = TargetTable(s.target, s.line, "INSERT");
+    const QList<TableColumn> columns = Columns(*mDb, table.id);
+    bool hasIdentity = false;
+    for (const TableColumn& c : columns)
+        hasIdentity = hasIdentity || c.identity;
+    QStringList targets;
+    if (s.columns.isEmpty()) {
+        for (const TableColumn& c : columns)
+            if (!c.identity || mIdentityInsert == QString::number(table.id))
+                targets.append(c.name);
+    } else {
+        for (const QString& name : s.columns) {
+            const TableColumn* found = nullptr;
+            for (const TableColumn& c : columns)
+                if (c.name.compare(name, Qt::CaseInsensitive) == 0)
+                    found = &c;
+            if (!found)
+                throw ServerError::Make(207, 16, QStringLiteral("Invalid column name '%1'.").arg(name), true);
+            if (found->identity && mIdentityInsert != QString::number(table.id))
+                throw ServerError::Make(
+                    544, 16,
+                    QStringLiteral("Cannot insert explicit value for identity column in table '%1' "
+                                   "when IDENTITY_INSERT is set to OFF.")
+                        .arg(table.name));
+            targets.append(found->name);
+        }
+    }
+    SqlTranslator t(*this);
+    QStringList quoted;
+    for (const QString& c : targets)
+        quoted.append(SqlTranslator::Quote(c));
+    QString sql = QStringLiteral("INSERT INTO \"main\".\"T%1\"").arg(table.id);
+    if (s.defaultValues) {
+        sql += QStringLiteral(" DEFAULT VALUES");
+    } else {
+        sql += QStringLiteral(" (") + quoted.join(QStringLiteral(", ")) + u')';
+        if (s.select) {
+            const int produced = int(s.select->cores.first().items.size());
+            bool star = false;
+            for (const SqlSelectItem& i : s.select->cores.first().items)
+                star = star || i.expr->kind == SqlExpr::Kind::Star;
+            if (!star && produced != targets.size())
+                throw ServerError::Make(
+                    produced > targets.size() ? 121 : 120, 15,
+                    produced > targets.size()
+                        ? QStringLiteral("The select list for the INSERT statement contains more "
+                                         "items than the insert list. The number of SELECT values "
+                                         "must match the number of INSERT columns.")
+                        : QStringLiteral("The select list for the INSERT statement contains fewer "
+                                         "items than the insert list. The number of SELECT values "
+                                         "must match the number of INSERT columns."),
+                    true);
+            sql += u' ' + t.Select(*s.select);
+        } else {
+            sql += QStringLiteral(" VALUES ");
+            for (int r = 0; r < s.values.size(); ++r) {
+                const QList<SqlExprP>& row = s.values[r];
+                if (row.size() != targets.size())
+                    throw ServerError::Make(
+                        row.size() > targets.size() ? 110 : 109, 15,
+                        row.size() > targets.size()
+                            ? QStringLiteral("There are fewer columns in the INSERT statement than "
+                                             "values specified in the VALUES clause. The number of "
+                                             "values in the VALUES clause must match the number of "
+                                             "columns specified in the INSERT statement.")
+                            : QStringLiteral("There are more columns in the INSERT statement than "
+                                             "values specified in the VALUES clause. The number of "
+                                             "values in the VALUES clause must match the number of "
+                                             "columns specified in the INSERT statement."),
+                        true);
+                QStringList values;
+                for (const SqlExprP& e : row) {
+                    if (!e)
+                        throw ServerError::Unsupported(QStringLiteral("DEFAULT in a VALUES list"));
+                    values.append(t.Expr(*e));
+                }
+                sql += (r > 0 ? QStringLiteral(", (") : QStringLiteral("(")) +
+                       values.join(QStringLiteral(", ")) + u')';
+            }
+        }
+    }
+    const long long n = RunDml(sql, t.Params(), table, QStringLiteral("INSERT"));
+    if (hasIdentity && n > 0) {
+        mIdentity = mDb->LastInsertRowId();
+        mScopeIdentity = mIdentity;
+    }
+}
+
+void SessionState::RunUpdate(const SqlStatement& s) {
+    const CatalogueObject table = TargetTable(s.target, s.line, "UPDATE");
+    const QList<TableColumn> columns = Columns(*mDb, table.id);
+    const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
+    SqlTranslator t(*this);
+    QList<QPair<QString, SqlExprP>> sets;
+    QList<QPair<QString, SqlExprP>> variableSets;
+    for (const auto& a : s.assignments) {
+        if (a.first.first().startsWith(u'@')) {
+            variableSets.append({a.first.first(), a.second});
+            continue;
+        }
+        const QString col = a.first.last();
+        const TableColumn* found = nullptr;
+        for (const TableColumn& c : columns)
+            if (c.name.compare(col, Qt::CaseInsensitive) == 0)
+                found = &c;
+        if (!found)
+            throw ServerError::Make(207, 16, QStringLiteral("Invalid column name '%1'.").arg(col), true);
+        if (found->identity)
+            throw ServerError::Make(8102, 16,
+                                    QStringLiteral("Cannot update identity column '%1'.").arg(found->name));
+        if (!a.second)
+            throw ServerError::Unsupported(QStringLiteral("SET column = DEFAULT"));
+        sets.append({found->name, a.second});
+    }
+    if (!variableSets.isEmpty())
+        throw ServerError::Unsupported(QStringLiteral("setting variables in an UPDATE"));
+    QString sql;
+    if (s.from.isEmpty() && !s.top) {
+        sql = QStringLiteral("UPDATE %1 AS %2 SET ").arg(physical, SqlTranslator::Quote(table.name));
+        for (int i = 0; i < sets.size(); ++i)
+            sql += (i > 0 ? QStringLiteral(", ") : QString()) + SqlTranslator::Quote(sets[i].first) +
+                   QStringLiteral(" = ") + t.Expr(*sets[i].second);
+        if (s.where)
+            sql += QStringLiteral(" WHERE ") + t.Expr(*s.where);
+    } else {
+        // The general form: compute the new values in a query over the FROM list and join back on rowid.
+        QString alias = FindTargetAlias(s.from, s.target.last());
+        QString from;
+        if (alias.isEmpty()) {
+            alias = table.name;
+            from = QStringLiteral("%1 AS %2").arg(physical, SqlTranslator::Quote(alias));
+            if (!s.from.isEmpty())
+                from += QStringLiteral(", ") + t.FromList(s.from);
+        } else {
+            from = t.FromList(s.from);
+        }
+        QString inner = QStringLiteral("SELECT %1.rowid AS __rid").arg(SqlTranslator::Quote(alias));
+        for (int i = 0; i < sets.size(); ++i)
+            inner += QStringLiteral(", ") + t.Expr(*sets[i].second) + QStringLiteral(" AS __v%1").arg(i);
+        inner += QStringLiteral(" FROM ") + from;
+        if (s.where)
+            inner += QStringLiteral(" WHERE ") + t.Expr(*s.where);
+        if (s.top)
+            inner += QStringLiteral(" LIMIT ") + t.Expr(*s.top);
+        sql = QStringLiteral("UPDATE %1 SET ").arg(physical);
+        for (int i = 0; i < sets.size(); ++i)
+            sql += (i > 0 ? QStringLiteral(", ") : QString()) + SqlTranslator::Quote(sets[i].first) +
+                   QStringLiteral(" = __u.__v%1").arg(i);
+        sql += QStringLiteral(" FROM (%1) AS __u WHERE %2.rowid = __u.__rid").arg(inner, physical);
+    }
+    RunDml(sql, t.Params(), table, QStringLiteral("UPDATE"));
+}
+
+void SessionState::RunDelete(const SqlStatement& s) {
+    const CatalogueObject table = TargetTable(s.target, s.line, "DELETE");
+    const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
+    SqlTranslator t(*this);
+    QString sql;
+    if (s.from.isEmpty() && !s.top) {
+        sql = QStringLiteral("DELETE FROM %1 AS %2").arg(physical, SqlTranslator::Quote(table.name));
+        if (s.where)
+            sql += QStringLiteral(" WHERE ") + t.Expr(*s.where);
+    } else {
+        QString alias = FindTargetAlias(s.from, s.target.last());
+        QString from;
+        if (alias.isEmpty()) {
+            alias = table.name;
+            from = QStringLiteral("%1 AS %2").arg(physical, SqlTranslator::Quote(alias));
+            if (!s.from.isEmpty())
+                from += QStringLiteral(", ") + t.FromList(s.from);
+        } else {
+            from = t.FromList(s.from);
+        }
+        QString inner = QStringLiteral("SELECT %1.rowid FROM %2").arg(SqlTranslator::Quote(alias), from);
+        if (s.where)
+            inner += QStringLiteral(" WHERE ") + t.Expr(*s.where);
+        if (s.top)
+            inner += QStringLiteral(" LIMIT ") + t.Expr(*s.top);
+        sql = QStringLiteral("DELETE FROM %1 WHERE rowid IN (%2)").arg(physical, inner);
+    }
+    RunDml(sql, t.Params(), table, QStringLiteral("DELETE"));
+}

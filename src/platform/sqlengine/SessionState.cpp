@@ -1,0 +1,895 @@
+#include "SessionState.h"
+
+#include "SqlFunctions.h"
+#include "SqlParser.h"
+
+#include <QDateTime>
+#include <sqlite3.h>
+
+namespace {
+
+// Thrown after an error that ends the batch has been reported.
+struct BatchAborted {};
+
+void UdfCallback(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+    auto* session = static_cast<SessionState*>(sqlite3_user_data(ctx));
+    QVariantList args;
+    for (int i = 1; i < argc; ++i) {
+        switch (sqlite3_value_type(argv[i])) {
+        case SQLITE_INTEGER:
+            args.append(qlonglong(sqlite3_value_int64(argv[i])));
+            break;
+        case SQLITE_FLOAT:
+            args.append(sqlite3_value_double(argv[i]));
+            break;
+        case SQLITE_NULL:
+            args.append(QVariant());
+            break;
+        case SQLITE_BLOB:
+            args.append(QByteArray(static_cast<const char*>(sqlite3_value_blob(argv[i])),
+                                   sqlite3_value_bytes(argv[i])));
+            break;
+        default:
+            args.append(QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(argv[i]))));
+        }
+    }
+    const QString name = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(argv[0])));
+    try {
+        const QVariant v = session->CallFunction(name, args);
+        if (!v.isValid() || v.isNull())
+            sqlite3_result_null(ctx);
+        else if (v.typeId() == QMetaType::LongLong || v.typeId() == QMetaType::Int)
+            sqlite3_result_int64(ctx, v.toLongLong());
+        else if (v.typeId() == QMetaType::Double)
+            sqlite3_result_double(ctx, v.toDouble());
+        else {
+            const QByteArray b = v.toString().toUtf8();
+            sqlite3_result_text(ctx, b.constData(), int(b.size()), SQLITE_TRANSIENT);
+        }
+    } catch (const ServerError& e) {
+        const QByteArray m = QStringLiteral("TSQL%1:%2").arg(e.number).arg(e.text).toUtf8();
+        sqlite3_result_error(ctx, m.constData(), int(m.size()));
+    } catch (const SqliteError& e) {
+        const QByteArray m = e.message.toUtf8();
+        sqlite3_result_error(ctx, m.constData(), int(m.size()));
+    }
+}
+
+QVariant ToServerValue(const QVariant& v, int typeId) {
+    if (!v.isValid() || v.isNull())
+        return QVariant();
+    switch (typeId) {
+    case 61:
+    case 58:
+    case 40: {
+        const QString s = v.toString();
+        QDateTime d = QDateTime::fromString(s, QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+        if (!d.isValid())
+            d = QDateTime::fromString(s, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+        if (!d.isValid())
+            d = QDateTime(QDate::fromString(s, QStringLiteral("yyyy-MM-dd")), QTime(0, 0));
+        return d.isValid() ? QVariant(d) : v;
+    }
+    case 104:
+    case 48:
+    case 52:
+    case 56:
+    case 127:
+        return v.typeId() == QMetaType::QString ? v : QVariant(v.toLongLong());
+    case 59:
+    case 62:
+    case 106:
+    case 108:
+    case 60:
+    case 122:
+        return v.typeId() == QMetaType::QString ? v : QVariant(v.toDouble());
+    default:
+        if (v.typeId() == QMetaType::QByteArray && typeId != 165 && typeId != 173 && typeId != 34)
+            return v;
+        return v;
+    }
+}
+
+} // namespace
+
+SessionState::SessionState(std::shared_ptr<ServerState> server, LoginInfo loginInfo)
+    : login(std::move(loginInfo))
+    , mServer(std::move(server)) {}
+
+SessionState::~SessionState() = default;
+
+QString SessionState::MasterSchema() const {
+    return database.compare(QLatin1String("master"), Qt::CaseInsensitive) == 0 ? QStringLiteral("main")
+                                                                               : QStringLiteral("master");
+}
+
+void SessionState::OpenDatabase(const QString& name, const QString& path) {
+    auto db = std::make_unique<SqliteDb>(path);
+    SqlFunctions::Register(db->Handle());
+    sqlite3_create_function_v2(db->Handle(), "tsql_udf", -1, SQLITE_UTF8, this, UdfCallback, nullptr, nullptr,
+                               nullptr);
+    if (name.compare(QLatin1String("master"), Qt::CaseInsensitive) != 0)
+        db->Exec(QStringLiteral("ATTACH DATABASE ? AS master"), {mServer->MasterPath()});
+    // Whom the login is in this database: a sysadmin is dbo everywhere, others their mapped user
+    // or else guest when guest may enter.
+    int uid = -1;
+    QString user;
+    if (login.sysadmin) {
+        uid = 1;
+    } else {
+        const auto rows =
+            db->Rows(QStringLiteral("SELECT uid, name FROM sysusers WHERE sid = ? AND (hasdbaccess = 1 OR "
+                                    "uid = 1) AND issqlrole = 0 ORDER BY uid"),
+                     {login.sid});
+        if (!rows.isEmpty())
+            uid = rows.first()[0].toInt();
+        else if (db->Scalar(QStringLiteral("SELECT hasdbaccess FROM sysusers WHERE uid = 2")).toInt() == 1)
+            uid = 2;
+    }
+    if (uid < 0)
+        throw ServerError::Make(
+            916, 14,
+            QStringLiteral("The server principal \"%1\" is not able to access the database \"%2\" "
+                           "under the current security context.")
+                .arg(login.name, name));
+    user = Catalogue::UserName(*db, QStringLiteral("main"), uid);
+    mDb = std::move(db);
+    mAttached.clear();
+    mUid = uid;
+    userName = user;
+    database = name;
+    mTranCount = 0;
+}
+
+bool SessionState::Open(const QString& requested, QList<SqlMessage>* messages) {
+    QString name = requested.isEmpty() ? login.defaultDatabase : requested;
+    if (name.isEmpty())
+        name = QStringLiteral("master");
+    const QString real = name.compare(QLatin1String("master"), Qt::CaseInsensitive) == 0
+                             ? QStringLiteral("master")
+                             : mServer->DatabaseName(name);
+    bool ok = !real.isEmpty();
+    if (ok) {
+        try {
+            OpenDatabase(real, mServer->DatabasePath(real));
+        } catch (const ServerError&) {
+            ok = false;
+        } catch (const SqliteError&) {
+            ok = false;
+        }
+    }
+    if (!ok && messages) {
+        SqlMessage m;
+        m.number = 4060;
+        m.severity = 11;
+        m.line = 1;
+        m.text =
+            QStringLiteral("Cannot open database \"%1\" requested by the login. The login failed.").arg(name);
+        messages->append(m);
+        m.number = 18456;
+        m.severity = 14;
+        m.text = QStringLiteral("Login failed for user '%1'.").arg(login.name);
+        messages->append(m);
+    }
+    return ok;
+}
+
+void SessionState::Emit(const ServerError& e, int line) {
+    SqlMessage m;
+    m.number = e.number;
+    m.severity = e.severity;
+    m.state = e.state;
+    m.line = e.line > 0 ? e.line : line;
+    m.text = e.text;
+    if (!mFrames.isEmpty())
+        m.procedure = Top().procedure;
+    mLastError = e.number;
+    if (mOut)
+        mOut->append(SqlResult::Msg(m));
+    if (e.number == 515 || e.number == 2627 || e.number == 8152 || e.number == 544 || e.number == 2601) {
+        SqlMessage t = m;
+        t.number = 3621;
+        t.severity = 0;
+        t.text = QStringLiteral("The statement has been terminated.");
+        mOut->append(SqlResult::Msg(t));
+    }
+}
+
+void SessionState::EmitInfo(long number, const QString& text, int severity) {
+    SqlMessage m;
+    m.number = number;
+    m.severity = severity;
+    m.state = 1;
+    m.text = text;
+    if (!mFrames.isEmpty())
+        m.procedure = Top().procedure;
+    if (mOut)
+        mOut->append(SqlResult::Msg(m));
+}
+
+void SessionState::EmitCount(long long count) {
+    mRowCount = count;
+    if (!mNoCount && mOut)
+        mOut->append(SqlResult::Count(count));
+}
+
+SqlBatchResults SessionState::Parse(const QString& batch) {
+    SqlBatchResults out;
+    SqlParser parser(batch, mQuotedIdentifier);
+    QList<SqlSyntaxError> errors;
+    parser.ParseBatch(&errors);
+    for (const SqlSyntaxError& e : errors) {
+        SqlMessage m;
+        m.number = e.number;
+        m.severity = e.severity;
+        m.line = e.line;
+        m.text = e.text;
+        out.append(SqlResult::Msg(m));
+    }
+    return out;
+}
+
+SqlBatchResults SessionState::Execute(const QString& batch) {
+    SqlBatchResults out;
+    SqlParser parser(batch, mQuotedIdentifier);
+    QList<SqlSyntaxError> errors;
+    const QList<SqlStatementP> statements = parser.ParseBatch(&errors);
+    if (!errors.isEmpty()) {
+        for (const SqlSyntaxError& e : errors) {
+            SqlMessage m;
+            m.number = e.number;
+            m.severity = e.severity;
+            m.line = e.line;
+            m.text = e.text;
+            out.append(SqlResult::Msg(m));
+        }
+        mLastError = errors.first().number;
+        return out;
+    }
+    if (mParseOnly || mNoExec) {
+        for (const SqlStatementP& s : statements)
+            if (s->kind == SqlStatement::Kind::SetOption &&
+                (s->optionNames.contains(QStringLiteral("PARSEONLY")) ||
+                 s->optionNames.contains(QStringLiteral("NOEXEC"))))
+                SetOption(*s);
+        return out;
+    }
+    mOut = &out;
+    mBatchText = batch;
+    mFrames.clear();
+    mFrames.append(Frame());
+    mNesting = 0;
+    mModuleDepth = 0;
+    try {
+        Run(statements);
+    } catch (const BatchAborted&) {
+    }
+    mFrames.clear();
+    mOut = nullptr;
+    return out;
+}
+
+SessionState::Flow SessionState::Run(const QList<SqlStatementP>& statements) {
+    for (const SqlStatementP& s : statements) {
+        const Flow f = RunStatement(*s);
+        if (f != Flow::Normal)
+            return f;
+    }
+    return Flow::Normal;
+}
+
+ServerError SessionState::MapSqliteError(const SqliteError& e, const QString& verb) {
+    const QString m = e.message;
+    if (m.startsWith(QLatin1String("TSQL"))) {
+        const int colon = int(m.indexOf(u':'));
+        ServerError s = ServerError::Make(m.mid(4, colon - 4).toLong(), 16, m.mid(colon + 1));
+        if (s.number == 217 || s.number == 50001)
+            s.abortsBatch = true;
+        return s;
+    }
+    if (m.startsWith(QLatin1String("no such column: "))) {
+        const QString col = m.mid(16);
+        if (col.contains(u'.'))
+            return ServerError::Make(
+                4104, 16, QStringLiteral("The multi-part identifier \"%1\" could not be bound.").arg(col),
+                true);
+        return ServerError::Make(207, 16, QStringLiteral("Invalid column name '%1'.").arg(col), true);
+    }
+    if (m.startsWith(QLatin1String("ambiguous column name: ")))
+        return ServerError::Make(209, 16, QStringLiteral("Ambiguous column name '%1'.").arg(m.mid(23)), true);
+    auto tableOf = [&](const QString& physical, QString* column) {
+        // T<id>.column -> the table's name as the server writes it
+        const int dot = int(physical.indexOf(u'.'));
+        *column = physical.mid(dot + 1);
+        const int id = physical.mid(1, dot - 1).toInt();
+        const CatalogueObject o = Catalogue::ObjectById(*mDb, Schema(), id);
+        return o;
+    };
+    if (m.startsWith(QLatin1String("NOT NULL constraint failed: "))) {
+        QString column;
+        const CatalogueObject o = tableOf(m.mid(28), &column);
+        return ServerError::Make(
+            515, 16,
+            QStringLiteral("Cannot insert the value NULL into column '%1', table '%2.%3.%4'; "
+                           "column does not allow nulls. %5 fails.")
+                .arg(column, database, Catalogue::UserName(*mDb, Schema(), o.uid), o.name, verb));
+    }
+    if (m.startsWith(QLatin1String("UNIQUE constraint failed: "))) {
+        QString column;
+        const CatalogueObject o = tableOf(m.mid(26).section(u',', 0, 0), &column);
+        const QString key =
+            mDb->Scalar(QStringLiteral("SELECT name FROM sysobjects WHERE parent_obj = ? AND xtype IN "
+                                       "('PK', 'UQ') ORDER BY xtype"),
+                        {o.id})
+                .toString();
+        const bool primary =
+            mDb->Scalar(QStringLiteral("SELECT 1 FROM sysobjects WHERE parent_obj = ? AND xtype = 'PK'"),
+                        {o.id})
+                .isValid();
+        return ServerError::Make(
+            2627, 14,
+            QStringLiteral("Violation of %1 constraint '%2'. Cannot insert duplicate key in "
+                           "object '%3.%4'.")
+                .arg(primary ? QStringLiteral("PRIMARY KEY") : QStringLiteral("UNIQUE KEY"), key,
+                     Catalogue::UserName(*mDb, Schema(), o.uid), o.name));
+    }
+    if (m.startsWith(QLatin1String("CHECK constraint failed: ")))
+        return ServerError::Make(8152, 16, QStringLiteral("String or binary data would be truncated."));
+    if (m.contains(QLatin1String("database is locked")) || m.contains(QLatin1String("busy")))
+        return ServerError::Make(1222, 16, QStringLiteral("Lock request time out period exceeded."));
+    return ServerError::Make(
+        50002, 16, QStringLiteral("The embedded server could not carry out the statement: %1").arg(m));
+}
+
+SessionState::Flow SessionState::RunStatement(const SqlStatement& s) {
+    try {
+        const Flow f = RunStatementInner(s);
+        if (s.kind != SqlStatement::Kind::If && s.kind != SqlStatement::Kind::Block &&
+            s.kind != SqlStatement::Kind::While)
+            mLastError = 0;
+        return f;
+    } catch (const ServerError& e) {
+        Emit(e, s.line);
+        if (e.abortsBatch)
+            throw BatchAborted{};
+    } catch (const SqliteError& e) {
+        const ServerError mapped = MapSqliteError(e, QStringLiteral("INSERT"));
+        Emit(mapped, s.line);
+        if (mapped.abortsBatch)
+            throw BatchAborted{};
+    }
+    return Flow::Normal;
+}
+
+SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
+    using K = SqlStatement::Kind;
+    switch (s.kind) {
+    case K::Empty:
+        return Flow::Normal;
+    case K::Select:
+        RunSelect(s);
+        return Flow::Normal;
+    case K::Insert:
+        RunInsert(s);
+        return Flow::Normal;
+    case K::Update:
+        RunUpdate(s);
+        return Flow::Normal;
+    case K::Delete:
+        RunDelete(s);
+        return Flow::Normal;
+    case K::CreateTable:
+        CreateTable(s);
+        return Flow::Normal;
+    case K::AlterTableAdd:
+        AlterTable(s);
+        return Flow::Normal;
+    case K::CreateModule:
+        CreateModule(s);
+        return Flow::Normal;
+    case K::DropObject:
+        DropObjects(s);
+        return Flow::Normal;
+    case K::CreateIndex:
+        CreateIndex(s);
+        return Flow::Normal;
+    case K::Truncate:
+        Truncate(s);
+        return Flow::Normal;
+    case K::If: {
+        if (Condition(*s.condition))
+            return Run(s.body);
+        if (s.hasElse)
+            return Run(s.elseBody);
+        return Flow::Normal;
+    }
+    case K::While: {
+        int guard = 0;
+        while (Condition(*s.condition)) {
+            const Flow f = Run(s.body);
+            if (f == Flow::Break)
+                break;
+            if (f == Flow::Return)
+                return f;
+            if (++guard > 10000000)
+                throw ServerError::Unsupported(QStringLiteral("loops of more than 10000000 rounds"));
+        }
+        return Flow::Normal;
+    }
+    case K::Block:
+        return Run(s.body);
+    case K::Break:
+        return Flow::Break;
+    case K::Continue:
+        return Flow::Continue;
+    case K::Declare:
+        for (const auto& d : s.declarations)
+            Declare(d.first, d.second ? Evaluate(*d.second) : QVariant(), s.line);
+        return Flow::Normal;
+    case K::SetVariable: {
+        QVariant v = Evaluate(*s.condition);
+        if (s.assignOp != QLatin1String("=")) {
+            auto b = std::make_shared<SqlExpr>();
+            b->kind = SqlExpr::Kind::Binary;
+            b->text = s.assignOp.left(1);
+            auto var = std::make_shared<SqlExpr>();
+            var->kind = SqlExpr::Kind::Variable;
+            var->text = s.variable;
+            b->args = {var, s.condition};
+            v = Evaluate(*b);
+        }
+        Assign(s.variable, v, s.line);
+        return Flow::Normal;
+    }
+    case K::SetOption:
+        SetOption(s);
+        return Flow::Normal;
+    case K::Print: {
+        const QVariant v = Evaluate(*s.condition);
+        EmitInfo(0, v.isValid() ? v.toString() : QString());
+        return Flow::Normal;
+    }
+    case K::Return:
+        if (s.condition) {
+            Top().returnValue = Evaluate(*s.condition);
+            Top().hasReturnValue = true;
+        }
+        return Flow::Return;
+    case K::Exec:
+        Exec(s);
+        return Flow::Normal;
+    case K::Use:
+        UseDatabase(s);
+        return Flow::Normal;
+    case K::Permission:
+        Permission(s);
+        return Flow::Normal;
+    case K::CreateDatabase:
+    case K::DropDatabase:
+    case K::CreateLogin:
+    case K::AlterLogin:
+    case K::DropLogin:
+    case K::CreateUser:
+    case K::DropUser:
+    case K::CreateRole:
+    case K::DropRole:
+        Principal(s);
+        return Flow::Normal;
+    case K::Raiserror: {
+        const QVariant msg = Evaluate(*s.execArgs[0].value);
+        const int severity = Evaluate(*s.execArgs[1].value).toInt();
+        const int state = Evaluate(*s.execArgs[2].value).toInt();
+        QString text = msg.toString();
+        long number = 50000;
+        if (msg.typeId() == QMetaType::LongLong) {
+            number = msg.toLongLong();
+            text = QStringLiteral(
+                       "Error %1, severity %2, state %3 was raised, but no message with that error number "
+                       "was found in sys.messages.")
+                       .arg(number)
+                       .arg(severity)
+                       .arg(state);
+        } else {
+            // printf-style arguments: %s and %d take the next argument in turn.
+            int argIndex = 3;
+            QString out;
+            for (int i = 0; i < text.size(); ++i) {
+                if (text[i] == u'%' && i + 1 < text.size()) {
+                    int k = i + 1;
+                    while (k < text.size() && (text[k].isDigit() || text[k] == u'-' || text[k] == u'.'))
+                        ++k;
+                    if (k < text.size() && QStringLiteral("sdiuxX").contains(text[k])) {
+                        const QVariant a = argIndex < s.execArgs.size()
+                                               ? Evaluate(*s.execArgs[argIndex++].value)
+                                               : QVariant();
+                        out += a.isValid() ? a.toString() : QStringLiteral("(null)");
+                        i = k;
+                        continue;
+                    }
+                    if (text[i + 1] == u'%') {
+                        out += u'%';
+                        ++i;
+                        continue;
+                    }
+                }
+                out += text[i];
+            }
+            text = out;
+        }
+        ServerError e = ServerError::Make(number, qBound(0, severity, 25), text);
+        e.state = state;
+        if (severity <= 10) {
+            EmitInfo(number == 50000 ? 0 : number, text, severity);
+            return Flow::Normal;
+        }
+        throw e;
+    }
+    case K::BeginTran:
+        if (mTranCount == 0)
+            mDb->Exec(QStringLiteral("BEGIN"));
+        ++mTranCount;
+        return Flow::Normal;
+    case K::CommitTran:
+        if (mTranCount == 0)
+            throw ServerError::Make(
+                3902, 16,
+                QStringLiteral("The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION."));
+        if (--mTranCount == 0)
+            mDb->Exec(QStringLiteral("COMMIT"));
+        return Flow::Normal;
+    case K::RollbackTran:
+        if (mTranCount == 0)
+            throw ServerError::Make(
+                3903, 16,
+                QStringLiteral("The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION."));
+        mTranCount = 0;
+        mDb->Exec(QStringLiteral("ROLLBACK"));
+        return Flow::Normal;
+    case K::Unsupported:
+        throw ServerError::Unsupported(s.construct);
+    }
+    return Flow::Normal;
+}
+
+void SessionState::Declare(const SqlParam& p, const QVariant& value, int line) {
+    const QString key = p.name.toLower();
+    if (Top().vars.contains(key))
+        throw ServerError::Make(
+            134, 15,
+            QStringLiteral("The variable name '%1' has already been declared. Variable names must "
+                           "be unique within a query batch or stored procedure.")
+                .arg(p.name),
+            true);
+    if (!Catalogue::FindType(p.type.name))
+        throw ServerError::Make(
+            2715, 16,
+            QStringLiteral("Column, parameter, or variable #%1: Cannot find data type %2.")
+                .arg(Top().vars.size() + 1)
+                .arg(p.type.name),
+            true);
+    Q_UNUSED(line);
+    Top().vars.insert(key, Var{p.type, Convert(value, p.type)});
+}
+
+void SessionState::Assign(const QString& name, const QVariant& value, int) {
+    auto it = Top().vars.find(name.toLower());
+    if (it == Top().vars.end())
+        throw ServerError::Make(137, 15, QStringLiteral("Must declare the scalar variable \"%1\".").arg(name),
+                                true);
+    it->value = Convert(value, it->type);
+}
+
+QVariant SessionState::Convert(const QVariant& value, const SqlTypeSpec& type) {
+    if (!value.isValid() || value.isNull())
+        return QVariant();
+    int length = type.length;
+    if (length == -1 && type.precision > 0)
+        length = type.precision;
+    const SystemType* t = Catalogue::FindType(type.name);
+    if (t && t->character && length == -1)
+        length = 1; // a declared varchar without length holds one character
+    SqliteStatement st(mDb->Handle(), QStringLiteral("SELECT tsql_convert(?, ?, ?, ?)"));
+    st.BindAll({type.name, length, type.scale, value});
+    st.Step();
+    return st.Value(0);
+}
+
+QVariant SessionState::Variable(const QString& name, int) {
+    auto it = Top().vars.find(name.toLower());
+    if (it == Top().vars.end())
+        throw ServerError::Make(137, 15, QStringLiteral("Must declare the scalar variable \"%1\".").arg(name),
+                                true);
+    return it->value;
+}
+
+QVariant SessionState::Global(const QString& name) {
+    const QString n = name.toUpper();
+    if (n == QLatin1String("@@ROWCOUNT"))
+        return mRowCount;
+    if (n == QLatin1String("@@IDENTITY"))
+        return mIdentity;
+    if (n == QLatin1String("SCOPE_IDENTITY"))
+        return mScopeIdentity;
+    if (n == QLatin1String("@@ERROR"))
+        return qlonglong(mLastError);
+    if (n == QLatin1String("@@TRANCOUNT"))
+        return mTranCount;
+    if (n == QLatin1String("@@NESTLEVEL"))
+        return mNesting;
+    if (n == QLatin1String("@@SPID"))
+        return 51;
+    if (n == QLatin1String("@@VERSION"))
+        return QStringLiteral("TARMO embedded server 1.0 (SQLite %1)")
+            .arg(QString::fromLatin1(sqlite3_libversion()));
+    if (n == QLatin1String("@@SERVERNAME") || n == QLatin1String("@@SERVICENAME"))
+        return QStringLiteral("EMBEDDED");
+    if (n == QLatin1String("@@LANGUAGE"))
+        return QStringLiteral("us_english");
+    if (n == QLatin1String("@@DATEFIRST"))
+        return 7;
+    if (n == QLatin1String("@@MAX_PRECISION"))
+        return 38;
+    if (n == QLatin1String("@@OPTIONS"))
+        return mNoCount ? 512 : 0;
+    if (n == QLatin1String("USER_NAME") || n == QLatin1String("CURRENT_USER") ||
+        n == QLatin1String("SESSION_USER") || n == QLatin1String("USER"))
+        return userName;
+    if (n == QLatin1String("USER_ID"))
+        return mUid;
+    if (n == QLatin1String("SUSER_SNAME") || n == QLatin1String("SUSER_NAME") ||
+        n == QLatin1String("SYSTEM_USER"))
+        return login.name;
+    if (n == QLatin1String("SUSER_SID"))
+        return login.sid;
+    if (n == QLatin1String("HOST_NAME") || n == QLatin1String("APP_NAME"))
+        return QString();
+    return {};
+}
+
+QVariant SessionState::Evaluate(const SqlExpr& e) {
+    SqlTranslator t(*this);
+    const QString sql = QStringLiteral("SELECT ") + t.Expr(e);
+    SqliteStatement st(mDb->Handle(), sql);
+    st.BindAll(t.Params());
+    return st.Step() ? st.Value(0) : QVariant();
+}
+
+bool SessionState::Condition(const SqlExpr& e) {
+    SqlTranslator t(*this);
+    const QString sql =
+        QStringLiteral("SELECT CASE WHEN ") + t.Expr(e) + QStringLiteral(" THEN 1 ELSE 0 END");
+    SqliteStatement st(mDb->Handle(), sql);
+    st.BindAll(t.Params());
+    return st.Step() && st.Value(0).toInt() == 1;
+}
+
+SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
+    SqliteStatement st(mDb->Handle(), sql);
+    st.BindAll(params);
+    SqlRowSet rs;
+    const int n = st.ColumnCount();
+    QList<bool> typed;
+    for (int i = 0; i < n; ++i) {
+        SqlColumn c;
+        c.name = SqlTranslator::ResultName(st.ColumnName(i));
+        const QString decl = st.DeclaredType(i);
+        typed.append(!decl.isEmpty());
+        if (!decl.isEmpty())
+            Catalogue::DescribeDeclaredType(decl, &c.typeId, &c.length, &c.precision, &c.scale);
+        rs.columns.append(c);
+    }
+    while (st.Step()) {
+        QVariantList row;
+        for (int i = 0; i < n; ++i) {
+            QVariant v = st.Value(i);
+            if (!typed[i] && v.isValid()) {
+                SqlColumn& c = rs.columns[i];
+                typed[i] = true;
+                if (v.typeId() == QMetaType::LongLong) {
+                    c.typeId = 56;
+                    c.length = 4;
+                    c.precision = 10;
+                } else if (v.typeId() == QMetaType::Double) {
+                    c.typeId = 62;
+                    c.length = 8;
+                    c.precision = 53;
+                } else if (v.typeId() == QMetaType::QByteArray) {
+                    c.typeId = 165;
+                    c.length = 8000;
+                } else {
+                    c.typeId = 231;
+                    c.length = 8000;
+                }
+            }
+            row.append(ToServerValue(v, rs.columns[i].typeId));
+        }
+        rs.rows.append(row);
+    }
+    for (int i = 0; i < n; ++i)
+        if (!typed[i]) {
+            rs.columns[i].typeId = 56;
+            rs.columns[i].length = 4;
+        }
+    return rs;
+}
+
+void SessionState::RunSelect(const SqlStatement& s) {
+    const SqlSelect& sel = *s.select;
+    int assigns = 0;
+    for (const SqlSelectItem& item : sel.cores.first().items)
+        if (!item.assignTo.isEmpty())
+            ++assigns;
+    if (assigns > 0 && (assigns != sel.cores.first().items.size() || sel.cores.size() > 1))
+        throw ServerError::Make(
+            141, 15,
+            QStringLiteral("A SELECT statement that assigns a value to a variable must not be "
+                           "combined with data-retrieval operations."),
+            true);
+    SqlTranslator t(*this);
+    const QString sql = t.Select(sel);
+    if (assigns > 0) {
+        for (const SqlSelectItem& item : sel.cores.first().items)
+            Variable(item.assignTo, s.line); // must be declared
+        SqliteStatement st(mDb->Handle(), sql);
+        st.BindAll(t.Params());
+        long long rows = 0;
+        while (st.Step()) {
+            ++rows;
+            for (int i = 0; i < sel.cores.first().items.size(); ++i)
+                Assign(sel.cores.first().items[i].assignTo, st.Value(i), s.line);
+        }
+        mRowCount = rows;
+        return;
+    }
+    SqlRowSet rs = Query(sql, t.Params());
+    const long long count = rs.rows.size();
+    if (mOut)
+        mOut->append(SqlResult::Rows(std::move(rs)));
+    EmitCount(count);
+}
+
+SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTranslator& translator) {
+    const QStringList& parts = ref.name;
+    const QString name = parts.last();
+    const QString owner = parts.size() >= 2 ? parts[parts.size() - 2] : QString();
+    const QString dbName = parts.size() >= 3 ? parts[parts.size() - 3] : QString();
+    const QString written = parts.join(u'.');
+    const QString schema = SchemaFor(dbName, ref.line);
+    if (schema.isEmpty())
+        throw ServerError::InvalidObject(written);
+    const bool isMasterSchema = schema == MasterSchema();
+    Table t;
+    t.alias = name;
+    if (Catalogue::IsMasterTable(name) && isMasterSchema) {
+        t.sql = QStringLiteral("\"%1\".%2").arg(schema, name.toLower());
+        t.catalogue = true;
+        return t;
+    }
+    if (Catalogue::IsCatalogueTable(name) &&
+        (owner.isEmpty() || owner.compare(QLatin1String("dbo"), Qt::CaseInsensitive) == 0 ||
+         owner.compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0)) {
+        t.sql = QStringLiteral("\"%1\".%2").arg(schema, name.toLower());
+        t.catalogue = true;
+        return t;
+    }
+    const CatalogueObject o = Catalogue::FindObject(*mDb, schema, name, owner, schema == Schema() ? mUid : 1);
+    if (!o.IsValid())
+        throw ServerError::InvalidObject(written);
+    if (ref.kind == SqlTableRef::Kind::Function) {
+        if (o.xtype != QLatin1String("IF")) {
+            if (o.xtype == QLatin1String("TF"))
+                throw ServerError::Unsupported(QStringLiteral("multi-statement table functions in queries"));
+            throw ServerError::Make(
+                215, 16,
+                QStringLiteral("Parameters were supplied for object '%1' which is not a function. "
+                               "If the parameters are intended as a table hint, a WITH keyword is "
+                               "required.")
+                    .arg(written),
+                true);
+        }
+        if (schema != Schema())
+            throw ServerError::Unsupported(QStringLiteral("functions of another database"));
+        CheckPermission(o, 193);
+        const Module m = LoadModule(o);
+        if (!m.statement || !m.statement->select)
+            throw ServerError::InvalidObject(written);
+        const QList<SqlParam>& params = m.statement->params;
+        if (ref.args.size() > params.size())
+            throw ServerError::Make(
+                8144, 16,
+                QStringLiteral("Procedure or function %1 has too many arguments specified.").arg(name), true);
+        const QHash<QString, QString> saved = translator.Overrides();
+        QHash<QString, QString> inner;
+        for (int i = 0; i < params.size(); ++i) {
+            QString value;
+            if (i < ref.args.size())
+                value = translator.Expr(*ref.args[i]);
+            else if (params[i].defaultValue)
+                value = translator.Expr(*params[i].defaultValue);
+            else
+                throw ServerError::Make(
+                    313, 16,
+                    QStringLiteral("An insufficient number of arguments were supplied for the "
+                                   "procedure or function %1.")
+                        .arg(name),
+                    true);
+            inner.insert(params[i].name.toLower(), value);
+        }
+        translator.SetOverrides(inner);
+        ++mModuleDepth;
+        try {
+            t.sql = u'(' + translator.Select(*m.statement->select) + u')';
+        } catch (...) {
+            --mModuleDepth;
+            translator.SetOverrides(saved);
+            throw;
+        }
+        --mModuleDepth;
+        translator.SetOverrides(saved);
+        return t;
+    }
+    if (o.xtype == QLatin1String("U")) {
+        CheckPermission(o, 193);
+        t.sql = QStringLiteral("\"%1\".\"T%2\"").arg(schema).arg(o.id);
+        return t;
+    }
+    if (o.xtype == QLatin1String("V")) {
+        if (schema != Schema())
+            throw ServerError::Unsupported(QStringLiteral("views of another database"));
+        CheckPermission(o, 193);
+        if (mModuleDepth > 32)
+            throw ServerError::Make(
+                217, 16,
+                QStringLiteral("Maximum stored procedure, function, trigger, or view nesting level "
+                               "exceeded (limit 32)."),
+                true);
+        const Module m = LoadModule(o);
+        if (!m.statement || !m.statement->select)
+            throw ServerError::InvalidObject(written);
+        const QHash<QString, QString> saved = translator.Overrides();
+        translator.SetOverrides({});
+        ++mModuleDepth;
+        QString inner;
+        try {
+            inner = translator.Select(*m.statement->select);
+        } catch (...) {
+            --mModuleDepth;
+            translator.SetOverrides(saved);
+            throw;
+        }
+        --mModuleDepth;
+        translator.SetOverrides(saved);
+        if (!m.statement->columns.isEmpty()) {
+            QStringList cols;
+            for (const QString& c : m.statement->columns)
+                cols.append(SqlTranslator::Quote(c));
+            inner = QStringLiteral("WITH \"__v\"(%1) AS (%2) SELECT * FROM \"__v\"")
+                        .arg(cols.join(QStringLiteral(", ")), inner);
+        }
+        t.sql = u'(' + inner + u')';
+        return t;
+    }
+    if (o.xtype == QLatin1String("IF") || o.xtype == QLatin1String("TF"))
+        throw ServerError::Make(
+            216, 16, QStringLiteral("Parameters were not supplied for the function '%1'.").arg(written),
+            true);
+    throw ServerError::InvalidObject(written);
+}
+
+QString SessionState::SchemaFor(const QString& databaseName, int) {
+    if (databaseName.isEmpty() || databaseName.compare(database, Qt::CaseInsensitive) == 0)
+        return Schema();
+    if (databaseName.compare(QLatin1String("master"), Qt::CaseInsensitive) == 0)
+        return MasterSchema();
+    const QString key = databaseName.toLower();
+    auto it = mAttached.find(key);
+    if (it != mAttached.end())
+        return *it;
+    const QString path = mServer->DatabasePath(databaseName);
+    if (path.isEmpty())
+        return {};
+    const QString schema = QStringLiteral("db%1").arg(mAttached.size() + 1);
+    mDb->Exec(QStringLiteral("ATTACH DATABASE ? AS %1").arg(schema), {path});
+    mAttached.insert(key, schema);
+    return schema;
+}

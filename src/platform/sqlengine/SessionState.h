@@ -1,0 +1,151 @@
+#pragma once
+
+#include "Catalogue.h"
+#include "ServerError.h"
+#include "ServerState.h"
+#include "SqlAst.h"
+#include "SqlResults.h"
+#include "SqlTranslator.h"
+#include "SqliteDb.h"
+
+#include <QHash>
+#include <memory>
+
+class SqliteStatement;
+
+// One connection's executor: it parses a batch, walks its statements and keeps the catalogue in
+// step with what they create, change and drop.
+class SessionState : public TranslatorContext {
+public:
+    SessionState(std::shared_ptr<ServerState> server, LoginInfo login);
+    ~SessionState() override;
+
+    // Opens a database for the login; fills 4060/916 style messages and gives false when it can't.
+    bool Open(const QString& database, QList<SqlMessage>* messages);
+
+    SqlBatchResults Execute(const QString& batch);
+    SqlBatchResults Parse(const QString& batch);
+
+    QString database;
+    QString userName;
+    LoginInfo login;
+
+    // TranslatorContext
+    Table ResolveTable(const SqlTableRef& ref, SqlTranslator& translator) override;
+    QVariant Variable(const QString& name, int line) override;
+    QVariant Global(const QString& name) override;
+    QString Schema() const override { return QStringLiteral("main"); }
+    QString MasterSchema() const override;
+    QString DatabaseName() const override { return database; }
+    int UserUid() const override { return mUid; }
+
+    // Runs a user's scalar function for a query; throws ServerError.
+    QVariant CallFunction(const QString& name, const QVariantList& args);
+
+private:
+    enum class Flow { Normal, Break, Continue, Return };
+    struct Var {
+        SqlTypeSpec type;
+        QVariant value;
+    };
+    struct Frame {
+        QHash<QString, Var> vars;
+        QString procedure;
+        QVariant returnValue;
+        bool hasReturnValue = false;
+    };
+    struct Module {
+        QString text;
+        SqlStatementP statement;
+        int id = 0;
+        QString xtype;
+    };
+
+    void OpenDatabase(const QString& name, const QString& path);
+    void Emit(const ServerError& e, int line);
+    void EmitInfo(long number, const QString& text, int severity = 0);
+    void EmitCount(long long count);
+    ServerError MapSqliteError(const SqliteError& e, const QString& verb);
+
+    Flow Run(const QList<SqlStatementP>& statements);
+    Flow RunStatement(const SqlStatement& s);
+    Flow RunStatementInner(const SqlStatement& s);
+
+    // variables
+    Frame& Top() { return mFrames.last(); }
+    void Declare(const SqlParam& p, const QVariant& value, int line);
+    void Assign(const QString& name, const QVariant& value, int line);
+    QVariant Convert(const QVariant& value, const SqlTypeSpec& type);
+    QVariant Evaluate(const SqlExpr& e);
+    bool Condition(const SqlExpr& e);
+
+    // queries
+    void RunSelect(const SqlStatement& s);
+    SqlRowSet Query(const QString& sql, const QVariantList& params);
+    void RunInsert(const SqlStatement& s);
+    void RunUpdate(const SqlStatement& s);
+    void RunDelete(const SqlStatement& s);
+    CatalogueObject TargetTable(const QStringList& name, int line, const char* action);
+    long long RunDml(const QString& sql, const QVariantList& params, const CatalogueObject& table,
+                     const QString& verb);
+
+    // DDL (SessionDdl.cpp)
+    void CreateTable(const SqlStatement& s);
+    void AlterTable(const SqlStatement& s);
+    void CreateModule(const SqlStatement& s);
+    void DropObjects(const SqlStatement& s);
+    void DropObject(const CatalogueObject& o);
+    void CreateIndex(const SqlStatement& s);
+    void Truncate(const SqlStatement& s);
+    void Permission(const SqlStatement& s);
+    void Principal(const SqlStatement& s);
+    void UseDatabase(const SqlStatement& s);
+    void SetOption(const SqlStatement& s);
+    void WriteColumns(int id, const QList<SqlParam>& params, int number);
+    void WriteText(int id, const QString& text);
+    int OwnerUid(const QStringList& name, int line);
+    bool CanCreate(const QString& kind);
+    bool IsDbOwner() const;
+    bool HasPermission(const CatalogueObject& o, int action);
+    void CheckPermission(const CatalogueObject& o, int action);
+    QList<int> MyPrincipals() const;
+
+    // procedures (SystemProcedures.cpp)
+    void Exec(const SqlStatement& s);
+    bool RunSystemProcedure(const QString& name, const SqlStatement& s, const QVariantList& args);
+    QVariant RunProcedure(const CatalogueObject& proc, const SqlStatement& s, const QStringList& name);
+    void HelpText(const QVariantList& args);
+    void HelpProtect(const QVariantList& args);
+    void HelpRole(const QVariantList& args);
+    void HelpUser(const QVariantList& args);
+    void Rename(const QVariantList& args);
+    void AddRoleMember(const QVariantList& args, bool add);
+    void ExecuteSql(const QVariantList& args);
+
+    Module LoadModule(const CatalogueObject& o);
+    QString ObjectText(int id);
+    CatalogueObject ResolveObjectName(const QString& name);
+    QString SchemaFor(const QString& databaseName, int line);
+    QString KindWord(const QString& xtype) const;
+
+    std::shared_ptr<ServerState> mServer;
+    std::unique_ptr<SqliteDb> mDb;
+    int mUid = 1;
+    QHash<QString, QString> mAttached; // database name (lower) -> schema
+    QList<Frame> mFrames;
+    SqlBatchResults* mOut = nullptr;
+    int mNesting = 0;
+    int mModuleDepth = 0;
+    int mTranCount = 0;
+    bool mNoCount = false;
+    bool mParseOnly = false;
+    bool mNoExec = false;
+    bool mQuotedIdentifier = true;
+    bool mAnsiNulls = true;
+    QString mIdentityInsert; // table id as text
+    long long mRowCount = 0;
+    QVariant mIdentity;
+    QVariant mScopeIdentity;
+    long mLastError = 0;
+    QString mBatchText;
+};

@@ -1,0 +1,244 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <memory>
+
+// The parsed form of a batch: expressions, queries and statements. The parser builds it, the
+// translator turns queries into SQLite, the executor walks the statements.
+
+struct SqlExpr;
+struct SqlSelect;
+struct SqlStatement;
+using SqlExprP = std::shared_ptr<SqlExpr>;
+using SqlSelectP = std::shared_ptr<SqlSelect>;
+using SqlStatementP = std::shared_ptr<SqlStatement>;
+
+struct SqlTypeSpec {
+    QString name;    // lower case: int, nvarchar, ...
+    int length = -1; // as written; -1 none given, -2 max
+    int precision = -1;
+    int scale = -1;
+    bool IsValid() const { return !name.isEmpty(); }
+};
+
+struct SqlExpr {
+    enum class Kind {
+        Null,
+        String,
+        Number,
+        Column,
+        Variable,
+        Star,
+        Unary,
+        Binary,
+        Function,
+        Case,
+        Subquery,
+        Exists,
+        In,
+        Between,
+        Like,
+        IsNull,
+        Cast
+    };
+    Kind kind = Kind::Null;
+    QString text;         // literal value, operator, function name, variable name
+    QStringList parts;    // a column or star qualifier: [db.][owner.][table.]column
+    QList<SqlExprP> args; // operands, function arguments, CASE: operand?, when, then..., else
+    SqlSelectP select;    // Subquery, Exists, In (subquery form)
+    SqlTypeSpec type;     // Cast / Convert target
+    bool negated = false; // NOT IN, NOT LIKE, NOT BETWEEN, IS NOT NULL
+    bool distinct = false;
+    bool star = false;    // COUNT(*)
+    bool unicode = false; // N'..'
+    bool hasElse = false; // CASE
+    bool hasOperand = false;
+    int line = 1;
+};
+
+struct SqlTableRef {
+    enum class Kind { Named, Subquery, Join, Function };
+    Kind kind = Kind::Named;
+    QStringList name; // [db.][owner.]name
+    QString alias;
+    SqlSelectP select;
+    QList<SqlExprP> args; // table function arguments
+    std::shared_ptr<SqlTableRef> left, right;
+    QString joinType; // INNER, LEFT, RIGHT, FULL, CROSS
+    SqlExprP on;
+    int line = 1;
+};
+using SqlTableRefP = std::shared_ptr<SqlTableRef>;
+
+struct SqlSelectItem {
+    SqlExprP expr;
+    QString alias;
+    bool hasAlias = false;
+    QString assignTo; // SELECT @v = expr
+};
+
+struct SqlOrderItem {
+    SqlExprP expr;
+    bool descending = false;
+};
+
+struct SqlSelectCore {
+    bool distinct = false;
+    SqlExprP top;
+    bool topPercent = false;
+    QList<SqlSelectItem> items;
+    QList<SqlTableRefP> from;
+    SqlExprP where;
+    QList<SqlExprP> groupBy;
+    SqlExprP having;
+    QStringList into; // SELECT ... INTO
+};
+
+struct SqlSelect {
+    QList<SqlSelectCore> cores;
+    QStringList unionOps; // "UNION", "UNION ALL", "EXCEPT", "INTERSECT" between cores
+    QList<SqlOrderItem> orderBy;
+    int line = 1;
+};
+
+struct SqlColumnDef {
+    QString name;
+    SqlTypeSpec type;
+    bool nullable = true;
+    bool nullGiven = false;
+    bool identity = false;
+    long long seed = 1, increment = 1;
+    bool primaryKey = false;
+    bool unique = false;
+    SqlExprP defaultValue;
+    QString defaultText;
+};
+
+struct SqlParam {
+    QString name; // with @
+    SqlTypeSpec type;
+    SqlExprP defaultValue;
+    bool output = false;
+};
+
+struct SqlExecArg {
+    QString name; // @param = ..., or ""
+    SqlExprP value;
+    bool output = false;
+    bool isDefault = false; // DEFAULT keyword
+};
+
+struct SqlStatement {
+    enum class Kind {
+        Empty,
+        Select,
+        Insert,
+        Update,
+        Delete,
+        CreateTable,
+        AlterTableAdd,
+        DropObject,
+        CreateModule,
+        If,
+        While,
+        Block,
+        Declare,
+        SetVariable,
+        SetOption,
+        Print,
+        Return,
+        Exec,
+        Use,
+        Permission,
+        CreateDatabase,
+        DropDatabase,
+        CreateLogin,
+        AlterLogin,
+        DropLogin,
+        CreateUser,
+        DropUser,
+        CreateRole,
+        DropRole,
+        Raiserror,
+        Break,
+        Continue,
+        BeginTran,
+        CommitTran,
+        RollbackTran,
+        CreateIndex,
+        Truncate,
+        Unsupported
+    };
+    Kind kind = Kind::Empty;
+    int line = 1;
+    int begin = 0, end = 0; // offsets of the statement in its batch
+
+    // Select / Insert / Update / Delete / subqueries
+    SqlSelectP select;
+    QStringList target; // table of Insert/Update/Delete/Create/Alter/Truncate/Index; the module's name
+    QString targetAlias;
+    QStringList columns; // Insert column list; view column list
+    QList<QList<SqlExprP>> values;
+    bool defaultValues = false;
+    QList<QPair<QStringList, SqlExprP>> assignments; // UPDATE SET col = expr / @v = expr
+    QList<SqlTableRefP> from;
+    SqlExprP where;
+    SqlExprP top;
+
+    // CREATE TABLE / ALTER TABLE ADD / DECLARE @t TABLE
+    QList<SqlColumnDef> columnDefs;
+    QStringList primaryKey; // table-level PRIMARY KEY
+    QString constraintName;
+
+    // DROP x a, b / CREATE/ALTER module
+    QString objectKind; // TABLE, PROCEDURE, FUNCTION, VIEW, TRIGGER, INDEX, DATABASE, ...
+    QList<QStringList> names;
+    bool isAlter = false;
+    QList<SqlParam> params;
+    SqlTypeSpec returnType;    // scalar function
+    bool returnsTable = false; // inline (returnVariable empty) or multi-statement
+    QString returnVariable;    // RETURNS @t TABLE
+    QStringList triggerTable;
+    QStringList triggerEvents; // INSERT, UPDATE, DELETE
+    int keywordBegin = 0;      // offset of the CREATE/ALTER word
+    int keywordEnd = 0;
+
+    // Control of flow
+    SqlExprP condition;            // IF / WHILE; RETURN value; PRINT value
+    QList<SqlStatementP> body;     // BEGIN..END, module body, IF then-branch
+    QList<SqlStatementP> elseBody; // IF else-branch (one statement or a block)
+    bool hasElse = false;
+
+    // DECLARE / SET
+    QList<QPair<SqlParam, SqlExprP>> declarations;
+    QString variable;
+    QString assignOp; // =, +=, -=, ...
+    QStringList optionNames;
+    QString optionValue;
+
+    // EXEC
+    QStringList procedure; // name parts; empty when the name is a variable
+    QString procedureVariable;
+    QString returnInto; // EXEC @rc = ...
+    QList<SqlExecArg> execArgs;
+    SqlExprP dynamicSql; // EXEC ('...')
+
+    // GRANT / DENY / REVOKE
+    QString permissionVerb; // GRANT, DENY, REVOKE
+    QStringList permissions;
+    QStringList grantees;
+    bool withGrantOption = false;
+    bool grantOptionFor = false;
+
+    // logins, users, roles, databases
+    QString name;
+    QString password;
+    QString loginName;
+    QString defaultDatabase;
+    QString defaultSchema;
+
+    // Unsupported: what it is
+    QString construct;
+};

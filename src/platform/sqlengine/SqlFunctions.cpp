@@ -1,0 +1,841 @@
+#include "SqlFunctions.h"
+
+#include "Catalogue.h"
+#include "SqlParser.h"
+#include "SqliteDb.h"
+
+#include <QDateTime>
+#include <QHash>
+#include <QRegularExpression>
+#include <QUuid>
+#include <cmath>
+#include <sqlite3.h>
+
+namespace {
+
+QString Text(sqlite3_value* v) {
+    return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(v)), sqlite3_value_bytes(v));
+}
+
+bool IsNull(sqlite3_value* v) {
+    return sqlite3_value_type(v) == SQLITE_NULL;
+}
+
+void ResultText(sqlite3_context* ctx, const QString& s) {
+    const QByteArray b = s.toUtf8();
+    sqlite3_result_text(ctx, b.constData(), int(b.size()), SQLITE_TRANSIENT);
+}
+
+void ResultError(sqlite3_context* ctx, long number, const QString& text) {
+    const QByteArray b = QStringLiteral("TSQL%1:%2").arg(number).arg(text).toUtf8();
+    sqlite3_result_error(ctx, b.constData(), int(b.size()));
+}
+
+QString TrimRight(QString s) {
+    while (s.endsWith(u' '))
+        s.chop(1);
+    return s;
+}
+
+bool ParseNumber(const QString& text, double* out) {
+    bool ok = false;
+    const double d = text.trimmed().toDouble(&ok);
+    if (ok && out)
+        *out = d;
+    return ok;
+}
+
+QDateTime ParseDate(const QString& text) {
+    const QString t = text.trimmed();
+    static const char* formats[] = {
+        "yyyy-MM-dd HH:mm:ss.zzz", "yyyy-MM-dd HH:mm:ss", "yyyy-MM-dd HH:mm", "yyyy-MM-ddTHH:mm:ss.zzz",
+        "yyyy-MM-ddTHH:mm:ss",     "yyyy-MM-dd",          "yyyyMMdd",         "yyyyMMdd HH:mm:ss",
+        "dd.MM.yyyy HH:mm:ss",     "dd.MM.yyyy",          "MM/dd/yyyy",       "MM/dd/yyyy HH:mm:ss"};
+    for (const char* f : formats) {
+        QDateTime d = QDateTime::fromString(t, QString::fromLatin1(f));
+        if (d.isValid())
+            return d;
+    }
+    QDateTime d = QDateTime::fromString(t, QStringLiteral("MMM d yyyy h:mmAP"));
+    if (d.isValid())
+        return d;
+    return {};
+}
+
+QString FormatDate(const QDateTime& d) {
+    return d.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+}
+
+// value + value: text joins text, everything else adds.
+void Add(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]) || IsNull(a[1])) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    const int t0 = sqlite3_value_type(a[0]), t1 = sqlite3_value_type(a[1]);
+    if (t0 == SQLITE_TEXT && t1 == SQLITE_TEXT) {
+        ResultText(ctx, Text(a[0]) + Text(a[1]));
+        return;
+    }
+    if (t0 == SQLITE_INTEGER && t1 == SQLITE_INTEGER) {
+        sqlite3_result_int64(ctx, sqlite3_value_int64(a[0]) + sqlite3_value_int64(a[1]));
+        return;
+    }
+    double x = 0, y = 0;
+    const QString s0 = Text(a[0]), s1 = Text(a[1]);
+    if (t0 == SQLITE_TEXT && !ParseNumber(s0, &x)) {
+        ResultError(
+            ctx, 245,
+            QStringLiteral("Conversion failed when converting the varchar value '%1' to data type int.")
+                .arg(s0));
+        return;
+    }
+    if (t1 == SQLITE_TEXT && !ParseNumber(s1, &y)) {
+        ResultError(
+            ctx, 245,
+            QStringLiteral("Conversion failed when converting the varchar value '%1' to data type int.")
+                .arg(s1));
+        return;
+    }
+    if (t0 != SQLITE_TEXT)
+        x = sqlite3_value_double(a[0]);
+    if (t1 != SQLITE_TEXT)
+        y = sqlite3_value_double(a[1]);
+    const bool integral =
+        (t0 == SQLITE_INTEGER || (t0 == SQLITE_TEXT && std::floor(x) == x && !s0.contains(u'.'))) &&
+        (t1 == SQLITE_INTEGER || (t1 == SQLITE_TEXT && std::floor(y) == y && !s1.contains(u'.')));
+    if (integral)
+        sqlite3_result_int64(ctx, qint64(x) + qint64(y));
+    else
+        sqlite3_result_double(ctx, x + y);
+}
+
+void Len(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]))
+        return sqlite3_result_null(ctx);
+    sqlite3_result_int64(ctx, TrimRight(Text(a[0])).size());
+}
+
+void DataLength(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]))
+        return sqlite3_result_null(ctx);
+    if (sqlite3_value_type(a[0]) == SQLITE_TEXT)
+        sqlite3_result_int64(ctx, Text(a[0]).size() * 2);
+    else
+        sqlite3_result_int64(ctx, sqlite3_value_bytes(a[0]));
+}
+
+void Upper(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]))
+        return sqlite3_result_null(ctx);
+    ResultText(ctx, Text(a[0]).toUpper());
+}
+
+void Lower(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]))
+        return sqlite3_result_null(ctx);
+    ResultText(ctx, Text(a[0]).toLower());
+}
+
+void Substring(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]) || IsNull(a[1]) || IsNull(a[2]))
+        return sqlite3_result_null(ctx);
+    const QString s = Text(a[0]);
+    qint64 start = sqlite3_value_int64(a[1]);
+    qint64 len = sqlite3_value_int64(a[2]);
+    if (len < 0)
+        return ResultError(ctx, 537,
+                           QStringLiteral("Invalid length parameter passed to the substring function."));
+    qint64 end = start + len; // exclusive, 1-based
+    start = qMax<qint64>(start, 1);
+    if (end <= start)
+        return ResultText(ctx, QString());
+    ResultText(ctx, s.mid(start - 1, end - start));
+}
+
+void Left(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]) || IsNull(a[1]))
+        return sqlite3_result_null(ctx);
+    const qint64 n = sqlite3_value_int64(a[1]);
+    if (n < 0)
+        return ResultError(ctx, 536, QStringLiteral("Invalid length parameter passed to the left function."));
+    ResultText(ctx, Text(a[0]).left(n));
+}
+
+void Right(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]) || IsNull(a[1]))
+        return sqlite3_result_null(ctx);
+    const qint64 n = sqlite3_value_int64(a[1]);
+    if (n < 0)
+        return ResultError(ctx, 536,
+                           QStringLiteral("Invalid length parameter passed to the right function."));
+    ResultText(ctx, Text(a[0]).right(n));
+}
+
+void CharIndex(sqlite3_context* ctx, int argc, sqlite3_value** a) {
+    if (IsNull(a[0]) || IsNull(a[1]))
+        return sqlite3_result_null(ctx);
+    qint64 start = argc > 2 && !IsNull(a[2]) ? sqlite3_value_int64(a[2]) : 1;
+    start = qMax<qint64>(start, 1);
+    const QString needle = Text(a[0]);
+    if (needle.isEmpty())
+        return sqlite3_result_int64(ctx, 0);
+    const qsizetype i = Text(a[1]).indexOf(needle, start - 1, Qt::CaseInsensitive);
+    sqlite3_result_int64(ctx, i < 0 ? 0 : i + 1);
+}
+
+void Replace(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]) || IsNull(a[1]) || IsNull(a[2]))
+        return sqlite3_result_null(ctx);
+    QString s = Text(a[0]);
+    const QString from = Text(a[1]);
+    if (from.isEmpty())
+        return ResultText(ctx, s);
+    ResultText(ctx, s.replace(from, Text(a[2]), Qt::CaseInsensitive));
+}
+
+void Replicate(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]) || IsNull(a[1]))
+        return sqlite3_result_null(ctx);
+    const qint64 n = sqlite3_value_int64(a[1]);
+    if (n < 0)
+        return sqlite3_result_null(ctx);
+    ResultText(ctx, Text(a[0]).repeated(qMin<qint64>(n, 1000000)));
+}
+
+void Space(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]))
+        return sqlite3_result_null(ctx);
+    const qint64 n = sqlite3_value_int64(a[0]);
+    if (n < 0)
+        return sqlite3_result_null(ctx);
+    ResultText(ctx, QString(qMin<qint64>(n, 8000), u' '));
+}
+
+void Reverse(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]))
+        return sqlite3_result_null(ctx);
+    QString s = Text(a[0]);
+    std::reverse(s.begin(), s.end());
+    ResultText(ctx, s);
+}
+
+void GetDate(sqlite3_context* ctx, int, sqlite3_value**) {
+    ResultText(ctx, FormatDate(QDateTime::currentDateTime()));
+}
+
+void GetUtcDate(sqlite3_context* ctx, int, sqlite3_value**) {
+    ResultText(ctx, FormatDate(QDateTime::currentDateTimeUtc()));
+}
+
+void NewId(sqlite3_context* ctx, int, sqlite3_value**) {
+    ResultText(ctx, QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper());
+}
+
+void IsNumeric(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]))
+        return sqlite3_result_int(ctx, 0);
+    if (sqlite3_value_type(a[0]) != SQLITE_TEXT)
+        return sqlite3_result_int(ctx, 1);
+    sqlite3_result_int(ctx, ParseNumber(Text(a[0]), nullptr) ? 1 : 0);
+}
+
+void IsDate(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]))
+        return sqlite3_result_int(ctx, 0);
+    sqlite3_result_int(ctx, ParseDate(Text(a[0])).isValid() ? 1 : 0);
+}
+
+void Floor(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]))
+        return sqlite3_result_null(ctx);
+    if (sqlite3_value_type(a[0]) == SQLITE_INTEGER)
+        return sqlite3_result_int64(ctx, sqlite3_value_int64(a[0]));
+    sqlite3_result_double(ctx, std::floor(sqlite3_value_double(a[0])));
+}
+
+void Ceiling(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]))
+        return sqlite3_result_null(ctx);
+    if (sqlite3_value_type(a[0]) == SQLITE_INTEGER)
+        return sqlite3_result_int64(ctx, sqlite3_value_int64(a[0]));
+    sqlite3_result_double(ctx, std::ceil(sqlite3_value_double(a[0])));
+}
+
+void Power(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]) || IsNull(a[1]))
+        return sqlite3_result_null(ctx);
+    const double r = std::pow(sqlite3_value_double(a[0]), sqlite3_value_double(a[1]));
+    if (sqlite3_value_type(a[0]) == SQLITE_INTEGER)
+        return sqlite3_result_int64(ctx, qint64(r));
+    sqlite3_result_double(ctx, r);
+}
+
+QString DatePartName(const QString& p) {
+    const QString s = p.toLower();
+    if (s == QLatin1String("yy") || s == QLatin1String("yyyy") || s == QLatin1String("year"))
+        return QStringLiteral("year");
+    if (s == QLatin1String("mm") || s == QLatin1String("m") || s == QLatin1String("month"))
+        return QStringLiteral("month");
+    if (s == QLatin1String("dd") || s == QLatin1String("d") || s == QLatin1String("day"))
+        return QStringLiteral("day");
+    if (s == QLatin1String("hh") || s == QLatin1String("hour"))
+        return QStringLiteral("hour");
+    if (s == QLatin1String("mi") || s == QLatin1String("n") || s == QLatin1String("minute"))
+        return QStringLiteral("minute");
+    if (s == QLatin1String("ss") || s == QLatin1String("s") || s == QLatin1String("second"))
+        return QStringLiteral("second");
+    if (s == QLatin1String("ms") || s == QLatin1String("millisecond"))
+        return QStringLiteral("millisecond");
+    if (s == QLatin1String("dw") || s == QLatin1String("weekday"))
+        return QStringLiteral("weekday");
+    if (s == QLatin1String("dy") || s == QLatin1String("y") || s == QLatin1String("dayofyear"))
+        return QStringLiteral("dayofyear");
+    if (s == QLatin1String("wk") || s == QLatin1String("ww") || s == QLatin1String("week"))
+        return QStringLiteral("week");
+    if (s == QLatin1String("qq") || s == QLatin1String("q") || s == QLatin1String("quarter"))
+        return QStringLiteral("quarter");
+    return {};
+}
+
+QDateTime DateArg(sqlite3_context* ctx, sqlite3_value* v, bool* ok) {
+    *ok = true;
+    const QDateTime d = ParseDate(Text(v));
+    if (!d.isValid()) {
+        *ok = false;
+        ResultError(
+            ctx, 241,
+            QStringLiteral("Conversion failed when converting date and/or time from character string."));
+    }
+    return d;
+}
+
+void DatePart(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[1]))
+        return sqlite3_result_null(ctx);
+    const QString part = DatePartName(Text(a[0]));
+    bool ok = false;
+    const QDateTime d = DateArg(ctx, a[1], &ok);
+    if (!ok)
+        return;
+    qint64 r = 0;
+    if (part == QLatin1String("year"))
+        r = d.date().year();
+    else if (part == QLatin1String("month"))
+        r = d.date().month();
+    else if (part == QLatin1String("day"))
+        r = d.date().day();
+    else if (part == QLatin1String("hour"))
+        r = d.time().hour();
+    else if (part == QLatin1String("minute"))
+        r = d.time().minute();
+    else if (part == QLatin1String("second"))
+        r = d.time().second();
+    else if (part == QLatin1String("millisecond"))
+        r = d.time().msec();
+    else if (part == QLatin1String("weekday"))
+        r = d.date().dayOfWeek() % 7 + 1;
+    else if (part == QLatin1String("dayofyear"))
+        r = d.date().dayOfYear();
+    else if (part == QLatin1String("week"))
+        r = (d.date().dayOfYear() - 1 + QDate(d.date().year(), 1, 1).dayOfWeek() % 7) / 7 + 1;
+    else if (part == QLatin1String("quarter"))
+        r = (d.date().month() - 1) / 3 + 1;
+    else
+        return ResultError(ctx, 155,
+                           QStringLiteral("'%1' is not a recognized datepart option.").arg(Text(a[0])));
+    sqlite3_result_int64(ctx, r);
+}
+
+void DateAdd(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[1]) || IsNull(a[2]))
+        return sqlite3_result_null(ctx);
+    const QString part = DatePartName(Text(a[0]));
+    const qint64 n = sqlite3_value_int64(a[1]);
+    bool ok = false;
+    QDateTime d = DateArg(ctx, a[2], &ok);
+    if (!ok)
+        return;
+    if (part == QLatin1String("year"))
+        d = d.addYears(int(n));
+    else if (part == QLatin1String("quarter"))
+        d = d.addMonths(int(n * 3));
+    else if (part == QLatin1String("month"))
+        d = d.addMonths(int(n));
+    else if (part == QLatin1String("day") || part == QLatin1String("dayofyear") ||
+             part == QLatin1String("weekday"))
+        d = d.addDays(n);
+    else if (part == QLatin1String("week"))
+        d = d.addDays(n * 7);
+    else if (part == QLatin1String("hour"))
+        d = d.addSecs(n * 3600);
+    else if (part == QLatin1String("minute"))
+        d = d.addSecs(n * 60);
+    else if (part == QLatin1String("second"))
+        d = d.addSecs(n);
+    else if (part == QLatin1String("millisecond"))
+        d = d.addMSecs(n);
+    else
+        return ResultError(ctx, 155,
+                           QStringLiteral("'%1' is not a recognized dateadd option.").arg(Text(a[0])));
+    ResultText(ctx, FormatDate(d));
+}
+
+void DateDiff(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[1]) || IsNull(a[2]))
+        return sqlite3_result_null(ctx);
+    const QString part = DatePartName(Text(a[0]));
+    bool ok = false;
+    const QDateTime d1 = DateArg(ctx, a[1], &ok);
+    if (!ok)
+        return;
+    const QDateTime d2 = DateArg(ctx, a[2], &ok);
+    if (!ok)
+        return;
+    qint64 r = 0;
+    if (part == QLatin1String("year"))
+        r = d2.date().year() - d1.date().year();
+    else if (part == QLatin1String("quarter"))
+        r = (d2.date().year() * 4 + (d2.date().month() - 1) / 3) -
+            (d1.date().year() * 4 + (d1.date().month() - 1) / 3);
+    else if (part == QLatin1String("month"))
+        r = (d2.date().year() * 12 + d2.date().month()) - (d1.date().year() * 12 + d1.date().month());
+    else if (part == QLatin1String("day") || part == QLatin1String("dayofyear") ||
+             part == QLatin1String("weekday"))
+        r = d1.date().daysTo(d2.date());
+    else if (part == QLatin1String("week"))
+        r = d1.date().daysTo(d2.date()) / 7;
+    else if (part == QLatin1String("hour"))
+        r = d1.secsTo(d2) / 3600;
+    else if (part == QLatin1String("minute"))
+        r = d1.secsTo(d2) / 60;
+    else if (part == QLatin1String("second"))
+        r = d1.secsTo(d2);
+    else if (part == QLatin1String("millisecond"))
+        r = d1.msecsTo(d2);
+    else
+        return ResultError(ctx, 155,
+                           QStringLiteral("'%1' is not a recognized datediff option.").arg(Text(a[0])));
+    sqlite3_result_int64(ctx, r);
+}
+
+QString DateToText(const QDateTime& d, int style) {
+    switch (style) {
+    case 101:
+        return d.toString(QStringLiteral("MM/dd/yyyy"));
+    case 103:
+        return d.toString(QStringLiteral("dd/MM/yyyy"));
+    case 104:
+        return d.toString(QStringLiteral("dd.MM.yyyy"));
+    case 108:
+        return d.toString(QStringLiteral("HH:mm:ss"));
+    case 112:
+        return d.toString(QStringLiteral("yyyyMMdd"));
+    case 120:
+        return d.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    case 121:
+        return d.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+    case 126:
+        return d.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss.zzz"));
+    default: {
+        static const char* months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+        const int h = d.time().hour() % 12 == 0 ? 12 : d.time().hour() % 12;
+        return QStringLiteral("%1 %2 %3 %4:%5%6")
+            .arg(QLatin1String(months[d.date().month() - 1]))
+            .arg(d.date().day(), 2)
+            .arg(d.date().year())
+            .arg(h, 2)
+            .arg(d.time().minute(), 2, 10, QLatin1Char('0'))
+            .arg(d.time().hour() < 12 ? QStringLiteral("AM") : QStringLiteral("PM"));
+    }
+    }
+}
+
+// tsql_convert(type, length, scale, value[, style])
+void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
+    if (IsNull(a[3]))
+        return sqlite3_result_null(ctx);
+    const QString type = Text(a[0]).toLower();
+    const qint64 length = sqlite3_value_int64(a[1]);
+    const qint64 scale = sqlite3_value_int64(a[2]);
+    const int style = argc > 4 && !IsNull(a[4]) ? int(sqlite3_value_int64(a[4])) : 0;
+    sqlite3_value* v = a[3];
+    const int vt = sqlite3_value_type(v);
+    const SystemType* t = Catalogue::FindType(type);
+    if (!t)
+        return ResultError(ctx, 243, QStringLiteral("Type %1 is not a defined system type.").arg(type));
+    const QString name = QString::fromLatin1(t->name);
+    auto typeText = [&]() { return name; };
+    if (name == QLatin1String("int") || name == QLatin1String("bigint") ||
+        name == QLatin1String("smallint") || name == QLatin1String("tinyint") ||
+        name == QLatin1String("bit")) {
+        qint64 r = 0;
+        if (vt == SQLITE_INTEGER) {
+            r = sqlite3_value_int64(v);
+        } else if (vt == SQLITE_FLOAT) {
+            r = qint64(sqlite3_value_double(v));
+        } else {
+            const QString s = Text(v).trimmed();
+            bool ok = false;
+            r = s.toLongLong(&ok);
+            if (!ok) {
+                double d = 0;
+                if (name == QLatin1String("bit") &&
+                    (s.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0 ||
+                     s.compare(QLatin1String("false"), Qt::CaseInsensitive) == 0)) {
+                    r = s.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0 ? 1 : 0;
+                } else if (ParseNumber(s, &d) && s.contains(u'.') == false) {
+                    r = qint64(d);
+                } else {
+                    return ResultError(
+                        ctx, 245,
+                        QStringLiteral("Conversion failed when converting the varchar value '%1' to "
+                                       "data type %2.")
+                            .arg(Text(v), typeText()));
+                }
+            }
+        }
+        if (name == QLatin1String("bit"))
+            r = r != 0 ? 1 : 0;
+        return sqlite3_result_int64(ctx, r);
+    }
+    if (name == QLatin1String("float") || name == QLatin1String("real") || name == QLatin1String("decimal") ||
+        name == QLatin1String("numeric") || name == QLatin1String("money") ||
+        name == QLatin1String("smallmoney")) {
+        double d = 0;
+        if (vt == SQLITE_TEXT) {
+            if (!ParseNumber(Text(v), &d))
+                return ResultError(
+                    ctx, 8114, QStringLiteral("Error converting data type varchar to %1.").arg(typeText()));
+        } else {
+            d = sqlite3_value_double(v);
+        }
+        int places = -1;
+        if (name == QLatin1String("decimal") || name == QLatin1String("numeric"))
+            places = scale >= 0 ? int(scale) : 0;
+        else if (name == QLatin1String("money") || name == QLatin1String("smallmoney"))
+            places = 4;
+        if (places >= 0) {
+            const double f = std::pow(10.0, places);
+            d = std::round(d * f) / f;
+        }
+        return sqlite3_result_double(ctx, d);
+    }
+    if (name == QLatin1String("datetime") || name == QLatin1String("smalldatetime") ||
+        name == QLatin1String("date")) {
+        QDateTime d;
+        if (vt == SQLITE_TEXT)
+            d = ParseDate(Text(v));
+        else
+            d = QDateTime(QDate(1900, 1, 1), QTime(0, 0))
+                    .addMSecs(qint64(sqlite3_value_double(v) * 86400000.0));
+        if (!d.isValid())
+            return ResultError(
+                ctx, 241,
+                QStringLiteral("Conversion failed when converting date and/or time from character string."));
+        if (name == QLatin1String("date"))
+            return ResultText(ctx, d.toString(QStringLiteral("yyyy-MM-dd")));
+        return ResultText(ctx, FormatDate(d));
+    }
+    if (t->character || name == QLatin1String("uniqueidentifier")) {
+        QString s;
+        if (vt == SQLITE_FLOAT) {
+            s = QString::number(sqlite3_value_double(v), 'g', 15);
+        } else if (vt == SQLITE_TEXT) {
+            s = Text(v);
+            // A date converted with a style.
+            if (style != 0 || (s.size() >= 19 && s[4] == u'-' && s[10] == u' ')) {
+                const QDateTime d = ParseDate(s);
+                if (d.isValid() && s.size() >= 19 && s[4] == u'-')
+                    s = DateToText(d, style);
+            }
+        } else if (vt == SQLITE_BLOB) {
+            s = QString::fromUtf8(
+                QByteArray(static_cast<const char*>(sqlite3_value_blob(v)), sqlite3_value_bytes(v)));
+        } else {
+            s = Text(v);
+        }
+        qint64 max = length;
+        if (max == -1)
+            max = 30;
+        if (max >= 0 && s.size() > max)
+            s.truncate(max);
+        if ((name == QLatin1String("char") || name == QLatin1String("nchar")) && max > 0 && s.size() < max)
+            s = s.leftJustified(max, u' ');
+        return ResultText(ctx, s);
+    }
+    if (name == QLatin1String("binary") || name == QLatin1String("varbinary") ||
+        name == QLatin1String("image")) {
+        const QByteArray b = vt == SQLITE_BLOB ? QByteArray(static_cast<const char*>(sqlite3_value_blob(v)),
+                                                            sqlite3_value_bytes(v))
+                                               : Text(v).toUtf8();
+        return sqlite3_result_blob(ctx, b.constData(), int(b.size()), SQLITE_TRANSIENT);
+    }
+    sqlite3_result_value(ctx, v);
+}
+
+// T-SQL LIKE: % _ [set] [^set], case-insensitive.
+void Like(sqlite3_context* ctx, int argc, sqlite3_value** a) {
+    if (IsNull(a[0]) || IsNull(a[1]))
+        return sqlite3_result_null(ctx);
+    const QString value = Text(a[0]);
+    const QString pattern = Text(a[1]);
+    const QChar escape = argc > 2 && !IsNull(a[2]) && !Text(a[2]).isEmpty() ? Text(a[2]).at(0) : QChar();
+    static thread_local QHash<QString, QRegularExpression> cache;
+    const QString key = pattern + QChar(0) + escape;
+    auto it = cache.find(key);
+    if (it == cache.end()) {
+        QString re = QStringLiteral("^");
+        for (int i = 0; i < pattern.size(); ++i) {
+            const QChar c = pattern[i];
+            if (!escape.isNull() && c == escape && i + 1 < pattern.size()) {
+                re += QRegularExpression::escape(QString(pattern[++i]));
+            } else if (c == u'%') {
+                re += QStringLiteral(".*");
+            } else if (c == u'_') {
+                re += u'.';
+            } else if (c == u'[') {
+                const int close = int(pattern.indexOf(u']', i + 1));
+                if (close < 0) {
+                    re += QStringLiteral("\\[");
+                    continue;
+                }
+                QString set = pattern.mid(i + 1, close - i - 1);
+                QString cls = QStringLiteral("[");
+                int k = 0;
+                if (set.startsWith(u'^')) {
+                    cls += u'^';
+                    k = 1;
+                }
+                for (; k < set.size(); ++k) {
+                    const QChar sc = set[k];
+                    if (sc == u'-' && k > 0 && k + 1 < set.size())
+                        cls += u'-';
+                    else if (sc == u'\\' || sc == u']' || sc == u'[' || sc == u'^' || sc == u'-')
+                        cls += u'\\' + QString(sc);
+                    else
+                        cls += sc;
+                }
+                cls += u']';
+                re += cls;
+                i = close;
+            } else {
+                re += QRegularExpression::escape(QString(c));
+            }
+        }
+        re += u'$';
+        it = cache.insert(key, QRegularExpression(re, QRegularExpression::CaseInsensitiveOption |
+                                                          QRegularExpression::DotMatchesEverythingOption));
+    }
+    sqlite3_result_int(ctx, it->match(value).hasMatch() ? 1 : 0);
+}
+
+// tsql_object_id(name, schema, uid, currentdb, masterSchema)
+void ObjectId(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]))
+        return sqlite3_result_null(ctx);
+    const QStringList parts = SqlParser::SplitName(Text(a[0]));
+    if (parts.isEmpty() || parts.size() > 3 || parts.last().isEmpty())
+        return sqlite3_result_null(ctx);
+    QString schema = Text(a[1]);
+    if (parts.size() == 3 && !parts[0].isEmpty() && parts[0].compare(Text(a[3]), Qt::CaseInsensitive) != 0) {
+        if (parts[0].compare(QLatin1String("master"), Qt::CaseInsensitive) != 0)
+            return sqlite3_result_null(ctx);
+        schema = Text(a[4]);
+    }
+    const QString owner = parts.size() >= 2 ? parts[parts.size() - 2] : QString();
+    try {
+        sqlite3* db = sqlite3_context_db_handle(ctx);
+        const int uid = int(sqlite3_value_int64(a[2]));
+        auto lookup = [&](const QString& sql, const QVariantList& params) -> QVariant {
+            SqliteStatement s(db, sql);
+            s.BindAll(params);
+            return s.Step() ? s.Value(0) : QVariant();
+        };
+        const QString base = QStringLiteral("SELECT o.id FROM \"%1\".sysobjects o ").arg(schema);
+        QVariant id;
+        if (!owner.isEmpty()) {
+            id = lookup(base + QStringLiteral(
+                                   "JOIN \"%1\".sysusers u ON u.uid = o.uid WHERE o.name = ? AND u.name = ?")
+                                   .arg(schema),
+                        {parts.last(), owner});
+        } else {
+            id = lookup(base + QStringLiteral("WHERE o.name = ? AND o.uid = ?"), {parts.last(), uid});
+            if (!id.isValid())
+                id = lookup(
+                    base + QStringLiteral("WHERE o.name = ? AND (o.uid = 1 OR o.xtype = 'S') ORDER BY o.uid"),
+                    {parts.last()});
+        }
+        if (!id.isValid())
+            return sqlite3_result_null(ctx);
+        sqlite3_result_int64(ctx, id.toLongLong());
+    } catch (const SqliteError& e) {
+        const QByteArray m = e.message.toUtf8();
+        sqlite3_result_error(ctx, m.constData(), int(m.size()));
+    }
+}
+
+QVariant LookupOne(sqlite3* db, const QString& sql, const QVariant& param) {
+    SqliteStatement s(db, sql);
+    s.Bind(1, param);
+    return s.Step() ? s.Value(0) : QVariant();
+}
+
+void ResultVariant(sqlite3_context* ctx, const QVariant& v) {
+    if (!v.isValid() || v.isNull())
+        sqlite3_result_null(ctx);
+    else if (v.typeId() == QMetaType::LongLong || v.typeId() == QMetaType::Int)
+        sqlite3_result_int64(ctx, v.toLongLong());
+    else
+        ResultText(ctx, v.toString());
+}
+
+// tsql_objectproperty(id, property, schema): the argument is evaluated where it stands, so a
+// correlated column such as so.id can't be captured by a subquery's own tables.
+void ObjectPropertyFn(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[0]) || IsNull(a[1]))
+        return sqlite3_result_null(ctx);
+    const QString prop = Text(a[1]).toLower();
+    const QString schema = Text(a[2]);
+    try {
+        sqlite3* db = sqlite3_context_db_handle(ctx);
+        SqliteStatement s(
+            db, QStringLiteral("SELECT xtype, uid FROM \"%1\".sysobjects WHERE id = ?").arg(schema));
+        s.Bind(1, qlonglong(sqlite3_value_int64(a[0])));
+        if (!s.Step())
+            return sqlite3_result_null(ctx);
+        const QString x = s.Value(0).toString().trimmed();
+        const int uid = s.Value(1).toInt();
+        auto flag = [&](bool b) { sqlite3_result_int(ctx, b ? 1 : 0); };
+        const bool module = QStringList{QStringLiteral("P"),  QStringLiteral("TR"), QStringLiteral("V"),
+                                        QStringLiteral("FN"), QStringLiteral("IF"), QStringLiteral("TF")}
+                                .contains(x);
+        if (prop == QLatin1String("isprocedure"))
+            return flag(x == QLatin1String("P"));
+        if (prop == QLatin1String("istrigger"))
+            return flag(x == QLatin1String("TR"));
+        if (prop == QLatin1String("isview"))
+            return flag(x == QLatin1String("V"));
+        if (prop == QLatin1String("isusertable"))
+            return flag(x == QLatin1String("U"));
+        if (prop == QLatin1String("istable"))
+            return flag(x == QLatin1String("U") || x == QLatin1String("S"));
+        if (prop == QLatin1String("issystemtable") || prop == QLatin1String("ismsshipped"))
+            return flag(x == QLatin1String("S"));
+        if (prop == QLatin1String("isscalarfunction"))
+            return flag(x == QLatin1String("FN"));
+        if (prop == QLatin1String("istablefunction"))
+            return flag(x == QLatin1String("IF") || x == QLatin1String("TF"));
+        if (prop == QLatin1String("isinlinefunction"))
+            return flag(x == QLatin1String("IF"));
+        if (prop == QLatin1String("isprimarykey"))
+            return flag(x == QLatin1String("PK"));
+        if (prop == QLatin1String("ownerid") || prop == QLatin1String("schemaid"))
+            return sqlite3_result_int(ctx, uid);
+        if (prop == QLatin1String("isencrypted") || prop == QLatin1String("isschemabound"))
+            return flag(false);
+        if (prop == QLatin1String("execisquotedidenton") || prop == QLatin1String("execisansinullson") ||
+            prop == QLatin1String("isquotedidenton") || prop == QLatin1String("isansinullson"))
+            return module ? flag(true) : sqlite3_result_null(ctx);
+        if (prop == QLatin1String("execisinserttrigger") || prop == QLatin1String("execisupdatetrigger") ||
+            prop == QLatin1String("execisdeletetrigger")) {
+            if (x != QLatin1String("TR"))
+                return sqlite3_result_null(ctx);
+            const QString column = prop.mid(6, prop.size() - 6 - 7);
+            const QVariant v = LookupOne(
+                db,
+                QStringLiteral("SELECT is%1 FROM \"%2\".engine_triggers WHERE id = ?").arg(column, schema),
+                qlonglong(sqlite3_value_int64(a[0])));
+            return ResultVariant(ctx, v);
+        }
+        sqlite3_result_null(ctx);
+    } catch (const SqliteError& e) {
+        const QByteArray m = e.message.toUtf8();
+        sqlite3_result_error(ctx, m.constData(), int(m.size()));
+    }
+}
+
+// tsql_lookup(kind, schema, value): OBJECT_NAME, USER_NAME, USER_ID, DB_NAME, DB_ID of a value.
+void LookupFn(sqlite3_context* ctx, int, sqlite3_value** a) {
+    if (IsNull(a[2]))
+        return sqlite3_result_null(ctx);
+    const QString kind = Text(a[0]);
+    const QString schema = Text(a[1]);
+    QString sql;
+    if (kind == QLatin1String("object_name"))
+        sql = QStringLiteral("SELECT name FROM \"%1\".sysobjects WHERE id = ?");
+    else if (kind == QLatin1String("user_name"))
+        sql = QStringLiteral("SELECT name FROM \"%1\".sysusers WHERE uid = ?");
+    else if (kind == QLatin1String("user_id"))
+        sql = QStringLiteral("SELECT uid FROM \"%1\".sysusers WHERE name = ?");
+    else if (kind == QLatin1String("db_name"))
+        sql = QStringLiteral("SELECT name FROM \"%1\".sysdatabases WHERE dbid = ?");
+    else
+        sql = QStringLiteral("SELECT dbid FROM \"%1\".sysdatabases WHERE name = ?");
+    try {
+        QVariant param;
+        switch (sqlite3_value_type(a[2])) {
+        case SQLITE_INTEGER:
+        case SQLITE_FLOAT:
+            param = qlonglong(sqlite3_value_int64(a[2]));
+            break;
+        default:
+            param = Text(a[2]);
+        }
+        ResultVariant(ctx, LookupOne(sqlite3_context_db_handle(ctx), sql.arg(schema), param));
+    } catch (const SqliteError& e) {
+        const QByteArray m = e.message.toUtf8();
+        sqlite3_result_error(ctx, m.constData(), int(m.size()));
+    }
+}
+
+struct Entry {
+    const char* name;
+    int args;
+    void (*fn)(sqlite3_context*, int, sqlite3_value**);
+    bool deterministic;
+};
+
+} // namespace
+
+void SqlFunctions::Register(sqlite3* db) {
+    const Entry entries[] = {
+        {"tsql_add", 2, Add, true},
+        {"tsql_len", 1, Len, true},
+        {"tsql_datalength", 1, DataLength, true},
+        {"tsql_upper", 1, Upper, true},
+        {"tsql_lower", 1, Lower, true},
+        {"tsql_substring", 3, Substring, true},
+        {"tsql_left", 2, Left, true},
+        {"tsql_right", 2, Right, true},
+        {"tsql_charindex", 2, CharIndex, true},
+        {"tsql_charindex", 3, CharIndex, true},
+        {"tsql_replace", 3, Replace, true},
+        {"tsql_replicate", 2, Replicate, true},
+        {"tsql_space", 1, Space, true},
+        {"tsql_reverse", 1, Reverse, true},
+        {"tsql_getdate", 0, GetDate, false},
+        {"tsql_getutcdate", 0, GetUtcDate, false},
+        {"tsql_newid", 0, NewId, false},
+        {"tsql_isnumeric", 1, IsNumeric, true},
+        {"tsql_isdate", 1, IsDate, true},
+        {"tsql_floor", 1, Floor, true},
+        {"tsql_ceiling", 1, Ceiling, true},
+        {"tsql_power", 2, Power, true},
+        {"tsql_datepart", 2, DatePart, true},
+        {"tsql_dateadd", 3, DateAdd, true},
+        {"tsql_datediff", 3, DateDiff, true},
+        {"tsql_convert", 4, Convert, true},
+        {"tsql_convert", 5, Convert, true},
+        {"tsql_like", 2, Like, true},
+        {"tsql_like", 3, Like, true},
+        {"tsql_object_id", 5, ObjectId, false},
+        {"tsql_objectproperty", 3, ObjectPropertyFn, false},
+        {"tsql_lookup", 3, LookupFn, false},
+    };
+    for (const Entry& e : entries)
+        sqlite3_create_function_v2(db, e.name, e.args,
+                                   SQLITE_UTF8 | (e.deterministic ? SQLITE_DETERMINISTIC : 0), nullptr, e.fn,
+                                   nullptr, nullptr, nullptr);
+}

@@ -1,0 +1,572 @@
+// Expressions and queries of the parser.
+#include "SqlParser.h"
+
+namespace {
+
+SqlExprP MakeExpr(SqlExpr::Kind kind, int line, const QString& text = {}) {
+    auto e = std::make_shared<SqlExpr>();
+    e->kind = kind;
+    e->line = line;
+    e->text = text;
+    return e;
+}
+
+bool IsComparison(const SqlToken& t) {
+    if (t.kind != SqlToken::Kind::Symbol)
+        return false;
+    static const QStringList ops = {QStringLiteral("="),  QStringLiteral("<>"), QStringLiteral("!="),
+                                    QStringLiteral("<"),  QStringLiteral(">"),  QStringLiteral("<="),
+                                    QStringLiteral(">="), QStringLiteral("!<"), QStringLiteral("!>")};
+    return ops.contains(t.text);
+}
+
+// Reserved words that are also names of functions when a parenthesis follows.
+bool IsFunctionKeyword(const QString& w) {
+    static const QStringList words = {QStringLiteral("LEFT"),      QStringLiteral("RIGHT"),
+                                      QStringLiteral("COALESCE"),  QStringLiteral("NULLIF"),
+                                      QStringLiteral("USER_NAME"), QStringLiteral("IDENTITY")};
+    return words.contains(w.toUpper());
+}
+
+} // namespace
+
+SqlSelectP SqlParser::ParseSelect() {
+    auto sel = std::make_shared<SqlSelect>();
+    sel->line = Peek().line;
+    sel->cores.append(ParseSelectCore());
+    for (;;) {
+        QString op;
+        if (AcceptWord("UNION"))
+            op = AcceptWord("ALL") ? QStringLiteral("UNION ALL") : QStringLiteral("UNION");
+        else if (AcceptWord("EXCEPT"))
+            op = QStringLiteral("EXCEPT");
+        else if (AcceptWord("INTERSECT"))
+            op = QStringLiteral("INTERSECT");
+        else
+            break;
+        sel->unionOps.append(op);
+        if (Peek().IsSymbol("(")) {
+            // (SELECT ...) as a union member
+            Next();
+            SqlSelectP inner = ParseSelect();
+            ExpectSymbol(")");
+            if (inner->cores.size() != 1 || !inner->orderBy.isEmpty())
+                Unsupported(QStringLiteral("a nested UNION in parentheses"), inner->line);
+            sel->cores.append(inner->cores.first());
+        } else {
+            sel->cores.append(ParseSelectCore());
+        }
+    }
+    if (AcceptWord("ORDER")) {
+        ExpectWord("BY");
+        do {
+            SqlOrderItem o;
+            o.expr = ParseExpr();
+            if (AcceptWord("DESC"))
+                o.descending = true;
+            else
+                AcceptWord("ASC");
+            sel->orderBy.append(o);
+        } while (AcceptSymbol(","));
+    }
+    if (Peek().IsWord("FOR") && (Peek(1).IsWord("XML") || Peek(1).IsWord("BROWSE")))
+        Unsupported(QStringLiteral("FOR XML"), Peek().line);
+    if (Peek().IsWord("OPTION") && Peek(1).IsSymbol("("))
+        Unsupported(QStringLiteral("query hints (OPTION)"), Peek().line);
+    if (Peek().IsWord("COMPUTE"))
+        Unsupported(QStringLiteral("COMPUTE"), Peek().line);
+    return sel;
+}
+
+SqlSelectCore SqlParser::ParseSelectCore() {
+    SqlSelectCore core;
+    ExpectWord("SELECT");
+    if (AcceptWord("DISTINCT"))
+        core.distinct = true;
+    else
+        AcceptWord("ALL");
+    if (AcceptWord("TOP")) {
+        if (AcceptSymbol("(")) {
+            core.top = ParseExpr();
+            ExpectSymbol(")");
+        } else {
+            const SqlToken& t = Next();
+            if (t.kind != SqlToken::Kind::Number && t.kind != SqlToken::Kind::Variable)
+                Fail(t);
+            core.top =
+                MakeExpr(t.kind == SqlToken::Kind::Number ? SqlExpr::Kind::Number : SqlExpr::Kind::Variable,
+                         t.line, t.text);
+        }
+        if (AcceptWord("PERCENT"))
+            core.topPercent = true;
+        if (Peek().IsWord("WITH") && Peek(1).IsWord("TIES"))
+            Unsupported(QStringLiteral("TOP WITH TIES"), Peek().line);
+    }
+    do {
+        SqlSelectItem item;
+        const SqlToken& t = Peek();
+        if (t.IsSymbol("*")) {
+            Next();
+            item.expr = MakeExpr(SqlExpr::Kind::Star, t.line);
+        } else if (t.kind == SqlToken::Kind::Variable && !t.text.startsWith(QLatin1String("@@")) &&
+                   Peek(1).kind == SqlToken::Kind::Symbol &&
+                   (Peek(1).text == QLatin1String("=") || Peek(1).text.size() == 2) &&
+                   Peek(1).text.endsWith(u'=') && Peek(1).text != QLatin1String("<=") &&
+                   Peek(1).text != QLatin1String(">=") && Peek(1).text != QLatin1String("!=")) {
+            Next();
+            const QString op = Next().text;
+            item.assignTo = t.text;
+            item.expr = ParseExpr();
+            if (op != QLatin1String("=")) {
+                auto b = MakeExpr(SqlExpr::Kind::Binary, t.line, op.left(1));
+                auto v = MakeExpr(SqlExpr::Kind::Variable, t.line, t.text);
+                b->args = {v, item.expr};
+                item.expr = b;
+            }
+        } else if ((t.kind == SqlToken::Kind::QuotedName || t.kind == SqlToken::Kind::String ||
+                    (t.kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(t.text))) &&
+                   Peek(1).IsSymbol("=")) {
+            Next();
+            Next();
+            item.alias = t.text;
+            item.hasAlias = true;
+            item.expr = ParseExpr();
+        } else if (t.IsName() && Peek(1).IsSymbol(".") &&
+                   (Peek(2).IsSymbol("*") ||
+                    (Peek(2).IsName() && Peek(3).IsSymbol(".") && Peek(4).IsSymbol("*")))) {
+            auto star = MakeExpr(SqlExpr::Kind::Star, t.line);
+            while (!Peek().IsSymbol("*")) {
+                star->parts.append(ParseName());
+                ExpectSymbol(".");
+            }
+            Next();
+            item.expr = star;
+        } else {
+            item.expr = ParseExpr();
+        }
+        if (item.expr->kind != SqlExpr::Kind::Star && item.assignTo.isEmpty() && !item.hasAlias) {
+            if (AcceptWord("AS")) {
+                const SqlToken& a = Next();
+                if (a.kind != SqlToken::Kind::String && !a.IsName())
+                    Fail(a);
+                item.alias = a.text;
+                item.hasAlias = true;
+            } else if (Peek().kind == SqlToken::Kind::String || Peek().kind == SqlToken::Kind::QuotedName ||
+                       (Peek().kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(Peek().text))) {
+                item.alias = Next().text;
+                item.hasAlias = true;
+            }
+        }
+        core.items.append(item);
+    } while (AcceptSymbol(","));
+    if (AcceptWord("INTO")) {
+        core.into = ParseMultiPartName();
+    }
+    if (AcceptWord("FROM"))
+        core.from = ParseFromList();
+    if (AcceptWord("WHERE"))
+        core.where = ParseExpr();
+    if (AcceptWord("GROUP")) {
+        ExpectWord("BY");
+        if (AcceptWord("ALL"))
+            Unsupported(QStringLiteral("GROUP BY ALL"), Peek().line);
+        do
+            core.groupBy.append(ParseExpr());
+        while (AcceptSymbol(","));
+        if (Peek().IsWord("WITH"))
+            Unsupported(QStringLiteral("GROUP BY WITH ROLLUP/CUBE"), Peek().line);
+    }
+    if (AcceptWord("HAVING"))
+        core.having = ParseExpr();
+    return core;
+}
+
+QList<SqlTableRefP> SqlParser::ParseFromList() {
+    QList<SqlTableRefP> list;
+    do
+        list.append(ParseTableRef());
+    while (AcceptSymbol(","));
+    return list;
+}
+
+SqlTableRefP SqlParser::ParseTableRef() {
+    SqlTableRefP left = ParseTablePrimary();
+    for (;;) {
+        QString type;
+        const int line = Peek().line;
+        if (AcceptWord("JOIN")) {
+            type = QStringLiteral("INNER");
+        } else if (AcceptWord("INNER")) {
+            ExpectWord("JOIN");
+            type = QStringLiteral("INNER");
+        } else if (Peek().IsWord("LEFT") || Peek().IsWord("RIGHT") || Peek().IsWord("FULL")) {
+            type = Next().text.toUpper();
+            AcceptWord("OUTER");
+            ExpectWord("JOIN");
+        } else if (AcceptWord("CROSS")) {
+            if (Peek().IsWord("APPLY"))
+                Unsupported(QStringLiteral("CROSS APPLY"), line);
+            ExpectWord("JOIN");
+            type = QStringLiteral("CROSS");
+        } else if (Peek().IsWord("OUTER") && Peek(1).IsWord("APPLY")) {
+            Unsupported(QStringLiteral("OUTER APPLY"), line);
+        } else {
+            break;
+        }
+        auto j = std::make_shared<SqlTableRef>();
+        j->kind = SqlTableRef::Kind::Join;
+        j->joinType = type;
+        j->left = left;
+        j->right = ParseTablePrimary();
+        j->line = line;
+        if (type != QLatin1String("CROSS")) {
+            ExpectWord("ON");
+            j->on = ParseExpr();
+        }
+        left = j;
+    }
+    return left;
+}
+
+QString SqlParser::ParseOptionalAlias() {
+    if (AcceptWord("AS"))
+        return ParseName();
+    const SqlToken& t = Peek();
+    if (t.kind == SqlToken::Kind::QuotedName ||
+        (t.kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(t.text)))
+        return Next().text;
+    return {};
+}
+
+SqlTableRefP SqlParser::ParseTablePrimary() {
+    auto r = std::make_shared<SqlTableRef>();
+    r->line = Peek().line;
+    if (AcceptSymbol("(")) {
+        if (Peek().IsWord("SELECT")) {
+            r->kind = SqlTableRef::Kind::Subquery;
+            r->select = ParseSelect();
+            ExpectSymbol(")");
+            r->alias = ParseOptionalAlias();
+            if (r->alias.isEmpty())
+                Fail(Peek());
+            return r;
+        }
+        SqlTableRefP inner = ParseTableRef();
+        ExpectSymbol(")");
+        return inner;
+    }
+    if (Peek().kind == SqlToken::Kind::Variable)
+        Unsupported(QStringLiteral("table variables"), Peek().line);
+    if (Peek().IsWord("OPENQUERY") || Peek().IsWord("OPENROWSET") || Peek().IsWord("OPENXML"))
+        Unsupported(Peek().text.toUpper(), Peek().line);
+    r->name = ParseMultiPartName();
+    if (AcceptSymbol("(")) {
+        r->kind = SqlTableRef::Kind::Function;
+        if (!Peek().IsSymbol(")")) {
+            do
+                r->args.append(ParseExpr());
+            while (AcceptSymbol(","));
+        }
+        ExpectSymbol(")");
+    }
+    r->alias = ParseOptionalAlias();
+    if (Peek().IsWord("WITH") && Peek(1).IsSymbol("(")) {
+        // Table hints only steer locking; one process's SQLite has nothing to steer.
+        Next();
+        Next();
+        while (!AtEnd() && !Peek().IsSymbol(")"))
+            Next();
+        ExpectSymbol(")");
+    }
+    return r;
+}
+
+SqlExprP SqlParser::ParseExpr() {
+    SqlExprP left = ParseAnd();
+    while (Peek().IsWord("OR")) {
+        const int line = Next().line;
+        auto b = MakeExpr(SqlExpr::Kind::Binary, line, QStringLiteral("OR"));
+        b->args = {left, ParseAnd()};
+        left = b;
+    }
+    return left;
+}
+
+SqlExprP SqlParser::ParseAnd() {
+    SqlExprP left = ParseNot();
+    while (Peek().IsWord("AND")) {
+        const int line = Next().line;
+        auto b = MakeExpr(SqlExpr::Kind::Binary, line, QStringLiteral("AND"));
+        b->args = {left, ParseNot()};
+        left = b;
+    }
+    return left;
+}
+
+SqlExprP SqlParser::ParseNot() {
+    if (Peek().IsWord("NOT")) {
+        const int line = Next().line;
+        auto u = MakeExpr(SqlExpr::Kind::Unary, line, QStringLiteral("NOT"));
+        u->args = {ParseNot()};
+        return u;
+    }
+    return ParsePredicate();
+}
+
+SqlExprP SqlParser::ParsePredicate() {
+    SqlExprP left = ParseAdditive();
+    const int line = Peek().line;
+    if (IsComparison(Peek())) {
+        QString op = Next().text;
+        if (op == QLatin1String("!="))
+            op = QStringLiteral("<>");
+        if (Peek().IsWord("ALL") || Peek().IsWord("ANY") || Peek().IsWord("SOME"))
+            Unsupported(QStringLiteral("ALL/ANY/SOME comparisons"), line);
+        auto b = MakeExpr(SqlExpr::Kind::Binary, line, op);
+        b->args = {left, ParseAdditive()};
+        return b;
+    }
+    bool negated = false;
+    if (Peek().IsWord("NOT") &&
+        (Peek(1).IsWord("IN") || Peek(1).IsWord("LIKE") || Peek(1).IsWord("BETWEEN"))) {
+        Next();
+        negated = true;
+    }
+    if (AcceptWord("IN")) {
+        auto e = MakeExpr(SqlExpr::Kind::In, line);
+        e->negated = negated;
+        e->args.append(left);
+        ExpectSymbol("(");
+        if (Peek().IsWord("SELECT")) {
+            e->select = ParseSelect();
+        } else {
+            do
+                e->args.append(ParseExpr());
+            while (AcceptSymbol(","));
+        }
+        ExpectSymbol(")");
+        return e;
+    }
+    if (AcceptWord("LIKE")) {
+        auto e = MakeExpr(SqlExpr::Kind::Like, line);
+        e->negated = negated;
+        e->args = {left, ParseAdditive()};
+        if (AcceptWord("ESCAPE"))
+            e->args.append(ParseAdditive());
+        return e;
+    }
+    if (AcceptWord("BETWEEN")) {
+        auto e = MakeExpr(SqlExpr::Kind::Between, line);
+        e->negated = negated;
+        e->args.append(left);
+        e->args.append(ParseAdditive());
+        ExpectWord("AND");
+        e->args.append(ParseAdditive());
+        return e;
+    }
+    if (negated)
+        Fail(Peek());
+    if (AcceptWord("IS")) {
+        auto e = MakeExpr(SqlExpr::Kind::IsNull, line);
+        e->negated = AcceptWord("NOT");
+        ExpectWord("NULL");
+        e->args = {left};
+        return e;
+    }
+    return left;
+}
+
+SqlExprP SqlParser::ParseAdditive() {
+    SqlExprP left = ParseMultiplicative();
+    for (;;) {
+        const SqlToken& t = Peek();
+        if (t.kind == SqlToken::Kind::Symbol &&
+            (t.text == QLatin1String("+") || t.text == QLatin1String("-") || t.text == QLatin1String("&") ||
+             t.text == QLatin1String("|") || t.text == QLatin1String("^"))) {
+            Next();
+            auto b = MakeExpr(SqlExpr::Kind::Binary, t.line, t.text);
+            b->args = {left, ParseMultiplicative()};
+            left = b;
+        } else {
+            return left;
+        }
+    }
+}
+
+SqlExprP SqlParser::ParseMultiplicative() {
+    SqlExprP left = ParseUnary();
+    for (;;) {
+        const SqlToken& t = Peek();
+        if (t.kind == SqlToken::Kind::Symbol &&
+            (t.text == QLatin1String("*") || t.text == QLatin1String("/") || t.text == QLatin1String("%"))) {
+            Next();
+            auto b = MakeExpr(SqlExpr::Kind::Binary, t.line, t.text);
+            b->args = {left, ParseUnary()};
+            left = b;
+        } else {
+            return left;
+        }
+    }
+}
+
+SqlExprP SqlParser::ParseUnary() {
+    const SqlToken& t = Peek();
+    if (t.IsSymbol("-") || t.IsSymbol("+") || t.IsSymbol("~")) {
+        Next();
+        auto u = MakeExpr(SqlExpr::Kind::Unary, t.line, t.text);
+        u->args = {ParseUnary()};
+        return u;
+    }
+    return ParsePrimary();
+}
+
+SqlExprP SqlParser::ParsePrimary() {
+    const SqlToken t = Peek();
+    switch (t.kind) {
+    case SqlToken::Kind::Number:
+        Next();
+        return MakeExpr(SqlExpr::Kind::Number, t.line, t.text);
+    case SqlToken::Kind::String: {
+        Next();
+        auto e = MakeExpr(SqlExpr::Kind::String, t.line, t.text);
+        e->unicode = t.unicode;
+        return e;
+    }
+    case SqlToken::Kind::Variable: {
+        Next();
+        if (t.text.startsWith(QLatin1String("@@")))
+            return MakeExpr(SqlExpr::Kind::Function, t.line, t.text.toUpper());
+        return MakeExpr(SqlExpr::Kind::Variable, t.line, t.text);
+    }
+    case SqlToken::Kind::Symbol:
+        if (t.IsSymbol("(")) {
+            Next();
+            if (Peek().IsWord("SELECT")) {
+                auto e = MakeExpr(SqlExpr::Kind::Subquery, t.line);
+                e->select = ParseSelect();
+                ExpectSymbol(")");
+                return e;
+            }
+            SqlExprP inner = ParseExpr();
+            ExpectSymbol(")");
+            return inner;
+        }
+        Fail(t);
+    case SqlToken::Kind::QuotedName:
+    case SqlToken::Kind::Word:
+        break;
+    case SqlToken::Kind::End:
+        Fail(t);
+    }
+    if (t.kind == SqlToken::Kind::Word) {
+        const QString w = t.text.toUpper();
+        if (w == QLatin1String("NULL")) {
+            Next();
+            return MakeExpr(SqlExpr::Kind::Null, t.line);
+        }
+        if (w == QLatin1String("EXISTS")) {
+            Next();
+            ExpectSymbol("(");
+            auto e = MakeExpr(SqlExpr::Kind::Exists, t.line);
+            e->select = ParseSelect();
+            ExpectSymbol(")");
+            return e;
+        }
+        if (w == QLatin1String("CASE")) {
+            Next();
+            auto e = MakeExpr(SqlExpr::Kind::Case, t.line);
+            if (!Peek().IsWord("WHEN")) {
+                e->hasOperand = true;
+                e->args.append(ParseExpr());
+            }
+            if (!Peek().IsWord("WHEN"))
+                Fail(Peek());
+            while (AcceptWord("WHEN")) {
+                e->args.append(ParseExpr());
+                ExpectWord("THEN");
+                e->args.append(ParseExpr());
+            }
+            if (AcceptWord("ELSE")) {
+                e->hasElse = true;
+                e->args.append(ParseExpr());
+            }
+            ExpectWord("END");
+            return e;
+        }
+        if (w == QLatin1String("CAST") && Peek(1).IsSymbol("(")) {
+            Next();
+            Next();
+            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, QStringLiteral("CAST"));
+            e->args.append(ParseExpr());
+            ExpectWord("AS");
+            e->type = ParseTypeSpec();
+            ExpectSymbol(")");
+            return e;
+        }
+        if (w == QLatin1String("CONVERT") && Peek(1).IsSymbol("(")) {
+            Next();
+            Next();
+            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, QStringLiteral("CONVERT"));
+            e->type = ParseTypeSpec();
+            ExpectSymbol(",");
+            e->args.append(ParseExpr());
+            if (AcceptSymbol(","))
+                e->args.append(ParseExpr());
+            ExpectSymbol(")");
+            return e;
+        }
+        if (w == QLatin1String("CURRENT_TIMESTAMP") || w == QLatin1String("CURRENT_USER") ||
+            w == QLatin1String("SESSION_USER") || w == QLatin1String("SYSTEM_USER") ||
+            (w == QLatin1String("USER") && !Peek(1).IsSymbol("("))) {
+            Next();
+            return MakeExpr(SqlExpr::Kind::Function, t.line, w);
+        }
+        if (SqlLexer::IsReserved(w) && !(IsFunctionKeyword(w) && Peek(1).IsSymbol("(")))
+            Fail(t);
+        if (IsFunctionKeyword(w)) {
+            Next();
+            return ParseFunctionCall({t.text}, t.line);
+        }
+    }
+    // A column, or a function with an optional owner.
+    QStringList parts;
+    parts.append(ParseName());
+    while (Peek().IsSymbol(".")) {
+        Next();
+        if (Peek().IsSymbol(".")) {
+            parts.append(QString()); // db..name
+            continue;
+        }
+        parts.append(ParseName());
+    }
+    if (Peek().IsSymbol("("))
+        return ParseFunctionCall(parts, t.line);
+    auto e = MakeExpr(SqlExpr::Kind::Column, t.line);
+    e->parts = parts;
+    return e;
+}
+
+SqlExprP SqlParser::ParseFunctionCall(const QStringList& name, int line) {
+    ExpectSymbol("(");
+    auto e = MakeExpr(SqlExpr::Kind::Function, line, name.last().toUpper());
+    e->parts = name;
+    if (AcceptSymbol(")"))
+        return e;
+    if (Peek().IsSymbol("*") && Peek(1).IsSymbol(")")) {
+        Next();
+        Next();
+        e->star = true;
+        return e;
+    }
+    if (AcceptWord("DISTINCT"))
+        e->distinct = true;
+    else
+        AcceptWord("ALL");
+    do
+        e->args.append(ParseExpr());
+    while (AcceptSymbol(","));
+    ExpectSymbol(")");
+    if (Peek().IsWord("OVER"))
+        Unsupported(QStringLiteral("window functions (OVER)"), Peek().line);
+    return e;
+}

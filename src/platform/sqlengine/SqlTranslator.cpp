@@ -1,0 +1,405 @@
+#include "SqlTranslator.h"
+
+#include "ServerError.h"
+
+namespace {
+const QString kNoName = QStringLiteral("__noname_");
+}
+
+QString SqlTranslator::Quote(const QString& name) {
+    QString n = name;
+    n.replace(u'"', QStringLiteral("\"\""));
+    return u'"' + n + u'"';
+}
+
+QString SqlTranslator::Literal(const QString& text) {
+    QString t = text;
+    t.replace(u'\'', QStringLiteral("''"));
+    return u'\'' + t + u'\'';
+}
+
+QString SqlTranslator::ResultName(const QString& sqliteName) {
+    return sqliteName.startsWith(kNoName) ? QString() : sqliteName;
+}
+
+QString SqlTranslator::AddParam(const QVariant& value) {
+    mParams.append(value);
+    QString p = QStringLiteral("?%1").arg(mParams.size());
+    if (value.typeId() == QMetaType::QString)
+        p += QStringLiteral(" COLLATE TSQL");
+    return p;
+}
+
+QString SqlTranslator::Select(const SqlSelect& select) {
+    QString sql;
+    const bool compound = select.cores.size() > 1;
+    for (int i = 0; i < select.cores.size(); ++i) {
+        if (i > 0)
+            sql += u' ' + select.unionOps[i - 1] + u' ';
+        sql += Core(select.cores[i], compound);
+    }
+    if (!select.orderBy.isEmpty()) {
+        sql += QStringLiteral(" ORDER BY ");
+        for (int i = 0; i < select.orderBy.size(); ++i) {
+            if (i > 0)
+                sql += QStringLiteral(", ");
+            sql += Expr(*select.orderBy[i].expr);
+            if (select.orderBy[i].descending)
+                sql += QStringLiteral(" DESC");
+        }
+    }
+    if (!compound && select.cores.first().top)
+        sql += QStringLiteral(" LIMIT ") + Expr(*select.cores.first().top);
+    return sql;
+}
+
+QString SqlTranslator::Core(const SqlSelectCore& core, bool wrapTop) {
+    if (!core.into.isEmpty())
+        throw ServerError::Unsupported(QStringLiteral("SELECT ... INTO"));
+    if (core.topPercent)
+        throw ServerError::Unsupported(QStringLiteral("TOP ... PERCENT"));
+    QString sql = QStringLiteral("SELECT ");
+    if (core.distinct)
+        sql += QStringLiteral("DISTINCT ");
+    for (int i = 0; i < core.items.size(); ++i) {
+        const SqlSelectItem& item = core.items[i];
+        if (i > 0)
+            sql += QStringLiteral(", ");
+        const SqlExpr& e = *item.expr;
+        if (e.kind == SqlExpr::Kind::Star) {
+            if (e.parts.isEmpty())
+                sql += u'*';
+            else
+                sql += Quote(e.parts.last()) + QStringLiteral(".*");
+            continue;
+        }
+        sql += Expr(e);
+        if (item.hasAlias)
+            sql += QStringLiteral(" AS ") + Quote(item.alias);
+        else if (e.kind == SqlExpr::Kind::Column)
+            sql += QStringLiteral(" AS ") + Quote(e.parts.last());
+        else
+            sql += QStringLiteral(" AS ") + Quote(kNoName + QString::number(++mNoName));
+    }
+    if (!core.from.isEmpty())
+        sql += QStringLiteral(" FROM ") + FromList(core.from);
+    if (core.where)
+        sql += QStringLiteral(" WHERE ") + Expr(*core.where);
+    if (!core.groupBy.isEmpty()) {
+        sql += QStringLiteral(" GROUP BY ");
+        for (int i = 0; i < core.groupBy.size(); ++i)
+            sql += (i > 0 ? QStringLiteral(", ") : QString()) + Expr(*core.groupBy[i]);
+    }
+    if (core.having)
+        sql += QStringLiteral(" HAVING ") + Expr(*core.having);
+    if (wrapTop && core.top)
+        sql = QStringLiteral("SELECT * FROM (") + sql + QStringLiteral(" LIMIT ") + Expr(*core.top) + u')';
+    return sql;
+}
+
+QString SqlTranslator::FromList(const QList<SqlTableRefP>& from) {
+    QString sql;
+    for (int i = 0; i < from.size(); ++i)
+        sql += (i > 0 ? QStringLiteral(", ") : QString()) + TableRef(*from[i]);
+    return sql;
+}
+
+QString SqlTranslator::TableRef(const SqlTableRef& ref) {
+    switch (ref.kind) {
+    case SqlTableRef::Kind::Join: {
+        QString sql = TableRef(*ref.left);
+        sql += ref.joinType == QLatin1String("INNER") ? QStringLiteral(" JOIN ")
+               : ref.joinType == QLatin1String("CROSS")
+                   ? QStringLiteral(" CROSS JOIN ")
+                   : u' ' + ref.joinType + QStringLiteral(" OUTER JOIN ");
+        sql += TableRef(*ref.right);
+        if (ref.on)
+            sql += QStringLiteral(" ON ") + Expr(*ref.on);
+        return sql;
+    }
+    case SqlTableRef::Kind::Subquery:
+        return u'(' + Select(*ref.select) + QStringLiteral(") AS ") + Quote(ref.alias);
+    case SqlTableRef::Kind::Named:
+    case SqlTableRef::Kind::Function: {
+        TranslatorContext::Table t = mContext.ResolveTable(ref, *this);
+        const QString alias = ref.alias.isEmpty() ? t.alias : ref.alias;
+        return t.sql + QStringLiteral(" AS ") + Quote(alias);
+    }
+    }
+    return {};
+}
+
+QString SqlTranslator::Expr(const SqlExpr& e) {
+    switch (e.kind) {
+    case SqlExpr::Kind::Null:
+        return QStringLiteral("NULL");
+    case SqlExpr::Kind::String:
+        return Literal(e.text) + QStringLiteral(" COLLATE TSQL");
+    case SqlExpr::Kind::Number:
+        if (e.text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+            QString hex = e.text.mid(2);
+            if (hex.size() % 2)
+                hex.prepend(u'0');
+            return QStringLiteral("X'%1'").arg(hex);
+        }
+        if (e.text.startsWith(u'.'))
+            return u'0' + e.text;
+        return e.text;
+    case SqlExpr::Kind::Column: {
+        if (e.parts.size() == 1)
+            return Quote(e.parts.last());
+        return Quote(e.parts[e.parts.size() - 2]) + u'.' + Quote(e.parts.last());
+    }
+    case SqlExpr::Kind::Variable: {
+        auto it = mOverrides.find(e.text.toLower());
+        if (it != mOverrides.end())
+            return u'(' + *it + u')';
+        return AddParam(mContext.Variable(e.text, e.line));
+    }
+    case SqlExpr::Kind::Star:
+        return QStringLiteral("*");
+    case SqlExpr::Kind::Unary:
+        if (e.text == QLatin1String("NOT"))
+            return QStringLiteral("(NOT ") + Expr(*e.args[0]) + u')';
+        return u'(' + e.text + Expr(*e.args[0]) + u')';
+    case SqlExpr::Kind::Binary: {
+        const QString a = Expr(*e.args[0]);
+        const QString b = Expr(*e.args[1]);
+        if (e.text == QLatin1String("+"))
+            return QStringLiteral("tsql_add(%1, %2)").arg(a, b);
+        if (e.text == QLatin1String("^"))
+            return QStringLiteral("((%1 | %2) - (%1 & %2))").arg(a, b);
+        QString op = e.text;
+        if (op == QLatin1String("!<"))
+            op = QStringLiteral(">=");
+        else if (op == QLatin1String("!>"))
+            op = QStringLiteral("<=");
+        return u'(' + a + u' ' + op + u' ' + b + u')';
+    }
+    case SqlExpr::Kind::Function:
+        return Function(e);
+    case SqlExpr::Kind::Case: {
+        QString sql = QStringLiteral("CASE");
+        int i = 0;
+        if (e.hasOperand)
+            sql += u' ' + Expr(*e.args[i++]);
+        const int whenEnd = int(e.args.size()) - (e.hasElse ? 1 : 0);
+        for (; i + 1 < whenEnd + 1 && i < whenEnd; i += 2)
+            sql +=
+                QStringLiteral(" WHEN ") + Expr(*e.args[i]) + QStringLiteral(" THEN ") + Expr(*e.args[i + 1]);
+        if (e.hasElse)
+            sql += QStringLiteral(" ELSE ") + Expr(*e.args.last());
+        return sql + QStringLiteral(" END");
+    }
+    case SqlExpr::Kind::Subquery:
+        return u'(' + Select(*e.select) + u')';
+    case SqlExpr::Kind::Exists:
+        return QStringLiteral("EXISTS (") + Select(*e.select) + u')';
+    case SqlExpr::Kind::In: {
+        QString sql =
+            u'(' + Expr(*e.args[0]) + (e.negated ? QStringLiteral(" NOT IN (") : QStringLiteral(" IN ("));
+        if (e.select) {
+            sql += Select(*e.select);
+        } else {
+            for (int i = 1; i < e.args.size(); ++i)
+                sql += (i > 1 ? QStringLiteral(", ") : QString()) + Expr(*e.args[i]);
+        }
+        return sql + QStringLiteral("))");
+    }
+    case SqlExpr::Kind::Between:
+        return u'(' + Expr(*e.args[0]) +
+               (e.negated ? QStringLiteral(" NOT BETWEEN ") : QStringLiteral(" BETWEEN ")) +
+               Expr(*e.args[1]) + QStringLiteral(" AND ") + Expr(*e.args[2]) + u')';
+    case SqlExpr::Kind::Like: {
+        QString sql =
+            QStringLiteral("tsql_like(") + Expr(*e.args[0]) + QStringLiteral(", ") + Expr(*e.args[1]);
+        if (e.args.size() > 2)
+            sql += QStringLiteral(", ") + Expr(*e.args[2]);
+        sql += u')';
+        return e.negated ? QStringLiteral("(NOT ") + sql + u')' : sql;
+    }
+    case SqlExpr::Kind::IsNull:
+        return u'(' + Expr(*e.args[0]) +
+               (e.negated ? QStringLiteral(" IS NOT NULL)") : QStringLiteral(" IS NULL)"));
+    case SqlExpr::Kind::Cast: {
+        QString sql = QStringLiteral("tsql_convert(%1, %2, %3, %4")
+                          .arg(Literal(e.type.name))
+                          .arg(e.type.length == -1 && e.type.precision > 0 ? e.type.precision : e.type.length)
+                          .arg(e.type.scale)
+                          .arg(Expr(*e.args[0]));
+        if (e.args.size() > 1)
+            sql += QStringLiteral(", ") + Expr(*e.args[1]);
+        return sql + u')';
+    }
+    }
+    return QStringLiteral("NULL");
+}
+
+QString SqlTranslator::ObjectProperty(const SqlExpr& e) {
+    if (e.args.size() != 2)
+        throw ServerError::Make(174, 15,
+                                QStringLiteral("The objectproperty function requires 2 argument(s)."), true);
+    return QStringLiteral("tsql_objectproperty(%1, %2, %3)")
+        .arg(Expr(*e.args[0]), Expr(*e.args[1]), Literal(mContext.Schema()));
+}
+
+QString SqlTranslator::Function(const SqlExpr& e) {
+    const QString f = e.text.toUpper();
+    auto arg = [&](int i) { return Expr(*e.args[i]); };
+    auto args = [&]() {
+        QString s;
+        for (int i = 0; i < e.args.size(); ++i)
+            s += (i > 0 ? QStringLiteral(", ") : QString()) + Expr(*e.args[i]);
+        return s;
+    };
+    auto need = [&](int min, int max) {
+        if (e.args.size() < min || e.args.size() > max)
+            throw ServerError::Make(
+                174, 15,
+                QStringLiteral("The %1 function requires %2 argument(s).").arg(e.text.toLower()).arg(min),
+                true);
+    };
+    if (f.startsWith(QLatin1String("@@"))) {
+        const QVariant v = mContext.Global(f);
+        if (!v.isValid() && f != QLatin1String("@@IDENTITY"))
+            throw ServerError::Unsupported(f);
+        return AddParam(v);
+    }
+    if (e.parts.size() > 1) {
+        // owner.function(...): a user's scalar function.
+        QString sql = QStringLiteral("tsql_udf(") + Literal(e.parts.join(u'.'));
+        for (const SqlExprP& a : e.args)
+            sql += QStringLiteral(", ") + Expr(*a);
+        return sql + u')';
+    }
+    if (f == QLatin1String("COUNT") || f == QLatin1String("COUNT_BIG")) {
+        if (e.star)
+            return QStringLiteral("COUNT(*)");
+        need(1, 1);
+        return QStringLiteral("COUNT(") + (e.distinct ? QStringLiteral("DISTINCT ") : QString()) + arg(0) +
+               u')';
+    }
+    if (f == QLatin1String("SUM") || f == QLatin1String("AVG") || f == QLatin1String("MIN") ||
+        f == QLatin1String("MAX")) {
+        need(1, 1);
+        return f + u'(' + (e.distinct ? QStringLiteral("DISTINCT ") : QString()) + arg(0) + u')';
+    }
+    if (f == QLatin1String("ISNULL")) {
+        need(2, 2);
+        return QStringLiteral("ifnull(%1, %2)").arg(arg(0), arg(1));
+    }
+    if (f == QLatin1String("COALESCE") || f == QLatin1String("NULLIF") || f == QLatin1String("ABS")) {
+        return f.toLower() + u'(' + args() + u')';
+    }
+    if (f == QLatin1String("ROUND")) {
+        need(2, 3);
+        return QStringLiteral("round(%1, %2)").arg(arg(0), arg(1));
+    }
+    if (f == QLatin1String("LTRIM") || f == QLatin1String("RTRIM")) {
+        need(1, 1);
+        return QStringLiteral("%1(%2, ' ')").arg(f.toLower(), arg(0));
+    }
+    static const QHash<QString, QString> direct = {
+        {QStringLiteral("LEN"), QStringLiteral("tsql_len")},
+        {QStringLiteral("DATALENGTH"), QStringLiteral("tsql_datalength")},
+        {QStringLiteral("UPPER"), QStringLiteral("tsql_upper")},
+        {QStringLiteral("LOWER"), QStringLiteral("tsql_lower")},
+        {QStringLiteral("SUBSTRING"), QStringLiteral("tsql_substring")},
+        {QStringLiteral("LEFT"), QStringLiteral("tsql_left")},
+        {QStringLiteral("RIGHT"), QStringLiteral("tsql_right")},
+        {QStringLiteral("CHARINDEX"), QStringLiteral("tsql_charindex")},
+        {QStringLiteral("REPLACE"), QStringLiteral("tsql_replace")},
+        {QStringLiteral("REPLICATE"), QStringLiteral("tsql_replicate")},
+        {QStringLiteral("SPACE"), QStringLiteral("tsql_space")},
+        {QStringLiteral("REVERSE"), QStringLiteral("tsql_reverse")},
+        {QStringLiteral("GETDATE"), QStringLiteral("tsql_getdate")},
+        {QStringLiteral("CURRENT_TIMESTAMP"), QStringLiteral("tsql_getdate")},
+        {QStringLiteral("GETUTCDATE"), QStringLiteral("tsql_getutcdate")},
+        {QStringLiteral("NEWID"), QStringLiteral("tsql_newid")},
+        {QStringLiteral("ISNUMERIC"), QStringLiteral("tsql_isnumeric")},
+        {QStringLiteral("ISDATE"), QStringLiteral("tsql_isdate")},
+        {QStringLiteral("FLOOR"), QStringLiteral("tsql_floor")},
+        {QStringLiteral("CEILING"), QStringLiteral("tsql_ceiling")},
+        {QStringLiteral("POWER"), QStringLiteral("tsql_power")},
+    };
+    static const QHash<QString, QPair<int, int>> arity = {
+        {QStringLiteral("LEN"), {1, 1}},        {QStringLiteral("DATALENGTH"), {1, 1}},
+        {QStringLiteral("UPPER"), {1, 1}},      {QStringLiteral("LOWER"), {1, 1}},
+        {QStringLiteral("SUBSTRING"), {3, 3}},  {QStringLiteral("LEFT"), {2, 2}},
+        {QStringLiteral("RIGHT"), {2, 2}},      {QStringLiteral("CHARINDEX"), {2, 3}},
+        {QStringLiteral("REPLACE"), {3, 3}},    {QStringLiteral("REPLICATE"), {2, 2}},
+        {QStringLiteral("SPACE"), {1, 1}},      {QStringLiteral("REVERSE"), {1, 1}},
+        {QStringLiteral("GETDATE"), {0, 0}},    {QStringLiteral("CURRENT_TIMESTAMP"), {0, 0}},
+        {QStringLiteral("GETUTCDATE"), {0, 0}}, {QStringLiteral("NEWID"), {0, 0}},
+        {QStringLiteral("ISNUMERIC"), {1, 1}},  {QStringLiteral("ISDATE"), {1, 1}},
+        {QStringLiteral("FLOOR"), {1, 1}},      {QStringLiteral("CEILING"), {1, 1}},
+        {QStringLiteral("POWER"), {2, 2}},
+    };
+    auto it = direct.find(f);
+    if (it != direct.end()) {
+        const auto range = arity.value(f);
+        need(range.first, range.second);
+        return *it + u'(' + args() + u')';
+    }
+    if (f == QLatin1String("DATEPART") || f == QLatin1String("DATEADD") || f == QLatin1String("DATEDIFF") ||
+        f == QLatin1String("DATENAME")) {
+        need(f == QLatin1String("DATEPART") || f == QLatin1String("DATENAME") ? 2 : 3,
+             f == QLatin1String("DATEPART") || f == QLatin1String("DATENAME") ? 2 : 3);
+        const SqlExpr& part = *e.args[0];
+        const QString partName = part.kind == SqlExpr::Kind::Column ? part.parts.last() : part.text;
+        QString sql = QStringLiteral("tsql_%1(%2")
+                          .arg(f == QLatin1String("DATENAME") ? QStringLiteral("datepart") : f.toLower(),
+                               Literal(partName));
+        for (int i = 1; i < e.args.size(); ++i)
+            sql += QStringLiteral(", ") + arg(i);
+        return sql + u')';
+    }
+    if (f == QLatin1String("YEAR") || f == QLatin1String("MONTH") || f == QLatin1String("DAY")) {
+        need(1, 1);
+        return QStringLiteral("tsql_datepart('%1', %2)").arg(f.toLower(), arg(0));
+    }
+    if (f == QLatin1String("OBJECT_ID")) {
+        need(1, 2);
+        return QStringLiteral("tsql_object_id(%1, %2, %3, %4, %5)")
+            .arg(arg(0), Literal(mContext.Schema()))
+            .arg(mContext.UserUid())
+            .arg(Literal(mContext.DatabaseName()), Literal(mContext.MasterSchema()));
+    }
+    if (f == QLatin1String("OBJECT_NAME")) {
+        need(1, 2);
+        return QStringLiteral("tsql_lookup('object_name', %1, %2)").arg(Literal(mContext.Schema()), arg(0));
+    }
+    if (f == QLatin1String("OBJECTPROPERTY"))
+        return ObjectProperty(e);
+    if (f == QLatin1String("USER_NAME") || f == QLatin1String("USER_ID")) {
+        if (e.args.isEmpty())
+            return AddParam(mContext.Global(f));
+        need(1, 1);
+        return QStringLiteral("tsql_lookup('%1', %2, %3)")
+            .arg(f.toLower(), Literal(mContext.Schema()), arg(0));
+    }
+    if (f == QLatin1String("DB_NAME")) {
+        if (e.args.isEmpty())
+            return AddParam(mContext.DatabaseName());
+        need(1, 1);
+        return QStringLiteral("tsql_lookup('db_name', %1, %2)").arg(Literal(mContext.MasterSchema()), arg(0));
+    }
+    if (f == QLatin1String("DB_ID")) {
+        if (e.args.isEmpty())
+            return QStringLiteral("(SELECT dbid FROM \"%1\".sysdatabases WHERE name = %2)")
+                .arg(mContext.MasterSchema(), AddParam(mContext.DatabaseName()));
+        need(1, 1);
+        return QStringLiteral("tsql_lookup('db_id', %1, %2)").arg(Literal(mContext.MasterSchema()), arg(0));
+    }
+    if (f == QLatin1String("SUSER_SNAME") || f == QLatin1String("SUSER_NAME") ||
+        f == QLatin1String("SYSTEM_USER") || f == QLatin1String("CURRENT_USER") ||
+        f == QLatin1String("SESSION_USER") || f == QLatin1String("USER") || f == QLatin1String("HOST_NAME") ||
+        f == QLatin1String("APP_NAME") || f == QLatin1String("SCOPE_IDENTITY") ||
+        f == QLatin1String("SUSER_SID")) {
+        if (!e.args.isEmpty())
+            throw ServerError::Unsupported(QStringLiteral("%1 with an argument").arg(f));
+        return AddParam(mContext.Global(f));
+    }
+    throw ServerError::Make(
+        195, 15, QStringLiteral("'%1' is not a recognized built-in function name.").arg(e.text), true);
+}

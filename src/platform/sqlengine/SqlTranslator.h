@@ -1,0 +1,65 @@
+#pragma once
+
+#include "SqlAst.h"
+
+#include <QHash>
+#include <QVariant>
+
+// What a query needs to know of the session it runs in.
+class TranslatorContext {
+public:
+    virtual ~TranslatorContext() = default;
+    // The SQLite text that stands for a table or view, and its default alias; throws ServerError 208.
+    struct Table {
+        QString sql;
+        QString alias;
+        bool catalogue = false;
+    };
+    virtual Table ResolveTable(const SqlTableRef& ref, class SqlTranslator& translator) = 0;
+    // A variable's value; throws ServerError 137 when it was not declared.
+    virtual QVariant Variable(const QString& name, int line) = 0;
+    // @@ROWCOUNT and friends, USER_NAME() and the like: the value, or invalid when unknown.
+    virtual QVariant Global(const QString& name) = 0;
+    virtual QString Schema() const = 0;       // the current database's SQLite schema
+    virtual QString MasterSchema() const = 0; // master's SQLite schema
+    virtual QString DatabaseName() const = 0;
+    virtual int UserUid() const = 0;
+};
+
+// Turns the parsed form of a query into SQLite text with numbered parameters. Names of result
+// columns are given as aliases: a column keeps the name as written, an expression without alias
+// gets a name that ResultName() turns into "".
+class SqlTranslator {
+public:
+    explicit SqlTranslator(TranslatorContext& context)
+        : mContext(context) {}
+
+    QString Select(const SqlSelect& select);
+    QString Expr(const SqlExpr& e);
+    QString FromList(const QList<SqlTableRefP>& from);
+    const QVariantList& Params() const { return mParams; }
+    QString AddParam(const QVariant& value);
+
+    // Expressions that stand for variables: the parameters of an inline function body.
+    void SetVariableOverride(const QString& name, const QString& sql) {
+        mOverrides.insert(name.toLower(), sql);
+    }
+    QHash<QString, QString> Overrides() const { return mOverrides; }
+    void SetOverrides(const QHash<QString, QString>& overrides) { mOverrides = overrides; }
+
+    static QString ResultName(const QString& sqliteName);
+    static QString Quote(const QString& name);
+    static QString Literal(const QString& text);
+
+private:
+    QString Core(const SqlSelectCore& core, bool wrapTop);
+    QString TableRef(const SqlTableRef& ref);
+    QString Function(const SqlExpr& e);
+    QString ObjectProperty(const SqlExpr& e);
+
+    TranslatorContext& mContext;
+    QVariantList mParams;
+    QHash<QString, QString> mOverrides;
+    int mNoName = 0;
+    int mUnique = 0;
+};
