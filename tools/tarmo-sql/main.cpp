@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 
 #include <cstdio>
 
@@ -50,9 +51,15 @@ int runScript(const SqlCommandLine::Options& options, QTextStream& out, QTextStr
     }
 
     bool failed = false;
-    for (const QString& batch : modParser::SplitSQLBatches(script)) {
+    const QStringList batches = modParser::SplitSQLBatches(script);
+    for (qsizetype i = 0; i < batches.size(); ++i) {
+        QString batch = batches[i];
         if (modParser::TrimLeadingBlanks(batch).isEmpty())
             continue;
+        // The rest of a GO line belongs to no batch, so that lines count from the line after GO.
+        static const QRegularExpression restOfGoLine(QStringLiteral("^[ \\t\\r]*\\n"));
+        if (i > 0)
+            batch.remove(restOfGoLine);
         try {
             failed =
                 SqlCommandLine::PrintResults(connection->ExecuteBatch(batch), options, out, err) || failed;

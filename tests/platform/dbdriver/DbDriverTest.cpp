@@ -105,9 +105,9 @@ TEST(ServerBrowser, AnswersOfTheBrowserServiceBecomeServerNames) {
     datagram.append(text);
     EXPECT_EQ(ServerBrowser::ParseResponse(datagram), QStringList({"DB1", "DB1\\DEV"}));
     // A length that claims less than the datagram holds is honoured.
-    datagram[1] = char(20);
+    datagram[1] = char(text.indexOf(";;") + 2);
     datagram[2] = char(0);
-    EXPECT_EQ(ServerBrowser::ParseResponse(datagram), QStringList());
+    EXPECT_EQ(ServerBrowser::ParseResponse(datagram), QStringList({"DB1"}));
     EXPECT_EQ(ServerBrowser::ParseResponse(QByteArray("\x04\x00\x00", 3)), QStringList());
     EXPECT_EQ(ServerBrowser::ParseResponse(QByteArray()), QStringList());
 }

@@ -79,13 +79,15 @@ TEST_F(EmbeddedDriver, BatchResultsComeBackInOrderAndErrorsRaiseWithTheirLine) {
     c.Execute(QStringLiteral("CREATE TABLE t (id int, name nvarchar(20))"));
     const SqlBatchResults r = c.ExecuteBatch(
         QStringLiteral("PRINT 'start'\nINSERT INTO t VALUES (1, 'a')\nSELECT id, name FROM t"));
-    ASSERT_EQ(r.size(), 3);
+    // As a server sends them: the message, the insert's count, the rows, the select's count.
+    ASSERT_EQ(r.size(), 4);
     EXPECT_EQ(r[0].kind, SqlResult::Kind::Message);
     EXPECT_EQ(r[0].message.text, QStringLiteral("start"));
     EXPECT_EQ(r[1].kind, SqlResult::Kind::RowCount);
     EXPECT_EQ(r[1].rowCount, 1);
     ASSERT_EQ(r[2].kind, SqlResult::Kind::RowSet);
     EXPECT_EQ(r[2].rowSet.columns[1].name, QStringLiteral("name"));
+    EXPECT_EQ(r[3].kind, SqlResult::Kind::RowCount);
 
     try {
         c.Execute(QStringLiteral("SELECT 1\nSELECT * FROM missing_table"));
