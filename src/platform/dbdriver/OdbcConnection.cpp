@@ -454,8 +454,10 @@ void OdbcConnection::Open(const DbLogin& login) {
         SQLFreeHandle(SQL_HANDLE_DBC, dbc);
         SQLFreeHandle(SQL_HANDLE_ENV, env);
         QList<SqlMessage> messages;
-        for (const Diagnostic& d : diags)
+        for (const Diagnostic& d : diags) {
             messages.append(d.message);
+            messages.last().text = DbDriver::StripDriverPrefixes(d.message.text);
+        }
         // The server's own refusal explains more than the driver's summary that follows it.
         const Diagnostic* first = nullptr;
         for (const Diagnostic& d : diags)
