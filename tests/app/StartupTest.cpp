@@ -12,6 +12,7 @@
 #include "frmSystem.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QLabel>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -227,6 +228,7 @@ TEST_F(ComponentCheck, MostRecentProjectIsConnectedAndOpened) {
     TempFolder dir;
     ScriptedPromptsScope prompts;
     EmbeddedServer::Create(dir.Path(QStringLiteral("server")), QStringLiteral("secret"));
+    QDir().mkpath(dir.Path(QStringLiteral("work")));
     const QString ini = VersionStore::Create(dir.Path(QStringLiteral("store")), QStringLiteral("adminpw"));
     {
         TARMOVSS admin;
