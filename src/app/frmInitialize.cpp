@@ -5,6 +5,7 @@
 #include "TARMOSQL.h"
 #include "TARMOVSS.h"
 #include "frmNoProject.h"
+#include "frmProjectBrowser.h"
 #include "frmSystem.h"
 
 #include <QLabel>
@@ -102,7 +103,7 @@ void frmInitialize::tmr_Timer() {
         if (ConnectProject(*project, product)) {
             SetStatus(QStringLiteral("Opening Most Recent Project"));
             gDatabase->OpenProject(project);
-            (new frmNoProject(project.get()))->show();
+            ShowProjectWindow(project);
             Unload();
             return;
         }
@@ -110,8 +111,10 @@ void frmInitialize::tmr_Timer() {
 
     // A project that can't be reached never blocks the start: its connection has told the user why.
     SetStatus(QStringLiteral("Finding %1 Projects").arg(product));
-    gDatabase->FindAllProjects(true, true);
+    std::shared_ptr<TARMOProjects> projects = gDatabase->FindAllProjects(true, true);
     SetStatus(QStringLiteral("Initializing Project Browser"));
-    (new frmNoProject)->show();
+    auto* browser = new frmProjectBrowser;
+    browser->setAttribute(Qt::WA_DeleteOnClose);
+    browser->ProjectBrowser(projects, false);
     Unload();
 }

@@ -31,3 +31,7 @@ frmNoProject::frmNoProject(const TARMOProject* connected, QWidget* parent)
     layout->addWidget(close, 0, Qt::AlignRight);
     resize(420, 160);
 }
+
+void ShowProjectWindow(const std::shared_ptr<TARMOProject>& project) {
+    (new frmNoProject(project.get()))->show();
+}

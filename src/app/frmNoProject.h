@@ -2,6 +2,8 @@
 
 #include <QWidget>
 
+#include <memory>
+
 class TARMOProject;
 
 // Where the start-up arrives until the main window and the project browser stand: says plainly
@@ -11,3 +13,6 @@ class frmNoProject : public QWidget {
 public:
     explicit frmNoProject(const TARMOProject* connected = nullptr, QWidget* parent = nullptr);
 };
+
+// Shows the window of an opened project: the hand-over at the end of opening a project.
+void ShowProjectWindow(const std::shared_ptr<TARMOProject>& project);

@@ -1,5 +1,5 @@
+#include "AppPrompts.h"
 #include "Globals.h"
-#include "QtPrompts.h"
 #include "SystemComponents.h"
 #include "frmInitialize.h"
 
@@ -57,7 +57,7 @@ int main(int argc, char* argv[]) {
     QApplication::setApplicationDisplayName(QStringLiteral("TARMO"));
     QApplication::setApplicationVersion(App::VersionText());
 
-    installPrompts(std::make_unique<QtPrompts>());
+    installPrompts(std::make_unique<AppPrompts>());
     SystemComponents::RegisterPlatformComponents();
 
     auto* splash = new frmInitialize;

@@ -9,9 +9,11 @@
 #include "TestSupport.h"
 #include "VersionStore.h"
 #include "frmInitialize.h"
+#include "frmProjectBrowser.h"
 #include "frmSystem.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDir>
 #include <QLabel>
 #include <QPushButton>
@@ -162,12 +164,13 @@ TEST_F(ComponentCheck, FirstRunArrivesAtTheProjectChoice) {
     ASSERT_NE(gDatabase, nullptr);
     EXPECT_FALSE(gDatabase->OpenMostRecent());
 
-    auto* noProject = findTopLevel<QWidget>(QStringLiteral("frmNoProject"));
-    ASSERT_NE(noProject, nullptr);
-    EXPECT_EQ(noProject->findChild<QLabel*>(QStringLiteral("lblNoProject"))->text(),
-              QStringLiteral("No project is open."));
-    screenshot(noProject, QStringLiteral("frmNoProject"));
-    noProject->close();
+    auto* browser = findTopLevel<frmProjectBrowser>(QStringLiteral("frmProjectBrowser"));
+    ASSERT_NE(browser, nullptr);
+    EXPECT_EQ(browser->windowTitle(), QStringLiteral("Project Browser"));
+    EXPECT_EQ(browser->lvwProjects()->topLevelItemCount(), 0);
+    EXPECT_FALSE(browser->chkMostResent()->isChecked());
+    screenshot(browser, QStringLiteral("frmProjectBrowser"));
+    browser->close();
     QApplication::processEvents();
 }
 
@@ -192,8 +195,9 @@ void saveProjectAsMostRecent(TARMOProject& project) {
 }
 
 void closeStartWindow() {
-    if (auto* w = findTopLevel<QWidget>(QStringLiteral("frmNoProject")))
-        w->close();
+    for (const char* name : {"frmNoProject", "frmProjectBrowser"})
+        if (auto* w = findTopLevel<QWidget>(QString::fromLatin1(name)))
+            w->close();
     QApplication::processEvents();
 }
 
@@ -261,6 +265,9 @@ TEST_F(ComponentCheck, MostRecentProjectIsConnectedAndOpened) {
     EXPECT_TRUE(gDatabase->Project()->SQL().ConnectionOpen());
     EXPECT_TRUE(gDatabase->Project()->VSS().ConnectionOpen());
     EXPECT_TRUE(gDatabase->Project()->IsFirstUserToConnect());
+    auto* opened = findTopLevel<QWidget>(QStringLiteral("frmNoProject"));
+    ASSERT_NE(opened, nullptr);
+    screenshot(opened, QStringLiteral("frmProjectOpened"));
     gDatabase->Project()->ProjectWasSyncronized();
     EXPECT_FALSE(gDatabase->Project()->IsFirstUserToConnect());
     closeStartWindow();
