@@ -1,0 +1,386 @@
+#include "TARMOObjectList.h"
+
+#include "StoreTraffic.h"
+#include "TARMODBTItems.h"
+#include "TARMODescription.h"
+#include "TARMOError.h"
+#include "TARMOIcons.h"
+#include "TARMOSQL.h"
+#include "TARMOVSS.h"
+#include "VSSBulkReader.h"
+
+#include <QHash>
+
+namespace {
+
+bool isNumeric(const QString& text) {
+    bool ok = false;
+    text.trimmed().toDouble(&ok);
+    return ok && !text.trimmed().isEmpty();
+}
+
+std::unique_ptr<DbRecordset> query(TARMOSQL& sql, const QString& text) {
+    StoreTraffic::Statements();
+    return sql.OpenRecordset(text);
+}
+
+} // namespace
+
+TARMOObjectList::TARMOObjectList(const QString& objectType, const QString& objectDisplayName,
+                                 const QString& iconToUse, bool isRootNode, const QString& listQuery,
+                                 const QString& findByNameCondition)
+    : mObjectType(objectType)
+    , mObjectDisplayName(objectDisplayName)
+    , mIconToUse(iconToUse)
+    , mIsRootNode(isRootNode)
+    , mListQuery(listQuery)
+    , mFindByNameCondition(findByNameCondition) {}
+
+TARMOObjectList::~TARMOObjectList() {
+    for (const Object& object : mItems)
+        object->SetParentList(nullptr);
+    for (const Object& object : mNewItems)
+        object->SetParentList(nullptr);
+}
+
+void TARMOObjectList::Initialize() {
+    mKind = CreateObject();
+}
+
+void TARMOObjectList::TakeRow(TARMOObjectVSS&, const DbRecordset&) const {}
+
+TARMOObjectList::Object TARMOObjectList::makeObject() {
+    Object object = CreateObject();
+    object->SetActiveDBConnection(mSQL);
+    object->SetActiveVSSConnection(mVSS);
+    object->SetIcons(mIcons);
+    object->SetParentList(this);
+    return object;
+}
+
+// --- The collection
+
+TARMOObjectList::Object TARMOObjectList::Item(const QString& ObjectID, bool bDeleted, bool bHideError) const {
+    const KeyedCollection<Object>& items = bDeleted ? mDeletedItems : mItems;
+    if (const Object* found = items.Find(ObjectID))
+        return *found;
+    if (const Object* found = items.Find(ObjectID.mid(1)))
+        return *found;
+    if (bHideError)
+        return nullptr;
+    return items.Item(ObjectID.mid(1)); // raises the collection's error
+}
+
+int TARMOObjectList::Count(bool bDeleted) const {
+    return bDeleted ? mDeletedItems.Count() : mItems.Count();
+}
+
+bool TARMOObjectList::ObjectIsOfThisType(const QString& ObjectID) const {
+    return mItems.Contains(ObjectID) || mItems.Contains(ObjectID.mid(1));
+}
+
+void TARMOObjectList::RemoveItem(const QString& ObjectID, bool bDeleted) {
+    KeyedCollection<Object>& items = bDeleted ? mDeletedItems : mItems;
+    items.Remove(isNumeric(ObjectID) ? ObjectID : ObjectID.mid(1));
+}
+
+void TARMOObjectList::ChangeKey(const QString& OldObjectID, long lOldIndex) {
+    const QString key = mItems.Contains(OldObjectID) ? OldObjectID : OldObjectID.mid(1);
+    Object object = mItems.Item(key);
+    mItems.Remove(key);
+    if (lOldIndex >= 1 && lOldIndex <= mItems.Count())
+        mItems.Add(object, object->DBID(), static_cast<int>(lOldIndex));
+    else
+        mItems.Add(object, object->DBID());
+}
+
+QString TARMOObjectList::FindIDByName(const QString& name) {
+    QString quoted = name;
+    quoted.replace(QLatin1Char('\''), QStringLiteral("''"));
+    std::unique_ptr<DbRecordset> rs = query(
+        *mSQL, QStringLiteral("SELECT id FROM sysobjects WHERE category <> 2 AND ") + mFindByNameCondition +
+                   QStringLiteral(" AND id = OBJECT_ID(N'") + quoted + QStringLiteral("')"));
+    return rs && !rs->Eof() ? rs->Text(QStringLiteral("id")) : QString();
+}
+
+// --- Reading
+
+bool TARMOObjectList::raise(const std::function<void(long, long, bool&)>& event, long current, long total) {
+    bool cancel = false;
+    if (event)
+        event(current, total, cancel);
+    return cancel;
+}
+
+QString TARMOObjectList::nameInText(const QString& text) const {
+    const QString name = modParser::FindNameAfterKeywords(mKind->Parse(), text);
+    return TARMOSQL::IsValidObjectName(name) ? name : QString();
+}
+
+TARMOObjectList::Object TARMOObjectList::exact(const QString& id) const {
+    const Object* found = mItems.Find(id);
+    return found ? *found : nullptr;
+}
+
+void TARMOObjectList::RefreshList(bool& bCancel) {
+    bCancel = false;
+    if (!mSQL || !mSQL->ConnectionOpen())
+        return;
+    if (!mCheckSQLOnly && !mVSS)
+        throw TARMOError(TARMOErrors::InvalidProcedureCall, mObjectType,
+                         QStringLiteral("There is no connection to the version store."));
+    for (const Object& object : mItems) {
+        object->SetInSQL(false);
+        object->SetInVSS(false);
+    }
+
+    std::unique_ptr<DbRecordset> rows = query(*mSQL, mListQuery);
+    // The owners of the whole kind in one statement instead of one lookup per object.
+    QHash<QString, QString> owners;
+    for (std::unique_ptr<DbRecordset> rs = query(*mSQL, mKind->DBQueryStart()); rs && !rs->Eof();
+         rs->MoveNext())
+        owners.insert(rs->Text(QStringLiteral("id")), rs->Text(QStringLiteral("UserName")));
+    TARMOVSSItems files(mVSS);
+    if (!mCheckSQLOnly) {
+        StoreTraffic::StoreCall();
+        files = mVSS->Items(QStringLiteral("*") + mKind->VSSExt(), false, false);
+    }
+
+    const int rowCount = rows ? rows->RecordCount() : 0;
+    const long total = 2L * rowCount + (mCheckSQLOnly ? 0 : files.Count());
+    long current = 0;
+    if (raise(RetrieveStatusChange, current, total)) {
+        bCancel = true;
+        return;
+    }
+
+    for (; rows && !rows->Eof(); rows->MoveNext()) {
+        const QString id = rows->Text(QStringLiteral("id"));
+        // The merge looks ids up exactly: with the tree key's second try, a new id 123 would take
+        // the object of id 23.
+        Object object = exact(id);
+        if (!object) {
+            object = makeObject();
+            object->SetDBID(id);
+            mItems.Add(object, id);
+        }
+        object->SetName(rows->Text(QStringLiteral("name")));
+        object->SetOwner(owners.value(id));
+        object->SetInSQL(true);
+        object->SetInVSS(false);
+        object->SetCheckedOutBy(QString());
+        TakeRow(*object, *rows);
+        current += 2;
+        if (raise(RetrieveStatusChange, current, total)) {
+            bCancel = true;
+            return;
+        }
+    }
+
+    if (!mCheckSQLOnly) {
+        refreshFromStore(files, current, total, bCancel);
+        if (bCancel)
+            return;
+    }
+    dropObjectsInNeitherStore();
+    if (CompletedCurrentStatus)
+        CompletedCurrentStatus();
+}
+
+void TARMOObjectList::refreshFromStore(TARMOVSSItems& files, long& current, long total, bool& bCancel) {
+    const QString ext = mKind->VSSExt();
+    // The files that no object of the catalogue explains: their texts in one read.
+    QStringList unexplained;
+    for (const TARMOVSSItem& file : files) {
+        const QString base = file.Name().chopped(ext.size());
+        if (isNumeric(base) && !mItems.Contains(base))
+            unexplained << file.Name();
+    }
+    QHash<QString, QString> texts;
+    if (!unexplained.isEmpty())
+        texts = VSSBulkReader::LatestTexts(*mVSS, unexplained);
+
+    for (const TARMOVSSItem& listed : files) {
+        QString fileName = listed.Name();
+        QString holder = listed.CheckedOutBy();
+        QString base = fileName.chopped(ext.size());
+
+        if (!isNumeric(base)) {
+            // A file that still goes by its object's name, in the old manner.
+            const qsizetype dot = base.indexOf(QLatin1Char('.'));
+            const QString owner = dot < 0 ? QStringLiteral("dbo") : base.left(dot);
+            const QString name = dot < 0 ? base : base.mid(dot + 1);
+            StoreTraffic::Statements();
+            const QString id = mSQL->GetObjectID(name, owner);
+            if (!id.isEmpty()) {
+                StoreTraffic::StoreCall();
+                if (mVSS->RenameItem(fileName, id + ext)) {
+                    StoreTraffic::StoreCall();
+                    mVSS->RenameItem(fileName + TARMODescription::Extension,
+                                     id + ext + TARMODescription::Extension, true, true);
+                    base = id;
+                    fileName = id + ext;
+                    StoreTraffic::StoreCall();
+                    holder = mVSS->Item(fileName).CheckedOutBy();
+                }
+            }
+            if (!isNumeric(base))
+                continue;
+        }
+
+        if (Object object = exact(base)) {
+            object->SetInVSS(true);
+            object->SetCheckedOutBy(holder);
+        } else {
+            QString text;
+            if (auto it = texts.constFind(fileName.toLower()); it != texts.constEnd()) {
+                text = *it;
+            } else {
+                StoreTraffic::StoreCall();
+                text = mVSS->ItemContent(fileName, true, -1);
+            }
+            const QString found = nameInText(text);
+            const QString id = found.isEmpty() ? QString() : FindIDByName(found);
+            if (!id.isEmpty()) {
+                // Dropped and created again: the file takes the new id.
+                StoreTraffic::StoreCall();
+                if (mVSS->RenameItem(fileName, id + ext)) {
+                    if (Object recreated = exact(id)) {
+                        recreated->SetInVSS(true);
+                        recreated->SetCheckedOutBy(holder);
+                    }
+                }
+            } else {
+                Object orphan = makeObject();
+                if (!found.isEmpty()) {
+                    const QStringList parts = TARMOSQL::ExtractOwnerAndItemName(found);
+                    orphan->SetOwner(parts.value(0));
+                    orphan->SetName(parts.value(1));
+                } else {
+                    orphan->SetName(base);
+                }
+                orphan->SetDBID(base);
+                orphan->SetInSQL(false);
+                orphan->SetInVSS(true);
+                orphan->SetCheckedOutBy(holder);
+                mItems.Add(orphan, base);
+            }
+        }
+        current += 1;
+        if (raise(RetrieveStatusChange, current, total)) {
+            bCancel = true;
+            return;
+        }
+    }
+}
+
+void TARMOObjectList::dropObjectsInNeitherStore() {
+    bool any = false;
+    for (const Object& object : mItems)
+        any = any || (!object->InSQL() && !object->InVSS());
+    if (!any)
+        return;
+    // One pass instead of one re-index per removal.
+    KeyedCollection<Object> kept;
+    for (int i = 1; i <= mItems.Count(); ++i) {
+        const Object& object = mItems.Item(i);
+        if (object->InSQL() || object->InVSS())
+            kept.Add(object, mItems.KeyAt(i));
+        else
+            object->SetParentList(nullptr);
+    }
+    mItems = std::move(kept);
+}
+
+std::unique_ptr<TARMODBTItems> TARMOObjectList::GetItemInfo(bool bShowOwnerInName) {
+    return BuildItemInfo(bShowOwnerInName, nullptr);
+}
+
+std::unique_ptr<TARMODBTItems>
+TARMOObjectList::BuildItemInfo(bool bShowOwnerInName,
+                               const std::function<bool(const TARMOObjectVSS&)>& wanted) {
+    bool cancel = false;
+    RefreshList(cancel);
+    if (cancel)
+        return nullptr;
+    const long total = mItems.Count();
+    if (raise(AddingStatusChange, 0, total))
+        return nullptr;
+
+    // The descriptions of the whole kind in one read; a store that can't be read gives none, as
+    // the silent reading of one description does.
+    QHash<QString, QString> descriptions;
+    if (mVSS && mVSS->ConnectionOpen() && !mCheckSQLOnly) {
+        try {
+            descriptions = VSSBulkReader::LatestTexts(*mVSS, mKind->VSSExt() + TARMODescription::Extension);
+        } catch (const std::exception&) {
+            descriptions.clear();
+        }
+    }
+
+    auto items = std::make_unique<TARMODBTItems>();
+    long current = 0;
+    for (const Object& object : mItems) {
+        ++current;
+        if (!wanted || wanted(*object)) {
+            TARMODBTItem& item = items->Add(QStringLiteral("I") + object->DBID());
+            item.Text = bShowOwnerInName && !object->Owner().isEmpty()
+                            ? object->Owner() + QLatin1Char('.') + object->Name()
+                            : object->Name();
+            if (!object->CheckedOutBy().isEmpty())
+                item.Text += QStringLiteral(" (Checked out by ") + object->CheckedOutBy() + QLatin1Char(')');
+            item.ImageName = object->IconName(object->IconToUse(false));
+            item.Tag = object->ObjectType();
+            item.SetToolTipText(TARMODescription::ReadAs(
+                descriptions.value((object->ItemName() + TARMODescription::Extension).toLower())));
+            TARMODBTItem& placeholder = item.Children().Add(item.Key + QStringLiteral("_tmp"));
+            placeholder.Tag = QStringLiteral("temp");
+        }
+        if (raise(AddingStatusChange, current, total))
+            return nullptr;
+    }
+    if (CompletedCurrentStatus)
+        CompletedCurrentStatus();
+    return items;
+}
+
+// --- New objects
+
+TARMOObjectList::Object TARMOObjectList::newItem() {
+    Object object = makeObject();
+    object->SetInSQL(false);
+    object->SetInVSS(false);
+    object->SetIsNew(true);
+    mNewItems.append(object);
+    return object;
+}
+
+void TARMOObjectList::ItemAdded_Event(TARMOObjectVSS* objAdded) {
+    for (qsizetype i = 0; i < mNewItems.size(); ++i) {
+        if (mNewItems[i].get() != objAdded)
+            continue;
+        Object object = mNewItems[i];
+        int before = 0;
+        for (int p = 1; p <= mItems.Count() && before == 0; ++p)
+            if (QString::compare(mItems.Item(p)->Name(), object->Name(), Qt::CaseSensitive) > 0)
+                before = p;
+        mItems.Add(object, object->DBID(), before);
+        mNewItems.removeAt(i);
+        return;
+    }
+}
+
+void TARMOObjectList::LoadIcons() {
+    if (!mIcons)
+        return;
+    const QString kind = mKind->IconToUse(true);
+    QStringList keys{mIconToUse};
+    for (const QString& state :
+         {QStringLiteral(":NEW"), QString(), QStringLiteral(":VSSBROKEN"), QStringLiteral(":SQLBROKEN"),
+          QStringLiteral(":CHECKEDIN"), QStringLiteral(":CHECKEDINOUT"), QStringLiteral(":CHECKEDOUT")})
+        keys << kind + state;
+    keys << ExtraIcons();
+    for (const QString& key : keys)
+        if (!mIcons->Contains(key))
+            mIcons->Add(key);
+}

@@ -1,0 +1,416 @@
+#include "TARMOObjectVSS.h"
+
+#include "GeneralHelpers.h"
+#include "StoreTraffic.h"
+#include "TARMODBTItems.h"
+#include "TARMOIcons.h"
+#include "TARMOObjectList.h"
+#include "TARMOSQL.h"
+#include "TARMOVSS.h"
+
+#include <QDateTime>
+#include <QRandomGenerator>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+std::unique_ptr<DbRecordset> query(TARMOSQL& sql, const QString& text) {
+    StoreTraffic::Statements();
+    return sql.OpenRecordset(text);
+}
+
+} // namespace
+
+TARMOObjectVSS::TARMOObjectVSS() = default;
+
+TARMOObjectVSS::~TARMOObjectVSS() {
+    mParentList = nullptr;
+}
+
+void TARMOObjectVSS::SetSQLStrings(const QString& existsSQL2, const QString& dbQueryCondition,
+                                   const QString& dropWords) {
+    mParameterQuery1 = QStringLiteral(
+        "SELECT c.name AS ColName, c.length AS ColLength, c.xprec AS ColXprec, c.xscale AS ColScale, "
+        "c.isnullable AS ColNullable, t.name AS ColType FROM syscolumns c INNER JOIN systypes t ON "
+        "c.xusertype = t.xusertype WHERE t.status <> 1 AND c.id = ");
+    mParameterQuery2 = QStringLiteral(" ORDER BY c.colid");
+    mExistsSQL1 = QStringLiteral("IF EXISTS (SELECT * FROM dbo.sysobjects WHERE id = OBJECT_ID(N'");
+    mExistsSQL2 = existsSQL2;
+    mDBQueryStart = QStringLiteral("SELECT so.id, so.name, su.name AS [UserName] FROM sysobjects so INNER "
+                                   "JOIN sysusers su ON so.uid = su.uid WHERE ") +
+                    dbQueryCondition + QStringLiteral(" ");
+    mDBQueryByName = QStringLiteral(" AND so.name = ");
+    mDBQueryByOwner = QStringLiteral(" AND su.name = ");
+    mDBQueryByID = QStringLiteral(" AND so.id = ");
+    mDropSQL1 = mExistsSQL1;
+    mDropSQL2 = mExistsSQL2 + QStringLiteral("\r\n\t") + dropWords;
+}
+
+void TARMOObjectVSS::SetActiveVSSConnection(TARMOVSS* vss) {
+    mVSS = vss;
+    mDescriptionStore.SetActiveVSSConnection(vss);
+}
+
+bool TARMOObjectVSS::IsCheckedOutByMe() const {
+    return mVSS && !mCheckedOutBy.isEmpty() && mCheckedOutBy == mVSS->UserName();
+}
+
+bool TARMOObjectVSS::IsDeleted() {
+    StoreTraffic::StoreCall();
+    return mVSS && mVSS->ItemIsDeleted(ItemName());
+}
+
+QString TARMOObjectVSS::IconToUse(bool bGetDefaultIcon) const {
+    if (bGetDefaultIcon)
+        return mIconPrefix.chopped(mIconPrefix.isEmpty() ? 0 : 1);
+    if (mIsNew)
+        return mIconPrefix + QStringLiteral("NEW");
+    if (!mInSQL)
+        return mIconPrefix + QStringLiteral("SQLBROKEN");
+    if (mInVSS && mCheckedOutBy.isEmpty())
+        return mIconPrefix + QStringLiteral("CHECKEDIN");
+    if (mInVSS && IsCheckedOutByMe())
+        return mIconPrefix + QStringLiteral("CHECKEDOUT");
+    if (mInVSS)
+        return mIconPrefix + QStringLiteral("CHECKEDINOUT");
+    return mIconPrefix + QStringLiteral("VSSBROKEN");
+}
+
+QString TARMOObjectVSS::IconName(const QString& key) const {
+    return mIcons ? mIcons->Item(key).Name() : QStringLiteral("-");
+}
+
+// --- Files
+
+QString TARMOObjectVSS::NewObjectFileName() {
+    if (mNewFileName.isEmpty()) {
+        mOwnsNewFile = true;
+        QString folder = mVSS ? mVSS->GeneralWorkingFolder() : QString();
+        if (!folder.endsWith(QLatin1Char('/')) && !folder.endsWith(QLatin1Char('\\')))
+            folder += QLatin1Char('/');
+        const int random =
+            static_cast<int>(std::round(QRandomGenerator::global()->generateDouble() * 2000)) + 1;
+        mNewFileName = folder + mObjectType + QLatin1Char('_') +
+                       QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddHHmmss")) +
+                       QLatin1Char('_') + QString::number(random) + mVSSExt;
+    }
+    return mNewFileName;
+}
+
+void TARMOObjectVSS::ClearNewObjectFile() {
+    if (!mNewFileName.isEmpty() && mOwnsNewFile)
+        DeleteFileIfExists(mNewFileName, true);
+    mOwnsNewFile = false;
+    mNewFileName.clear();
+}
+
+void TARMOObjectVSS::SetIsNew(bool value) {
+    mIsNew = value;
+    if (value)
+        CreateTextFile(NewObjectFileName(), QString());
+    else
+        ClearNewObjectFile();
+}
+
+QString TARMOObjectVSS::FileName() {
+    if (mIsNew)
+        return NewObjectFileName();
+    const QString path = mVSS ? mVSS->GetItemFileName(ItemName()) : QString();
+    if (!FileExists(path))
+        GetLatestVersion();
+    return path;
+}
+
+void TARMOObjectVSS::SetFileName(const QString& path) {
+    if (!mIsNew)
+        return;
+    ClearNewObjectFile();
+    mNewFileName = path;
+    mOwnsNewFile = false;
+}
+
+// --- Reading the stores
+
+QString TARMOObjectVSS::NameInText(const QString& text) const {
+    const QString name = modParser::FindNameAfterKeywords(mParse, text);
+    return TARMOSQL::IsValidObjectName(name) ? name : QString();
+}
+
+void TARMOObjectVSS::RefreshState() {
+    std::unique_ptr<DbRecordset> rs =
+        query(*mSQL, mDBQueryStart + mDBQueryByID + TARMOSQL::sqlFMTOUT(mDBID, 1, false));
+    mInSQL = rs && !rs->Eof();
+    if (mInSQL) {
+        mName = rs->Text(QStringLiteral("name"));
+        mOwner = rs->Text(QStringLiteral("UserName"));
+    }
+    StoreTraffic::StoreCall();
+    mInVSS = mVSS->ItemExists(ItemName());
+
+    if (mInVSS && !mInSQL) {
+        // The id of the file has no object any more: it may have been dropped and created again.
+        StoreTraffic::StoreCall();
+        const QString found = NameInText(mVSS->ItemContent(ItemName(), true, -1));
+        QString name = mDBID;
+        QString owner;
+        if (!found.isEmpty()) {
+            const QStringList parts = TARMOSQL::ExtractOwnerAndItemName(found);
+            owner = parts.value(0);
+            name = parts.value(1);
+            std::unique_ptr<DbRecordset> byName =
+                query(*mSQL, mDBQueryStart + mDBQueryByName + TARMOSQL::sqlFMTOUT(name, 0, false) +
+                                 mDBQueryByOwner + TARMOSQL::sqlFMTOUT(owner, 0, false));
+            if (byName && !byName->Eof()) {
+                mInSQL = true;
+                mDBID = byName->Text(QStringLiteral("id"));
+            }
+        }
+        mName = name;
+        mOwner = owner;
+    }
+    if (mInVSS) {
+        StoreTraffic::StoreCall();
+        mCheckedOutBy = mVSS->CheckedOutBy(ItemName());
+    }
+    if (!mInSQL && !mInVSS) {
+        mName.clear();
+        mOwner.clear();
+    }
+}
+
+std::unique_ptr<TARMODBTItem> TARMOObjectVSS::Refresh(bool bShowOwnerInName) {
+    const QString formerID = mDBID;
+    RefreshState();
+    auto item = std::make_unique<TARMODBTItem>(QStringLiteral("I") + mDBID);
+    item->Tag = mObjectType;
+    item->ImageName = IconName(IconToUse(false));
+    item->Text = bShowOwnerInName && !mOwner.isEmpty() ? mOwner + QLatin1Char('.') + mName : mName;
+    item->KeyChanged = formerID != mDBID ? formerID : QString();
+    item->RemoveItem = RemovalRequest();
+    if (!item->RemoveItem)
+        item->SetToolTipText(Description());
+    return item;
+}
+
+bool TARMOObjectVSS::SQLAndVSSDiffer() {
+    StoreTraffic::StoreCall();
+    const QString stored = mVSS->ItemContent(ItemName(), false);
+    StoreTraffic::Statements(2);
+    const QString compiled = mSQL->GetObjectText(mDBID);
+    return !modParser::SQLTextsEqual(stored, compiled, true, true);
+}
+
+QString TARMOObjectVSS::GetContent(int getContentLocation, long VersionNumber, bool GetAlterContent) {
+    QString text;
+    if (getContentLocation == LocationVSS) {
+        StoreTraffic::StoreCall();
+        text = mVSS->ItemContent(ItemName(), false, VersionNumber);
+    } else if (getContentLocation == LocationSQL) {
+        StoreTraffic::Statements(2);
+        text = mSQL->GetObjectText(mDBID);
+    } else {
+        return QString();
+    }
+    if (GetAlterContent)
+        text = modParser::ReplaceFirstWord(text, QStringLiteral("CREATE"), QStringLiteral("ALTER"));
+    return text;
+}
+
+TARMOFields TARMOObjectVSS::GetFields(bool bIncludeNullable) {
+    TARMOFields fields;
+    std::unique_ptr<DbRecordset> rs = query(*mSQL, mParameterQuery1 + mDBID + mParameterQuery2);
+    for (; rs && !rs->Eof(); rs->MoveNext()) {
+        QString name = rs->Text(QStringLiteral("ColName"));
+        const bool blankNamed = name.isEmpty();
+        if (blankNamed)
+            name = mBlankFieldDisplayName;
+        if (name.isEmpty())
+            continue;
+        TARMOField& field = fields.Add(name);
+        const QString type = rs->Text(QStringLiteral("ColType"));
+        const QString lower = type.toLower();
+        QString line = type;
+        if (lower == QLatin1String("numeric") || lower == QLatin1String("decimal"))
+            line += QLatin1Char('(') + rs->Text(QStringLiteral("ColXprec")) + QStringLiteral(", ") +
+                    rs->Text(QStringLiteral("ColScale")) + QLatin1Char(')');
+        else if (lower == QLatin1String("varchar") || lower == QLatin1String("char") ||
+                 lower == QLatin1String("nchar") || lower == QLatin1String("nvarchar"))
+            line += QLatin1Char('(') + rs->Text(QStringLiteral("ColLength")) + QLatin1Char(')');
+        field.Children().Add(line);
+        if (bIncludeNullable && !blankNamed)
+            field.Children().Add(rs->Field(QStringLiteral("ColNullable")).toInt() != 0
+                                     ? QStringLiteral("Nullable")
+                                     : QStringLiteral("Not Nullable"));
+    }
+    return fields;
+}
+
+void TARMOObjectVSS::AddOwnerItem(TARMODBTItems& items) const {
+    TARMODBTItem& owner = items.Add(QStringLiteral("OWNER") + mDBID);
+    owner.Text = mOwner;
+    owner.ImageName = QStringLiteral("OWNER");
+}
+
+std::unique_ptr<TARMODBTItems> TARMOObjectVSS::GetItemInfo(bool bDisplayOwner, bool bOnlyFields,
+                                                           bool bIncludeNullable) {
+    auto items = std::make_unique<TARMODBTItems>();
+    const QString& d = mDBID;
+    if (!mInSQL) {
+        if (bDisplayOwner && !mOwner.isEmpty())
+            AddOwnerItem(*items);
+        TARMODBTItem& missing = items->Add(QStringLiteral("NOTINSQL") + d);
+        missing.Text = QStringLiteral("Item out of sync (not in SQL)");
+        missing.ImageName = IconName(IconToUse(false));
+        return items;
+    }
+    if (bDisplayOwner && !bOnlyFields && !mOwner.isEmpty())
+        AddOwnerItem(*items);
+
+    const TARMOFields fields = GetFields(bIncludeNullable);
+    for (int n = 1; n <= fields.Count(); ++n) {
+        const TARMOField& field = fields.Item(n);
+        TARMODBTItem& node =
+            items->Add(QStringLiteral("F") + d + QStringLiteral("_field_") + QString::number(n));
+        node.Text = field.Name();
+        node.ImageName = IconName(QStringLiteral("FIELD"));
+        for (int m = 1; m <= field.Children().Count(); ++m) {
+            TARMODBTItem& line = node.Children().Add(node.Key + QLatin1Char('_') + QString::number(m));
+            line.Text = field.Children().Item(m).Name();
+            line.ImageName = IconName(QStringLiteral("FIELDDATA"));
+        }
+    }
+
+    if (!bOnlyFields) {
+        TARMODBTItem& permission = items->Add(QStringLiteral("P") + d);
+        permission.Text = QStringLiteral("Permission");
+        permission.Tag = QStringLiteral("Permission");
+        permission.ImageName = IconName(QStringLiteral("PERMISSIONS"));
+        TARMODBTItem& placeholder = permission.Children().Add(permission.Key + QStringLiteral("_temp"));
+        placeholder.Tag = QStringLiteral("temp");
+        if (!mInVSS) {
+            TARMODBTItem& missing = items->Add(QStringLiteral("NOTINVSS") + d);
+            missing.Text = QStringLiteral("Item out of sync (not in VSS)");
+            missing.ImageName = IconName(IconToUse(false));
+        }
+        if (!mCheckedOutBy.isEmpty()) {
+            TARMODBTItem& holder = items->Add(QStringLiteral("CHECKEDOUT") + d);
+            holder.Text = QStringLiteral("Checked out by ") + mCheckedOutBy;
+            holder.ImageName = IconName(QStringLiteral("CHECKEDOUTBY"));
+        }
+    }
+    return items;
+}
+
+TARMOContextMenu TARMOObjectVSS::GetContextMenu(bool bShowOwnerInName) const {
+    TARMOContextMenu menu;
+    menu.DisplayName = bShowOwnerInName && !mOwner.isEmpty() ? mOwner + QLatin1Char('.') + mName : mName;
+    if (mInVSS && !mInSQL) {
+        menu.AddToSQL = true;
+        menu.DeleteFromVSS = true;
+    } else if (!mInVSS && mInSQL) {
+        menu.AddToVSS = true;
+        menu.DeleteFromSQL = true;
+        menu.EditPermissions = mHasPermissions;
+    } else {
+        // Both stores, or neither: the entries of the normal state.
+        menu.Edit = menu.Rename = menu.Delete = true;
+        menu.EditPermissions = mHasPermissions;
+        if (IsCheckedOutByMe()) {
+            menu.CheckIn = menu.UndoCheckout = true;
+        } else {
+            menu.GetLatestVersion = true;
+            menu.CheckOut = !IsCheckedOut();
+        }
+    }
+    return menu;
+}
+
+QList<TARMOHistoryData> TARMOObjectVSS::History() {
+    StoreTraffic::StoreCall();
+    return mVSS->GetItemHistory(ItemName(), false);
+}
+
+QString TARMOObjectVSS::Description() {
+    mDescriptionStore.SetVSSItemName(ItemName());
+    return mDescriptionStore.Description();
+}
+
+void TARMOObjectVSS::SetDescription(const QString& value) {
+    mDescriptionStore.SetVSSItemName(ItemName());
+    mDescriptionStore.SetDescription(value);
+}
+
+qint64 TARMOObjectVSS::VersionSeconds(const TARMOHistoryData& entry) const {
+    return TARMOHistoryData::ParseDate(entry.VersionDate()).toSecsSinceEpoch();
+}
+
+QList<TARMOHistoryData> TARMOObjectVSS::DatedHistory() {
+    const bool deleted = IsDeleted();
+    StoreTraffic::StoreCall();
+    QList<TARMOHistoryData> history = mVSS->GetItemHistory(ItemName(), deleted);
+    if (!history.isEmpty())
+        history.removeFirst(); // element 0 is empty
+    return history;
+}
+
+QString TARMOObjectVSS::FirstDate() {
+    qint64 earliest = TARMOHistoryData::ParseDate(QStringLiteral("2100.01.01")).toSecsSinceEpoch();
+    QString first;
+    for (const TARMOHistoryData& entry : DatedHistory()) {
+        if (VersionSeconds(entry) < earliest) {
+            earliest = VersionSeconds(entry);
+            first = entry.VersionDate();
+        }
+    }
+    return first;
+}
+
+QString TARMOObjectVSS::LastDate() {
+    qint64 latest = TARMOHistoryData::ParseDate(QStringLiteral("1900.01.01")).toSecsSinceEpoch();
+    QString last;
+    for (const TARMOHistoryData& entry : DatedHistory()) {
+        if (VersionSeconds(entry) > latest) {
+            latest = VersionSeconds(entry);
+            last = entry.VersionDate();
+        }
+    }
+    return last;
+}
+
+QList<TARMODateSummaryEntry> TARMOObjectVSS::DateSummary(bool OrderByDateAsc) {
+    struct Dated {
+        qint64 seconds;
+        TARMODateSummaryEntry entry;
+    };
+    QList<Dated> rows;
+    for (const TARMOHistoryData& h : DatedHistory())
+        rows.append({VersionSeconds(h), {h.VersionDate(), h.Comment(), QString::number(h.VersionNumber())}});
+    std::stable_sort(rows.begin(), rows.end(), [OrderByDateAsc](const Dated& a, const Dated& b) {
+        return OrderByDateAsc ? a.seconds < b.seconds : a.seconds > b.seconds;
+    });
+    QList<TARMODateSummaryEntry> summary;
+    for (const Dated& row : rows)
+        summary.append(row.entry);
+    return summary;
+}
+
+QString TARMOObjectVSS::DropScript() const {
+    QString full = QLatin1Char('[') + mName + QLatin1Char(']');
+    if (!mOwner.isEmpty())
+        full.prepend(QLatin1Char('[') + mOwner + QStringLiteral("]."));
+    return mDropSQL1 + full + mDropSQL2 + full;
+}
+
+bool TARMOObjectVSS::GetLatestVersion() {
+    StoreTraffic::StoreCall();
+    const bool fetched = mVSS->GetLatestVersion(ItemName(), false);
+    RefreshState();
+    return fetched;
+}
+
+void TARMOObjectVSS::NewItemCreated_Event() {
+    if (mParentList)
+        mParentList->ItemAdded_Event(this);
+}

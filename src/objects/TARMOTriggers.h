@@ -1,0 +1,23 @@
+#pragma once
+
+#include "TARMOObjectList.h"
+
+// The triggers of a project. Triggers hang below their tables in the tree, so the records can be
+// asked for the triggers of one table.
+class TARMOTriggers : public TARMOObjectList {
+public:
+    TARMOTriggers();
+
+    // The id is one of this list's objects (bare DBID or tree key).
+    bool IsTrigger(const QString& ObjectID) const { return ObjectIsOfThisType(ObjectID); }
+
+    // The records of all triggers, or with a table's DBID only of that table's triggers (the
+    // progress events still run over all of them).
+    std::unique_ptr<TARMODBTItems> GetItemInfo(bool bShowOwnerInName,
+                                               const QString& ParentTableDBID = QString());
+
+protected:
+    Object CreateObject() const override;
+    void TakeRow(TARMOObjectVSS& object, const DbRecordset& row) const override;
+    QStringList ExtraIcons() const override;
+};
