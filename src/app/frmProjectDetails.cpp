@@ -133,6 +133,7 @@ void frmProjectDetails::buildWindow() {
         auto* outer = new QVBoxLayout(fraStep[i]);
         outer->addWidget(note(QString::fromLatin1(texts[i])));
         grids[i] = new QGridLayout;
+        grids[i]->setColumnStretch(1, 1);
         outer->addLayout(grids[i]);
         outer->addStretch();
         mSteps->addWidget(fraStep[i]);

@@ -131,6 +131,7 @@ TEST_F(BrowserTest, ValidationStopsAtTheFirstFaultWithItsMessageAndFocus) {
         EXPECT_EQ(prompts->Messages().last(), c.text);
         EXPECT_EQ(w.Step(), c.step) << qPrintable(c.text);
         EXPECT_TRUE(w.isVisible());
+        Screenshot(&w, QStringLiteral("frmProjectDetails-step%1").arg(c.step));
     }
     w.hide();
 }

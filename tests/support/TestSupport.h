@@ -43,3 +43,10 @@ private:
     TempFolder mRoot;
     QByteArray mOldConfig, mOldData;
 };
+
+// With TARMO_SCREENSHOTS set to a folder, window tests leave a picture of what the user sees.
+template <typename Window> void Screenshot(Window* window, const QString& name) {
+    const QString folder = qEnvironmentVariable("TARMO_SCREENSHOTS");
+    if (!folder.isEmpty())
+        window->grab().save(folder + QLatin1Char('/') + name + QStringLiteral(".png"));
+}
