@@ -156,7 +156,9 @@ void frmProjectDetails::buildWindow() {
     auto* serverBox = new QHBoxLayout;
     serverBox->addWidget(txtSQLServer);
     serverBox->addWidget(cboSQLServer);
-    grids[1]->addWidget(new QLabel(QStringLiteral("SQL &Server:")), 0, 0);
+    auto* lblSQLServer = new QLabel(QStringLiteral("SQL &Server:"));
+    lblSQLServer->setBuddy(txtSQLServer);
+    grids[1]->addWidget(lblSQLServer, 0, 0);
     grids[1]->addLayout(serverBox, 0, 1);
     grids[1]->addWidget(cmdSQLServer, 0, 2);
     grids[1]->addWidget(chkUseWindowsAuth, 1, 1);
