@@ -1,0 +1,496 @@
+#include "TdsRowSetEncoder.h"
+
+#include "TdsTokens.h"
+
+#include <QDateTime>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <optional>
+
+namespace {
+
+constexpr int kLongLimit = 8000; // bytes of the longest value a non-chunked column carries
+constexpr uint16_t kMaxMarker = 0xFFFF;
+constexpr uint64_t kPlpNull = ~uint64_t(0);
+
+enum Wire : uint8_t {
+    DateN = 0x28,
+    IntN = 0x26,
+    BitN = 0x68,
+    DecimalN = 0x6A,
+    NumericN = 0x6C,
+    FloatN = 0x6D,
+    MoneyN = 0x6E,
+    DateTimeN = 0x6F,
+    BigVarBinary = 0xA5,
+    BigVarChar = 0xA7,
+    BigBinary = 0xAD,
+    BigChar = 0xAF,
+    NVarChar = 0xE7,
+    NChar = 0xEF,
+};
+
+std::optional<qlonglong> integerOf(const QVariant& v) {
+    bool ok = false;
+    if (v.typeId() == QMetaType::Double) {
+        const double d = v.toDouble();
+        if (d != std::floor(d) || std::fabs(d) > 9.2e18)
+            return std::nullopt;
+        return qlonglong(d);
+    }
+    const qlonglong n = v.toLongLong(&ok);
+    return ok ? std::optional<qlonglong>(n) : std::nullopt;
+}
+
+std::optional<double> doubleOf(const QVariant& v) {
+    bool ok = false;
+    const double d = v.toDouble(&ok);
+    return ok && std::isfinite(d) ? std::optional<double>(d) : std::nullopt;
+}
+
+std::optional<QDateTime> dateTimeOf(const QVariant& v) {
+    if (v.typeId() == QMetaType::QDateTime)
+        return v.toDateTime();
+    if (v.typeId() == QMetaType::QDate)
+        return QDateTime(v.toDate(), QTime(0, 0));
+    if (v.typeId() == QMetaType::QString) {
+        const QDateTime parsed = QDateTime::fromString(v.toString(), Qt::ISODateWithMs);
+        if (parsed.isValid())
+            return parsed;
+    }
+    return std::nullopt;
+}
+
+QString textOf(const QVariant& v) {
+    if (v.typeId() == QMetaType::QDateTime)
+        return v.toDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+    if (v.typeId() == QMetaType::Double)
+        return QString::number(v.toDouble(), 'g', 15);
+    if (v.typeId() == QMetaType::QByteArray)
+        return QStringLiteral("0x") + QString::fromLatin1(v.toByteArray().toHex().toUpper());
+    return v.toString();
+}
+
+int intWidthFor(qlonglong n) {
+    if (n >= 0 && n <= 255)
+        return 1;
+    if (n >= -32768 && n <= 32767)
+        return 2;
+    if (n >= INT32_MIN && n <= INT32_MAX)
+        return 4;
+    return 8;
+}
+
+int declaredIntWidth(int typeId) {
+    switch (typeId) {
+    case 48:
+        return 1;
+    case 52:
+        return 2;
+    case 56:
+        return 4;
+    default:
+        return 8;
+    }
+}
+
+int decimalSize(int precision) {
+    return precision <= 9 ? 5 : precision <= 19 ? 9 : precision <= 28 ? 13 : 17;
+}
+
+// |value| x 10^scale as an integer of up to 38 digits; nullopt when it has more.
+std::optional<unsigned __int128> decimalMagnitude(double value, int scale, int precision) {
+    const long double scaled =
+        std::round(std::fabs(static_cast<long double>(value)) * std::pow(10.0L, scale));
+    if (scaled >= std::pow(10.0L, precision))
+        return std::nullopt;
+    return static_cast<unsigned __int128>(scaled);
+}
+
+bool isAnsiText(const QString& text) {
+    for (const QChar c : text)
+        if (TdsRowSetEncoder::Cp1252(c) < 0)
+            return false;
+    return true;
+}
+
+QByteArray toCp1252(const QString& text) {
+    QByteArray out;
+    out.reserve(text.size());
+    for (const QChar c : text)
+        out.append(char(TdsRowSetEncoder::Cp1252(c)));
+    return out;
+}
+
+QByteArray toUcs2(const QString& text) {
+    TdsWriter w;
+    w.Ucs2(text);
+    return w.Take();
+}
+
+// The declared length of a variable column: the catalogue's when the values fit it, else 8000.
+int variableLength(int declared, qsizetype longest) {
+    if (declared > 0 && declared <= kLongLimit && declared >= longest)
+        return declared;
+    return kLongLimit;
+}
+
+} // namespace
+
+int TdsRowSetEncoder::Cp1252(QChar c) {
+    const char16_t u = c.unicode();
+    if (u < 0x80 || (u >= 0xA0 && u <= 0xFF))
+        return u;
+    static const char16_t high[32] = {0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                      0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0,      0x017D, 0,
+                                      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                      0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
+    for (int i = 0; i < 32; ++i)
+        if (high[i] != 0 && high[i] == u)
+            return 0x80 + i;
+    return -1;
+}
+
+TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::Plan(const SqlColumn& column, const QList<QVariantList>& rows,
+                                                    int index) const {
+    QList<QVariant> values;
+    for (const QVariantList& row : rows)
+        if (index < row.size() && row[index].isValid() && !row[index].isNull())
+            values.append(row[index]);
+    return planFor(column, values);
+}
+
+TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::planFor(const SqlColumn& column,
+                                                       const QList<QVariant>& values) const {
+    ColumnPlan plan;
+    auto all = [&values](auto test) { return std::all_of(values.begin(), values.end(), test); };
+
+    int type = column.typeId;
+    if (!values.isEmpty() && (type <= 0 || type == 98 /* sql_variant */)) {
+        // A type the catalogue doesn't name: go by what the values are.
+        switch (values.first().typeId()) {
+        case QMetaType::LongLong:
+        case QMetaType::Int:
+            type = 127;
+            break;
+        case QMetaType::Double:
+            type = 62;
+            break;
+        case QMetaType::QDateTime:
+            type = 61;
+            break;
+        case QMetaType::QByteArray:
+            type = 165;
+            break;
+        default:
+            type = 231;
+        }
+    }
+
+    switch (type) {
+    case 48:
+    case 52:
+    case 56:
+    case 127:
+    case 104: {
+        if (!all([](const QVariant& v) { return integerOf(v).has_value(); }))
+            break;
+        if (type == 104 && all([](const QVariant& v) { return *integerOf(v) == 0 || *integerOf(v) == 1; })) {
+            plan.kind = Kind::Bit;
+            plan.wireType = BitN;
+            plan.size = 1;
+            return plan;
+        }
+        plan.kind = Kind::Int;
+        plan.wireType = IntN;
+        plan.size = type == 104 ? 1 : declaredIntWidth(type);
+        for (const QVariant& v : values)
+            plan.size = std::max(plan.size, intWidthFor(*integerOf(v)));
+        return plan;
+    }
+    case 59:
+    case 62:
+        if (!all([](const QVariant& v) { return doubleOf(v).has_value(); }))
+            break;
+        plan.kind = Kind::Float;
+        plan.wireType = FloatN;
+        plan.size = type == 59 ? 4 : 8;
+        return plan;
+    case 60:
+    case 122:
+        if (!all([](const QVariant& v) {
+                return doubleOf(v).has_value() && std::fabs(*doubleOf(v)) < 9.2e14;
+            }))
+            break;
+        plan.kind = Kind::Money;
+        plan.wireType = MoneyN;
+        plan.size =
+            type == 122 && all([](const QVariant& v) { return std::fabs(*doubleOf(v)) < 214748.3647; }) ? 4
+                                                                                                        : 8;
+        return plan;
+    case 106:
+    case 108: {
+        plan.precision = column.precision >= 1 && column.precision <= 38 ? column.precision : 18;
+        plan.scale = std::clamp(column.scale, 0, plan.precision);
+        auto fits = [&plan](const QVariant& v) {
+            const std::optional<double> d = doubleOf(v);
+            return d && decimalMagnitude(*d, plan.scale, plan.precision).has_value();
+        };
+        if (!all(fits)) {
+            plan.precision = 38;
+            if (!all(fits))
+                break;
+        }
+        plan.kind = Kind::Decimal;
+        plan.wireType = type == 106 ? DecimalN : NumericN;
+        plan.size = decimalSize(plan.precision);
+        return plan;
+    }
+    case 40:
+    case 58:
+    case 61: {
+        auto inRange = [](int from, int to) {
+            return [from, to](const QVariant& v) {
+                const std::optional<QDateTime> d = dateTimeOf(v);
+                return d && d->isValid() && d->date().year() >= from && d->date().year() <= to;
+            };
+        };
+        if (type == 40 && mTdsVersion >= Tds::kVersion73 && all(inRange(1, 9999))) {
+            plan.kind = Kind::Date;
+            plan.wireType = DateN;
+            plan.size = 3;
+            return plan;
+        }
+        if (type == 58 && all(inRange(1900, 2078))) {
+            plan.kind = Kind::SmallDateTime;
+            plan.wireType = DateTimeN;
+            plan.size = 4;
+            return plan;
+        }
+        if (!all(inRange(1753, 9999)))
+            break;
+        plan.kind = Kind::DateTime;
+        plan.wireType = DateTimeN;
+        plan.size = 8;
+        return plan;
+    }
+    case 34:
+    case 165:
+    case 173: {
+        if (!all([](const QVariant& v) { return v.typeId() == QMetaType::QByteArray; }))
+            break;
+        qsizetype longest = 0;
+        for (const QVariant& v : values)
+            longest = std::max(longest, v.toByteArray().size());
+        plan.kind = Kind::Binary;
+        plan.max = longest > kLongLimit || type == 34;
+        const bool fixed =
+            type == 173 && column.length > 0 && column.length <= kLongLimit &&
+            all([&column](const QVariant& v) { return v.toByteArray().size() == column.length; });
+        plan.wireType = fixed ? BigBinary : BigVarBinary;
+        plan.size = fixed ? column.length : variableLength(column.length, longest);
+        return plan;
+    }
+    case 35:
+    case 167:
+    case 175: {
+        if (!all([](const QVariant& v) { return isAnsiText(textOf(v)); }))
+            break;
+        qsizetype longest = 0;
+        for (const QVariant& v : values)
+            longest = std::max(longest, textOf(v).size());
+        plan.kind = Kind::Ansi;
+        plan.max = longest > kLongLimit || type == 35;
+        const bool fixed = type == 175 && column.length > 0 && column.length <= kLongLimit &&
+                           all([&column](const QVariant& v) { return textOf(v).size() == column.length; });
+        plan.wireType = fixed ? BigChar : BigVarChar;
+        plan.size = fixed ? column.length : variableLength(column.length, longest);
+        return plan;
+    }
+    default:
+        break;
+    }
+
+    // Text carries every value.
+    qsizetype longest = 0;
+    for (const QVariant& v : values)
+        longest = std::max(longest, 2 * textOf(v).size());
+    const bool declaredUnicode = type == 231 || type == 239 || type == 256 || type == 99;
+    const int declared = declaredUnicode ? column.length : 0;
+    plan.kind = Kind::Unicode;
+    plan.max = longest > kLongLimit || type == 99;
+    const bool fixed = type == 239 && declared > 0 && declared <= kLongLimit &&
+                       all([declared](const QVariant& v) { return 2 * textOf(v).size() == declared; });
+    plan.wireType = fixed ? NChar : NVarChar;
+    plan.size = fixed ? declared : variableLength(declared - declared % 2, longest);
+    return plan;
+}
+
+void TdsRowSetEncoder::Write(TdsWriter& out, const SqlRowSet& rows) const {
+    QList<ColumnPlan> plans;
+    for (int c = 0; c < rows.columns.size(); ++c)
+        plans.append(Plan(rows.columns[c], rows.rows, c));
+
+    out.U8(Tds::ColMetadata);
+    out.U16(uint16_t(plans.size()));
+    for (int c = 0; c < plans.size(); ++c) {
+        const ColumnPlan& p = plans[c];
+        out.U32(0);                                // user type
+        out.U16(rows.columns[c].nullable ? 1 : 0); // flags: nullable
+        out.U8(p.wireType);
+        switch (p.kind) {
+        case Kind::Date:
+            break;
+        case Kind::Decimal:
+            out.U8(uint8_t(p.size));
+            out.U8(uint8_t(p.precision));
+            out.U8(uint8_t(p.scale));
+            break;
+        case Kind::Ansi:
+        case Kind::Unicode:
+            out.U16(p.max ? kMaxMarker : uint16_t(p.size));
+            out.Bytes(Tds::Collation());
+            break;
+        case Kind::Binary:
+            out.U16(p.max ? kMaxMarker : uint16_t(p.size));
+            break;
+        default:
+            out.U8(uint8_t(p.size));
+        }
+        out.BVarchar(rows.columns[c].name.left(128));
+    }
+
+    for (const QVariantList& row : rows.rows) {
+        out.U8(Tds::Row);
+        for (int c = 0; c < plans.size(); ++c)
+            writeValue(out, plans[c], c < row.size() ? row[c] : QVariant());
+    }
+}
+
+void TdsRowSetEncoder::writeValue(TdsWriter& out, const ColumnPlan& plan, const QVariant& value) const {
+    const bool isNull = !value.isValid() || value.isNull();
+    switch (plan.kind) {
+    case Kind::Ansi:
+    case Kind::Unicode:
+    case Kind::Binary: {
+        if (isNull) {
+            if (plan.max)
+                out.U64(kPlpNull);
+            else
+                out.U16(0xFFFF);
+            return;
+        }
+        const QByteArray bytes = plan.kind == Kind::Binary ? value.toByteArray()
+                                 : plan.kind == Kind::Ansi ? toCp1252(textOf(value))
+                                                           : toUcs2(textOf(value));
+        if (!plan.max) {
+            out.U16(uint16_t(bytes.size()));
+            out.Bytes(bytes);
+            return;
+        }
+        // Chunked: the total, the chunks each with its length, and an empty chunk at the end.
+        out.U64(uint64_t(bytes.size()));
+        if (!bytes.isEmpty()) {
+            out.U32(uint32_t(bytes.size()));
+            out.Bytes(bytes);
+        }
+        out.U32(0);
+        return;
+    }
+    default:
+        break;
+    }
+    if (isNull) {
+        out.U8(0);
+        return;
+    }
+    switch (plan.kind) {
+    case Kind::Int: {
+        const qlonglong n = *integerOf(value);
+        out.U8(uint8_t(plan.size));
+        for (int i = 0; i < plan.size; ++i)
+            out.U8(uint8_t(uint64_t(n) >> (8 * i)));
+        return;
+    }
+    case Kind::Bit:
+        out.U8(1);
+        out.U8(uint8_t(*integerOf(value)));
+        return;
+    case Kind::Float: {
+        const double d = *doubleOf(value);
+        out.U8(uint8_t(plan.size));
+        if (plan.size == 4) {
+            const float f = float(d);
+            uint32_t bits;
+            std::memcpy(&bits, &f, 4);
+            out.U32(bits);
+        } else {
+            uint64_t bits;
+            std::memcpy(&bits, &d, 8);
+            out.U64(bits);
+        }
+        return;
+    }
+    case Kind::Money: {
+        const long long units = std::llround(*doubleOf(value) * 10000.0);
+        out.U8(uint8_t(plan.size));
+        if (plan.size == 4) {
+            out.U32(uint32_t(int32_t(units)));
+        } else {
+            out.U32(uint32_t(uint64_t(units) >> 32));
+            out.U32(uint32_t(uint64_t(units)));
+        }
+        return;
+    }
+    case Kind::Decimal: {
+        const double d = *doubleOf(value);
+        unsigned __int128 magnitude = *decimalMagnitude(d, plan.scale, plan.precision);
+        out.U8(uint8_t(plan.size));
+        out.U8(d < 0 && magnitude != 0 ? 0 : 1);
+        for (int i = 1; i < plan.size; ++i) {
+            out.U8(uint8_t(magnitude & 0xff));
+            magnitude >>= 8;
+        }
+        return;
+    }
+    case Kind::DateTime: {
+        const QDateTime t = *dateTimeOf(value);
+        qint64 days = QDate(1900, 1, 1).daysTo(t.date());
+        // Three hundredths of a second, the resolution of the type.
+        qint64 ticks = (qint64(t.time().msecsSinceStartOfDay()) * 300 + 500) / 1000;
+        if (ticks >= 300LL * 86400) {
+            ticks -= 300LL * 86400;
+            ++days;
+        }
+        out.U8(8);
+        out.U32(uint32_t(int32_t(days)));
+        out.U32(uint32_t(ticks));
+        return;
+    }
+    case Kind::SmallDateTime: {
+        const QDateTime t = *dateTimeOf(value);
+        qint64 days = QDate(1900, 1, 1).daysTo(t.date());
+        qint64 minutes = (t.time().msecsSinceStartOfDay() + 30000) / 60000;
+        if (minutes >= 1440) {
+            minutes -= 1440;
+            ++days;
+        }
+        out.U8(4);
+        out.U16(uint16_t(days));
+        out.U16(uint16_t(minutes));
+        return;
+    }
+    case Kind::Date: {
+        const qint64 days = QDate(1, 1, 1).daysTo(dateTimeOf(value)->date());
+        out.U8(3);
+        out.U8(uint8_t(days));
+        out.U8(uint8_t(days >> 8));
+        out.U8(uint8_t(days >> 16));
+        return;
+    }
+    default:
+        return;
+    }
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "SqlResults.h"
+#include "TdsWriter.h"
+
+#include <cstdint>
+
+// Writes one row set as COLMETADATA and ROW tokens. Each column goes out in the simplest wire type
+// that carries its server type and every one of its values: integers as INTN of the width they
+// need, bit, float, money, decimal, datetime and date in their own nullable types, character data
+// as NVARCHAR (or VARCHAR when every value has a Latin-1 code), binaries as VARBINARY, and the
+// long forms for values beyond 8000 bytes. A column whose values don't fit its declared type (the
+// engine keeps what SQLite stored) goes out as text, so that nothing is ever lost on the way.
+class TdsRowSetEncoder {
+public:
+    enum class Kind { Int, Bit, Float, Money, Decimal, DateTime, SmallDateTime, Date, Ansi, Unicode, Binary };
+
+    struct ColumnPlan {
+        Kind kind = Kind::Unicode;
+        uint8_t wireType = 0;
+        int size = 0;      // bytes of a fixed value, or the declared maximum of a variable one
+        bool max = false;  // sent in chunks: varchar(max), nvarchar(max), varbinary(max)
+        int precision = 0; // Decimal
+        int scale = 0;
+    };
+
+    // Dates without time have a type of their own from 7.3 on.
+    explicit TdsRowSetEncoder(uint32_t tdsVersion)
+        : mTdsVersion(tdsVersion) {}
+
+    ColumnPlan Plan(const SqlColumn& column, const QList<QVariantList>& rows, int index) const;
+    void Write(TdsWriter& out, const SqlRowSet& rows) const;
+
+    // The Windows-1252 code of a character; -1 when it has none.
+    static int Cp1252(QChar c);
+
+private:
+    ColumnPlan planFor(const SqlColumn& column, const QList<QVariant>& values) const;
+    void writeValue(TdsWriter& out, const ColumnPlan& plan, const QVariant& value) const;
+
+    uint32_t mTdsVersion;
+};

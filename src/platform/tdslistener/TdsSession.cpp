@@ -1,0 +1,230 @@
+#include "TdsSession.h"
+
+#include "EmbeddedServer.h"
+#include "TARMOError.h"
+#include "TdsLoginRequest.h"
+#include "TdsReader.h"
+#include "TdsRowSetEncoder.h"
+#include "TdsTokens.h"
+
+#include <exception>
+
+namespace {
+
+const QString kProgramName = QStringLiteral("TARMO Embedded Server");
+constexpr int kDefaultPacketSize = 4096;
+
+SqlMessage info(long number, const QString& text) {
+    SqlMessage m;
+    m.number = number;
+    m.severity = 0;
+    m.text = text;
+    return m;
+}
+
+SqlMessage error(long number, int severity, const QString& text) {
+    SqlMessage m;
+    m.number = number;
+    m.severity = severity;
+    m.text = text;
+    return m;
+}
+
+// Every DONE but the last one of a reply carries MORE, or the client stops reading there; the
+// last one must not.
+void finish(TdsWriter& out, qsizetype lastDone) {
+    if (lastDone >= 0 && lastDone == out.Size() - 13) {
+        out.PatchU16(lastDone + 1, uint16_t(out.ReadU16(lastDone + 1) & ~Tds::DoneMore));
+        return;
+    }
+    Tds::WriteDone(out, Tds::DoneFinal, 0, 0);
+}
+
+} // namespace
+
+TdsSession::TdsSession(QString folder, QString serverName)
+    : mFolder(std::move(folder))
+    , mServerName(std::move(serverName)) {}
+
+TdsSession::~TdsSession() = default;
+
+TdsSession::Reply TdsSession::Handle(uint8_t type, const QByteArray& message) {
+    if (!LoggedIn()) {
+        if (type == Tds::PreLogin && !mPreLoginSeen)
+            return preLogin(message);
+        if (type == Tds::Login7)
+            return login(message);
+        throw TdsProtocolError("a message other than a login before the login");
+    }
+    switch (type) {
+    case Tds::SqlBatch:
+        return batch(message);
+    case Tds::Rpc:
+        return refuse(50000, QStringLiteral("This server takes statements as batches only: remote procedure "
+                                            "calls are not supported."));
+    case Tds::TransactionManager:
+        return refuse(50000, QStringLiteral("This server takes statements as batches only: use BEGIN "
+                                            "TRANSACTION, COMMIT and ROLLBACK in a batch."));
+    case Tds::Attention:
+        return {AttentionReply(), false};
+    default:
+        throw TdsProtocolError("unknown message type");
+    }
+}
+
+QByteArray TdsSession::AttentionReply() {
+    TdsWriter out;
+    Tds::WriteDone(out, Tds::DoneAttention, 0, 0);
+    return out.Take();
+}
+
+TdsSession::Reply TdsSession::preLogin(const QByteArray& message) {
+    // Nothing the client offers changes our answer, but the option table must hold together.
+    TdsReader in(message);
+    for (;;) {
+        const uint8_t token = in.U8();
+        if (token == 0xFF)
+            break;
+        const uint16_t offset = in.U16BE();
+        const uint16_t length = in.U16BE();
+        if (qsizetype(offset) + length > message.size())
+            throw TdsProtocolError("prelogin option outside the message");
+    }
+    mPreLoginSeen = true;
+    return {Tds::PreLoginReply(), false};
+}
+
+TdsSession::Reply TdsSession::login(const QByteArray& message) {
+    const TdsLoginRequest request = TdsLoginRequest::Parse(message);
+    TdsWriter out;
+    auto fail = [&](const QList<SqlMessage>& messages) {
+        for (const SqlMessage& m : messages)
+            Tds::WriteMessage(out, m, mServerName);
+        Tds::WriteDone(out, Tds::DoneError, 0, 0);
+        return Reply{out.Take(), true};
+    };
+    if (request.tdsVersion < Tds::kVersion72)
+        return fail({error(18456, 14,
+                           QStringLiteral("Login failed for user '%1'. This server needs TDS 7.2 "
+                                          "or later.")
+                               .arg(request.userName))});
+    if (request.integratedSecurity)
+        return fail({error(18452, 14,
+                           QStringLiteral("Login failed. The login is from an untrusted domain "
+                                          "and cannot be used with Integrated authentication."))});
+
+    QList<SqlMessage> messages;
+    try {
+        if (!mServer)
+            mServer = std::make_unique<EmbeddedServer>(mFolder);
+        mSession = mServer->Connect(request.userName, request.password, request.database, false, &messages);
+    } catch (const TARMOError& e) {
+        return fail(
+            {error(18456, 14,
+                   QStringLiteral("Login failed for user '%1'. %2").arg(request.userName, e.Description()))});
+    }
+    if (!mSession) {
+        if (messages.isEmpty())
+            messages.append(
+                error(18456, 14, QStringLiteral("Login failed for user '%1'.").arg(request.userName)));
+        return fail(messages);
+    }
+
+    mTdsVersion = std::min(request.tdsVersion, Tds::kVersion74);
+    mPacketSize = request.packetSize == 0 ? kDefaultPacketSize
+                                          : int(std::clamp<uint32_t>(request.packetSize, 512, 32767));
+    const QString database = mSession->CurrentDatabase();
+    Tds::WriteEnvChange(out, Tds::EnvDatabase, database, QStringLiteral("master"));
+    Tds::WriteMessage(out, info(5701, QStringLiteral("Changed database context to '%1'.").arg(database)),
+                      mServerName);
+    Tds::WriteCollationChange(out);
+    Tds::WriteEnvChange(out, Tds::EnvLanguage, QStringLiteral("us_english"), QString());
+    Tds::WriteMessage(out, info(5703, QStringLiteral("Changed language setting to us_english.")),
+                      mServerName);
+    Tds::WriteLoginAck(out, mTdsVersion, kProgramName);
+    Tds::WriteEnvChange(out, Tds::EnvPacketSize, QString::number(mPacketSize),
+                        QString::number(kDefaultPacketSize));
+    Tds::WriteDone(out, Tds::DoneFinal, 0, 0);
+    return {out.Take(), false};
+}
+
+TdsSession::Reply TdsSession::batch(const QByteArray& message) {
+    TdsReader in(message);
+    // The headers block (transaction descriptor and the like) counts its own length.
+    const uint32_t headers = in.U32();
+    if (headers < 4 || headers > uint32_t(message.size()))
+        throw TdsProtocolError("batch headers do not fit the message");
+    in.Seek(headers);
+    if (in.Remaining() % 2 != 0)
+        throw TdsProtocolError("batch text is not UCS-2");
+    const QString text = in.Ucs2At(in.Position(), in.Remaining() / 2);
+
+    const QString before = mSession->CurrentDatabase();
+    SqlBatchResults results;
+    try {
+        results = mSession->Execute(text);
+    } catch (const TARMOError& e) {
+        results.append(SqlResult::Msg(error(e.Number() != 0 ? e.Number() : 50000, 16, e.Description())));
+    } catch (const std::exception& e) {
+        results.append(SqlResult::Msg(error(50000, 16, QString::fromLocal8Bit(e.what()))));
+    }
+    return {EncodeResults(results, before, mSession->CurrentDatabase()), false};
+}
+
+QByteArray TdsSession::EncodeResults(const SqlBatchResults& results, const QString& oldDatabase,
+                                     const QString& newDatabase) const {
+    const TdsRowSetEncoder rowSets(mTdsVersion == 0 ? Tds::kVersion74 : mTdsVersion);
+    const bool databaseChanged = oldDatabase != newDatabase;
+    bool envSent = false;
+    qsizetype lastDone = -1;
+    TdsWriter out;
+    auto done = [&](uint16_t status, uint16_t command, uint64_t count) {
+        lastDone = out.Size();
+        Tds::WriteDone(out, status | Tds::DoneMore, command, count);
+    };
+
+    for (qsizetype i = 0; i < results.size(); ++i) {
+        const SqlResult& r = results[i];
+        switch (r.kind) {
+        case SqlResult::Kind::RowSet: {
+            if (r.rowSet.columns.isEmpty())
+                break;
+            rowSets.Write(out, r.rowSet);
+            // The count the engine reports right after a SELECT belongs in the DONE of its rows.
+            const bool counted = i + 1 < results.size() && results[i + 1].kind == SqlResult::Kind::RowCount &&
+                                 results[i + 1].rowCount == r.rowSet.rows.size();
+            if (counted)
+                ++i;
+            done(counted ? Tds::DoneCount : 0, Tds::kSelectCommand,
+                 counted ? uint64_t(r.rowSet.rows.size()) : 0);
+            break;
+        }
+        case SqlResult::Kind::RowCount:
+            done(Tds::DoneCount, 0, uint64_t(std::max<long long>(r.rowCount, 0)));
+            break;
+        case SqlResult::Kind::Message:
+            if (databaseChanged && !envSent && r.message.number == 5701) {
+                Tds::WriteEnvChange(out, Tds::EnvDatabase, newDatabase, oldDatabase);
+                envSent = true;
+            }
+            Tds::WriteMessage(out, r.message, mServerName);
+            // A failed statement ends in a DONE of its own, so that the error stays with it and
+            // doesn't spoil the result that follows.
+            if (r.message.IsError()) {
+                done(Tds::DoneError, 0, 0);
+            }
+            break;
+        }
+    }
+    if (databaseChanged && !envSent)
+        Tds::WriteEnvChange(out, Tds::EnvDatabase, newDatabase, oldDatabase);
+    finish(out, lastDone);
+    return out.Take();
+}
+
+TdsSession::Reply TdsSession::refuse(long number, const QString& text) const {
+    TdsWriter out;
+    Tds::WriteMessage(out, error(number, 16, text), mServerName);
+    Tds::WriteDone(out, Tds::DoneError, 0, 0);
+    return {out.Take(), false};
+}
