@@ -64,7 +64,12 @@ bool CanListDatabasesAndParse(const QString& server) {
 }
 
 QStringList ListServers() {
-    return ServerBrowser::Browse();
+    // TARMO_BROWSE_WAIT_MS sets how long to wait for answers; 0 keeps the broadcast off the network.
+    bool set = false;
+    const int wait = qEnvironmentVariableIntValue("TARMO_BROWSE_WAIT_MS", &set);
+    if (set && wait <= 0)
+        return {};
+    return ServerBrowser::Browse(set ? wait : 1000);
 }
 
 QString StripDriverPrefixes(const QString& text) {

@@ -71,7 +71,8 @@ std::unique_ptr<DbConnection> CreateConnection(const QString& server);
 bool CanListDatabasesAndParse(const QString& server);
 
 // The SQL Servers that answer a broadcast on the local network (embedded servers can't be found this
-// way); an empty list when none answers within a second.
+// way); an empty list when none answers within a second (TARMO_BROWSE_WAIT_MS changes the wait, 0
+// turns the broadcast off).
 QStringList ListServers();
 
 // The message texts without the prefixes our drivers put in front of them ("[FreeTDS][SQL Server]",
