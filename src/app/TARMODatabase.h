@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MainWindowContract.h"
 #include "Registry.h"
 #include "TARMOProject.h"
 #include "TARMOProjects.h"
@@ -24,8 +25,12 @@ public:
     // --- Projects
     const std::shared_ptr<TARMOProject>& Project() const { return mProject; }
     void SetProject(std::shared_ptr<TARMOProject> project) { mProject = std::move(project); }
-    // Makes the project current and number 1 of the most-recent order. Its connections are open.
+    // Makes the project current and number 1 of the most-recent order and brings up the main window
+    // on it. Its connections are open.
     bool OpenProject(std::shared_ptr<TARMOProject> prjToOpen);
+    // How the main window is made on first use; without a factory, opening a project shows no window.
+    void SetMainWindowFactory(MainWindowFactory factory) { mMainWindowFactory = std::move(factory); }
+    MainWindowContract* MainWindow() const { return mMainWindow; }
     // The project named by ProjectToOpen, with Default set; nullptr when there is none.
     std::shared_ptr<TARMOProject> GetDefaultProject() const;
     // nullptr when the key is missing or has no name.
@@ -146,4 +151,6 @@ private:
 
     Registry mRegistry;
     std::shared_ptr<TARMOProject> mProject;
+    MainWindowFactory mMainWindowFactory;
+    MainWindowContract* mMainWindow = nullptr;
 };

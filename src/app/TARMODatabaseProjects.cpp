@@ -57,9 +57,27 @@ std::shared_ptr<TARMOProject> TARMODatabase::LoadProjectFromKey(const RegistryKe
 }
 
 bool TARMODatabase::OpenProject(std::shared_ptr<TARMOProject> prjToOpen) {
+    if (!mMainWindow && mMainWindowFactory) {
+        mMainWindow = mMainWindowFactory();
+        mMainWindow->SetLoading(true);
+        mMainWindow->Init(*this);
+    } else if (mMainWindow) {
+        mMainWindow->SetLoading(true);
+        mMainWindow->HideWindow();
+    }
     SetProject(prjToOpen);
     if (prjToOpen->Sequence() > 1)
         MoveProjectToTop(prjToOpen->Sequence());
+    if (mMainWindow) {
+        mMainWindow->SetCaption(prjToOpen->Name() + QStringLiteral(" - TARMO"));
+        mMainWindow->InitDBT(DBTWidth());
+        mMainWindow->SetGeometry(WindowHeight(), WindowWidth(), WindowState());
+        mMainWindow->SetDatabaseTreeVisible(DBTVisible());
+        mMainWindow->SetExtraPanelVisible(ExtraPanelVisible());
+        mMainWindow->SetLoading(false);
+        mMainWindow->ShowWindow();
+        mMainWindow->CheckProjectSyncInfo();
+    }
     return true;
 }
 

@@ -140,3 +140,53 @@ TEST_F(ProjectsTest, RenamingInTheListKeepsThePlace) {
     single.ChangeProjectName(QStringLiteral("x"), QStringLiteral("y"));
     EXPECT_EQ(single.Item(1)->Name(), QStringLiteral("y"));
 }
+
+namespace {
+class RecordingMainWindow : public MainWindowContract {
+public:
+    QStringList calls;
+    bool loading = false;
+    bool Loading() const override { return loading; }
+    void SetLoading(bool value) override {
+        loading = value;
+        calls << QStringLiteral("Loading=%1").arg(value);
+    }
+    void Init(TARMODatabase&) override { calls << QStringLiteral("Init"); }
+    void SetCaption(const QString& caption) override { calls << caption; }
+    void InitDBT(long width) override { calls << QStringLiteral("InitDBT %1").arg(width); }
+    void SetGeometry(long h, long w, long state) override {
+        calls << QStringLiteral("%1x%2 %3").arg(h).arg(w).arg(state);
+    }
+    void SetDatabaseTreeVisible(bool v) override { calls << QStringLiteral("Tree=%1").arg(v); }
+    void SetExtraPanelVisible(bool v) override { calls << QStringLiteral("Extra=%1").arg(v); }
+    void ShowWindow() override { calls << QStringLiteral("Show"); }
+    void HideWindow() override { calls << QStringLiteral("Hide"); }
+    void CheckProjectSyncInfo() override { calls << QStringLiteral("Sync"); }
+};
+} // namespace
+
+TEST_F(ProjectsTest, OpeningBringsUpTheMainWindowInOrder) {
+    save(QStringLiteral("A"));
+    auto b = save(QStringLiteral("B"));
+    RecordingMainWindow window;
+    int made = 0;
+    db.SetMainWindowFactory([&] {
+        ++made;
+        return &window;
+    });
+    db.SetExtraPanelVisible(false);
+    EXPECT_TRUE(db.OpenProject(b));
+    EXPECT_EQ(window.calls,
+              (QStringList{QStringLiteral("Loading=1"), QStringLiteral("Init"), QStringLiteral("B - TARMO"),
+                           QStringLiteral("InitDBT 2865"), QStringLiteral("8580x10320 0"),
+                           QStringLiteral("Tree=1"), QStringLiteral("Extra=0"), QStringLiteral("Loading=0"),
+                           QStringLiteral("Show"), QStringLiteral("Sync")}));
+    EXPECT_EQ(db.Project(), b);
+    EXPECT_EQ(namesInOrder(), (QStringList{QStringLiteral("B"), QStringLiteral("A")}));
+
+    window.calls.clear();
+    db.OpenProject(db.FindProjectByID(2));
+    EXPECT_EQ(made, 1) << "the main window is made once";
+    EXPECT_EQ(window.calls.mid(0, 2), (QStringList{QStringLiteral("Loading=1"), QStringLiteral("Hide")}));
+    EXPECT_EQ(namesInOrder(), (QStringList{QStringLiteral("A"), QStringLiteral("B")}));
+}
