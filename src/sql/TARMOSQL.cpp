@@ -114,6 +114,11 @@ QString TARMOSQL::ConnectionString() const {
     return CreateConnectionString(mServer, mDatabase, mUserName, mPassword, mUseWinNTAuth);
 }
 
+DbLogin TARMOSQL::ConnectionLogin() const {
+    return loginFor(mServer, mDatabase, mUseWinNTAuth ? QString() : mUserName,
+                    mUseWinNTAuth ? QString() : mPassword, mUseWinNTAuth);
+}
+
 void TARMOSQL::CloseConnection() {
     if (mConnectionOpen && mConn)
         mConn->Close();

@@ -54,6 +54,9 @@ public:
                                           const QString& UserName = QString(),
                                           const QString& Password = QString(), bool bUseWinNTAuth = false);
     QString ConnectionString() const;
+    // The object's present values as a driver takes them, for a connection of its own (the query
+    // window's): open it with DbDriver::CreateConnection(Server())->Open(ConnectionLogin()).
+    DbLogin ConnectionLogin() const;
 
     void CloseConnection();
     // "" on success, else the error text. bUseWinNTAuth: kUseStoredAuthentication, kWindowsAuthentication

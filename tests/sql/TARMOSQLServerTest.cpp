@@ -85,6 +85,11 @@ TEST_F(TARMOSQLOnServer, PasswordDialogIsAskedOnlyBeforeTheFirstConnection) {
     EXPECT_EQ(sql.OpenConnection(), QString());
     EXPECT_EQ(prompts().Records().size(), 1);
     EXPECT_EQ(prompts().Unanswered(), 0);
+
+    // A second connection of its own from the same values, as the query window opens one.
+    std::unique_ptr<DbConnection> own = DbDriver::CreateConnection(sql.Server());
+    own->Open(sql.ConnectionLogin());
+    EXPECT_EQ(own->CurrentDatabase(), QStringLiteral("Sales"));
 }
 
 TEST_F(TARMOSQLOnServer, CancelledDialogStopsWithItsMessageUnlessSilent) {
