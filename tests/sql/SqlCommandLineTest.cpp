@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QDateTime>
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -122,6 +123,17 @@ TEST(SqlCommandLineTool, RunsScriptsOnANewEmbeddedServer) {
     EXPECT_EQ(out, QStringLiteral("4\n"));
     EXPECT_TRUE(err.startsWith(QStringLiteral("Msg 208, Level 16, State 1, Line 1\n"))) << err.toStdString();
     EXPECT_EQ(run({"-S", server, "-d", "T", "-U", "sa", "-P", "pw", "-b", "-Q", "SELECT * FROM nothing"}), 1);
+
+    // A script file with CR LF line ends: the error's line counts from the line after GO.
+    const QString script = dir.filePath(QStringLiteral("script.sql"));
+    QFile file(script);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("PRINT 'one'\r\nGO\r\nPRINT 'two'\r\nSELECT * FROM nothing\r\n");
+    file.close();
+    EXPECT_EQ(run({"-S", server, "-d", "T", "-U", "sa", "-P", "pw", "-b", "-i", script}, &out, &err), 1);
+    EXPECT_EQ(out, QStringLiteral("one\ntwo\n"));
+    EXPECT_TRUE(err.startsWith(QStringLiteral("Msg 208, Level 16, State 1, Line 2\n"))) << err.toStdString();
+
     EXPECT_EQ(run({"-S", server, "-U", "sa", "-P", "wrong", "-Q", "SELECT 1"}, &out, &err), 1);
     EXPECT_EQ(err, QStringLiteral("tarmo-sql: Login failed for user 'sa'.\n"));
 }
