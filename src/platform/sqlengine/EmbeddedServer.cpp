@@ -59,6 +59,8 @@ void EmbeddedServer::Create(const QString& folder, const QString& saPassword) {
                         "category, cmptlevel, filename) VALUES ('master', 1, ?, 0, 24, 0, ?, NULL, 0, 80, "
                         "'master.db')"),
                     {saSid, Catalogue::Now()});
+            // As on the server, every login may enter master as guest.
+            db.Exec(QStringLiteral("UPDATE sysusers SET hasdbaccess = 1 WHERE uid = 2"));
             // One file, not three: the folder then holds a finished server or none.
             db.Exec(QStringLiteral("PRAGMA journal_mode=DELETE"));
         }

@@ -200,6 +200,7 @@ void SessionState::EmitInfo(long number, const QString& text, int severity) {
     m.number = number;
     m.severity = severity;
     m.state = 1;
+    m.line = mLine;
     m.text = text;
     if (!mFrames.isEmpty())
         m.procedure = Top().procedure;
@@ -342,6 +343,7 @@ ServerError SessionState::MapSqliteError(const SqliteError& e, const QString& ve
 }
 
 SessionState::Flow SessionState::RunStatement(const SqlStatement& s) {
+    mLine = s.line;
     try {
         const Flow f = RunStatementInner(s);
         if (s.kind != SqlStatement::Kind::If && s.kind != SqlStatement::Kind::Block &&

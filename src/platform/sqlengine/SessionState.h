@@ -147,5 +147,6 @@ private:
     QVariant mIdentity;
     QVariant mScopeIdentity;
     long mLastError = 0;
+    int mLine = 0; // the line of the statement that runs
     QString mBatchText;
 };

@@ -184,11 +184,17 @@ bool SqlLexer::IsReserved(const QString& word) {
 }
 
 QList<SqlToken> SqlLexer::Tokenize(const QString& s, bool quotedIdentifier, SqlLexError* error) {
+    // The list always ends with an End token, also after an error.
     QList<SqlToken> out;
     const int n = int(s.size());
     int i = 0;
     int line = 1;
     auto fail = [&](long number, const QString& text, int atLine) {
+        SqlToken end;
+        end.kind = SqlToken::Kind::End;
+        end.line = atLine;
+        end.begin = end.end = n;
+        out.append(end);
         if (error) {
             error->number = number;
             error->text = text;

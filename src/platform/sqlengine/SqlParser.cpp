@@ -185,10 +185,13 @@ QList<SqlStatementP> SqlParser::ParseBatch(QList<SqlSyntaxError>* errors) {
         first = false;
     }
     if (mLexError.number != 0 && errors) {
+        // The tokens stop at an unclosed string or comment; what the parser said of the cut-off
+        // end would only mislead.
         SqlSyntaxError e;
         e.number = mLexError.number;
         e.text = mLexError.text;
         e.line = mLexError.line;
+        errors->clear();
         errors->append(e);
     }
     return out;

@@ -133,6 +133,9 @@ SqliteDb::SqliteDb(const QString& path, bool create)
         throw e;
     }
     sqlite3_busy_timeout(mDb, 10000);
+    // "name" is always a name here, never a string that SQLite guesses at.
+    sqlite3_db_config(mDb, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+    sqlite3_db_config(mDb, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
     sqlite3_extended_result_codes(mDb, 0);
     RegisterServerCollation(mDb);
     Exec(QStringLiteral("PRAGMA journal_mode=WAL"));
