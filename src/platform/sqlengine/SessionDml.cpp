@@ -37,6 +37,24 @@ QString FindTargetAlias(const QList<SqlTableRefP>& from, const QString& target) 
     return {};
 }
 
+// UPDATE o ... FROM Orders o: the table behind an alias of the FROM list.
+QStringList AliasedTable(const QList<SqlTableRefP>& from, const QStringList& target) {
+    if (target.size() != 1)
+        return target;
+    for (const SqlTableRefP& r : from) {
+        if (r->kind == SqlTableRef::Kind::Join) {
+            const QStringList inner = AliasedTable({r->left, r->right}, target);
+            if (inner != target)
+                return inner;
+            continue;
+        }
+        if (r->kind == SqlTableRef::Kind::Named && !r->alias.isEmpty() &&
+            r->alias.compare(target.first(), Qt::CaseInsensitive) == 0)
+            return r->name;
+    }
+    return target;
+}
+
 } // namespace
 
 CatalogueObject SessionState::TargetTable(const QStringList& name, int, const char* action) {
@@ -167,7 +185,7 @@ void SessionState::RunInsert(const SqlStatement& s) {
 }
 
 void SessionState::RunUpdate(const SqlStatement& s) {
-    const CatalogueObject table = TargetTable(s.target, s.line, "UPDATE");
+    const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "UPDATE");
     const QList<TableColumn> columns = Columns(*mDb, table.id);
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
@@ -232,7 +250,7 @@ void SessionState::RunUpdate(const SqlStatement& s) {
 }
 
 void SessionState::RunDelete(const SqlStatement& s) {
-    const CatalogueObject table = TargetTable(s.target, s.line, "DELETE");
+    const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "DELETE");
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
     QString sql;

@@ -4,6 +4,7 @@
 #include "SqlParser.h"
 
 #include <QDateTime>
+#include <QRegularExpression>
 #include <sqlite3.h>
 
 namespace {
@@ -699,8 +700,11 @@ SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
                     c.typeId = 165;
                     c.length = 8000;
                 } else {
-                    c.typeId = 231;
-                    c.length = 8000;
+                    // Dates are kept as text; a computed one still reads as a datetime.
+                    static const QRegularExpression date(
+                        QStringLiteral("^\\d{4}-\\d{2}-\\d{2} \\d{2}:\\d{2}:\\d{2}\\.\\d{3}$"));
+                    c.typeId = date.match(v.toString()).hasMatch() ? 61 : 231;
+                    c.length = c.typeId == 61 ? 8 : 8000;
                 }
             }
             row.append(ToServerValue(v, rs.columns[i].typeId));

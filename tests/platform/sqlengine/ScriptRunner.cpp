@@ -176,7 +176,7 @@ QStringList RunSqlScript(const QString& path) {
             if (words.value(1) == QLatin1String("names")) {
                 QStringList names;
                 for (const SqlColumn& c : last->columns)
-                    names.append(c.name);
+                    names.append(RenderSqlValue(c.name));
                 got.append(names.join(QStringLiteral(" | ")));
             }
             for (const QVariantList& row : last->rows) {
