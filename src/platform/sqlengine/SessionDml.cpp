@@ -8,14 +8,32 @@ namespace {
 struct TableColumn {
     QString name;
     bool identity = false;
+    QString type; // the system type's name
+    int scale = 0;
 };
 
 QList<TableColumn> Columns(SqliteDb& db, int id) {
     QList<TableColumn> list;
-    for (const QVariantList& r :
-         db.Rows(QStringLiteral("SELECT name, status FROM syscolumns WHERE id = ? ORDER BY colid"), {id}))
-        list.append(TableColumn{r[0].toString(), (r[1].toInt() & 0x80) != 0});
+    for (const QVariantList& r : db.Rows(QStringLiteral("SELECT name, status, xusertype, xscale FROM syscolumns WHERE "
+                                                        "id = ? ORDER BY colid"),
+                                         {id})) {
+        const SystemType* t = Catalogue::FindTypeById(r[2].toInt());
+        list.append(TableColumn{r[0].toString(), (r[1].toInt() & 0x80) != 0,
+                                t ? QString::fromLatin1(t->name) : QString(), r[3].toInt()});
+    }
     return list;
+}
+
+// A value stored into a column takes the column's type: '12' into an int column is 12, a date
+// in any accepted form is kept in one form, 'abc' into an int column fails as on the server.
+// Text keeps its value; its length is checked by the table itself.
+QString Stored(const TableColumn& c, const QString& sql) {
+    const SystemType* t = Catalogue::FindType(c.type);
+    if (!t || t->character || c.type == QLatin1String("uniqueidentifier") || c.type == QLatin1String("binary") ||
+        c.type == QLatin1String("varbinary") || c.type == QLatin1String("image") || c.type == QLatin1String("timestamp") ||
+        c.type == QLatin1String("sql_variant"))
+        return sql;
+    return QStringLiteral("tsql_convert('%1', -1, %2, %3)").arg(c.type).arg(c.scale).arg(sql);
 }
 
 // The alias under which the target of an UPDATE or DELETE stands in its FROM list, if it does.
@@ -102,10 +120,13 @@ void SessionState::RunInsert(const SqlStatement& s) {
     for (const TableColumn& c : columns)
         hasIdentity = hasIdentity || c.identity;
     QStringList targets;
+    QList<TableColumn> targetColumns;
     if (s.columns.isEmpty()) {
         for (const TableColumn& c : columns)
-            if (!c.identity || mIdentityInsert == QString::number(table.id))
+            if (!c.identity || mIdentityInsert == QString::number(table.id)) {
                 targets.append(c.name);
+                targetColumns.append(c);
+            }
     } else {
         for (const QString& name : s.columns) {
             const TableColumn* found = nullptr;
@@ -121,6 +142,7 @@ void SessionState::RunInsert(const SqlStatement& s) {
                                    "when IDENTITY_INSERT is set to OFF.")
                         .arg(table.name));
             targets.append(found->name);
+            targetColumns.append(*found);
         }
     }
     SqlTranslator t(*this);
@@ -167,10 +189,10 @@ void SessionState::RunInsert(const SqlStatement& s) {
                                              "columns specified in the INSERT statement."),
                         true);
                 QStringList values;
-                for (const SqlExprP& e : row) {
-                    if (!e)
+                for (int k = 0; k < row.size(); ++k) {
+                    if (!row[k])
                         throw ServerError::Unsupported(QStringLiteral("DEFAULT in a VALUES list"));
-                    values.append(t.Expr(*e));
+                    values.append(Stored(targetColumns[k], t.Expr(*row[k])));
                 }
                 sql += (r > 0 ? QStringLiteral(", (") : QStringLiteral("(")) +
                        values.join(QStringLiteral(", ")) + u')';
@@ -190,6 +212,7 @@ void SessionState::RunUpdate(const SqlStatement& s) {
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
     QList<QPair<QString, SqlExprP>> sets;
+    QList<TableColumn> setColumns;
     QList<QPair<QString, SqlExprP>> variableSets;
     for (const auto& a : s.assignments) {
         if (a.first.first().startsWith(u'@')) {
@@ -209,6 +232,7 @@ void SessionState::RunUpdate(const SqlStatement& s) {
         if (!a.second)
             throw ServerError::Unsupported(QStringLiteral("SET column = DEFAULT"));
         sets.append({found->name, a.second});
+        setColumns.append(*found);
     }
     if (!variableSets.isEmpty())
         throw ServerError::Unsupported(QStringLiteral("setting variables in an UPDATE"));
@@ -217,7 +241,7 @@ void SessionState::RunUpdate(const SqlStatement& s) {
         sql = QStringLiteral("UPDATE %1 AS %2 SET ").arg(physical, SqlTranslator::Quote(table.name));
         for (int i = 0; i < sets.size(); ++i)
             sql += (i > 0 ? QStringLiteral(", ") : QString()) + SqlTranslator::Quote(sets[i].first) +
-                   QStringLiteral(" = ") + t.Expr(*sets[i].second);
+                   QStringLiteral(" = ") + Stored(setColumns[i], t.Expr(*sets[i].second));
         if (s.where)
             sql += QStringLiteral(" WHERE ") + t.Expr(*s.where);
     } else {
@@ -234,7 +258,7 @@ void SessionState::RunUpdate(const SqlStatement& s) {
         }
         QString inner = QStringLiteral("SELECT %1.rowid AS __rid").arg(SqlTranslator::Quote(alias));
         for (int i = 0; i < sets.size(); ++i)
-            inner += QStringLiteral(", ") + t.Expr(*sets[i].second) + QStringLiteral(" AS __v%1").arg(i);
+            inner += QStringLiteral(", ") + Stored(setColumns[i], t.Expr(*sets[i].second)) + QStringLiteral(" AS __v%1").arg(i);
         inner += QStringLiteral(" FROM ") + from;
         if (s.where)
             inner += QStringLiteral(" WHERE ") + t.Expr(*s.where);
