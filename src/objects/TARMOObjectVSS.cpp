@@ -139,6 +139,8 @@ QString TARMOObjectVSS::NameInText(const QString& text) const {
 }
 
 void TARMOObjectVSS::RefreshState() {
+    // The file keeps its name when the object turns up under a new id below.
+    const QString item = ItemName();
     std::unique_ptr<DbRecordset> rs =
         query(*mSQL, mDBQueryStart + mDBQueryByID + TARMOSQL::sqlFMTOUT(mDBID, 1, false));
     mInSQL = rs && !rs->Eof();
@@ -147,12 +149,12 @@ void TARMOObjectVSS::RefreshState() {
         mOwner = rs->Text(QStringLiteral("UserName"));
     }
     StoreTraffic::StoreCall();
-    mInVSS = mVSS->ItemExists(ItemName());
+    mInVSS = mVSS->ItemExists(item);
 
     if (mInVSS && !mInSQL) {
         // The id of the file has no object any more: it may have been dropped and created again.
         StoreTraffic::StoreCall();
-        const QString found = NameInText(mVSS->ItemContent(ItemName(), true, -1));
+        const QString found = NameInText(mVSS->ItemContent(item, true, -1));
         QString name = mDBID;
         QString owner;
         if (!found.isEmpty()) {
@@ -172,7 +174,7 @@ void TARMOObjectVSS::RefreshState() {
     }
     if (mInVSS) {
         StoreTraffic::StoreCall();
-        mCheckedOutBy = mVSS->CheckedOutBy(ItemName());
+        mCheckedOutBy = mVSS->CheckedOutBy(item);
     }
     if (!mInSQL && !mInVSS) {
         mName.clear();

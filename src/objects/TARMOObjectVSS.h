@@ -180,6 +180,8 @@ protected:
 
 private:
     friend class TARMOObjectList;
+    // Lets the tests put an object into a state that a later action (a first check-in) would make.
+    friend struct ObjectStateAccess;
 
     void SetName(const QString& value) { mName = value; }
     void SetOwner(const QString& value) { mOwner = value; }
