@@ -14,9 +14,10 @@ struct TableColumn {
 
 QList<TableColumn> Columns(SqliteDb& db, int id) {
     QList<TableColumn> list;
-    for (const QVariantList& r : db.Rows(QStringLiteral("SELECT name, status, xusertype, xscale FROM syscolumns WHERE "
-                                                        "id = ? ORDER BY colid"),
-                                         {id})) {
+    for (const QVariantList& r :
+         db.Rows(QStringLiteral("SELECT name, status, xusertype, xscale FROM syscolumns WHERE "
+                                "id = ? ORDER BY colid"),
+                 {id})) {
         const SystemType* t = Catalogue::FindTypeById(r[2].toInt());
         list.append(TableColumn{r[0].toString(), (r[1].toInt() & 0x80) != 0,
                                 t ? QString::fromLatin1(t->name) : QString(), r[3].toInt()});
@@ -29,8 +30,9 @@ QList<TableColumn> Columns(SqliteDb& db, int id) {
 // Text keeps its value; its length is checked by the table itself.
 QString Stored(const TableColumn& c, const QString& sql) {
     const SystemType* t = Catalogue::FindType(c.type);
-    if (!t || t->character || c.type == QLatin1String("uniqueidentifier") || c.type == QLatin1String("binary") ||
-        c.type == QLatin1String("varbinary") || c.type == QLatin1String("image") || c.type == QLatin1String("timestamp") ||
+    if (!t || t->character || c.type == QLatin1String("uniqueidentifier") ||
+        c.type == QLatin1String("binary") || c.type == QLatin1String("varbinary") ||
+        c.type == QLatin1String("image") || c.type == QLatin1String("timestamp") ||
         c.type == QLatin1String("sql_variant"))
         return sql;
     return QStringLiteral("tsql_convert('%1', -1, %2, %3)").arg(c.type).arg(c.scale).arg(sql);
@@ -77,6 +79,8 @@ QStringList AliasedTable(const QList<SqlTableRefP>& from, const QStringList& tar
 
 CatalogueObject SessionState::TargetTable(const QStringList& name, int, const char* action) {
     const QString written = name.join(u'.');
+    if (name.last().startsWith(u'@'))
+        throw ServerError::Unsupported(QStringLiteral("table variables"));
     if (Catalogue::IsCatalogueTable(name.last()) || Catalogue::IsMasterTable(name.last()))
         throw ServerError::Make(259, 16,
                                 QStringLiteral("Ad hoc updates to system catalogs are not allowed."));
@@ -258,7 +262,8 @@ void SessionState::RunUpdate(const SqlStatement& s) {
         }
         QString inner = QStringLiteral("SELECT %1.rowid AS __rid").arg(SqlTranslator::Quote(alias));
         for (int i = 0; i < sets.size(); ++i)
-            inner += QStringLiteral(", ") + Stored(setColumns[i], t.Expr(*sets[i].second)) + QStringLiteral(" AS __v%1").arg(i);
+            inner += QStringLiteral(", ") + Stored(setColumns[i], t.Expr(*sets[i].second)) +
+                     QStringLiteral(" AS __v%1").arg(i);
         inner += QStringLiteral(" FROM ") + from;
         if (s.where)
             inner += QStringLiteral(" WHERE ") + t.Expr(*s.where);

@@ -760,6 +760,8 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
     const QString owner = parts.size() >= 2 ? parts[parts.size() - 2] : QString();
     const QString dbName = parts.size() >= 3 ? parts[parts.size() - 3] : QString();
     const QString written = parts.join(u'.');
+    if (name.startsWith(u'@'))
+        throw ServerError::Unsupported(QStringLiteral("table variables"));
     const QString schema = SchemaFor(dbName, ref.line);
     if (schema.isEmpty())
         throw ServerError::InvalidObject(written);

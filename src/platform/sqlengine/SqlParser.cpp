@@ -624,9 +624,11 @@ SqlStatementP SqlParser::ParseInsert() {
     if (Peek().IsWord("TOP"))
         Unsupported(QStringLiteral("INSERT TOP"), Peek().line);
     AcceptWord("INTO");
+    // A table variable (the result of a table function) parses; running it is refused.
     if (Peek().kind == SqlToken::Kind::Variable)
-        Unsupported(QStringLiteral("table variables"), Peek().line);
-    s->target = ParseMultiPartName();
+        s->target = QStringList{Next().text};
+    else
+        s->target = ParseMultiPartName();
     if (Peek().IsSymbol("(") && !Peek(1).IsWord("SELECT")) {
         Next();
         do
@@ -674,8 +676,9 @@ SqlStatementP SqlParser::ParseUpdate() {
         ExpectSymbol(")");
     }
     if (Peek().kind == SqlToken::Kind::Variable)
-        Unsupported(QStringLiteral("table variables"), Peek().line);
-    s->target = ParseMultiPartName();
+        s->target = QStringList{Next().text};
+    else
+        s->target = ParseMultiPartName();
     if (Peek().IsWord("WITH") && Peek(1).IsSymbol("(")) {
         Next();
         Next();
@@ -741,8 +744,9 @@ SqlStatementP SqlParser::ParseDelete() {
     }
     AcceptWord("FROM");
     if (Peek().kind == SqlToken::Kind::Variable)
-        Unsupported(QStringLiteral("table variables"), Peek().line);
-    s->target = ParseMultiPartName();
+        s->target = QStringList{Next().text};
+    else
+        s->target = ParseMultiPartName();
     if (Peek().IsWord("OUTPUT"))
         Unsupported(QStringLiteral("the OUTPUT clause"), Peek().line);
     if (AcceptWord("FROM"))

@@ -255,8 +255,11 @@ SqlTableRefP SqlParser::ParseTablePrimary() {
         ExpectSymbol(")");
         return inner;
     }
-    if (Peek().kind == SqlToken::Kind::Variable)
-        Unsupported(QStringLiteral("table variables"), Peek().line);
+    if (Peek().kind == SqlToken::Kind::Variable) {
+        r->name = QStringList{Next().text};
+        r->alias = ParseOptionalAlias();
+        return r;
+    }
     if (Peek().IsWord("OPENQUERY") || Peek().IsWord("OPENROWSET") || Peek().IsWord("OPENXML"))
         Unsupported(Peek().text.toUpper(), Peek().line);
     r->name = ParseMultiPartName();

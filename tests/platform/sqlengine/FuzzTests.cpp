@@ -10,25 +10,50 @@
 namespace {
 
 const char* kCorpus[] = {
-    "SELECT so.id, so.name, su.name AS [UserName] FROM sysobjects so INNER JOIN sysusers su ON so.uid = su.uid WHERE "
+    "SELECT so.id, so.name, su.name AS [UserName] FROM sysobjects so INNER JOIN sysusers su ON so.uid = "
+    "su.uid WHERE "
     "OBJECTPROPERTY(so.id, N'IsProcedure') = 1",
-    "CREATE PROCEDURE dbo.P @a int = 1, @b nvarchar(10) OUTPUT AS BEGIN IF @a > 0 SELECT @b = 'x' ELSE RETURN 2 END",
+    "CREATE PROCEDURE dbo.P @a int = 1, @b nvarchar(10) OUTPUT AS BEGIN IF @a > 0 SELECT @b = 'x' ELSE "
+    "RETURN 2 END",
     "CREATE FUNCTION F (@x int) RETURNS TABLE AS RETURN (SELECT name FROM sysobjects WHERE id > @x)",
-    "IF EXISTS (SELECT * FROM dbo.sysobjects WHERE id = OBJECT_ID(N'[dbo].[T]') AND OBJECTPROPERTY(id, N'IsView') = "
+    "IF EXISTS (SELECT * FROM dbo.sysobjects WHERE id = OBJECT_ID(N'[dbo].[T]') AND OBJECTPROPERTY(id, "
+    "N'IsView') = "
     "1) \r\n\t DROP VIEW [dbo].[T]",
     "DECLARE @i int SET @i = 0 WHILE @i < 2 BEGIN SET @i = @i + 1 PRINT @i END",
     "INSERT INTO T (a, b) VALUES (1, N'it''s'), (2, NULL) UPDATE T SET b = 'y' WHERE a IN (1, 2) DELETE T",
     "GRANT EXECUTE ON [dbo].[P] TO [public] /* comment */ -- line\nEXEC sp_helprotect '[dbo].[P]', 'public'",
-    "SELECT CASE WHEN a BETWEEN 1 AND 2 THEN 'x' ELSE CAST(a AS varchar(10)) END, CONVERT(datetime, '2024-01-01', "
+    "SELECT CASE WHEN a BETWEEN 1 AND 2 THEN 'x' ELSE CAST(a AS varchar(10)) END, CONVERT(datetime, "
+    "'2024-01-01', "
     "120) FROM T t LEFT JOIN U u ON u.a = t.a GROUP BY a HAVING COUNT(*) > 1 ORDER BY 1 DESC",
     "CREATE TRIGGER tr ON T FOR INSERT, DELETE AS SET NOCOUNT ON; UPDATE T SET a = a + 1",
     "CREATE TABLE T (a int IDENTITY(1,1) PRIMARY KEY, b varchar(max) NULL DEFAULT ('x'), c decimal(10, 2))",
 };
 
-const char* kPieces[] = {"SELECT", " ", "FROM", "(", ")", "'", "N'", "[", "]", "\"", "@", "@@", "--", "/*", "*/",
-                         "\r\n", ",", ".", "=", "BEGIN", "END", "IF", "ELSE", "CREATE", "PROC", "AS", "x", "1",
-                         "0x1F", "1.5e", "CASE", "WHEN", "EXEC", ";", "GO", "\t", "é", "\xF0\x9F\x98\x80", "*", "+",
-                         "-", "<>", "!", "TABLE", "(SELECT", "WHERE", "IN", "NOT", "NULL", "DECLARE"};
+const char* kPieces[] = {"SELECT",  " ",
+                         "FROM",    "(",
+                         ")",       "'",
+                         "N'",      "[",
+                         "]",       "\"",
+                         "@",       "@@",
+                         "--",      "/*",
+                         "*/",      "\r\n",
+                         ",",       ".",
+                         "=",       "BEGIN",
+                         "END",     "IF",
+                         "ELSE",    "CREATE",
+                         "PROC",    "AS",
+                         "x",       "1",
+                         "0x1F",    "1.5e",
+                         "CASE",    "WHEN",
+                         "EXEC",    ";",
+                         "GO",      "\t",
+                         "é",       "\xF0\x9F\x98\x80",
+                         "*",       "+",
+                         "-",       "<>",
+                         "!",       "TABLE",
+                         "(SELECT", "WHERE",
+                         "IN",      "NOT",
+                         "NULL",    "DECLARE"};
 
 QString Mutate(const QString& text, QRandomGenerator& rng) {
     QString s = text;
@@ -64,8 +89,9 @@ QString Garbage(QRandomGenerator& rng) {
 TEST(SqlFuzz, LexerAndParserSurviveGarbage) {
     QRandomGenerator rng(20240521);
     for (int i = 0; i < 4000; ++i) {
-        const QString text = i % 2 ? Garbage(rng)
-                                   : Mutate(QString::fromUtf8(kCorpus[rng.bounded(quint32(std::size(kCorpus)))]), rng);
+        const QString text =
+            i % 2 ? Garbage(rng)
+                  : Mutate(QString::fromUtf8(kCorpus[rng.bounded(quint32(std::size(kCorpus)))]), rng);
         SqlLexError lexError;
         const QList<SqlToken> tokens = SqlLexer::Tokenize(text, i % 3 != 0, &lexError);
         ASSERT_FALSE(tokens.isEmpty());
@@ -98,7 +124,8 @@ TEST(SqlFuzz, ExecutingBrokenBatchesGivesMessagesNotCrashes) {
     session->Execute(QStringLiteral("CREATE TABLE U (a int)"));
     QRandomGenerator rng(7);
     for (int i = 0; i < 600; ++i) {
-        const QString text = Mutate(QString::fromUtf8(kCorpus[rng.bounded(quint32(std::size(kCorpus)))]), rng);
+        const QString text =
+            Mutate(QString::fromUtf8(kCorpus[rng.bounded(quint32(std::size(kCorpus)))]), rng);
         if (text.contains(QLatin1String("DROP DATABASE"), Qt::CaseInsensitive) ||
             text.contains(QLatin1String("USE"), Qt::CaseInsensitive))
             continue;

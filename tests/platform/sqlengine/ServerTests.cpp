@@ -67,7 +67,8 @@ TEST_F(ServerFolder, LoginsAndDatabasesAnswerAsTheServer) {
     EXPECT_EQ(messages[0].text, QStringLiteral("Login failed for user 'sa'."));
 
     messages.clear();
-    EXPECT_FALSE(server.Connect(QStringLiteral("sa"), QStringLiteral("secret"), QStringLiteral("Nope"), false, &messages));
+    EXPECT_FALSE(server.Connect(QStringLiteral("sa"), QStringLiteral("secret"), QStringLiteral("Nope"), false,
+                                &messages));
     ASSERT_EQ(messages.size(), 2);
     EXPECT_EQ(messages[0].number, 4060);
     EXPECT_EQ(messages[1].number, 18456);
@@ -82,14 +83,16 @@ TEST_F(ServerFolder, LoginsAndDatabasesAnswerAsTheServer) {
     EXPECT_EQ(sa->CurrentDatabase(), QStringLiteral("Sales"));
 
     // A login's default database is where it lands without a database.
-    EXPECT_TRUE(Errors(sa->Execute(QStringLiteral("CREATE LOGIN u1 WITH PASSWORD = 'p', DEFAULT_DATABASE = Sales\n"
-                                                  "CREATE USER u1 FOR LOGIN u1")))
-                    .isEmpty());
+    EXPECT_TRUE(
+        Errors(sa->Execute(QStringLiteral("CREATE LOGIN u1 WITH PASSWORD = 'p', DEFAULT_DATABASE = Sales\n"
+                                          "CREATE USER u1 FOR LOGIN u1")))
+            .isEmpty());
     auto u1 = server.Connect(QStringLiteral("u1"), QStringLiteral("p"), {});
     ASSERT_TRUE(u1);
     EXPECT_EQ(u1->CurrentDatabase(), QStringLiteral("Sales"));
     EXPECT_EQ(u1->UserName(), QStringLiteral("u1"));
-    EXPECT_FALSE(server.Connect(QStringLiteral("U1"), QStringLiteral("P"), {})); // passwords are case-sensitive
+    EXPECT_FALSE(
+        server.Connect(QStringLiteral("U1"), QStringLiteral("P"), {})); // passwords are case-sensitive
 
     // Dropping a database removes its file, and only when no one of this session uses it.
     const auto inUse = Errors(sa->Execute(QStringLiteral("DROP DATABASE Sales")));
@@ -112,8 +115,8 @@ TEST_F(ServerFolder, TrustedConnectionIsTheFolderOwnerAsAdministrator) {
     ASSERT_TRUE(session);
     EXPECT_EQ(session->LoginName(), GetWindowsUserName());
     EXPECT_EQ(session->UserName(), QStringLiteral("dbo"));
-    const SqlRowSet* rows =
-        FirstRows(session->Execute(QStringLiteral("SELECT sysadmin, isntname FROM master.dbo.syslogins WHERE name = SUSER_SNAME()")));
+    const SqlRowSet* rows = FirstRows(session->Execute(
+        QStringLiteral("SELECT sysadmin, isntname FROM master.dbo.syslogins WHERE name = SUSER_SNAME()")));
     ASSERT_TRUE(rows);
     ASSERT_EQ(rows->rows.size(), 1);
     EXPECT_EQ(rows->rows[0][0].toLongLong(), 1);
@@ -134,13 +137,15 @@ TEST_F(ServerFolder, TwoSessionsShareOneFolder) {
         ASSERT_TRUE(Errors(a->Execute(QStringLiteral("INSERT INTO T VALUES (1)"))).isEmpty());
         ASSERT_TRUE(Errors(b->Execute(QStringLiteral("INSERT INTO T VALUES (2)"))).isEmpty());
     }
-    const SqlRowSet* rows = FirstRows(b->Execute(QStringLiteral("SELECT n, COUNT(*) FROM T GROUP BY n ORDER BY n")));
+    const SqlRowSet* rows =
+        FirstRows(b->Execute(QStringLiteral("SELECT n, COUNT(*) FROM T GROUP BY n ORDER BY n")));
     ASSERT_TRUE(rows);
     ASSERT_EQ(rows->rows.size(), 2);
     EXPECT_EQ(rows->rows[0][1].toLongLong(), 20);
     EXPECT_EQ(rows->rows[1][1].toLongLong(), 20);
     // A procedure made by one session runs in the other.
-    ASSERT_TRUE(Errors(b->Execute(QStringLiteral("CREATE PROCEDURE P AS SELECT COUNT(*) AS c FROM T"))).isEmpty());
+    ASSERT_TRUE(
+        Errors(b->Execute(QStringLiteral("CREATE PROCEDURE P AS SELECT COUNT(*) AS c FROM T"))).isEmpty());
     rows = FirstRows(a->Execute(QStringLiteral("EXEC P")));
     ASSERT_TRUE(rows);
     EXPECT_EQ(rows->rows[0][0].toLongLong(), 40);
@@ -158,7 +163,8 @@ TEST_F(ServerFolder, ParseReportsEverySyntaxErrorAndRunsNothing) {
     EXPECT_EQ(errors[1].number, 156);
     EXPECT_EQ(errors[1].line, 4);
     EXPECT_TRUE(sa->Parse(QStringLiteral("CREATE TABLE Never (a int)")).isEmpty());
-    const SqlRowSet* rows = FirstRows(sa->Execute(QStringLiteral("SELECT COUNT(*) FROM sysobjects WHERE name = 'Never'")));
+    const SqlRowSet* rows =
+        FirstRows(sa->Execute(QStringLiteral("SELECT COUNT(*) FROM sysobjects WHERE name = 'Never'")));
     ASSERT_TRUE(rows);
     EXPECT_EQ(rows->rows[0][0].toLongLong(), 0);
 
@@ -179,7 +185,8 @@ TEST_F(ServerFolder, ResultColumnsCarryServerTypes) {
                            "CREATE TABLE Typed (i int, s nvarchar(30), d datetime, m money, b bit)\n"
                            "INSERT INTO Typed VALUES (1, N'x', '2024-01-02 03:04:05', 2.5, 1)")))
                     .isEmpty());
-    const SqlRowSet* rows = FirstRows(sa->Execute(QStringLiteral("SELECT i, s, d, m, b, GETDATE() AS now FROM Typed")));
+    const SqlRowSet* rows =
+        FirstRows(sa->Execute(QStringLiteral("SELECT i, s, d, m, b, GETDATE() AS now FROM Typed")));
     ASSERT_TRUE(rows);
     ASSERT_EQ(rows->columns.size(), 6);
     EXPECT_EQ(rows->columns[0].typeId, 56);
@@ -203,8 +210,8 @@ TEST_F(ServerFolder, SessionsKeepTheirOwnOptionsAndVariablesEndWithTheBatch) {
     auto a = Sa(server);
     auto b = Sa(server);
     a->Execute(QStringLiteral("SET NOCOUNT ON"));
-    EXPECT_EQ(a->Execute(QStringLiteral("SELECT 1")).size(), 1);     // the rows only
-    EXPECT_EQ(b->Execute(QStringLiteral("SELECT 1")).size(), 2);     // rows and count
+    EXPECT_EQ(a->Execute(QStringLiteral("SELECT 1")).size(), 1); // the rows only
+    EXPECT_EQ(b->Execute(QStringLiteral("SELECT 1")).size(), 2); // rows and count
     a->Execute(QStringLiteral("DECLARE @x int"));
     const auto errors = Errors(a->Execute(QStringLiteral("SELECT @x")));
     ASSERT_EQ(errors.size(), 1);
