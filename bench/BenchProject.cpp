@@ -1,0 +1,167 @@
+#include "BenchProject.h"
+
+#include "EmbeddedServer.h"
+#include "GeneralHelpers.h"
+#include "TARMOSQL.h"
+#include "TARMOVSS.h"
+#include "VersionStore.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QHash>
+#include <QTextStream>
+
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+const QString kReady = QStringLiteral("ready");
+
+void say(const QString& text) {
+    std::fprintf(stderr, "%s\n", qPrintable(text));
+}
+
+struct Kind {
+    QString ext;
+    QString listQuery;
+};
+
+} // namespace
+
+BenchProject::BenchProject(const QString& cacheFolder, double scale)
+    : mFolder(QDir(cacheFolder).absoluteFilePath(QStringLiteral("scale-") + QString::number(scale)))
+    , mScale(scale) {}
+
+QString BenchProject::Server() const {
+    return QStringLiteral("embedded:") + mFolder + QStringLiteral("/srv");
+}
+
+QString BenchProject::IniFile() const {
+    return mFolder + QStringLiteral("/store/srcsafe.ini");
+}
+
+QString BenchProject::WorkingFolder() const {
+    return mFolder + QStringLiteral("/work");
+}
+
+int BenchProject::scaled(int count) const {
+    return std::max(1, static_cast<int>(std::lround(count * mScale)));
+}
+
+void BenchProject::Ensure() {
+    if (QFileInfo::exists(mFolder + QLatin1Char('/') + kReady))
+        return;
+    QDir(mFolder).removeRecursively();
+    QDir().mkpath(WorkingFolder());
+    build();
+    CreateTextFile(mFolder + QLatin1Char('/') + kReady, QStringLiteral("1"));
+}
+
+void BenchProject::build() {
+    QElapsedTimer timer;
+    timer.start();
+    say(QStringLiteral("Building the benchmark project in %1 ...").arg(mFolder));
+
+    EmbeddedServer::Create(mFolder + QStringLiteral("/srv"), SaPassword());
+    TARMOSQL sql;
+    if (!sql.OpenConnection(Server(), QStringLiteral("master"), QStringLiteral("sa"), SaPassword(), 0, true)
+             .isEmpty())
+        throw TARMOError(1, QStringLiteral("tarmo-bench"), QStringLiteral("The new server can't be opened."));
+    sql.ExecuteSQL(QStringLiteral("CREATE DATABASE Bench"));
+    sql.OpenConnection(Server(), Database(), QStringLiteral("sa"), SaPassword(), 0, true);
+
+    const int tables = scaled(500);
+    const int procedures = scaled(5000);
+    const int views = scaled(1000);
+    const int functions = scaled(1000);
+    const int triggers = scaled(2000);
+
+    // The texts, by the name that the catalogue will give an id.
+    QHash<QString, QString> texts;
+    auto create = [&](const QString& name, const QString& text) {
+        sql.ExecuteSQL(text);
+        texts.insert(name, text);
+    };
+    for (int t = 1; t <= tables; ++t)
+        sql.ExecuteSQL(
+            QStringLiteral("CREATE TABLE dbo.Table%1 (id int NOT NULL, amount decimal(10, 2) NULL, "
+                           "note varchar(40) NULL)")
+                .arg(t));
+    for (int i = 1; i <= procedures; ++i)
+        create(QStringLiteral("spProcedure%1").arg(i),
+               QStringLiteral("CREATE PROCEDURE dbo.spProcedure%1 @id int, @note varchar(40) = NULL\r\nAS\r\n"
+                              "SELECT id, amount, note FROM dbo.Table%2 WHERE id = @id\r\n")
+                   .arg(i)
+                   .arg(1 + i % tables));
+    for (int i = 1; i <= views; ++i)
+        create(QStringLiteral("vwView%1").arg(i),
+               QStringLiteral("CREATE VIEW dbo.vwView%1\r\nAS\r\nSELECT id, amount FROM dbo.Table%2\r\n")
+                   .arg(i)
+                   .arg(1 + i % tables));
+    for (int i = 1; i <= functions; ++i)
+        create(QStringLiteral("fnFunction%1").arg(i),
+               QStringLiteral("CREATE FUNCTION dbo.fnFunction%1 (@x int)\r\nRETURNS int\r\nAS\r\nBEGIN\r\n"
+                              "    RETURN @x * %1\r\nEND\r\n")
+                   .arg(i));
+    for (int i = 1; i <= triggers; ++i)
+        create(QStringLiteral("trTrigger%1").arg(i),
+               QStringLiteral("CREATE TRIGGER dbo.trTrigger%1 ON dbo.Table%2 FOR INSERT, UPDATE\r\nAS\r\n"
+                              "SELECT 1\r\n")
+                   .arg(i)
+                   .arg(1 + i % tables));
+    say(QStringLiteral("  %1 objects in the database (%2 s)")
+            .arg(texts.size())
+            .arg(timer.elapsed() / 1000.0));
+
+    const QString ini =
+        VersionStore::Create(mFolder + QStringLiteral("/store"), QStringLiteral("bench-admin"));
+    {
+        VersionStore admin;
+        admin.Open(ini, QStringLiteral("Admin"), QStringLiteral("bench-admin"));
+        admin.AddUser(UserName(), UserPassword());
+        admin.AddUser(QStringLiteral("Other"), QStringLiteral("other"));
+        admin.Item(QStringLiteral("$/")).NewSubproject(QStringLiteral("Bench"), QString());
+    }
+    VersionStore store;
+    store.Open(ini, UserName(), UserPassword());
+    VersionStore other;
+    other.Open(ini, QStringLiteral("Other"), QStringLiteral("other"));
+    StoreItem project = store.Item(QStringLiteral("$/Bench"));
+    const QString staging = mFolder + QStringLiteral("/staging");
+    QDir().mkpath(staging);
+    auto add = [&](const QString& name, const QString& text) {
+        const QString local = staging + QLatin1Char('/') + name;
+        CreateTextFile(local, text);
+        project.Add(local, QString());
+        QFile::setPermissions(local, QFile::ReadOwner | QFile::WriteOwner);
+        QFile::remove(local);
+    };
+
+    const QList<Kind> kinds{{QStringLiteral(".sp"), QStringLiteral("OBJECTPROPERTY(id, N'IsProcedure') = 1")},
+                            {QStringLiteral(".vw"), QStringLiteral("OBJECTPROPERTY(id, N'IsView') = 1")},
+                            {QStringLiteral(".udf"), QStringLiteral("xtype in (N'FN', N'IF', N'TF')")},
+                            {QStringLiteral(".trg"), QStringLiteral("OBJECTPROPERTY(id, N'IsTrigger') = 1")}};
+    int n = 0;
+    for (const Kind& kind : kinds) {
+        std::unique_ptr<DbRecordset> rs =
+            sql.OpenRecordset(QStringLiteral("SELECT id, name FROM sysobjects WHERE ") + kind.listQuery +
+                              QStringLiteral(" ORDER BY id"));
+        for (; rs && !rs->Eof(); rs->MoveNext()) {
+            ++n;
+            const QString file = rs->Text(QStringLiteral("id")) + kind.ext;
+            add(file, texts.value(rs->Text(QStringLiteral("name"))));
+            if (n % 2 == 0)
+                add(file + QStringLiteral(".desc"),
+                    QStringLiteral("What %1 is for.").arg(rs->Text(QStringLiteral("name"))));
+            if (n % 40 == 0)
+                other.Item(QStringLiteral("$/Bench/") + file)
+                    .Checkout(QString(), mFolder + QStringLiteral("/other-") + file);
+            else if (n % 200 == 1)
+                store.Item(QStringLiteral("$/Bench/") + file)
+                    .Checkout(QString(), WorkingFolder() + QLatin1Char('/') + file);
+        }
+    }
+    QDir(staging).removeRecursively();
+    say(QStringLiteral("  %1 objects versioned (%2 s)").arg(n).arg(timer.elapsed() / 1000.0));
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QString>
+
+// A large project for the benchmark: an embedded server with the database Bench and a store with the
+// project $/Bench, built once in a cache folder and reused while its scale matches. At scale 1 it
+// holds 5,000 procedures, 1,000 views, 1,000 functions and 2,000 triggers on 500 tables, every
+// object versioned, half with a description, one in 40 checked out by another user and one in 200
+// by the benchmark's own.
+class BenchProject {
+public:
+    BenchProject(const QString& cacheFolder, double scale);
+
+    // Builds the project unless the cache holds it already; progress goes to stderr.
+    void Ensure();
+
+    QString Server() const;
+    QString Database() const { return QStringLiteral("Bench"); }
+    QString IniFile() const;
+    QString WorkingFolder() const;
+    QString Project() const { return QStringLiteral("$\\Bench\\"); }
+
+    static QString SaPassword() { return QStringLiteral("bench-sa"); }
+    static QString UserName() { return QStringLiteral("Bench"); }
+    static QString UserPassword() { return QStringLiteral("bench"); }
+
+private:
+    int scaled(int count) const;
+    void build();
+
+    QString mFolder;
+    double mScale;
+};
