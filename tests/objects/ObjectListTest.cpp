@@ -286,3 +286,50 @@ TEST_F(ObjectsTest, NewObjectsJoinByNameAndChangedKeysAreRefiled) {
     list.RemoveItem(id);
     EXPECT_EQ(list.Count(), 2);
 }
+
+TEST_F(ObjectsTest, ListOverAnotherDatabaseReadsTheCatalogueAlone) {
+    Exec(procText(QStringLiteral("dbo.Solo")));
+    AddFile(IdOf(QStringLiteral("Solo")) + QStringLiteral(".sp"), procText(QStringLiteral("dbo.Solo")));
+    TARMOStoredProcedures list;
+    list.SetActiveDBConnection(&sql);
+    list.SetCheckSQLOnly(true);
+    long total = -1;
+    list.RetrieveStatusChange = [&](long, long all, bool&) { total = all; };
+    StoreTraffic::Reset();
+    Refresh(list);
+    EXPECT_EQ(StoreTraffic::StoreCallCount(), 0);
+    EXPECT_EQ(total, 2) << "a row counts twice and there are no files";
+    ASSERT_EQ(list.Count(), 1);
+    EXPECT_TRUE(list.Item(IdOf(QStringLiteral("Solo")))->InSQL());
+    EXPECT_FALSE(list.Item(IdOf(QStringLiteral("Solo")))->InVSS());
+
+    // Without a store connection a normal list refuses rather than guessing.
+    list.SetCheckSQLOnly(false);
+    bool cancelled = false;
+    EXPECT_THROW(list.RefreshList(cancelled), TARMOError);
+}
+
+TEST_F(ObjectsTest, ListsEnterTheirIconKeysOnceInTheirOrder) {
+    TARMOTriggers triggers;
+    TARMOViews views;
+    Bind(triggers);
+    Bind(views);
+    views.LoadIcons();
+    QStringList names;
+    for (const TARMOIcon& icon : icons)
+        names << icon.Name();
+    EXPECT_EQ(names, (QStringList{QStringLiteral("TRIGGERS"), QStringLiteral("TRIGGER:NEW"),
+                                  QStringLiteral("TRIGGER"), QStringLiteral("TRIGGER:VSSBROKEN"),
+                                  QStringLiteral("TRIGGER:SQLBROKEN"), QStringLiteral("TRIGGER:CHECKEDIN"),
+                                  QStringLiteral("TRIGGER:CHECKEDINOUT"),
+                                  QStringLiteral("TRIGGER:CHECKEDOUT"), QStringLiteral("TRIGGER:INSERT"),
+                                  QStringLiteral("TRIGGER:UPDATE"), QStringLiteral("TRIGGER:DELETE"),
+                                  QStringLiteral("VIEWS"), QStringLiteral("VIEW:NEW"), QStringLiteral("VIEW"),
+                                  QStringLiteral("VIEW:VSSBROKEN"), QStringLiteral("VIEW:SQLBROKEN"),
+                                  QStringLiteral("VIEW:CHECKEDIN"), QStringLiteral("VIEW:CHECKEDINOUT"),
+                                  QStringLiteral("VIEW:CHECKEDOUT")}));
+    EXPECT_EQ(icons.Item(QStringLiteral("view:checkedin")).Name(), QStringLiteral("VIEW:CHECKEDIN"));
+    EXPECT_EQ(triggers.SubObjectType(), QStringLiteral("Trigger"));
+    EXPECT_FALSE(triggers.IsRootNode());
+    EXPECT_EQ(views.SubObjectDisplayName(), QStringLiteral("View"));
+}
