@@ -117,12 +117,16 @@ void frmVSSProjectBrowser::LoadChildren(QTreeWidgetItem* node, const QString& ta
     }
 }
 
+void frmVSSProjectBrowser::refuseNoSelection() {
+    MsgBox(QStringLiteral("No Project selected!"), Prompt::Buttons::OK, Prompt::Icon::Exclamation,
+           QStringLiteral("Invalid Data"));
+    mtvwVSSProjects->setFocus();
+}
+
 void frmVSSProjectBrowser::cmdNewProject_Click() {
     QTreeWidgetItem* selected = mtvwVSSProjects->currentItem();
     if (!selected) {
-        MsgBox(QStringLiteral("No Project selected!"), Prompt::Buttons::OK, Prompt::Icon::Exclamation,
-               QStringLiteral("Invalid Data"));
-        mtvwVSSProjects->setFocus();
+        refuseNoSelection();
         return;
     }
     const QString name = frmVSSNewProject::NewVSSProjectName(this);
@@ -141,9 +145,7 @@ void frmVSSProjectBrowser::cmdNewProject_Click() {
 void frmVSSProjectBrowser::cmdOK_Click() {
     QTreeWidgetItem* selected = mtvwVSSProjects->currentItem();
     if (!selected) {
-        MsgBox(QStringLiteral("No Project selected!"), Prompt::Buttons::OK, Prompt::Icon::Exclamation,
-               QStringLiteral("Invalid Data"));
-        mtvwVSSProjects->setFocus();
+        refuseNoSelection();
         return;
     }
     mbCancelled = false;

@@ -29,6 +29,7 @@ private:
     void LoadChildren(QTreeWidgetItem* node, const QString& target);
     void cmdNewProject_Click();
     void cmdOK_Click();
+    void refuseNoSelection();
 
     bool mbCancelled = true;
     TARMOVSS* mConnection = nullptr;

@@ -1,15 +1,9 @@
 #include "QtPrompts.h"
 
 #include <QApplication>
-#include <QDialog>
-#include <QDialogButtonBox>
 #include <QFileDialog>
-#include <QFormLayout>
 #include <QGuiApplication>
-#include <QLineEdit>
 #include <QMessageBox>
-#include <QPushButton>
-#include <QVBoxLayout>
 
 namespace {
 
@@ -71,38 +65,6 @@ QMessageBox::Icon iconOf(Prompt::Icon icon) {
     return QMessageBox::NoIcon;
 }
 
-// "Connect to Database ...": the place (server and database, or the store's ini file) for reading,
-// user name and password to type.
-bool runLogin(const QList<QPair<QString, QString>>& place, QString& userName, QString& password) {
-    QDialog dialog(owner());
-    dialog.setWindowTitle(QStringLiteral("Connect to Database ..."));
-    auto* form = new QFormLayout;
-    for (const auto& [label, value] : place) {
-        auto* shown = new QLineEdit(value);
-        shown->setReadOnly(true);
-        form->addRow(label, shown);
-    }
-    auto* txtUserName = new QLineEdit(userName);
-    txtUserName->setObjectName(QStringLiteral("txtUserName"));
-    auto* txtPwd = new QLineEdit(password);
-    txtPwd->setObjectName(QStringLiteral("txtPwd"));
-    txtPwd->setEchoMode(QLineEdit::Password);
-    form->addRow(QStringLiteral("&User Name:"), txtUserName);
-    form->addRow(QStringLiteral("&Password:"), txtPwd);
-    auto* box = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-    QObject::connect(box, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
-    QObject::connect(box, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-    auto* layout = new QVBoxLayout(&dialog);
-    layout->addLayout(form);
-    layout->addWidget(box);
-    (userName.isEmpty() ? txtUserName : txtPwd)->setFocus();
-    if (dialog.exec() != QDialog::Accepted)
-        return false;
-    userName = txtUserName->text();
-    password = txtPwd->text();
-    return true;
-}
-
 } // namespace
 
 Prompt::Answer QtPrompts::MessageBox(const QString& text, Prompt::Buttons buttons, Prompt::Icon icon,
@@ -126,16 +88,6 @@ QString QtPrompts::SaveFileName(const QString& title, const QString& filter, con
 
 QString QtPrompts::FolderName(const QString& title, const QString& initialPath) {
     return QFileDialog::getExistingDirectory(owner(), title, initialPath);
-}
-
-bool QtPrompts::SQLLogin(const QString& server, const QString& database, QString& userName,
-                         QString& password) {
-    return runLogin({{QStringLiteral("Server:"), server}, {QStringLiteral("Database:"), database}}, userName,
-                    password);
-}
-
-bool QtPrompts::VSSLogin(const QString& iniFile, QString& userName, QString& password) {
-    return runLogin({{QStringLiteral("Database:"), iniFile}}, userName, password);
 }
 
 void QtPrompts::SetBusy(bool busy) {

@@ -2,8 +2,8 @@
 
 #include "UserPrompts.h"
 
-// The GUI's implementation: Qt message boxes and file dialogs, and the login dialog
-// "Connect to Database ..." for both kinds of connection. Dialogs are modal over the active window.
+// The GUI's message boxes, file dialogs and hourglass, modal over the active window. The program
+// adds its own login windows in a class of its own.
 class QtPrompts : public UserPrompts {
 public:
     Prompt::Answer MessageBox(const QString& text, Prompt::Buttons buttons, Prompt::Icon icon,

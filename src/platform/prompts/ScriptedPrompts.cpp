@@ -21,16 +21,7 @@ Prompt::Answer ScriptedPrompts::MessageBox(const QString& text, Prompt::Buttons 
     mRecords.append({Kind::Message, title, text, icon, buttons});
     if (mAnswers.empty()) {
         ++mUnanswered;
-        switch (buttons) {
-        case Prompt::Buttons::OK:
-            return Prompt::Answer::OK;
-        case Prompt::Buttons::YesNo:
-            return Prompt::Answer::No;
-        case Prompt::Buttons::AbortRetryIgnore:
-            return Prompt::Answer::Abort;
-        default:
-            return Prompt::Answer::Cancel;
-        }
+        return Prompt::SafestAnswer(buttons);
     }
     auto answer = mAnswers.front();
     mAnswers.pop_front();

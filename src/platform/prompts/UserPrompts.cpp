@@ -1,8 +1,6 @@
 #include "UserPrompts.h"
 
-namespace {
-
-Prompt::Answer safestAnswer(Prompt::Buttons buttons) {
+Prompt::Answer Prompt::SafestAnswer(Prompt::Buttons buttons) {
     switch (buttons) {
     case Prompt::Buttons::OK:
         return Prompt::Answer::OK;
@@ -15,11 +13,13 @@ Prompt::Answer safestAnswer(Prompt::Buttons buttons) {
     }
 }
 
+namespace {
+
 class SilentPrompts : public UserPrompts {
 public:
     Prompt::Answer MessageBox(const QString&, Prompt::Buttons buttons, Prompt::Icon, const QString&,
                               int) override {
-        return safestAnswer(buttons);
+        return Prompt::SafestAnswer(buttons);
     }
     QString OpenFileName(const QString&, const QString&, const QString&) override { return {}; }
     QString SaveFileName(const QString&, const QString&, const QString&) override { return {}; }

@@ -12,6 +12,8 @@ enum class Buttons { OK, OKCancel, YesNo, YesNoCancel, RetryCancel, AbortRetryIg
 enum class Icon { None, Critical, Question, Exclamation, Information };
 // The classic answer codes: the numbers are what callers compare with.
 enum class Answer { OK = 1, Cancel = 2, Abort = 3, Retry = 4, Ignore = 5, Yes = 6, No = 7 };
+// The answer of a box that nobody answered: Cancel where there is one, else No, else the first button.
+Answer SafestAnswer(Buttons buttons);
 } // namespace Prompt
 
 class UserPrompts {
