@@ -213,6 +213,14 @@ TEST_F(OdbcThroughListener, ValuesOfEveryTypeSurviveTheWire) {
         both(QStringLiteral("SELECT *, REPLICATE(N'long ', 2000) AS big FROM Typed ORDER BY bi DESC"), true);
     EXPECT_EQ(odbc, embedded);
 
+    // The engine keeps values its columns' types can't hold; they go out in a wider type.
+    sa->Execute(QStringLiteral("CREATE TABLE Loose (t tinyint, d decimal(4,2))"));
+    sa->Execute(QStringLiteral("INSERT INTO Loose VALUES (300, 123456.789)"));
+    sa->Execute(QStringLiteral("INSERT INTO Loose VALUES (-1, -0.5)"));
+    const auto [looseEmbedded, looseOdbc] =
+        both(QStringLiteral("SELECT t, d, NULL AS nothing, '' AS empty, N'' AS nempty FROM Loose"), true);
+    EXPECT_EQ(looseOdbc, looseEmbedded);
+
     // The column types a window can tell apart arrive as the server's type ids; FreeTDS reports
     // decimal as numeric and money as decimal, which are all numbers to the windows.
     const SqlBatchResults results = connect(TcpName())->ExecuteBatch(QStringLiteral("SELECT * FROM Typed"));
