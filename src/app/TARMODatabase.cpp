@@ -346,6 +346,20 @@ void TARMODatabase::SetDocGenTempalte(const QString& value) {
     writeSetting(QStringLiteral("DocGenTempalte"), value);
 }
 
+QString TARMODatabase::ODBCDriver() const {
+    return SettingText(QStringLiteral("ODBCDriver"));
+}
+void TARMODatabase::SetODBCDriver(const QString& value) {
+    writeSetting(QStringLiteral("ODBCDriver"), value);
+}
+
+QString TARMODatabase::ODBCOptions() const {
+    return SettingText(QStringLiteral("ODBCOptions"));
+}
+void TARMODatabase::SetODBCOptions(const QString& value) {
+    writeSetting(QStringLiteral("ODBCOptions"), value);
+}
+
 QString TARMODatabase::GetDefaultText(const QString& objectTag) const {
     return ReadTextFile(UserFolder() + QLatin1Char('/') + objectTag + QStringLiteral(".default"));
 }

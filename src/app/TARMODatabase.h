@@ -130,6 +130,13 @@ public:
     QString DocGenTempalte() const;
     void SetDocGenTempalte(const QString& value);
 
+    // --- Real servers: the ODBC driver by its registered name ("" = the newest SQL Server driver that
+    // is installed, else FreeTDS), and extra connection-string options for it.
+    QString ODBCDriver() const;
+    void SetODBCDriver(const QString& value);
+    QString ODBCOptions() const;
+    void SetODBCOptions(const QString& value);
+
     // Default texts of new objects: <user folder>/<ObjectTag>.default.
     QString GetDefaultText(const QString& objectTag) const;
     void SetDefaultText(const QString& objectTag, const QString& defaultText);

@@ -1,6 +1,7 @@
 #include "frmInitialize.h"
 
 #include "Globals.h"
+#include "OdbcConnection.h"
 #include "TARMODatabase.h"
 #include "TARMOSQL.h"
 #include "TARMOVSS.h"
@@ -86,6 +87,11 @@ void frmInitialize::tmr_Timer() {
 
     SetStatus(QStringLiteral("Initializing %1 Database").arg(product));
     gDatabase = std::make_unique<TARMODatabase>();
+    // The settings choose the ODBC driver for real servers; the environment still can when they don't.
+    if (!gDatabase->ODBCDriver().isEmpty())
+        OdbcConnection::SetDriverName(gDatabase->ODBCDriver());
+    if (!gDatabase->ODBCOptions().isEmpty())
+        OdbcConnection::SetExtraOptions(gDatabase->ODBCOptions());
 
     SetStatus(QStringLiteral("Initializing %1 Projects").arg(product));
 
