@@ -62,9 +62,10 @@ TEST(SqlLexer, NumbersAndOperators) {
     for (const SqlToken& k : t)
         texts.append(k.text);
     EXPECT_EQ(texts, (QStringList{QStringLiteral("1.5e3"), QStringLiteral(".5"), QStringLiteral("0x1F"),
-                                  QStringLiteral("10"), QStringLiteral("<>"), QStringLiteral("2"), QStringLiteral("a"),
-                                  QStringLiteral(">="), QStringLiteral("b"), QStringLiteral("!<"), QStringLiteral("c"),
-                                  QStringLiteral("."), QStringLiteral("d")}));
+                                  QStringLiteral("10"), QStringLiteral("<>"), QStringLiteral("2"),
+                                  QStringLiteral("a"), QStringLiteral(">="), QStringLiteral("b"),
+                                  QStringLiteral("!<"), QStringLiteral("c"), QStringLiteral("."),
+                                  QStringLiteral("d")}));
 }
 
 TEST(SqlLexer, UnclosedTextsAreTheServersErrors) {
@@ -78,7 +79,8 @@ TEST(SqlLexer, UnclosedTextsAreTheServersErrors) {
 }
 
 TEST(SqlParser, StatementsNeedNoSeparator) {
-    const auto s = Statements(QStringLiteral("SELECT 1 SELECT 2; PRINT 'x' IF 1 = 1 SELECT 3 ELSE SELECT 4 DECLARE @a int"));
+    const auto s = Statements(
+        QStringLiteral("SELECT 1 SELECT 2; PRINT 'x' IF 1 = 1 SELECT 3 ELSE SELECT 4 DECLARE @a int"));
     ASSERT_EQ(s.size(), 5);
     EXPECT_EQ(s[0]->kind, SqlStatement::Kind::Select);
     EXPECT_EQ(s[1]->kind, SqlStatement::Kind::Select);
@@ -99,8 +101,9 @@ TEST(SqlParser, ProcedureNameWithoutExecOnlyFirst) {
 }
 
 TEST(SqlParser, ModulesTakeTheRestOfTheBatch) {
-    const auto s = Statements(QStringLiteral("-- c\nCREATE PROCEDURE dbo.P @a int = 5, @b varchar(10) OUTPUT\nAS\n"
-                                             "SELECT @a\nIF @a > 1 RETURN 1\nPRINT 'x'"));
+    const auto s =
+        Statements(QStringLiteral("-- c\nCREATE PROCEDURE dbo.P @a int = 5, @b varchar(10) OUTPUT\nAS\n"
+                                  "SELECT @a\nIF @a > 1 RETURN 1\nPRINT 'x'"));
     ASSERT_EQ(s.size(), 1);
     const SqlStatement& p = *s[0];
     EXPECT_EQ(p.kind, SqlStatement::Kind::CreateModule);
@@ -114,7 +117,8 @@ TEST(SqlParser, ModulesTakeTheRestOfTheBatch) {
     EXPECT_EQ(p.line, 2);
     EXPECT_EQ(p.keywordBegin, 5);
 
-    const auto trigger = Statements(QStringLiteral("CREATE TRIGGER [dbo].[t] ON [dbo].[tbl] AFTER UPDATE, DELETE AS PRINT 1"));
+    const auto trigger =
+        Statements(QStringLiteral("CREATE TRIGGER [dbo].[t] ON [dbo].[tbl] AFTER UPDATE, DELETE AS PRINT 1"));
     ASSERT_EQ(trigger.size(), 1);
     EXPECT_EQ(trigger[0]->triggerTable, (QStringList{QStringLiteral("dbo"), QStringLiteral("tbl")}));
     EXPECT_EQ(trigger[0]->triggerEvents, (QStringList{QStringLiteral("UPDATE"), QStringLiteral("DELETE")}));
@@ -134,7 +138,8 @@ TEST(SqlParser, SyntaxErrorsInsideABodyHaveTheirLine) {
 }
 
 TEST(SqlParser, ExpressionsBindAsTheServerDoes) {
-    const auto s = Statements(QStringLiteral("SELECT a FROM t WHERE NOT a = 1 AND b = 2 OR c LIKE 'x%' AND d NOT IN (1, 2)"));
+    const auto s = Statements(
+        QStringLiteral("SELECT a FROM t WHERE NOT a = 1 AND b = 2 OR c LIKE 'x%' AND d NOT IN (1, 2)"));
     ASSERT_EQ(s.size(), 1);
     const SqlExprP where = s[0]->select->cores[0].where;
     ASSERT_EQ(where->kind, SqlExpr::Kind::Binary);
@@ -151,7 +156,8 @@ TEST(SqlParser, ExpressionsBindAsTheServerDoes) {
 }
 
 TEST(SqlParser, SelectItemsAndAliases) {
-    const auto s = Statements(QStringLiteral("SELECT x = 1, 2 AS 'two', 3 three, [four] = 4, t.*, *, @v = 5 FROM t"));
+    const auto s =
+        Statements(QStringLiteral("SELECT x = 1, 2 AS 'two', 3 three, [four] = 4, t.*, *, @v = 5 FROM t"));
     // @v = 5 mixed with others parses; the executor refuses the mix.
     const auto& items = s[0]->select->cores[0].items;
     ASSERT_EQ(items.size(), 7);
