@@ -256,3 +256,22 @@ TEST_F(OdbcThroughListener, CatalogueLookupsOfTARMOSQLAgree) {
               "[dbo].[GetNames]|[GetNames]|dbo|CREATE PROCEDURE dbo.GetNames @n int AS\r\n"
               "SELECT name FROM sysobjects WHERE id < @n ORDER BY id\r\n|dbo||1");
 }
+
+TEST_F(OdbcThroughListener, ParsingReportsTheSameTextAndLine) {
+    GTEST_SKIP() << "the ODBC driver reads no line of a message (FreeTDS refuses SQL_IS_* buffer lengths)";
+    ScriptedPromptsScope prompts;
+    for (const QString& server : {EmbeddedName(), TcpName()}) {
+        SCOPED_TRACE(server.toStdString());
+        TARMOSQL sql;
+        ASSERT_EQ(
+            sql.OpenConnection(server, QStringLiteral("Sales"), QStringLiteral("sa"), kSaPassword, 0, true),
+            QString());
+        EXPECT_EQ(sql.ParseSQL(QStringLiteral("SELECT * FROM nowhere")), QString())
+            << "names aren't resolved";
+        EXPECT_EQ(TARMOSQL::FormatSQLError(sql.ParseSQL(QStringLiteral("PRINT 1\r\nSELECT 1 +"))),
+                  QStringLiteral("Line 2: Incorrect syntax near '+'."));
+        // Parsing leaves the connection running statements again.
+        EXPECT_EQ(sql.OpenRecordset(QStringLiteral("SELECT 7 AS n"))->Text(QStringLiteral("n")),
+                  QStringLiteral("7"));
+    }
+}
