@@ -156,7 +156,7 @@ TEST_F(OdbcThroughListener, RowSetsMessagesAndCountsArriveInTheServersOrder) {
         QStringLiteral("SET NOCOUNT ON\nSELECT COUNT(*) AS n FROM Orders\nSET NOCOUNT OFF\nPRINT 'end'"),
         QStringLiteral("DELETE FROM Scratch\nINSERT INTO Scratch VALUES (1)\nPRINT 'one row'\n"
                        "INSERT INTO Scratch SELECT k + 1 FROM Scratch\nUPDATE Scratch SET k = k * 10\n"
-                       "SELECT k FROM Scratch ORDER BY k"),
+                       "SELECT k FROM Scratch ORDER BY k\nDELETE FROM Scratch"),
         QStringLiteral("EXEC sp_helptext 'GetNames'\nEXEC GetNames 4"),
     };
     for (const QString& batch : batches) {
