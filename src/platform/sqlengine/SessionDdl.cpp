@@ -554,6 +554,17 @@ void SessionState::CreateModule(const SqlStatement& s) {
     atomic.Commit();
 }
 
+// SQLite makes its counter table with the first AUTOINCREMENT table only, so a database that never
+// had an IDENTITY column has none to clean.
+void SessionState::ForgetIdentity(int tableId) {
+    if (mDb->Scalar(
+               QStringLiteral("SELECT COUNT(*) FROM \"main\".sqlite_master WHERE name = 'sqlite_sequence'"))
+            .toInt() == 0)
+        return;
+    mDb->Exec(QStringLiteral("DELETE FROM \"main\".sqlite_sequence WHERE name = ?"),
+              {QStringLiteral("T%1").arg(tableId)});
+}
+
 void SessionState::DropObject(const CatalogueObject& o) {
     if (o.xtype == QLatin1String("U")) {
         for (const QVariantList& r :
@@ -566,8 +577,7 @@ void SessionState::DropObject(const CatalogueObject& o) {
             DropObject(child);
         }
         mDb->Exec(QStringLiteral("DROP TABLE IF EXISTS \"main\".\"T%1\"").arg(o.id));
-        mDb->Exec(QStringLiteral("DELETE FROM sqlite_sequence WHERE name = ?"),
-                  {QStringLiteral("T%1").arg(o.id)});
+        ForgetIdentity(o.id);
     }
     mDb->Exec(QStringLiteral("DELETE FROM sysobjects WHERE id = ?"), {o.id});
     mDb->Exec(QStringLiteral("DELETE FROM syscolumns WHERE id = ?"), {o.id});
@@ -682,8 +692,7 @@ void SessionState::CreateIndex(const SqlStatement& s) {
 void SessionState::Truncate(const SqlStatement& s) {
     const CatalogueObject table = TargetTable(s.target, s.line, "DELETE");
     mDb->Exec(QStringLiteral("DELETE FROM \"main\".\"T%1\"").arg(table.id));
-    mDb->Exec(QStringLiteral("DELETE FROM sqlite_sequence WHERE name = ?"),
-              {QStringLiteral("T%1").arg(table.id)});
+    ForgetIdentity(table.id);
 }
 
 void SessionState::Permission(const SqlStatement& s) {

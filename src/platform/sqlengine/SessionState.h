@@ -95,6 +95,7 @@ private:
     void CreateModule(const SqlStatement& s);
     void DropObjects(const SqlStatement& s);
     void DropObject(const CatalogueObject& o);
+    void ForgetIdentity(int tableId);
     void CreateIndex(const SqlStatement& s);
     void Truncate(const SqlStatement& s);
     void Permission(const SqlStatement& s);

@@ -197,10 +197,13 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
     ++mNesting;
     ++mModuleDepth;
     QVariant rc = 0;
+    // A SET inside a procedure lasts until the procedure ends, as on the server.
+    const bool callerNoCount = mNoCount;
     auto leave = [&]() {
         --mNesting;
         --mModuleDepth;
         mFrames.removeLast();
+        mNoCount = callerNoCount;
     };
     try {
         for (int i = 0; i < params.size(); ++i) {
@@ -208,13 +211,12 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
             if (!given[i]) {
                 if (params[i].defaultValue)
                     v = Evaluate(*params[i].defaultValue);
-                else if (!params[i].output || true)
-                    if (!params[i].defaultValue)
-                        throw ServerError::Make(
-                            201, 16,
-                            QStringLiteral("Procedure or function '%1' expects parameter '%2', "
-                                           "which was not supplied.")
-                                .arg(proc.name, params[i].name));
+                else
+                    throw ServerError::Make(
+                        201, 16,
+                        QStringLiteral("Procedure or function '%1' expects parameter '%2', "
+                                       "which was not supplied.")
+                            .arg(proc.name, params[i].name));
             }
             Declare(params[i], v, s.line);
         }

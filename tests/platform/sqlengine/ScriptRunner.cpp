@@ -10,6 +10,10 @@
 //   results                  every result of the batch in order, one line each:
 //                              rowset <rows>     count <n>     print <text>
 //                              msg <number> <severity> <line>: <text>   (errors and other messages)
+//   parse                    as results, but the batch is only parsed (what parse-only gives)
+//   bind <name>              runs the batch and keeps the first value of its last row set; later
+//                            batches and expected lines have ${name} replaced by it, so that a
+//                            case can send an object's id the way the product does
 //   connect <login> <password> [<database>]
 //                            log in anew (no batch); "connect fails" lines follow as expected
 //                            messages in the form of results
@@ -23,6 +27,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <QHash>
 #include <QRegularExpression>
 #include <QTextStream>
 
@@ -94,6 +99,12 @@ QStringList RunSqlScript(const QString& path) {
     if (!session)
         return {QStringLiteral("%1: sa can't log in").arg(path)};
 
+    QHash<QString, QString> bound;
+    auto substitute = [&bound](QString text) {
+        for (auto it = bound.cbegin(); it != bound.cend(); ++it)
+            text.replace(QStringLiteral("${%1}").arg(it.key()), it.value());
+        return text;
+    };
     int i = 0;
     const int n = int(lines.size());
     auto fail = [&](int line, const QString& what) {
@@ -119,9 +130,9 @@ QStringList RunSqlScript(const QString& path) {
         if (i < n && lines[i] == QLatin1String("----")) {
             ++i;
             while (i < n && !lines[i].isEmpty())
-                expected.append(lines[i++]);
+                expected.append(substitute(lines[i++]));
         }
-        const QString batch = sql.join(crlf ? QStringLiteral("\r\n") : QStringLiteral("\n"));
+        const QString batch = substitute(sql.join(crlf ? QStringLiteral("\r\n") : QStringLiteral("\n")));
         if (words[0] == QLatin1String("connect")) {
             QList<SqlMessage> messages;
             auto next = server.Connect(words.value(1),
@@ -136,6 +147,14 @@ QStringList RunSqlScript(const QString& path) {
                          .arg(got.join(QStringLiteral("\n  ")), expected.join(QStringLiteral("\n  "))));
             if (next)
                 session = std::move(next);
+            continue;
+        }
+        if (words[0] == QLatin1String("parse")) {
+            const QStringList got = Describe(session->Parse(batch));
+            if (got != expected)
+                fail(headLine,
+                     QStringLiteral("parse gave\n  %1\nexpected\n  %2")
+                         .arg(got.join(QStringLiteral("\n  ")), expected.join(QStringLiteral("\n  "))));
             continue;
         }
         const SqlBatchResults results = session->Execute(batch);
@@ -200,6 +219,15 @@ QStringList RunSqlScript(const QString& path) {
                 fail(headLine,
                      QStringLiteral("rows\n  %1\nexpected\n  %2")
                          .arg(got.join(QStringLiteral("\n  ")), expected.join(QStringLiteral("\n  "))));
+        } else if (words[0] == QLatin1String("bind") && words.size() == 2) {
+            const SqlRowSet* last = nullptr;
+            for (const SqlResult& r : results)
+                if (r.kind == SqlResult::Kind::RowSet)
+                    last = &r.rowSet;
+            if (!errors.isEmpty() || !last || last->rows.isEmpty() || last->rows.first().isEmpty())
+                fail(headLine, QStringLiteral("nothing to bind: ") + errors.join(QStringLiteral("; ")));
+            else
+                bound.insert(words[1], last->rows.first().first().toString());
         } else if (words[0] == QLatin1String("results")) {
             const QStringList got = Describe(results);
             if (got != expected)
