@@ -123,7 +123,12 @@ TARMOObjectList::Object TARMOObjectList::exact(const QString& id) const {
 }
 
 void TARMOObjectList::RefreshList(bool& bCancel) {
+    refresh(bCancel, false);
+}
+
+void TARMOObjectList::refresh(bool& bCancel, bool withDescriptions) {
     bCancel = false;
+    mDescriptions.clear();
     if (!mSQL || !mSQL->ConnectionOpen())
         return;
     if (!mCheckSQLOnly && !mVSS)
@@ -140,10 +145,15 @@ void TARMOObjectList::RefreshList(bool& bCancel) {
     for (std::unique_ptr<DbRecordset> rs = query(*mSQL, mKind->DBQueryStart()); rs && !rs->Eof();
          rs->MoveNext())
         owners.insert(rs->Text(QStringLiteral("id")), rs->Text(QStringLiteral("UserName")));
+    // The files with their holders (what TARMOVSS::Items gives), and for the tree records the
+    // descriptions, in one visit of the store folder.
     TARMOVSSItems files(mVSS);
     if (!mCheckSQLOnly) {
-        StoreTraffic::StoreCall();
-        files = mVSS->Items(QStringLiteral("*") + mKind->VSSExt(), false, false);
+        VSSBulkReader::Listing listing = VSSBulkReader::ListFolder(
+            *mVSS, mKind->VSSExt(),
+            withDescriptions ? mKind->VSSExt() + TARMODescription::Extension : QString());
+        files = std::move(listing.Files);
+        mDescriptions = std::move(listing.Texts);
     }
 
     const int rowCount = rows ? rows->RecordCount() : 0;
@@ -300,23 +310,14 @@ std::unique_ptr<TARMODBTItems>
 TARMOObjectList::BuildItemInfo(bool bShowOwnerInName,
                                const std::function<bool(const TARMOObjectVSS&)>& wanted) {
     bool cancel = false;
-    RefreshList(cancel);
+    refresh(cancel, true);
     if (cancel)
         return nullptr;
+    const QHash<QString, QString> descriptions = std::move(mDescriptions);
+    mDescriptions.clear();
     const long total = mItems.Count();
     if (raise(AddingStatusChange, 0, total))
         return nullptr;
-
-    // The descriptions of the whole kind in one read; a store that can't be read gives none, as
-    // the silent reading of one description does.
-    QHash<QString, QString> descriptions;
-    if (mVSS && mVSS->ConnectionOpen() && !mCheckSQLOnly) {
-        try {
-            descriptions = VSSBulkReader::LatestTexts(*mVSS, mKind->VSSExt() + TARMODescription::Extension);
-        } catch (const std::exception&) {
-            descriptions.clear();
-        }
-    }
 
     auto items = std::make_unique<TARMODBTItems>();
     long current = 0;

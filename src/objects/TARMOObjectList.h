@@ -3,6 +3,7 @@
 #include "KeyedCollection.h"
 #include "TARMOObjectVSS.h"
 
+#include <QHash>
 #include <QString>
 
 #include <functional>
@@ -116,6 +117,8 @@ private:
     Object makeObject();
     Object exact(const QString& id) const;
     bool raise(const std::function<void(long, long, bool&)>& event, long current, long total);
+    // The refresh; withDescriptions reads the descriptions in the same visit of the store folder.
+    void refresh(bool& bCancel, bool withDescriptions);
     void refreshFromCatalogue(long& current, long total, bool& bCancel);
     void refreshFromStore(TARMOVSSItems& files, long& current, long total, bool& bCancel);
     void dropObjectsInNeitherStore();
@@ -138,4 +141,5 @@ private:
     TARMOVSS* mVSS = nullptr;
     TARMOIcons* mIcons = nullptr;
     bool mCheckSQLOnly = false;
+    QHash<QString, QString> mDescriptions; // of the last refresh that read them, by item name in lower case
 };

@@ -56,25 +56,31 @@ QString latestText(const TARMOVSS& vss, const StoreItem& item, const QString& na
     return QString();
 }
 
+// Who holds a file, in the words of TARMOVSS: the connection's own user name for its own check-out.
+QString holderOf(const TARMOVSS& vss, const StoreItem& item) {
+    switch (item.IsCheckedOut()) {
+    case StoreItem::CheckedOutMe:
+        return vss.UserName();
+    case StoreItem::CheckedOut:
+        return item.Holders().join(QStringLiteral(", "));
+    default:
+        return QString();
+    }
+}
+
 QHash<QString, QString> readTexts(const TARMOVSS& vss, const std::function<bool(const QString&)>& wanted) {
     StoreTraffic::StoreCall();
     VersionStore& store = sessionFor(vss);
     QHash<QString, QString> texts;
     for (const StoreItem& item : store.Item(store.CurrentProject()).Items(false)) {
-        if (item.Type() != StoreItem::File)
-            continue;
         const QString name = item.Name();
-        if (wanted(name))
+        if (wanted(name) && item.Type() == StoreItem::File)
             texts.insert(name.toLower(), latestText(vss, item, name));
     }
     return texts;
 }
 
 } // namespace
-
-QHash<QString, QString> VSSBulkReader::LatestTexts(const TARMOVSS& vss, const QString& ending) {
-    return readTexts(vss, [&](const QString& name) { return name.endsWith(ending, Qt::CaseSensitive); });
-}
 
 QHash<QString, QString> VSSBulkReader::LatestTexts(const TARMOVSS& vss, const QStringList& names) {
     if (names.isEmpty())
@@ -83,6 +89,26 @@ QHash<QString, QString> VSSBulkReader::LatestTexts(const TARMOVSS& vss, const QS
     for (const QString& name : names)
         folded.insert(name.toLower());
     return readTexts(vss, [&](const QString& name) { return folded.contains(name.toLower()); });
+}
+
+VSSBulkReader::Listing VSSBulkReader::ListFolder(TARMOVSS& vss, const QString& ending,
+                                                 const QString& textsEnding) {
+    StoreTraffic::StoreCall();
+    VersionStore& store = sessionFor(vss);
+    Listing listing{TARMOVSSItems(&vss), {}};
+    for (const StoreItem& item : store.Item(store.CurrentProject()).Items(false)) {
+        const QString name = item.Name();
+        if (name.endsWith(ending, Qt::CaseSensitive)) {
+            listing.Files.Add(name, holderOf(vss, item));
+        } else if (!textsEnding.isEmpty() && name.endsWith(textsEnding, Qt::CaseSensitive) &&
+                   item.Type() == StoreItem::File) {
+            try {
+                listing.Texts.insert(name.toLower(), latestText(vss, item, name));
+            } catch (const std::exception&) {
+            }
+        }
+    }
+    return listing;
 }
 
 void VSSBulkReader::Release() {

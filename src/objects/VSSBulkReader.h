@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TARMOVSSItems.h"
+
 #include <QHash>
 #include <QString>
 #include <QStringList>
@@ -12,12 +14,20 @@ class TARMOVSS;
 // the connection's login (kept for the next read of the same login) and only reads.
 class VSSBulkReader {
 public:
-    // The texts of the living files whose names end with `ending` (case-sensitively, as the filter
-    // of TARMOVSS::Items), keyed by the file name in lower case. A file that the connected user has
-    // checked out reads from its working file where one exists, as ItemContent with
-    // IfCheckedOutUseIt does. Raises TARMOError when the store can't be read.
-    static QHash<QString, QString> LatestTexts(const TARMOVSS& vss, const QString& ending);
-    // The same for the files named (any case); names that the project doesn't hold are left out.
+    struct Listing {
+        TARMOVSSItems Files;
+        QHash<QString, QString> Texts; // by file name in lower case
+    };
+
+    // The living files whose names end with `ending` with their holders, as TARMOVSS::Items gives
+    // them, and where textsEnding is given the latest texts of the files whose names end with that
+    // (a text that can't be read is left out, as a silent read gives none). One visit of the folder.
+    static Listing ListFolder(TARMOVSS& vss, const QString& ending, const QString& textsEnding = QString());
+
+    // The latest texts of the living files named (any case), keyed by the file name in lower case;
+    // names that the project doesn't hold are left out. A file that the connected user has checked
+    // out reads from its working file where one exists, as ItemContent with IfCheckedOutUseIt does.
+    // Raises TARMOError when the store can't be read.
     static QHash<QString, QString> LatestTexts(const TARMOVSS& vss, const QStringList& names);
 
     // Closes the kept session (a test that deletes its store calls this first).
