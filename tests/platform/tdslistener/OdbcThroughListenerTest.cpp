@@ -275,3 +275,16 @@ TEST_F(OdbcThroughListener, ParsingReportsTheSameTextAndLine) {
                   QStringLiteral("7"));
     }
 }
+
+// unixODBC ends a statement whose execution failed, so the results behind a failing first statement
+// are dropped (the query window's probe row set avoids that). FreeTDS then cancels them with an
+// attention, and the connection must be in step for the next batch.
+TEST_F(OdbcThroughListener, ResultsBehindAFailedFirstStatementAreCancelled) {
+    auto tcp = connect(TcpName());
+    const SqlBatchResults failed =
+        tcp->ExecuteBatch(QStringLiteral("RAISERROR('first', 16, 1)\nSELECT 1 AS one"));
+    ASSERT_FALSE(failed.isEmpty());
+    EXPECT_EQ(failed[0].message.number, 50000);
+    EXPECT_EQ(failed[0].message.text, QStringLiteral("first"));
+    EXPECT_EQ(render(tcp->ExecuteBatch(QStringLiteral("SELECT 2 AS two")), true), "rows(two)\n  i:2");
+}
