@@ -159,10 +159,10 @@ void SessionState::WriteColumns(int id, const QList<SqlParam>& params, int numbe
                       "INSERT INTO syscolumns (name, id, xtype, typestat, xusertype, length, xprec, xscale, "
                       "colid, xoffset, bitpos, reserved, colstat, cdefault, domain, number, colorder, "
                       "offset, collationid, status, type, usertype, prec, scale, iscomputed, isoutparam, "
-                      "isnullable) VALUES (?,?,?,0,?,?,?,?,?,0,0,0,0,0,0,?,0,0,0,?,?,?,?,?,0,?,1)"),
+                      "isnullable) VALUES (?,?,?,0,?,?,?,?,?,0,0,0,0,0,0,?,0,0,0,?,?,?,?,?,0,?,?)"),
                   {p.name, id, t ? t->xtype : 0, t ? t->xusertype : 0, length, precision, scale, thisColid,
                    number, p.output ? 0x40 : 0, t ? t->xtype : 0, t ? t->xusertype : 0, precision, scale,
-                   p.output || returnValue ? 1 : 0});
+                   p.output || returnValue ? 1 : 0, p.nullable ? 1 : 0});
     }
 }
 
@@ -476,6 +476,7 @@ void SessionState::CreateModule(const SqlStatement& s) {
                 const SystemType* type = Catalogue::FindTypeById(typeId);
                 p.type.name = type ? QString::fromLatin1(type->name) : QStringLiteral("nvarchar");
                 p.type.length = type && type->character ? (type->unicode ? length / 2 : length) : -1;
+                p.nullable = !st.OriginNotNull(i);
                 out.append(p);
             }
         } catch (const SqliteError& e) {
@@ -511,6 +512,7 @@ void SessionState::CreateModule(const SqlStatement& s) {
             SqlParam p;
             p.name = c.name;
             p.type = c.type;
+            p.nullable = c.nullable && !c.primaryKey && !c.identity;
             tableColumns.append(p);
         }
         columns = s.params + tableColumns;

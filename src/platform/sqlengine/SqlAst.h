@@ -121,6 +121,7 @@ struct SqlParam {
     SqlTypeSpec type;
     SqlExprP defaultValue;
     bool output = false;
+    bool nullable = true; // for the columns of a view or table function
 };
 
 struct SqlExecArg {

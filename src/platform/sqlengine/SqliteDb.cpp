@@ -122,6 +122,19 @@ QString SqliteStatement::DeclaredType(int c) const {
     return t ? QString::fromUtf8(t) : QString();
 }
 
+bool SqliteStatement::OriginNotNull(int c) const {
+    const char* database = sqlite3_column_database_name(mStmt, c);
+    const char* table = sqlite3_column_table_name(mStmt, c);
+    const char* column = sqlite3_column_origin_name(mStmt, c);
+    if (!database || !table || !column)
+        return false; // an expression, not a column of a table
+    int notNull = 0, primaryKey = 0, autoIncrement = 0;
+    if (sqlite3_table_column_metadata(mDb, database, table, column, nullptr, nullptr, &notNull, &primaryKey,
+                                      &autoIncrement) != SQLITE_OK)
+        return false;
+    return notNull || primaryKey;
+}
+
 SqliteDb::SqliteDb(const QString& path, bool create)
     : mPath(path) {
     const int flags = SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0) | SQLITE_OPEN_NOMUTEX;

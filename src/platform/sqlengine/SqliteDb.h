@@ -28,6 +28,8 @@ public:
     QVariant Value(int column) const;
     QString ColumnName(int column) const;
     QString DeclaredType(int column) const;
+    // The column comes straight from a table column that takes no NULL (NOT NULL or the key).
+    bool OriginNotNull(int column) const;
     sqlite3_stmt* Handle() const { return mStmt; }
 
 private:
