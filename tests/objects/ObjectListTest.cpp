@@ -69,6 +69,13 @@ TEST_F(ObjectsTest, MergeByIdSetsPresenceHoldersAndOwnersInNameOrder) {
     EXPECT_EQ(record.Children().Item(1).Tag, QStringLiteral("temp"));
     EXPECT_EQ(list.GetItemInfo(false)->Item(QStringLiteral("I") + zeta).Text,
               QStringLiteral("Zeta (Checked out by Carol)"));
+
+    // The list's own read of the folder agrees with the connection's list of files.
+    ASSERT_TRUE(vss.CheckOut(alpha + QStringLiteral(".sp"), true));
+    Refresh(list);
+    EXPECT_EQ(list.Item(alpha)->IconToUse(), QStringLiteral("STOREDPROCEDURE:CHECKEDOUT"));
+    for (const TARMOVSSItem& file : vss.Items(QStringLiteral("*.sp")))
+        EXPECT_EQ(list.Item(file.Name().chopped(3))->CheckedOutBy(), file.CheckedOutBy());
 }
 
 TEST_F(ObjectsTest, ItemFindsBareIdsAndTreeKeysButTheMergeNeverConfusesThem) {
