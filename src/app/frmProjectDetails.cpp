@@ -1,6 +1,7 @@
 #include "frmProjectDetails.h"
 
 #include "DbConnection.h"
+#include "EmbeddedServer.h"
 #include "GeneralHelpers.h"
 #include "Globals.h"
 #include "GuiHelpers.h"
@@ -10,6 +11,7 @@
 #include "TARMOSQL.h"
 #include "TARMOVSS.h"
 #include "UserPrompts.h"
+#include "VersionStore.h"
 #include "frmVSSProjectBrowser.h"
 
 #include <QCheckBox>
@@ -105,6 +107,9 @@ void frmProjectDetails::buildWindow() {
     txtVSSPassword->setEchoMode(QLineEdit::Password);
     txtVSSProject = named(new QLineEdit, "txtVSSProject");
     cmdVSSProject = named(new QPushButton(QStringLiteral("...")), "cmdVSSProject");
+    cmdNewServer = named(new QPushButton(QStringLiteral("New Embedded Server...")), "cmdNewServer");
+    cmdNewDatabase = named(new QPushButton(QStringLiteral("New Database...")), "cmdNewDatabase");
+    cmdNewStore = named(new QPushButton(QStringLiteral("New Version Store...")), "cmdNewStore");
     chkVSSStorePassword =
         named(new QCheckBox(QStringLiteral("&Store VSS Password in the Registry")), "chkVSSStorePassword");
     lblVSSErrorLabel = named(
@@ -166,8 +171,9 @@ void frmProjectDetails::buildWindow() {
     grids[1]->addWidget(txtSQLUsername, 2, 1);
     grids[1]->addWidget(lblSQLPassword, 3, 0);
     grids[1]->addWidget(txtSQLPassword, 3, 1);
+    grids[1]->addWidget(cmdNewServer, 4, 1, Qt::AlignLeft);
 
-    row(grids[2], 0, QStringLiteral("&Database:"), cboSQLDatabase);
+    row(grids[2], 0, QStringLiteral("&Database:"), cboSQLDatabase, cmdNewDatabase);
     grids[2]->addWidget(chkSQLStorePassword, 1, 1);
     grids[2]->addWidget(imgSqlServerError, 2, 0, Qt::AlignTop);
     grids[2]->addWidget(imgSqlServerInfo, 2, 0, Qt::AlignTop);
@@ -177,6 +183,7 @@ void frmProjectDetails::buildWindow() {
     row(grids[3], 0, QStringLiteral("&Ini File:"), txtVSSIniFile, cmdVSSIniFile);
     row(grids[3], 1, QStringLiteral("&User Name:"), txtVSSUserName);
     row(grids[3], 2, QStringLiteral("&Password:"), txtVSSPassword);
+    grids[3]->addWidget(cmdNewStore, 3, 1, Qt::AlignLeft);
 
     row(grids[4], 0, QStringLiteral("VSS &Project:"), txtVSSProject, cmdVSSProject);
     grids[4]->addWidget(chkVSSStorePassword, 1, 1);
@@ -188,7 +195,8 @@ void frmProjectDetails::buildWindow() {
     cmdNext = named(new QPushButton(QStringLiteral("&Next")), "cmdNext");
     cmdFinished = named(new QPushButton(QStringLiteral("&Finished")), "cmdFinished");
     cmdCancel = named(new QPushButton(QStringLiteral("Cancel")), "cmdCancel");
-    for (auto* b : {cmdBack, cmdNext, cmdFinished, cmdCancel})
+    for (auto* b : {cmdBack, cmdNext, cmdFinished, cmdCancel, cmdNewServer, cmdNewDatabase, cmdNewStore,
+                    cmdWFBrowse, cmdSQLServer, cmdVSSIniFile, cmdVSSProject})
         b->setAutoDefault(false);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
@@ -218,6 +226,9 @@ void frmProjectDetails::buildWindow() {
     connect(cmdVSSIniFile, &QPushButton::clicked, this, &frmProjectDetails::cmdVSSIniFile_Click);
     connect(cmdWFBrowse, &QPushButton::clicked, this, &frmProjectDetails::cmdWFBrowse_Click);
     connect(cmdVSSProject, &QPushButton::clicked, this, &frmProjectDetails::cmdVSSProject_Click);
+    connect(cmdNewServer, &QPushButton::clicked, this, &frmProjectDetails::cmdNewServer_Click);
+    connect(cmdNewDatabase, &QPushButton::clicked, this, &frmProjectDetails::cmdNewDatabase_Click);
+    connect(cmdNewStore, &QPushButton::clicked, this, &frmProjectDetails::cmdNewStore_Click);
     SelectAllTextOnFocus(this);
 }
 
@@ -629,4 +640,83 @@ void frmProjectDetails::cmdVSSProject_Click() {
     if (!folder.isEmpty())
         txtVSSProject->setText(folder);
     chkVSSStorePassword->setFocus();
+}
+
+void frmProjectDetails::cmdNewServer_Click() {
+    const QString folder = prompts().FolderName(
+        QStringLiteral("Select an empty folder for the new embedded server"), ApplicationFolder());
+    if (folder.isEmpty())
+        return;
+    const QString server = QStringLiteral("embedded:") + folder;
+    QString user = QStringLiteral("sa");
+    QString password;
+    if (!EmbeddedServer::IsServerFolder(folder)) {
+        if (!prompts().SQLLogin(server, QString(), user, password))
+            return;
+        try {
+            BusyCursor busy;
+            EmbeddedServer::Create(folder, password);
+        } catch (const TARMOError& e) {
+            MsgBox(e.Description(), Prompt::Buttons::OK, Prompt::Icon::Critical,
+                   QStringLiteral("Could not create the server"));
+            return;
+        }
+    }
+    chkUseWindowsAuth->setChecked(false);
+    txtSQLServer->setText(server);
+    cboSQLServer->setEditText(server);
+    txtSQLUsername->setText(user);
+    txtSQLPassword->setText(password);
+}
+
+void frmProjectDetails::cmdNewDatabase_Click() {
+    QString name = txtProjectName->text().trimmed();
+    if (!prompts().InputText(QStringLiteral("New Database"), QStringLiteral("Name of the new database:"),
+                             name) ||
+        name.trimmed().isEmpty())
+        return;
+    name = name.trimmed();
+    try {
+        BusyCursor busy;
+        auto connection = DbDriver::CreateConnection(txtSQLServer->text());
+        connection->Open({txtSQLServer->text(), QString(), txtSQLUsername->text(), txtSQLPassword->text(),
+                          chkUseWindowsAuth->isChecked()});
+        connection->Execute(QStringLiteral("CREATE DATABASE [%1]")
+                                .arg(QString(name).replace(QLatin1Char(']'), QStringLiteral("]]"))));
+        connection->Close();
+    } catch (const TARMOError& e) {
+        MsgBox(TARMOSQL::FormatSQLError(e.Description()), Prompt::Buttons::OK, Prompt::Icon::Critical,
+               QStringLiteral("Could not create the database"));
+        return;
+    }
+    cboSQLDatabase->addItem(name);
+    cboSQLDatabase->setEditText(name);
+}
+
+void frmProjectDetails::cmdNewStore_Click() {
+    const QString folder = prompts().FolderName(
+        QStringLiteral("Select an empty folder for the new version store"), ApplicationFolder());
+    if (folder.isEmpty())
+        return;
+    QString user = QStringLiteral("Admin");
+    QString password;
+    if (!prompts().VSSLogin(folder, user, password))
+        return;
+    QString ini;
+    try {
+        BusyCursor busy;
+        ini = VersionStore::Create(folder, password);
+        if (user.compare(QStringLiteral("Admin"), Qt::CaseInsensitive) != 0) {
+            VersionStore store;
+            store.Open(ini, QStringLiteral("Admin"), password);
+            store.AddUser(user, password);
+        }
+    } catch (const TARMOError& e) {
+        MsgBox(e.Description(), Prompt::Buttons::OK, Prompt::Icon::Critical,
+               QStringLiteral("Could not create the store"));
+        return;
+    }
+    txtVSSIniFile->setText(ini);
+    txtVSSUserName->setText(user);
+    txtVSSPassword->setText(password);
 }

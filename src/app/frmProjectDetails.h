@@ -45,6 +45,9 @@ public:
     QComboBox *cboSQLServer, *cboSQLDatabase;
     QCheckBox *chkUseWindowsAuth, *chkSQLStorePassword, *chkVSSStorePassword;
     QPushButton *cmdWFBrowse, *cmdSQLServer, *cmdVSSIniFile, *cmdVSSProject;
+    // Beyond the classic wizard: make a new embedded server, database or version store on the spot, so
+    // that a project can be set up without any server or store at hand.
+    QPushButton *cmdNewServer, *cmdNewDatabase, *cmdNewStore;
     QPushButton *cmdBack, *cmdNext, *cmdFinished, *cmdCancel;
     QLabel *lblSQLUserName, *lblSQLPassword, *lblSQLServerErrorLabel, *lblSQLServerError;
     QLabel *imgSqlServerError, *imgSqlServerInfo, *lblVSSErrorLabel, *lblVSSError, *imgVSSError;
@@ -70,6 +73,9 @@ private:
     void cmdVSSIniFile_Click();
     void cmdWFBrowse_Click();
     void cmdVSSProject_Click();
+    void cmdNewServer_Click();
+    void cmdNewDatabase_Click();
+    void cmdNewStore_Click();
 
     bool mbCancelled = true;
     bool mbEditMode = false;

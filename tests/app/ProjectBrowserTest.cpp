@@ -282,3 +282,56 @@ TEST_F(BrowserTest, PickingTheOpenProjectUnchangedGivesNothing) {
     ASSERT_TRUE(picked);
     EXPECT_FALSE(picked->SQL().ConnectionOpen()) << "from the main window the browser only picks";
 }
+
+// A first run with nothing at all: the wizard makes a new embedded server, a database and a version
+// store, the browser saves the project, and opening it connects both stores.
+TEST(FirstRun, ProjectFromNothingEntirelyInTheWindows) {
+    IsolatedUserFolders folders;
+    TempFolder dir;
+    ScriptedPromptsScope prompts;
+    gDatabase = std::make_unique<TARMODatabase>();
+    QDir().mkpath(dir.Path(QStringLiteral("work")));
+
+    frmProjectBrowser browser;
+    browser.ProjectBrowser(nullptr, false);
+    QTimer::singleShot(0, &browser, [&] {
+        auto* wizard = qobject_cast<frmProjectDetails*>(QApplication::activeModalWidget());
+        ASSERT_NE(wizard, nullptr);
+        wizard->txtProjectName->setText(QStringLiteral("Fresh"));
+        wizard->txtWorkingFolder->setText(dir.Path(QStringLiteral("work")));
+        prompts->QueueFile(dir.Path(QStringLiteral("server")));
+        prompts->QueueLogin(true, QStringLiteral("sa"), QStringLiteral("sapw"));
+        wizard->cmdNewServer->click();
+        prompts->QueueText(QStringLiteral("Fresh"));
+        wizard->cmdNewDatabase->click();
+        wizard->chkSQLStorePassword->setChecked(true);
+        prompts->QueueFile(dir.Path(QStringLiteral("store")));
+        prompts->QueueLogin(true, QStringLiteral("Admin"), QStringLiteral("adminpw"));
+        wizard->cmdNewStore->click();
+        wizard->chkVSSStorePassword->setChecked(true);
+        wizard->txtVSSProject->setText(QStringLiteral("$\\"));
+        prompts->QueueAnswer(Prompt::Answer::Yes); // the store is tested without its password first
+        wizard->cmdFinished->click();
+        if (wizard->isVisible())
+            wizard->reject();
+    });
+    browser.cmdNew()->click();
+    EXPECT_EQ(prompts->Messages().size(), 1) << qPrintable(prompts->Messages().join(QLatin1Char('\n')));
+    ASSERT_EQ(browser.lvwProjects()->topLevelItemCount(), 1);
+    auto* item = browser.lvwProjects()->topLevelItem(0);
+    EXPECT_EQ(item->text(1), QStringLiteral("embedded:") + dir.Path(QStringLiteral("server")));
+    EXPECT_EQ(item->text(2), QStringLiteral("Fresh"));
+
+    browser.lvwProjects()->setCurrentItem(item);
+    item->setSelected(true);
+    browser.cmdOpen()->click();
+    ASSERT_TRUE(gDatabase->Project());
+    EXPECT_EQ(gDatabase->Project()->Name(), QStringLiteral("Fresh"));
+    EXPECT_TRUE(gDatabase->Project()->SQL().ConnectionOpen());
+    EXPECT_TRUE(gDatabase->Project()->VSS().ConnectionOpen());
+    EXPECT_EQ(gDatabase->Project()->SQL().Database(), QStringLiteral("Fresh"));
+    for (auto* w : QApplication::topLevelWidgets())
+        if (w->objectName() == QLatin1String("frmNoProject"))
+            w->close();
+    gDatabase.reset();
+}

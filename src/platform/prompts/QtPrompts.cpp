@@ -3,6 +3,8 @@
 #include <QApplication>
 #include <QFileDialog>
 #include <QGuiApplication>
+#include <QInputDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 
 namespace {
@@ -88,6 +90,14 @@ QString QtPrompts::SaveFileName(const QString& title, const QString& filter, con
 
 QString QtPrompts::FolderName(const QString& title, const QString& initialPath) {
     return QFileDialog::getExistingDirectory(owner(), title, initialPath);
+}
+
+bool QtPrompts::InputText(const QString& title, const QString& label, QString& text) {
+    bool ok = false;
+    const QString typed = QInputDialog::getText(owner(), title, label, QLineEdit::Normal, text, &ok);
+    if (ok)
+        text = typed;
+    return ok;
 }
 
 void QtPrompts::SetBusy(bool busy) {

@@ -14,5 +14,6 @@ public:
     bool SQLLogin(const QString& server, const QString& database, QString& userName,
                   QString& password) override;
     bool VSSLogin(const QString& iniFile, QString& userName, QString& password) override;
+    bool InputText(const QString& title, const QString& label, QString& text) override;
     void SetBusy(bool busy) override;
 };

@@ -12,6 +12,7 @@ void ScriptedPrompts::Clear() {
     mRecords.clear();
     mAnswers.clear();
     mFiles.clear();
+    mTexts.clear();
     mLogins.clear();
     mUnanswered = 0;
 }
@@ -70,4 +71,18 @@ bool ScriptedPrompts::SQLLogin(const QString& server, const QString&, QString& u
 }
 bool ScriptedPrompts::VSSLogin(const QString& iniFile, QString& userName, QString& password) {
     return nextLogin(Kind::VSSLogin, iniFile, userName, password);
+}
+
+bool ScriptedPrompts::InputText(const QString& title, const QString& label, QString& text) {
+    mRecords.append({Kind::Input, title, label});
+    if (mTexts.empty()) {
+        ++mUnanswered;
+        return false;
+    }
+    const QString answer = mTexts.front();
+    mTexts.pop_front();
+    if (answer.isNull())
+        return false;
+    text = answer;
+    return true;
 }

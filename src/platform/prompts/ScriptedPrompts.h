@@ -13,7 +13,7 @@
 // can assert that nothing unexpected was asked.
 class ScriptedPrompts : public UserPrompts {
 public:
-    enum class Kind { Message, OpenFile, SaveFile, Folder, SQLLogin, VSSLogin };
+    enum class Kind { Message, OpenFile, SaveFile, Folder, SQLLogin, VSSLogin, Input };
     struct Record {
         Kind kind;
         QString title;
@@ -29,6 +29,8 @@ public:
 
     void QueueAnswer(Prompt::Answer answer) { mAnswers.push_back(answer); }
     void QueueFile(const QString& path) { mFiles.push_back(path); }
+    // Answers the next text input; a null text cancels it.
+    void QueueText(const QString& text) { mTexts.push_back(text); }
     void QueueLogin(bool ok, const QString& userName = {}, const QString& password = {}) {
         mLogins.push_back({ok, userName, password});
     }
@@ -47,6 +49,7 @@ public:
     bool SQLLogin(const QString& server, const QString& database, QString& userName,
                   QString& password) override;
     bool VSSLogin(const QString& iniFile, QString& userName, QString& password) override;
+    bool InputText(const QString& title, const QString& label, QString& text) override;
     void SetBusy(bool busy) override { mBusy += busy ? 1 : -1; }
 
 private:
@@ -56,6 +59,7 @@ private:
     QList<Record> mRecords;
     std::deque<Prompt::Answer> mAnswers;
     std::deque<QString> mFiles;
+    std::deque<QString> mTexts;
     std::deque<Login> mLogins;
     int mUnanswered = 0;
     int mBusy = 0;

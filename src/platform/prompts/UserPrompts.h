@@ -34,6 +34,14 @@ public:
                           QString& password) = 0;
     virtual bool VSSLogin(const QString& iniFile, QString& userName, QString& password) = 0;
 
+    // One line of text, such as the name of something new; text is in-out. False when cancelled.
+    virtual bool InputText(const QString& title, const QString& label, QString& text) {
+        (void)title;
+        (void)label;
+        (void)text;
+        return false;
+    }
+
     // The hourglass while a step talks to a server; calls nest.
     virtual void SetBusy(bool busy) = 0;
 };
