@@ -6,6 +6,9 @@
 
 #include <QDateTime>
 
+#include <atomic>
+#include <thread>
+
 namespace {
 
 // The product's ODBC driver with FreeTDS against the listener, side by side with the embedded driver
@@ -287,4 +290,25 @@ TEST_F(OdbcThroughListener, ResultsBehindAFailedFirstStatementAreCancelled) {
     EXPECT_EQ(failed[0].message.number, 50000);
     EXPECT_EQ(failed[0].message.text, QStringLiteral("first"));
     EXPECT_EQ(render(tcp->ExecuteBatch(QStringLiteral("SELECT 2 AS two")), true), "rows(two)\n  i:2");
+}
+
+TEST_F(OdbcThroughListener, SeveralOdbcConnectionsWorkAtOnce) {
+    constexpr int kConnections = 4;
+    std::atomic<int> good = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kConnections; ++i)
+        threads.emplace_back([&good] {
+            try {
+                auto c = connect(TcpName());
+                int right = 0;
+                for (int n = 0; n < 10; ++n)
+                    right += c->OpenRecordset(QStringLiteral("SELECT COUNT(*) AS n FROM Orders")).Text("n") ==
+                             QLatin1String("2");
+                good += right == 10 ? 1 : 0;
+            } catch (const TARMOError&) {
+            }
+        });
+    for (std::thread& t : threads)
+        t.join();
+    EXPECT_EQ(good, kConnections);
 }
