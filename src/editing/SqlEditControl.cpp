@@ -1,0 +1,135 @@
+#include "SqlEditControl.h"
+
+#include "FindReplaceDialog.h"
+#include "GeneralHelpers.h"
+#include "UserPrompts.h"
+
+#include <Qsci/qscilexersql.h>
+
+#include <QFile>
+#include <QFontDatabase>
+
+SqlEditControl::SqlEditControl(QWidget* parent)
+    : QsciScintilla(parent) {
+    setObjectName(QStringLiteral("BCEdit"));
+    setUtf8(true);
+    const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    auto* lexer = new QsciLexerSQL(this);
+    lexer->setDefaultFont(fixed);
+    lexer->setFont(fixed);
+    lexer->setFoldComments(true);
+    setLexer(lexer);
+    setFont(fixed);
+    setMarginsFont(fixed);
+    setMarginType(0, QsciScintilla::NumberMargin);
+    setMarginWidth(0, QStringLiteral("00000"));
+    setMarginLineNumbers(0, true);
+    setTabWidth(4);
+    setIndentationsUseTabs(true);
+    setAutoIndent(true);
+    setBraceMatching(QsciScintilla::SloppyBraceMatch);
+    setCaretLineVisible(true);
+    setCaretLineBackgroundColor(QColor(0xf4, 0xf7, 0xfb));
+    setWrapMode(QsciScintilla::WrapNone);
+}
+
+SqlEditControl::~SqlEditControl() = default;
+
+void SqlEditControl::LoadCurrentFile(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        MsgBox(QStringLiteral("The file \"%1\" could not be opened.").arg(path), Prompt::Buttons::OK,
+               Prompt::Icon::Critical, QStringLiteral("Load File"));
+        return;
+    }
+    const QString content = QString::fromUtf8(file.readAll());
+    setReadOnly(false);
+    // Line ends stay as the file has them, and new lines take the same form.
+    setEolMode(content.contains(QLatin1String("\r\n")) ? EolWindows : EolUnix);
+    setText(content);
+    SendScintilla(SCI_EMPTYUNDOBUFFER);
+    setModified(false);
+    mCurrentFile = path;
+    setReadOnly(IsReadOnlyFile(path));
+    setCursorPosition(0, 0);
+}
+
+void SqlEditControl::SaveCurrentFile(const QString& path) {
+    const QString target = path.isEmpty() ? mCurrentFile : path;
+    if (target.isEmpty())
+        return;
+    if (!WriteTextFile(target, text())) {
+        MsgBox(QStringLiteral("The file \"%1\" could not be saved.").arg(target), Prompt::Buttons::OK,
+               Prompt::Icon::Critical, QStringLiteral("Save File"));
+        return;
+    }
+    mCurrentFile = target;
+    setModified(false);
+}
+
+FindReplaceDialog* SqlEditControl::dialog() {
+    if (!mDialog)
+        mDialog = new FindReplaceDialog(*this, this);
+    return mDialog;
+}
+
+void SqlEditControl::ShowFindDialog() {
+    dialog()->Open(false, hasSelectedText() ? selectedText() : mLastSearch.Text);
+}
+
+void SqlEditControl::ShowReplaceDialog() {
+    dialog()->Open(!isReadOnly(), hasSelectedText() ? selectedText() : mLastSearch.Text);
+}
+
+bool SqlEditControl::RepeatSearch(bool forward) {
+    if (mLastSearch.Text.isEmpty()) {
+        ShowFindDialog();
+        return false;
+    }
+    return SearchFor(mLastSearch, forward);
+}
+
+bool SqlEditControl::SearchFor(const Search& search, bool forward) {
+    mLastSearch = search;
+    if (search.Text.isEmpty())
+        return false;
+    int line = -1, index = -1;
+    if (!forward && hasSelectedText()) {
+        // Backwards from the start of the present match, so the same match isn't found again.
+        int lineTo, indexTo;
+        getSelection(&line, &index, &lineTo, &indexTo);
+    }
+    return findFirst(search.Text, false, search.MatchCase, search.WholeWord, true, forward, line, index);
+}
+
+bool SqlEditControl::selectionMatches(const Search& search) const {
+    if (!hasSelectedText())
+        return false;
+    return selectedText().compare(search.Text, search.MatchCase ? Qt::CaseSensitive : Qt::CaseInsensitive) ==
+           0;
+}
+
+bool SqlEditControl::ReplaceNext(const Search& search, const QString& replacement) {
+    mLastSearch = search;
+    if (isReadOnly())
+        return false;
+    if (selectionMatches(search))
+        replaceSelectedText(replacement);
+    return SearchFor(search, true);
+}
+
+int SqlEditControl::ReplaceAll(const Search& search, const QString& replacement) {
+    mLastSearch = search;
+    if (isReadOnly() || search.Text.isEmpty())
+        return 0;
+    int count = 0;
+    beginUndoAction();
+    setCursorPosition(0, 0);
+    // No wrap-around: a replacement that contains the search text would be found again.
+    while (findFirst(search.Text, false, search.MatchCase, search.WholeWord, false, true)) {
+        replace(replacement);
+        ++count;
+    }
+    endUndoAction();
+    return count;
+}
