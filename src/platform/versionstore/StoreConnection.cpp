@@ -34,6 +34,7 @@ CREATE TABLE IF NOT EXISTS history(
     label_comment TEXT NOT NULL DEFAULT '',
     content BLOB);
 CREATE UNIQUE INDEX IF NOT EXISTS history_numbers ON history(item, number) WHERE is_label = 0;
+CREATE INDEX IF NOT EXISTS history_item ON history(item, seq);
 CREATE TABLE IF NOT EXISTS checkouts(
     item INTEGER NOT NULL REFERENCES items(id),
     user TEXT NOT NULL COLLATE NOCASE,
@@ -63,6 +64,9 @@ StoreConnection::StoreConnection(const QString& databaseFile, int busyTimeoutMs,
         Execute("PRAGMA foreign_keys=ON");
         if (create)
             createSchema();
+        else
+            // Stores made before the history of one item had its own index get it on first open.
+            Execute("CREATE INDEX IF NOT EXISTS history_item ON history(item, seq)");
     } catch (...) {
         sqlite3_close(mDb);
         mDb = nullptr;
