@@ -2,6 +2,7 @@
 
 #include "FindReplaceDialog.h"
 #include "GeneralHelpers.h"
+#include "TARMOError.h"
 #include "UserPrompts.h"
 
 #include <Qsci/qscilexersql.h>
@@ -58,7 +59,16 @@ void SqlEditControl::SaveCurrentFile(const QString& path) {
     const QString target = path.isEmpty() ? mCurrentFile : path;
     if (target.isEmpty())
         return;
-    if (!WriteTextFile(target, text())) {
+    // A read-only working file isn't checked out: the control doesn't write over it.
+    bool written = !IsReadOnlyFile(target);
+    if (written) {
+        try {
+            written = WriteTextFile(target, text());
+        } catch (const TARMOError&) {
+            written = false;
+        }
+    }
+    if (!written) {
         MsgBox(QStringLiteral("The file \"%1\" could not be saved.").arg(target), Prompt::Buttons::OK,
                Prompt::Icon::Critical, QStringLiteral("Save File"));
         return;
