@@ -142,6 +142,8 @@ QString DeclaredType(const SqlTypeSpec& spec) {
     if (t && QLatin1String(t->name) == QLatin1String("sysname"))
         return QStringLiteral("nvarchar(128) COLLATE TSQL");
     QString text = TypeText(spec);
+    // SQLite takes only numbers inside a type's parentheses; -1 stands for max there.
+    text.replace(QStringLiteral("(max)"), QStringLiteral("(-1)"));
     if (t && t->character)
         text += QStringLiteral(" COLLATE TSQL");
     return text;
@@ -149,12 +151,12 @@ QString DeclaredType(const SqlTypeSpec& spec) {
 
 void DescribeDeclaredType(const QString& decl, int* typeId, int* length, int* precision, int* scale) {
     static const QRegularExpression re(
-        QStringLiteral("^\\s*([A-Za-z_]+)\\s*(?:\\(\\s*(max|\\d+)\\s*(?:,\\s*(\\d+))?\\s*\\))?"));
+        QStringLiteral("^\\s*([A-Za-z_]+)\\s*(?:\\(\\s*(max|-1|\\d+)\\s*(?:,\\s*(\\d+))?\\s*\\))?"));
     const auto m = re.match(decl);
     SqlTypeSpec spec;
     if (m.hasMatch()) {
         spec.name = m.captured(1).toLower();
-        if (m.captured(2) == QLatin1String("max"))
+        if (m.captured(2) == QLatin1String("max") || m.captured(2) == QLatin1String("-1"))
             spec.length = -2;
         else if (!m.captured(2).isEmpty())
             spec.length = spec.precision = m.captured(2).toInt();
