@@ -3,10 +3,12 @@
 #include "GeneralHelpers.h"
 #include "StoreTraffic.h"
 #include "TARMODBTItems.h"
+#include "TARMOError.h"
 #include "TARMOIcons.h"
 #include "TARMOObjectList.h"
 #include "TARMOSQL.h"
 #include "TARMOVSS.h"
+#include "UserPrompts.h"
 
 #include <QDateTime>
 #include <QRandomGenerator>
@@ -19,6 +21,13 @@ namespace {
 std::unique_ptr<DbRecordset> query(TARMOSQL& sql, const QString& text) {
     StoreTraffic::Statements();
     return sql.OpenRecordset(text);
+}
+
+const QString kSyntaxError = QStringLiteral("Syntax Error");
+const QString kCouldNotCheckIn = QStringLiteral("Could not Check In Item");
+
+void critical(const QString& text, const QString& title) {
+    prompts().MessageBox(text, Prompt::Buttons::OK, Prompt::Icon::Critical, title);
 }
 
 } // namespace
@@ -405,11 +414,264 @@ QString TARMOObjectVSS::DropScript() const {
     return mDropSQL1 + full + mDropSQL2 + full;
 }
 
+// --- Actions
+
+QString TARMOObjectVSS::TemporaryObjectName() {
+    const int random = static_cast<int>(std::round(QRandomGenerator::global()->generateDouble() * 2000)) + 1;
+    return QStringLiteral("[sptmp_") +
+           QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddHHmmss")) + QLatin1Char('_') +
+           QString::number(random) + QLatin1Char(']');
+}
+
+QString TARMOObjectVSS::KeywordListText(const modParser::SQLKeywords& keywords) {
+    QString text;
+    for (qsizetype i = 0; i < keywords.size(); ++i) {
+        if (i > 0)
+            text += i == keywords.size() - 1 ? QStringLiteral(" or ") : QStringLiteral(", ");
+        text += QLatin1Char('"') + keywords[i].join(QLatin1Char(' ')).toUpper() + QLatin1Char('"');
+    }
+    return text;
+}
+
+QString TARMOObjectVSS::StripDriverPrefix(const QString& text) {
+    static const QString classic = QStringLiteral("[Microsoft][ODBC SQL Server Driver][SQL Server]");
+    const QString cut = text.startsWith(classic) ? text.mid(classic.size()) : text;
+    return TARMOSQL::FormatSQLError(cut);
+}
+
 bool TARMOObjectVSS::GetLatestVersion() {
     StoreTraffic::StoreCall();
     const bool fetched = mVSS->GetLatestVersion(ItemName(), false);
     RefreshState();
     return fetched;
+}
+
+bool TARMOObjectVSS::CheckOut() {
+    if (mIsNew)
+        return false;
+    StoreTraffic::StoreCall();
+    const bool done = mVSS->CheckOut(ItemName(), false);
+    RefreshState();
+    return done;
+}
+
+bool TARMOObjectVSS::UndoCheckout() {
+    if (mIsNew)
+        return false;
+    StoreTraffic::StoreCall();
+    if (!mVSS->UndoCheckout(ItemName(), false))
+        return false;
+    const bool fetched = GetLatestVersion();
+    RefreshState();
+    return fetched;
+}
+
+bool TARMOObjectVSS::TestItem(const QString& strContent) {
+    const QString temporary = TemporaryObjectName();
+    QString replaced;
+    const QString changed = modParser::ReplaceNameAfterKeywords(mParse, strContent, temporary, replaced);
+    if (changed.isEmpty()) {
+        critical(QStringLiteral("The ") + KeywordListText(mParse) + QStringLiteral(" could not be found!"),
+                 kSyntaxError);
+        return false;
+    }
+    try {
+        StoreTraffic::Statements(2);
+        mSQL->ExecuteSQL(changed);
+        mSQL->ExecuteSQL(mDropSQL1 + temporary + mDropSQL2 + temporary);
+    } catch (const TARMOError& e) {
+        critical(StripDriverPrefix(e.Description()), kSyntaxError);
+        return false;
+    }
+    if (mIsNew)
+        return true;
+    const QStringList parts = TARMOSQL::ExtractOwnerAndItemName(replaced);
+    if (!parts.value(0).isEmpty() && parts.value(0).compare(mOwner, Qt::CaseInsensitive) != 0) {
+        critical(QStringLiteral("The Owner of the object cannot be changed!"), kSyntaxError);
+        return false;
+    }
+    if (parts.value(1).compare(mName, Qt::CaseInsensitive) != 0) {
+        critical(QStringLiteral("The Name of the object cannot be changed!"), kSyntaxError);
+        return false;
+    }
+    return true;
+}
+
+bool TARMOObjectVSS::CheckIn(const QString& strContent, const QString& strComment) {
+    if (mIsNew)
+        return checkInNew(strContent, strComment);
+    if (!TestItem(strContent))
+        return false;
+    QString content = strContent;
+    try {
+        // A name without owner would hit the connection user's own object of that name.
+        if (mOwner.compare(mSQL->DatabaseUserName(), Qt::CaseInsensitive) != 0) {
+            QString replaced;
+            const QString qualified = modParser::ReplaceNameAfterKeywords(
+                mParse, content, QLatin1Char('[') + mOwner + QStringLiteral("].[") + mName + QLatin1Char(']'),
+                replaced);
+            if (TARMOSQL::ExtractOwnerAndItemName(replaced).value(0).isEmpty() && !qualified.isEmpty())
+                content = qualified;
+        }
+        const QString alter =
+            modParser::ReplaceFirstWord(content, QStringLiteral("CREATE"), QStringLiteral("ALTER"));
+        StoreTraffic::Statements();
+        mSQL->ExecuteSQL(alter);
+        StoreTraffic::StoreCall();
+        const bool checkedIn = mVSS->CheckIn(ItemName(), content, strComment, false);
+        if (checkedIn)
+            RefreshState();
+        return checkedIn;
+    } catch (const TARMOError& e) {
+        critical(StripDriverPrefix(e.Description()), kCouldNotCheckIn);
+        return false;
+    }
+}
+
+bool TARMOObjectVSS::checkInNew(const QString& strContent, const QString& strComment) {
+    if (!TestItem(strContent))
+        return false;
+    const QString found = modParser::FindNameAfterKeywords(mParse, strContent);
+    const QStringList parts = TARMOSQL::ExtractOwnerAndItemName(found);
+    const QString owner = parts.value(0);
+    const QString name = parts.value(1);
+    if (found.isEmpty() || name.isEmpty()) {
+        critical(QStringLiteral("Item Name could not be extracted from ") + mObjectDisplayName +
+                     QStringLiteral(" content!"),
+                 kCouldNotCheckIn);
+        return false;
+    }
+    try {
+        StoreTraffic::Statements();
+        if (!mSQL->GetObjectID(name, owner).isEmpty()) {
+            critical(QStringLiteral("Item Name specified ('") + found +
+                         QStringLiteral("') already exists in the database!"),
+                     kCouldNotCheckIn);
+            return false;
+        }
+        StoreTraffic::Statements(2);
+        mSQL->ExecuteSQL(strContent);
+        mDBID = mSQL->GetObjectID(name, owner);
+    } catch (const TARMOError& e) {
+        critical(StripDriverPrefix(e.Description()), kCouldNotCheckIn);
+        return false;
+    }
+    if (mDBID.isEmpty()) {
+        critical(QStringLiteral("Item Name could not be added to the Database! After creating the object, it "
+                                "could not be located in the database!"),
+                 kCouldNotCheckIn);
+        return false;
+    }
+    // Set directly: the temporary file goes only once the store has the text.
+    mIsNew = false;
+    mInSQL = true;
+    // The list files the object by name even where the store refuses it below.
+    mName = name;
+    mOwner = owner;
+    StoreTraffic::StoreCall();
+    mInVSS = mVSS->AddItem(ItemName(), strContent, false, strComment);
+    ClearNewObjectFile();
+    if (mInVSS)
+        RefreshState();
+    NewItemCreated_Event();
+    return mInVSS;
+}
+
+QString TARMOObjectVSS::qualifiedDisplayName() const {
+    return mOwner.isEmpty() ? mName : mOwner + QLatin1Char('.') + mName;
+}
+
+bool TARMOObjectVSS::SyncAdd(long addLocation) {
+    const QString where = addLocation == LocationVSS ? QStringLiteral("VSS") : QStringLiteral("SQL");
+    try {
+        if (addLocation == LocationVSS) {
+            StoreTraffic::Statements(2);
+            const QString text = mSQL->GetObjectText(mDBID);
+            StoreTraffic::StoreCall();
+            if (!mVSS->AddItem(ItemName(), text, false, QString()))
+                return false;
+            mInVSS = true;
+            return true;
+        }
+        if (addLocation != LocationSQL)
+            return false;
+        StoreTraffic::StoreCall();
+        const QString text = mVSS->ItemContent(ItemName(), false);
+        StoreTraffic::Statements();
+        mSQL->ExecuteSQL(text);
+        mInSQL = true;
+        StoreTraffic::Statements();
+        const QString id = mSQL->GetObjectID(mName, mOwner.isEmpty() ? QStringLiteral("dbo") : mOwner);
+        if (id != mDBID) {
+            // The file is named by the id, which the server gives anew; the description goes with it.
+            const QString oldItem = ItemName();
+            StoreTraffic::StoreCall();
+            mVSS->RenameItem(oldItem, id + mVSSExt);
+            StoreTraffic::StoreCall();
+            mVSS->RenameItem(oldItem + TARMODescription::Extension,
+                             id + mVSSExt + TARMODescription::Extension, true, true);
+            mDBID = id;
+        }
+        return true;
+    } catch (const TARMOError& e) {
+        critical(QStringLiteral("Could not add the item ") + qualifiedDisplayName() + QStringLiteral(" to ") +
+                     where + QStringLiteral("\n\nError Description: ") + e.Description(),
+                 QStringLiteral("Item not added"));
+        return false;
+    }
+}
+
+bool TARMOObjectVSS::SyncRemove(long removeLocation) {
+    if (removeLocation == LocationVSS) {
+        StoreTraffic::StoreCall();
+        return mVSS->RemoveItem(ItemName(), false);
+    }
+    if (removeLocation == LocationSQL) {
+        StoreTraffic::Statements();
+        mSQL->ExecuteSQL(DropScript());
+        return true;
+    }
+    return false;
+}
+
+bool TARMOObjectVSS::SyncChange(long chngLocation) {
+    const QString where = chngLocation == LocationVSS ? QStringLiteral("VSS") : QStringLiteral("SQL");
+    try {
+        if (chngLocation == LocationVSS) {
+            StoreTraffic::Statements(2);
+            const QString text = mSQL->GetObjectText(mDBID);
+            StoreTraffic::StoreCall();
+            return mVSS->ChangeItemContent(ItemName(), text, QStringLiteral("Synchronization"), false);
+        }
+        if (chngLocation != LocationSQL)
+            return false;
+        StoreTraffic::StoreCall();
+        const QString text = mVSS->ItemContent(ItemName(), false);
+        StoreTraffic::Statements();
+        mSQL->ExecuteSQL(
+            modParser::ReplaceFirstWord(text, QStringLiteral("CREATE"), QStringLiteral("ALTER")));
+        return true;
+    } catch (const TARMOError& e) {
+        critical(QStringLiteral("Could not change the item ") + qualifiedDisplayName() +
+                     QStringLiteral(" in ") + where + QStringLiteral("\n\nError Description: ") +
+                     e.Description(),
+                 QStringLiteral("Item not changed"));
+        return false;
+    }
+}
+
+TARMOPermissions TARMOObjectVSS::GetPermissions(bool bOnlyShowSetPermissions, long ListFilter) {
+    TARMOPermissions permissions;
+    if (!mHasPermissions || mIsNew || !mInSQL)
+        return permissions;
+    permissions.ActiveDBConnection = mSQL;
+    permissions.DatabaseID = mDBID;
+    permissions.HasExecuteOnly = mPermissionMode == 1;
+    permissions.HasExecAndRefOnly = mPermissionMode == 2;
+    permissions.QuickList = bOnlyShowSetPermissions;
+    permissions.Show = ListFilter;
+    permissions.GetItemPermissions();
+    return permissions;
 }
 
 void TARMOObjectVSS::NewItemCreated_Event() {

@@ -3,6 +3,7 @@
 #include "TARMODescription.h"
 #include "TARMOFields.h"
 #include "TARMOHistoryData.h"
+#include "TARMOPermissions.h"
 #include "modParser.h"
 
 #include <QList>
@@ -152,9 +153,38 @@ public:
     QList<TARMODateSummaryEntry> DateSummary(bool OrderByDateAsc = true);
     QString DropScript() const;
 
-    // --- Actions
+    // --- Actions. SQL Server holds the compiled object and the store the source: a check-in changes
+    // SQL Server first, since compiling there is the test that counts, and the store keeps the CREATE
+    // form while SQL Server is changed by ALTER. Nothing is rolled back across the stores; a
+    // synchronization repairs what a failure leaves apart.
     // Fetches the latest text into the working file, then re-reads the state.
     bool GetLatestVersion();
+    // False for a new object, without a message.
+    bool CheckOut();
+    // Undoes the check-out and fetches the latest text again; False for a new object.
+    bool UndoCheckout();
+    // Compiles the text under a throw-away name and drops that again; for an existing object the
+    // text must still name it (owner and name, letter case aside).
+    bool TestItem(const QString& strContent);
+    // strContent is the whole CREATE text. A new object is created and added to the store; an
+    // existing one is altered and checked in.
+    virtual bool CheckIn(const QString& strContent, const QString& strComment);
+    // Location 1 the store, 2 SQL Server: the object is added there from the other store.
+    bool SyncAdd(long addLocation);
+    // Removes the object from the store named; a failing statement goes to the caller.
+    bool SyncRemove(long removeLocation);
+    // The store named takes the other store's text.
+    bool SyncChange(long chngLocation);
+    // Empty for a kind without permissions, a new object and one that isn't in SQL Server.
+    TARMOPermissions GetPermissions(bool bOnlyShowSetPermissions = true, long ListFilter = 0);
+
+    // The name a syntax test compiles under: "[sptmp_" + yyyymmddhhnnss + "_" + 1..2001 + "]".
+    static QString TemporaryObjectName();
+    // The keyword sequences of a parse table as the syntax messages name them:
+    // "CREATE PROC" or "CREATE PROCEDURE".
+    static QString KeywordListText(const modParser::SQLKeywords& keywords);
+    // A server's message without the prefixes that the drivers put in front of it.
+    static QString StripDriverPrefix(const QString& text);
     // Sent to the object when its first check-in made it real; the parent list files it by name.
     void NewItemCreated_Event();
 
@@ -196,6 +226,9 @@ private:
     void SetParentList(TARMOObjectList* list) { mParentList = list; }
 
     QString NewObjectFileName();
+    bool checkInNew(const QString& strContent, const QString& strComment);
+    // "owner.name", or the name alone where the owner is "".
+    QString qualifiedDisplayName() const;
     // Where a file of this object names its object: owner and name, or "" when it names none.
     QString NameInText(const QString& text) const;
     qint64 VersionSeconds(const TARMOHistoryData& entry) const;

@@ -46,6 +46,14 @@ std::unique_ptr<TARMODBTItems> TARMOTrigger::GetItemInfo(bool bDisplayOwner, boo
     return items;
 }
 
+bool TARMOTrigger::CheckIn(const QString& strContent, const QString& strComment) {
+    const bool wasNew = IsNew();
+    const bool checkedIn = TARMOObjectVSS::CheckIn(strContent, strComment);
+    if (wasNew && !IsNew())
+        TakeParentTableFromStoredText();
+    return checkedIn;
+}
+
 void TARMOTrigger::TakeParentTableFromStoredText() {
     const QString table = TARMOSQL::ExtractTableNameFromTrigger(GetContent(LocationVSS, -1, false), Parse());
     const QStringList parts = TARMOSQL::ExtractOwnerAndItemName(table);

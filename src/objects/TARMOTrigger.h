@@ -18,8 +18,9 @@ public:
     std::unique_ptr<TARMODBTItems> GetItemInfo(bool bDisplayOwner, bool bOnlyFields = false,
                                                bool bIncludeNullable = true) override;
 
-    // After the first check-in of a new trigger: the table named after ON in the stored text
-    // becomes the parent table.
+    // After the first check-in of a new trigger the table named after ON in the stored text becomes
+    // the parent table.
+    bool CheckIn(const QString& strContent, const QString& strComment) override;
     void TakeParentTableFromStoredText();
 
 private:

@@ -2,11 +2,17 @@
 
 #include "TARMOObjectList.h"
 
+class TARMOTables;
+
 // The triggers of a project. Triggers hang below their tables in the tree, so the records can be
 // asked for the triggers of one table.
 class TARMOTriggers : public TARMOObjectList {
 public:
     TARMOTriggers();
+
+    // The tables that the triggers hang below; not owned.
+    TARMOTables* Tables() const { return mTables; }
+    void SetTables(TARMOTables* tables) { mTables = tables; }
 
     // The id is one of this list's objects (bare DBID or tree key).
     bool IsTrigger(const QString& ObjectID) const { return ObjectIsOfThisType(ObjectID); }
@@ -20,4 +26,7 @@ protected:
     Object CreateObject() const override;
     void TakeRow(TARMOObjectVSS& object, const DbRecordset& row) const override;
     QStringList ExtraIcons() const override;
+
+private:
+    TARMOTables* mTables = nullptr;
 };
