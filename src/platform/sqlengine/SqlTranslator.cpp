@@ -67,6 +67,8 @@ QString SqlTranslator::Core(const SqlSelectCore& core, bool wrapTop) {
             sql += QStringLiteral(", ");
         const SqlExpr& e = *item.expr;
         if (e.kind == SqlExpr::Kind::Star) {
+            if (core.from.isEmpty())
+                throw ServerError::Make(263, 16, QStringLiteral("Must specify table to select from."));
             if (e.parts.isEmpty())
                 sql += u'*';
             else
