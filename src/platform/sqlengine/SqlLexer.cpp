@@ -345,6 +345,18 @@ QList<SqlToken> SqlLexer::Tokenize(const QString& s, bool quotedIdentifier, SqlL
         t.end = i;
         t.raw = s.mid(t.begin, t.end - t.begin);
         out.append(t);
+        // The server reads SET QUOTED_IDENTIFIER while it parses: the rest of the batch is read
+        // the new way, whether or not the statement is ever carried out.
+        const qsizetype m = out.size();
+        if (t.kind == SqlToken::Kind::Word && m >= 3 && out[m - 2].kind == SqlToken::Kind::Word &&
+            out[m - 3].kind == SqlToken::Kind::Word &&
+            out[m - 2].text.compare(QLatin1String("QUOTED_IDENTIFIER"), Qt::CaseInsensitive) == 0 &&
+            out[m - 3].text.compare(QLatin1String("SET"), Qt::CaseInsensitive) == 0) {
+            if (t.text.compare(QLatin1String("ON"), Qt::CaseInsensitive) == 0)
+                quotedIdentifier = true;
+            else if (t.text.compare(QLatin1String("OFF"), Qt::CaseInsensitive) == 0)
+                quotedIdentifier = false;
+        }
     }
     SqlToken end;
     end.kind = SqlToken::Kind::End;
