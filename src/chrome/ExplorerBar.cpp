@@ -37,10 +37,13 @@ ExplorerBar::ExplorerBar(QWidget* parent)
     , mLayout(new QVBoxLayout(mContent)) {
     mLayout->setContentsMargins(4, 4, 4, 4);
     mLayout->setSpacing(6);
+    // The scroll area must not squeeze the bars below what their entries need; it scrolls instead.
+    mLayout->setSizeConstraint(QLayout::SetMinimumSize);
     mLayout->addStretch();
     setWidget(mContent);
     setWidgetResizable(true);
     setFrameShape(QFrame::StyledPanel);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     mContent->setBackgroundRole(QPalette::Base);
     mContent->setAutoFillBackground(true);
 }
@@ -83,7 +86,7 @@ void ExplorerBar::AddBar(const QString& barKey, const QString& title, int state)
     bar->header->setText(title);
     bar->header->setCheckable(true);
     bar->header->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    bar->header->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    bar->header->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     bar->header->setAutoRaise(true);
     QFont bold = bar->header->font();
     bold.setBold(true);
@@ -168,7 +171,8 @@ void ExplorerBar::AddEntry(const QString& barKey, const QString& entryKey, const
     link->setAutoRaise(true);
     link->setCursor(Qt::PointingHandCursor);
     link->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    link->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    // A narrow panel clips a long caption rather than scrolling sideways.
+    link->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     link->setStyleSheet(QStringLiteral("QToolButton { text-align: left; color: palette(link); }"));
     entry->widget = link;
     connect(link, &QToolButton::clicked, this, [this, barKey, entryKey] { ClickEntry(barKey, entryKey); });
@@ -235,5 +239,12 @@ void ExplorerBar::ClickEntry(const QString& barKey, const QString& entryKey) {
 }
 
 void ExplorerBar::SetRedraw(bool redraw) {
+    if (redraw) {
+        // Entries came and went while the panel was frozen: size the bars anew before it repaints.
+        for (Bar* bar : std::as_const(mBars))
+            bar->bodyLayout->activate();
+        mLayout->activate();
+        mContent->adjustSize();
+    }
     mContent->setUpdatesEnabled(redraw);
 }

@@ -106,7 +106,12 @@ void DatabaseTree::fillNode(QTreeWidgetItem* node, const QString& strExpanded, b
     RemoveChildNodes(node);
     if (!mDispatch)
         return;
+    // The read itself can be long and lets events through: an opening meanwhile must not start a
+    // second fill.
+    const bool wasFilling = mbFillingTree;
+    mbFillingTree = true;
     auto items = mDispatch->GetItemInfo(NodeTag(node), NodeKey(node), false, true);
+    mbFillingTree = wasFilling;
     if (items)
         AddItems(*items, node, strExpanded, bNested);
 }

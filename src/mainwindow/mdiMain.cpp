@@ -221,6 +221,10 @@ void mdiMain::InitDBT(long lngWidth) {
         const int total = std::max(mSplitter->width(), toPixels(lngWidth) + 200);
         mSplitter->setSizes({toPixels(lngWidth), total - toPixels(lngWidth)});
     }
+    const long panelHeight =
+        msdbCurrent && msdbCurrent->ExtraPanelHeight() > 0 ? msdbCurrent->ExtraPanelHeight() : 240;
+    mPanelSplitter->setSizes({std::max(mPanelSplitter->height() - static_cast<int>(panelHeight), 300),
+                              static_cast<int>(panelHeight)});
     if (mDispatch)
         if (auto items = mDispatch->GetItemInfo(QStringLiteral("Start"), QString(), false, true))
             mtvwDBT->AddItems(*items, nullptr, QString(), false);

@@ -34,8 +34,6 @@ QString ShortcutText(int KeyCode, int Shift) {
         text += QLatin1Char('+');
     if ((KeyCode >= '0' && KeyCode <= '9') || (KeyCode >= 'A' && KeyCode <= 'Z'))
         text += QChar(KeyCode);
-    else if (KeyCode >= 'a' && KeyCode <= 'z')
-        text += QChar(KeyCode).toUpper();
     else if (KeyCode == KeyCodes::Tab)
         text += QStringLiteral("Tab");
     else if (KeyCode >= KeyCodes::F1 && KeyCode <= KeyCodes::F12)
