@@ -15,7 +15,7 @@ struct BatchAborted {};
 void UdfCallback(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     auto* session = static_cast<SessionState*>(sqlite3_user_data(ctx));
     QVariantList args;
-    for (int i = 1; i < argc; ++i) {
+    for (int i = 2; i < argc; ++i) {
         switch (sqlite3_value_type(argv[i])) {
         case SQLITE_INTEGER:
             args.append(qlonglong(sqlite3_value_int64(argv[i])));
@@ -36,7 +36,9 @@ void UdfCallback(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     }
     const QString name = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(argv[0])));
     try {
-        const QVariant v = session->CallFunction(name, args);
+        const QString defaults =
+            QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(argv[1])));
+        const QVariant v = session->CallFunction(name, args, defaults);
         if (!v.isValid() || v.isNull())
             sqlite3_result_null(ctx);
         else if (v.typeId() == QMetaType::LongLong || v.typeId() == QMetaType::Int)

@@ -40,7 +40,8 @@ public:
     int UserUid() const override { return mUid; }
 
     // Runs a user's scalar function for a query; throws ServerError.
-    QVariant CallFunction(const QString& name, const QVariantList& args);
+    // defaults: one character per argument, '1' where the caller wrote DEFAULT.
+    QVariant CallFunction(const QString& name, const QVariantList& args, const QString& defaults = {});
 
 private:
     enum class Flow { Normal, Break, Continue, Return };

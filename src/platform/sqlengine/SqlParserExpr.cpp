@@ -565,9 +565,14 @@ SqlExprP SqlParser::ParseFunctionCall(const QStringList& name, int line) {
         e->distinct = true;
     else
         AcceptWord("ALL");
-    do
+    do {
+        // A user's function takes DEFAULT for a parameter that has a default value.
+        if (name.size() > 1 && Peek().IsWord("DEFAULT") && (Peek(1).IsSymbol(",") || Peek(1).IsSymbol(")"))) {
+            e->args.append(MakeExpr(SqlExpr::Kind::Null, Next().line, QStringLiteral("DEFAULT")));
+            continue;
+        }
         e->args.append(ParseExpr());
-    while (AcceptSymbol(","));
+    } while (AcceptSymbol(","));
     ExpectSymbol(")");
     if (Peek().IsWord("OVER"))
         Unsupported(QStringLiteral("window functions (OVER)"), Peek().line);

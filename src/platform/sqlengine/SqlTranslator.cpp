@@ -269,10 +269,16 @@ QString SqlTranslator::Function(const SqlExpr& e) {
     }
     if (e.parts.size() > 1) {
         // owner.function(...): a user's scalar function.
-        QString sql = QStringLiteral("tsql_udf(") + Literal(e.parts.join(u'.'));
-        for (const SqlExprP& a : e.args)
-            sql += QStringLiteral(", ") + Expr(*a);
-        return sql + u')';
+        // The second argument marks the arguments written DEFAULT with a 1.
+        QString defaults;
+        QString values;
+        for (const SqlExprP& a : e.args) {
+            const bool isDefault = a->kind == SqlExpr::Kind::Null && a->text == QLatin1String("DEFAULT");
+            defaults += isDefault ? u'1' : u'0';
+            values += QStringLiteral(", ") + (isDefault ? QStringLiteral("NULL") : Expr(*a));
+        }
+        return QStringLiteral("tsql_udf(") + Literal(e.parts.join(u'.')) + QStringLiteral(", ") +
+               Literal(defaults) + values + u')';
     }
     if (f == QLatin1String("COUNT") || f == QLatin1String("COUNT_BIG")) {
         if (e.star)

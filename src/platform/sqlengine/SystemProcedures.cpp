@@ -244,7 +244,7 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
     return rc;
 }
 
-QVariant SessionState::CallFunction(const QString& name, const QVariantList& args) {
+QVariant SessionState::CallFunction(const QString& name, const QVariantList& args, const QString& defaults) {
     const QStringList parts = SqlParser::SplitName(name);
     const CatalogueObject fn =
         parts.isEmpty()
@@ -284,8 +284,19 @@ QVariant SessionState::CallFunction(const QString& name, const QVariantList& arg
     ++mModuleDepth;
     QVariant result;
     try {
-        for (int i = 0; i < params.size(); ++i)
-            Declare(params[i], args[i], 0);
+        for (int i = 0; i < params.size(); ++i) {
+            if (i >= defaults.size() || defaults[i] != u'1') {
+                Declare(params[i], args[i], 0);
+                continue;
+            }
+            if (!params[i].defaultValue)
+                throw ServerError::Make(
+                    313, 16,
+                    QStringLiteral("An insufficient number of arguments were supplied for the procedure or "
+                                   "function %1.")
+                        .arg(name));
+            Declare(params[i], Evaluate(*params[i].defaultValue), 0);
+        }
         Run(m.statement->body);
         result = Convert(Top().returnValue, m.statement->returnType);
     } catch (...) {
