@@ -52,7 +52,7 @@ QList<QAction*> MainMenus::Buttons(const QString& band) const {
 void MainMenus::clear() {
     mWindow.menuBar()->clear();
     for (QMenu* menu : std::as_const(mMenus))
-        if (!menu->parent() || menu->parent() == &mWindow)
+        if (!menu->parent() || menu->parent() == &mWindow || menu->parent() == mWindow.menuBar())
             menu->deleteLater();
     mMenus.clear();
     mEntries.clear();

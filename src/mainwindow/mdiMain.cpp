@@ -583,7 +583,7 @@ bool mdiMain::isEditChild(QWidget* form) const {
 
 QWidget* mdiMain::ActiveForm() const {
     QMdiSubWindow* sub = mMdiArea->currentSubWindow();
-    return sub && sub->isVisible() ? sub->widget() : nullptr;
+    return sub && !sub->isHidden() ? sub->widget() : nullptr;
 }
 
 void mdiMain::setMenuEnabled(const char* key, bool enabled) {
@@ -649,7 +649,7 @@ QWidget* mdiMain::addChildForFactory(QWidget* child) {
 QWidget* mdiMain::FindChild(const QString& strTag, const QString& strKey, long lngFormType) const {
     for (QMdiSubWindow* sub : mMdiArea->subWindowList(QMdiArea::CreationOrder)) {
         ChildWindowContract* child = contractOf(sub->widget());
-        if (child && sub->isVisible() && child->Tag() == allowEdit && child->FormType() == lngFormType &&
+        if (child && !sub->isHidden() && child->Tag() == allowEdit && child->FormType() == lngFormType &&
             child->ObjectTag() == strTag && child->ObjectKey() == strKey)
             return sub->widget();
     }
@@ -674,7 +674,7 @@ void mdiMain::rebuildWindowList() {
     const QList<QWidget*> windows = openWindows();
     for (int index = 1; index < windows.size(); ++index) {
         auto* sub = static_cast<QMdiSubWindow*>(windows[index]);
-        if (!sub->isVisible() && !sub->isMinimized())
+        if (sub->isHidden())
             continue;
         ChildWindowContract* child = contractOf(sub->widget());
         entries.append({sub->widget() ? sub->widget()->windowTitle() : sub->windowTitle(), index,
@@ -847,11 +847,11 @@ void mdiMain::runCommand(long lngCommand, const QString& strParameter, long lngH
         break;
     case 38:
         if (QToolBar* bar = mMenus->tbrDBT())
-            bar->setVisible(!bar->isVisible());
+            bar->setVisible(bar->isHidden());
         break;
     case 39:
         if (QToolBar* bar = mMenus->tbrEdit())
-            bar->setVisible(!bar->isVisible());
+            bar->setVisible(bar->isHidden());
         break;
     case 40:
         rebuildWindowList();
@@ -933,9 +933,9 @@ void mdiMain::onMenuOpening(const QString& menuKey) {
         mMenus->Entry(QStringLiteral("mnuDBTContext"))->setEnabled(mbDatabaseTreeVisible);
     } else if (menuKey == QLatin1String("mnuToolbars")) {
         mMenus->Entry(QStringLiteral("mnuToolbarDBT"))
-            ->setChecked(mMenus->tbrDBT() && mMenus->tbrDBT()->isVisible());
+            ->setChecked(mMenus->tbrDBT() && !mMenus->tbrDBT()->isHidden());
         mMenus->Entry(QStringLiteral("mnuToolbarEdit"))
-            ->setChecked(mMenus->tbrEdit() && mMenus->tbrEdit()->isVisible());
+            ->setChecked(mMenus->tbrEdit() && !mMenus->tbrEdit()->isHidden());
     } else if (menuKey == QLatin1String("mnuWindows")) {
         DoCommand(40, QString(), 23);
     }
@@ -1128,7 +1128,7 @@ bool mdiMain::unloadWindow() {
     for (QMdiSubWindow* sub : mMdiArea->subWindowList(QMdiArea::CreationOrder))
         sub->close();
     for (QMdiSubWindow* sub : mMdiArea->subWindowList())
-        if (sub->isVisible() && isEditChild(sub->widget()))
+        if (!sub->isHidden() && isEditChild(sub->widget()))
             return false;
     mtmr.stop();
     mbUnloadDone = true;

@@ -1,8 +1,11 @@
 #include "MainWindowFixture.h"
 
+#include <QApplication>
 #include <QCoreApplication>
 #include <QDesktopServices>
+#include <QDragEnterEvent>
 #include <QMenu>
+#include <QMimeData>
 #include <QTest>
 #include <QToolBar>
 #include <QUrl>
@@ -299,6 +302,32 @@ TEST_F(MainWindowTest, ViewTogglesStoreTheirSettings) {
     emit window->Menus().Menu(QStringLiteral("mnuToolbars"))->aboutToShow();
     EXPECT_TRUE(window->Menus().Entry(QStringLiteral("mnuToolbarDBT"))->isChecked());
     EXPECT_FALSE(window->Menus().Entry(QStringLiteral("mnuToolbarEdit"))->isChecked());
+}
+
+TEST_F(MainWindowTest, DroppingADraggedObjectOnTheWindowOpensIt) {
+    open({QStringLiteral("Stored Procedures")});
+    QTreeWidgetItem* orders = node({QStringLiteral("Stored Procedures"), QStringLiteral("usp_Orders")});
+    QTest::mousePress(tree().viewport(), Qt::LeftButton, {}, tree().visualItemRect(orders).center());
+    ASSERT_EQ(tree().DragSource(), orders);
+
+    QWidget* area = window->MdiArea()->viewport();
+    QMimeData other;
+    other.setText(QStringLiteral("SELECT 1"));
+    QDragEnterEvent refused(QPoint(50, 50), Qt::CopyAction, &other, Qt::LeftButton, {});
+    QApplication::sendEvent(area, &refused);
+    EXPECT_FALSE(refused.isAccepted()) << "only the dragged node's own text opens an object";
+
+    QMimeData dragged;
+    dragged.setText(QStringLiteral("usp_Orders"));
+    QDragEnterEvent enter(QPoint(50, 50), Qt::CopyAction, &dragged, Qt::LeftButton, {});
+    QApplication::sendEvent(area, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(QPointF(50, 50), Qt::CopyAction, &dragged, Qt::LeftButton, {});
+    QApplication::sendEvent(area, &drop);
+    ASSERT_NE(window->ActiveForm(), nullptr);
+    EXPECT_EQ(window->ActiveForm()->windowTitle(), QStringLiteral("usp_Orders"));
+    EXPECT_EQ(tree().DragSource(), nullptr);
+    EXPECT_EQ(tree().currentItem(), orders);
 }
 
 #include "MainWindowCommandsTest.moc"
