@@ -11,9 +11,6 @@ public:
     QString OpenFileName(const QString& title, const QString& filter, const QString& initialPath) override;
     QString SaveFileName(const QString& title, const QString& filter, const QString& initialPath) override;
     QString FolderName(const QString& title, const QString& initialPath) override;
-    bool SQLLogin(const QString& server, const QString& database, QString& userName,
-                  QString& password) override;
-    bool VSSLogin(const QString& iniFile, QString& userName, QString& password) override;
     bool InputText(const QString& title, const QString& label, QString& text) override;
     void SetBusy(bool busy) override;
 };
