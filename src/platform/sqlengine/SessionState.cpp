@@ -683,41 +683,60 @@ SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
             Catalogue::DescribeDeclaredType(decl, &c.typeId, &c.length, &c.precision, &c.scale);
         rs.columns.append(c);
     }
+    QList<QVariantList> raw;
     while (st.Step()) {
         QVariantList row;
-        for (int i = 0; i < n; ++i) {
-            QVariant v = st.Value(i);
-            if (!typed[i] && v.isValid()) {
-                SqlColumn& c = rs.columns[i];
-                typed[i] = true;
-                if (v.typeId() == QMetaType::LongLong) {
-                    c.typeId = 56;
-                    c.length = 4;
-                    c.precision = 10;
-                } else if (v.typeId() == QMetaType::Double) {
-                    c.typeId = 62;
-                    c.length = 8;
-                    c.precision = 53;
-                } else if (v.typeId() == QMetaType::QByteArray) {
-                    c.typeId = 165;
-                    c.length = 8000;
-                } else {
-                    // Dates are kept as text; a computed one still reads as a datetime.
-                    static const QRegularExpression date(
-                        QStringLiteral("^\\d{4}-\\d{2}-\\d{2} \\d{2}:\\d{2}:\\d{2}\\.\\d{3}$"));
-                    c.typeId = date.match(v.toString()).hasMatch() ? 61 : 231;
-                    c.length = c.typeId == 61 ? 8 : 8000;
-                }
+        for (int i = 0; i < n; ++i)
+            row.append(st.Value(i));
+        raw.append(row);
+    }
+    // A computed column has no declared type: it takes the widest kind of value any row holds,
+    // so that a 0 in the first row doesn't make integers of the fractions below it.
+    static const QRegularExpression date(
+        QStringLiteral("^\\d{4}-\\d{2}-\\d{2} \\d{2}:\\d{2}:\\d{2}\\.\\d{3}$"));
+    for (int i = 0; i < n; ++i) {
+        if (typed[i])
+            continue;
+        bool integer = false, fraction = false, binary = false, text = false, dates = true;
+        for (const QVariantList& row : raw) {
+            const QVariant& v = row[i];
+            if (!v.isValid() || v.isNull())
+                continue;
+            if (v.typeId() == QMetaType::LongLong) {
+                integer = true;
+            } else if (v.typeId() == QMetaType::Double) {
+                fraction = true;
+            } else if (v.typeId() == QMetaType::QByteArray) {
+                binary = true;
+            } else {
+                text = true;
+                dates = dates && date.match(v.toString()).hasMatch();
             }
-            row.append(ToServerValue(v, rs.columns[i].typeId));
         }
+        SqlColumn& c = rs.columns[i];
+        if (text) {
+            // Dates are kept as text; a computed one still reads as a datetime.
+            c.typeId = dates && !integer && !fraction && !binary ? 61 : 231;
+            c.length = c.typeId == 61 ? 8 : 8000;
+        } else if (binary) {
+            c.typeId = 165;
+            c.length = 8000;
+        } else if (fraction) {
+            c.typeId = 62;
+            c.length = 8;
+            c.precision = 53;
+        } else {
+            c.typeId = 56;
+            c.length = 4;
+            c.precision = integer ? 10 : 0;
+        }
+    }
+    for (const QVariantList& values : raw) {
+        QVariantList row;
+        for (int i = 0; i < n; ++i)
+            row.append(ToServerValue(values[i], rs.columns[i].typeId));
         rs.rows.append(row);
     }
-    for (int i = 0; i < n; ++i)
-        if (!typed[i]) {
-            rs.columns[i].typeId = 56;
-            rs.columns[i].length = 4;
-        }
     return rs;
 }
 
