@@ -28,6 +28,8 @@ bool SqlLexer::IsReserved(const QString& word) {
                               "BEGIN",
                               "BETWEEN",
                               "BREAK",
+                              "PIVOT",
+                              "UNPIVOT",
                               "BROWSE",
                               "BULK",
                               "BY",

@@ -210,6 +210,8 @@ SqlTableRefP SqlParser::ParseTableRef() {
             type = QStringLiteral("CROSS");
         } else if (Peek().IsWord("OUTER") && Peek(1).IsWord("APPLY")) {
             Unsupported(QStringLiteral("OUTER APPLY"), line);
+        } else if (Peek().IsWord("PIVOT") || Peek().IsWord("UNPIVOT")) {
+            Unsupported(Peek().text.toUpper(), line);
         } else {
             break;
         }
