@@ -108,8 +108,7 @@ void frmInitialize::tmr_Timer() {
     if (auto project = gDatabase->GetDefaultProject()) {
         if (ConnectProject(*project, product)) {
             SetStatus(QStringLiteral("Opening Most Recent Project"));
-            gDatabase->OpenProject(project);
-            ShowProjectWindow(project);
+            OpenProjectWindow(project);
             Unload();
             return;
         }

@@ -1,18 +1,15 @@
 #pragma once
 
-#include <QWidget>
+#include "MainWindowContract.h"
 
 #include <memory>
 
 class TARMOProject;
 
-// Where the start-up arrives until the main window and the project browser stand: says plainly
-// that no project is open, or which project was connected.
-class frmNoProject : public QWidget {
-    Q_OBJECT
-public:
-    explicit frmNoProject(const TARMOProject* connected = nullptr, QWidget* parent = nullptr);
-};
+// The hand-over at the end of opening a project. The program installs how its main window is made
+// (the window lives in a library above this one); opening a project then brings that window up.
+void SetProjectWindowFactory(MainWindowFactory factory);
 
-// Shows the window of an opened project: the hand-over at the end of opening a project.
-void ShowProjectWindow(const std::shared_ptr<TARMOProject>& project);
+// Opens the connected project in the main window; without an installed maker the project is opened
+// with no window.
+bool OpenProjectWindow(const std::shared_ptr<TARMOProject>& project);

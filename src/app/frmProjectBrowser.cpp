@@ -175,10 +175,7 @@ bool frmProjectBrowser::ConnectAndOpen(const std::shared_ptr<TARMOProject>& prj)
         mSelectedProject = prj;
         return true;
     }
-    const bool opened = gDatabase->OpenProject(prj);
-    if (opened)
-        ShowProjectWindow(prj);
-    return opened;
+    return OpenProjectWindow(prj);
 }
 
 void frmProjectBrowser::cmdOpen_Click() {

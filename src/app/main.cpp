@@ -2,6 +2,8 @@
 #include "Globals.h"
 #include "SystemComponents.h"
 #include "frmInitialize.h"
+#include "frmNoProject.h"
+#include "mdiMain.h"
 
 #include <QApplication>
 
@@ -59,6 +61,7 @@ int main(int argc, char* argv[]) {
 
     installPrompts(std::make_unique<AppPrompts>());
     SystemComponents::RegisterPlatformComponents();
+    SetProjectWindowFactory([] { return new mdiMain; });
 
     auto* splash = new frmInitialize;
     splash->StartTARMO();

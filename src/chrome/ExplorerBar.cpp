@@ -1,6 +1,7 @@
 #include "ExplorerBar.h"
 
 #include <QLabel>
+#include <QPushButton>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -164,18 +165,18 @@ void ExplorerBar::AddEntry(const QString& barKey, const QString& entryKey, const
     auto* entry = new Entry;
     entry->key = entryKey;
     entry->command = command;
-    auto* link = new QToolButton(bar->body);
+    auto* link = new QPushButton(icon, text, bar->body);
     link->setObjectName(QStringLiteral("entry:") + entryKey);
-    link->setText(text);
-    link->setIcon(icon);
-    link->setAutoRaise(true);
+    link->setFlat(true);
     link->setCursor(Qt::PointingHandCursor);
-    link->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    link->setFocusPolicy(Qt::TabFocus);
     // A narrow panel clips a long caption rather than scrolling sideways.
     link->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-    link->setStyleSheet(QStringLiteral("QToolButton { text-align: left; color: palette(link); }"));
+    link->setStyleSheet(
+        QStringLiteral("QPushButton { text-align: left; border: none; padding: 2px; color: palette(link); }"
+                       "QPushButton:hover { text-decoration: underline; }"));
     entry->widget = link;
-    connect(link, &QToolButton::clicked, this, [this, barKey, entryKey] { ClickEntry(barKey, entryKey); });
+    connect(link, &QPushButton::clicked, this, [this, barKey, entryKey] { ClickEntry(barKey, entryKey); });
     insertEntry(*bar, entry, beforeKey);
 }
 
@@ -218,7 +219,7 @@ QString ExplorerBar::EntryText(const QString& barKey, const QString& entryKey) c
     const Entry* entry = bar ? findEntry(*bar, entryKey) : nullptr;
     if (!entry)
         return {};
-    if (auto* link = qobject_cast<QToolButton*>(entry->widget))
+    if (auto* link = qobject_cast<QPushButton*>(entry->widget))
         return link->text();
     if (auto* label = qobject_cast<QLabel*>(entry->widget))
         return label->text();

@@ -199,8 +199,8 @@ void mdiMain::SetCaption(const QString& caption) {
 void mdiMain::fillContextPanelBars() {
     if (!mebcExtraInfo->HasBar(itemBar)) {
         mebcExtraInfo->AddBar(itemBar, QStringLiteral("Selected Item"));
-        mebcExtraInfo->AddEntry(itemBar, QStringLiteral("NoItem"),
-                                QStringLiteral("No item is currently selected"), QIcon(), 0);
+        mebcExtraInfo->AddTextEntry(itemBar, QStringLiteral("NoItem"),
+                                    QStringLiteral("No item is currently selected"));
     }
     if (!mebcExtraInfo->HasBar(toolsBar)) {
         mebcExtraInfo->AddBar(toolsBar, QStringLiteral("Functions Available"));
@@ -404,8 +404,8 @@ void mdiMain::UpdateContextPanel() {
 
     if (!node) {
         mebcExtraInfo->RemoveEntry(itemBar, refreshNodeEntry);
-        mebcExtraInfo->AddEntry(itemBar, QStringLiteral("NoItem"),
-                                QStringLiteral("No object is currently selected"), QIcon(), 0);
+        mebcExtraInfo->AddTextEntry(itemBar, QStringLiteral("NoItem"),
+                                    QStringLiteral("No object is currently selected"));
     } else {
         if (!mebcExtraInfo->HasEntry(itemBar, refreshNodeEntry))
             mebcExtraInfo->AddEntry(itemBar, refreshNodeEntry, QStringLiteral("Refresh from here"),

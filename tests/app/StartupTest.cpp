@@ -9,8 +9,10 @@
 #include "TestSupport.h"
 #include "VersionStore.h"
 #include "frmInitialize.h"
+#include "frmNoProject.h"
 #include "frmProjectBrowser.h"
 #include "frmSystem.h"
+#include "mdiMain.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -195,7 +197,7 @@ void saveProjectAsMostRecent(TARMOProject& project) {
 }
 
 void closeStartWindow() {
-    for (const char* name : {"frmNoProject", "frmProjectBrowser"})
+    for (const char* name : {"mdiMain", "frmProjectBrowser"})
         if (auto* w = findTopLevel<QWidget>(QString::fromLatin1(name)))
             w->close();
     QApplication::processEvents();
@@ -257,16 +259,24 @@ TEST_F(ComponentCheck, MostRecentProjectIsConnectedAndOpened) {
     project.VSS().SetGeneralWorkingFolder(dir.Path(QStringLiteral("work")));
     saveProjectAsMostRecent(project);
 
+    SetProjectWindowFactory([] { return new mdiMain; });
+    // The first user of the project is offered a synchronization; with no synchronization window
+    // yet, saying Yes changes nothing.
+    prompts->QueueAnswer(Prompt::Answer::Yes);
     const QStringList statuses = runStartup();
-    EXPECT_TRUE(prompts->Records().isEmpty()) << qPrintable(prompts->Messages().join(QLatin1Char('\n')));
+    SetProjectWindowFactory(nullptr);
+    ASSERT_EQ(prompts->Records().size(), 1) << qPrintable(prompts->Messages().join(QLatin1Char('\n')));
+    EXPECT_EQ(prompts->Records().first().title, QStringLiteral("Start Synchronization Process?"));
     EXPECT_EQ(statuses.last(), QStringLiteral("Opening Most Recent Project"));
     ASSERT_TRUE(gDatabase->Project());
     EXPECT_EQ(gDatabase->Project()->Name(), QStringLiteral("Demo"));
     EXPECT_TRUE(gDatabase->Project()->SQL().ConnectionOpen());
     EXPECT_TRUE(gDatabase->Project()->VSS().ConnectionOpen());
     EXPECT_TRUE(gDatabase->Project()->IsFirstUserToConnect());
-    auto* opened = findTopLevel<QWidget>(QStringLiteral("frmNoProject"));
+    auto* opened = findTopLevel<QWidget>(QStringLiteral("mdiMain"));
     ASSERT_NE(opened, nullptr);
+    EXPECT_TRUE(opened->isVisible());
+    EXPECT_EQ(opened->windowTitle(), QStringLiteral("Demo - TARMO"));
     screenshot(opened, QStringLiteral("frmProjectOpened"));
     gDatabase->Project()->ProjectWasSyncronized();
     EXPECT_FALSE(gDatabase->Project()->IsFirstUserToConnect());
