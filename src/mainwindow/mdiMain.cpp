@@ -1,5 +1,6 @@
 #include "mdiMain.h"
 
+#include "ChildWindowArea.h"
 #include "ChildWindowContract.h"
 #include "DatabaseTree.h"
 #include "ExplorerBar.h"
@@ -18,7 +19,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QDateTime>
 #include <QDragEnterEvent>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -33,7 +33,6 @@ const QString itemBar = QStringLiteral("Item");
 const QString toolsBar = QStringLiteral("Tools");
 const QString descriptionBar = QStringLiteral("Description");
 const QString refreshNodeEntry = QStringLiteral("RefreshNode");
-const QString allowEdit = QStringLiteral("ALLOWEDIT");
 const QString vendorWebAddress = QStringLiteral("https://www.tarmo-integration.com/");
 const QString vendorSupportAddress = QStringLiteral("support@tarmo-integration.com");
 
@@ -155,8 +154,7 @@ void mdiMain::buildFrame() {
     mebcExtraInfo->setObjectName(QStringLiteral("ebcExtraInfo"));
     mPanelSplitter->setStretchFactor(0, 3);
     mPanelSplitter->setStretchFactor(1, 2);
-    mMdiArea = new QMdiArea(mSplitter);
-    mMdiArea->setObjectName(QStringLiteral("mdiArea"));
+    mMdiArea = new ChildWindowArea(mSplitter);
     mMdiArea->viewport()->setAcceptDrops(true);
     mMdiArea->viewport()->installEventFilter(this);
     mSplitter->setStretchFactor(1, 1);
@@ -553,37 +551,8 @@ void mdiMain::KeyPreview(bool bKeyDown, int& KeyCode, int Shift, long lngHelpCon
 }
 
 void mdiMain::tmr_Timer() {
-    bringCurrentChildBack();
+    mMdiArea->BringBack(mCurrentChild);
     UpdateCommands();
-}
-
-void mdiMain::bringCurrentChildBack() {
-    if (!mCurrentChild)
-        return;
-    auto* sub = qobject_cast<QMdiSubWindow*>(mCurrentChild->parentWidget());
-    if (!sub || sub == mMdiArea->currentSubWindow())
-        return;
-    const qint64 second = QDateTime::currentSecsSinceEpoch();
-    if (second == mLastRepairSecond)
-        return;
-    mLastRepairSecond = second;
-    mMdiArea->setActiveSubWindow(sub);
-    if (auto* child = contractOf(mCurrentChild))
-        child->SetFocusOfChild();
-}
-
-ChildWindowContract* mdiMain::contractOf(QWidget* form) const {
-    return dynamic_cast<ChildWindowContract*>(form);
-}
-
-bool mdiMain::isEditChild(QWidget* form) const {
-    ChildWindowContract* child = contractOf(form);
-    return child && child->Tag() == allowEdit;
-}
-
-QWidget* mdiMain::ActiveForm() const {
-    QMdiSubWindow* sub = mMdiArea->currentSubWindow();
-    return sub && !sub->isHidden() ? sub->widget() : nullptr;
 }
 
 void mdiMain::setMenuEnabled(const char* key, bool enabled) {
@@ -610,7 +579,7 @@ void mdiMain::disableEditCommands() {
 
 void mdiMain::UpdateCommands() {
     QWidget* form = ActiveForm();
-    if (!isEditChild(form)) {
+    if (!ChildWindowArea::IsEditChild(form)) {
         if (mbMenusDisabled)
             return;
         disableEditCommands();
@@ -618,7 +587,7 @@ void mdiMain::UpdateCommands() {
         return;
     }
     mbMenusDisabled = false;
-    ChildWindowContract* child = contractOf(form);
+    ChildWindowContract* child = ChildWindowArea::Contract(form);
     for (const Enabling& enabling : enablings) {
         const bool enabled = (child->*enabling.member)();
         if (enabling.button)
@@ -632,104 +601,27 @@ void mdiMain::UpdateCommands() {
 
 // --- Child windows
 
-QMdiSubWindow* mdiMain::AddChildWindow(QWidget* child) {
-    QMdiSubWindow* sub = mMdiArea->addSubWindow(child);
-    sub->setWindowIcon(child->windowIcon());
-    child->show();
-    mMdiArea->setActiveSubWindow(sub);
-    return sub;
-}
-
 QWidget* mdiMain::addChildForFactory(QWidget* child) {
     if (child)
         AddChildWindow(child);
     return child;
 }
 
+QMdiSubWindow* mdiMain::AddChildWindow(QWidget* child) {
+    return mMdiArea->AddChildWindow(child);
+}
+
 QWidget* mdiMain::FindChild(const QString& strTag, const QString& strKey, long lngFormType) const {
-    for (QMdiSubWindow* sub : mMdiArea->subWindowList(QMdiArea::CreationOrder)) {
-        ChildWindowContract* child = contractOf(sub->widget());
-        if (child && !sub->isHidden() && child->Tag() == allowEdit && child->FormType() == lngFormType &&
-            child->ObjectTag() == strTag && child->ObjectKey() == strKey)
-            return sub->widget();
-    }
-    return nullptr;
+    return mMdiArea->FindChild(strTag, strKey, lngFormType);
 }
 
 void mdiMain::RefreshForms() {
-    for (QMdiSubWindow* sub : mMdiArea->subWindowList())
-        if (isEditChild(sub->widget()))
-            contractOf(sub->widget())->RefreshCaption();
+    mMdiArea->RefreshForms();
 }
 
-QList<QWidget*> mdiMain::openWindows() const {
-    QList<QWidget*> windows{const_cast<mdiMain*>(this)};
-    for (QMdiSubWindow* sub : mMdiArea->subWindowList(QMdiArea::CreationOrder))
-        windows << sub;
-    return windows;
+QWidget* mdiMain::ActiveForm() const {
+    return mMdiArea->ActiveForm();
 }
-
-void mdiMain::rebuildWindowList() {
-    QList<MainMenus::WindowEntry> entries;
-    const QList<QWidget*> windows = openWindows();
-    for (int index = 1; index < windows.size(); ++index) {
-        auto* sub = static_cast<QMdiSubWindow*>(windows[index]);
-        if (sub->isHidden())
-            continue;
-        ChildWindowContract* child = contractOf(sub->widget());
-        entries.append({sub->widget() ? sub->widget()->windowTitle() : sub->windowTitle(), index,
-                        sub == mMdiArea->currentSubWindow(),
-                        child ? static_cast<int>(child->CurrentIcon()) : 0});
-    }
-    mMenus->SetWindowList(entries);
-}
-
-void mdiMain::bringWindowForward(int index) {
-    const QList<QWidget*> windows = openWindows();
-    if (index <= 0 || index >= windows.size())
-        return;
-    auto* sub = static_cast<QMdiSubWindow*>(windows[index]);
-    if (sub->isMinimized())
-        sub->showNormal();
-    mMdiArea->setActiveSubWindow(sub);
-}
-
-void mdiMain::switchWindow(bool next) {
-    QMdiSubWindow* before = mMdiArea->currentSubWindow();
-    if (!before)
-        return;
-    const bool wasMaximized = before->isMaximized();
-    if (next)
-        mMdiArea->activateNextSubWindow();
-    else
-        mMdiArea->activatePreviousSubWindow();
-    QMdiSubWindow* after = mMdiArea->currentSubWindow();
-    if (!wasMaximized && after && after->isMinimized())
-        after->showNormal();
-}
-
-namespace {
-// Horizontal tiling stacks the windows one above the other, vertical sets them side by side.
-void tile(QMdiArea& area, bool horizontal) {
-    QList<QMdiSubWindow*> windows;
-    for (QMdiSubWindow* sub : area.subWindowList(QMdiArea::StackingOrder))
-        if (sub->isVisible() && !sub->isMinimized())
-            windows << sub;
-    if (windows.isEmpty())
-        return;
-    const QRect room = area.viewport()->rect();
-    const int n = static_cast<int>(windows.size());
-    for (int i = 0; i < n; ++i) {
-        QMdiSubWindow* sub = windows[i];
-        if (sub->isMaximized())
-            sub->showNormal();
-        if (horizontal)
-            sub->setGeometry(0, room.height() * i / n, room.width(), room.height() / n);
-        else
-            sub->setGeometry(room.width() * i / n, 0, room.width() / n, room.height());
-    }
-}
-} // namespace
 
 // --- Commands
 
@@ -753,9 +645,9 @@ bool mdiMain::passToChild(long lngCommand) {
         if (entry.command != lngCommand)
             continue;
         QWidget* form = ActiveForm();
-        if (!isEditChild(form))
+        if (!ChildWindowArea::IsEditChild(form))
             return true;
-        ChildWindowContract* child = contractOf(form);
+        ChildWindowContract* child = ChildWindowArea::Contract(form);
         if ((child->*entry.guard)()) {
             BusyCursor busy;
             (child->*entry.action)();
@@ -808,30 +700,28 @@ void mdiMain::runCommand(long lngCommand, const QString& strParameter, long lngH
         SyncroniseAction(selected, 3, 2);
         break;
     case 24:
-        tile(*mMdiArea, true);
+        mMdiArea->Tile(true);
         break;
     case 25:
-        tile(*mMdiArea, false);
+        mMdiArea->Tile(false);
         break;
     case 26:
         mMdiArea->cascadeSubWindows();
         break;
     case 27:
-        if (QMdiSubWindow* sub = mMdiArea->currentSubWindow())
-            sub->showMaximized();
+        mMdiArea->MaximiseActive();
         break;
     case 28:
-        for (QMdiSubWindow* sub : mMdiArea->subWindowList())
-            sub->showMinimized();
+        mMdiArea->MinimiseAll();
         break;
     case 29:
-        switchWindow(true);
+        mMdiArea->SwitchWindow(true);
         break;
     case 30:
-        switchWindow(false);
+        mMdiArea->SwitchWindow(false);
         break;
     case 31:
-        bringWindowForward(index);
+        mMdiArea->BringWindowForward(index);
         break;
     case 32:
         CloseProject();
@@ -854,7 +744,7 @@ void mdiMain::runCommand(long lngCommand, const QString& strParameter, long lngH
             bar->setVisible(bar->isHidden());
         break;
     case 40:
-        rebuildWindowList();
+        mMenus->SetWindowList(mMdiArea->WindowList());
         break;
     case 41:
         if (msdbCurrent && msdbCurrent->Project()) {
@@ -976,7 +866,7 @@ void mdiMain::EditObject(QTreeWidgetItem* Node) {
     if (!object || !object->IsEditable() || !(object->InSQL() && object->InVSS()))
         return;
     if (QWidget* open = FindChild(tag, key, 1)) {
-        mMdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(open->parentWidget()));
+        mMdiArea->BringToFront(open);
         return;
     }
     if (mFactories.OpenObjectWindow && msdbCurrent)
@@ -1052,7 +942,7 @@ void mdiMain::DeleteObject(QTreeWidgetItem* Node) {
 void mdiMain::AfterChange(QTreeWidgetItem* Node, bool bClose) {
     const QString tag = DatabaseTree::NodeTag(Node), key = DatabaseTree::NodeKey(Node);
     for (long formType : {1L, 2L}) {
-        ChildWindowContract* child = contractOf(FindChild(tag, key, formType));
+        ChildWindowContract* child = ChildWindowArea::Contract(FindChild(tag, key, formType));
         if (!child)
             continue;
         if (bClose) {
@@ -1105,7 +995,8 @@ void mdiMain::EditPermissions(const QString& strTag, const QString& strKey,
             return;
     } else {
         QWidget* form = ActiveForm();
-        ChildWindowContract* child = isEditChild(form) ? contractOf(form) : nullptr;
+        ChildWindowContract* child =
+            ChildWindowArea::IsEditChild(form) ? ChildWindowArea::Contract(form) : nullptr;
         if (!child || !child->CanPermissions() || !child->CurrentObject())
             return;
         objItem = child->CurrentObject();
@@ -1114,7 +1005,7 @@ void mdiMain::EditPermissions(const QString& strTag, const QString& strKey,
     }
     BusyCursor busy;
     if (QWidget* open = FindChild(tag, key, 2)) {
-        mMdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(open->parentWidget()));
+        mMdiArea->BringToFront(open);
         return;
     }
     if (mFactories.PermissionWindow && msdbCurrent)
@@ -1125,11 +1016,8 @@ void mdiMain::EditPermissions(const QString& strTag, const QString& strKey,
 
 bool mdiMain::unloadWindow() {
     mbUnloadDone = false;
-    for (QMdiSubWindow* sub : mMdiArea->subWindowList(QMdiArea::CreationOrder))
-        sub->close();
-    for (QMdiSubWindow* sub : mMdiArea->subWindowList())
-        if (!sub->isHidden() && isEditChild(sub->widget()))
-            return false;
+    if (!mMdiArea->CloseChildren())
+        return false;
     mtmr.stop();
     mbUnloadDone = true;
     return true;

@@ -14,7 +14,7 @@
 class ChildWindowContract;
 class DatabaseTree;
 class ExplorerBar;
-class QMdiArea;
+class ChildWindowArea;
 class QMimeData;
 class QMdiSubWindow;
 class QSplitter;
@@ -86,7 +86,7 @@ public:
     DatabaseTree* tvwDBT() const { return mtvwDBT; }
     ExplorerBar* ebcExtraInfo() const { return mebcExtraInfo; }
     StatusPanels* sbrMain() const { return msbrMain; }
-    QMdiArea* MdiArea() const { return mMdiArea; }
+    ChildWindowArea* MdiArea() const { return mMdiArea; }
     MainMenus& Menus() { return *mMenus; }
     const ShortcutTable& Shortcuts() const { return mShortcuts; }
     QTimer& tmr() { return mtmr; }
@@ -115,16 +115,11 @@ private:
     void buildStatusBar();
     void fillContextPanelBars();
     void tmr_Timer();
-    void bringCurrentChildBack();
     void disableEditCommands();
     void setMenuEnabled(const char* key, bool enabled);
     void setMenuCaption(const char* key, const QString& caption);
     bool passToChild(long lngCommand);
     void onMenuOpening(const QString& menuKey);
-    void rebuildWindowList();
-    QList<QWidget*> openWindows() const;
-    void bringWindowForward(int index);
-    void switchWindow(bool next);
     void EditObject(QTreeWidgetItem* Node = nullptr);
     void NewObject(const QString& strType);
     void RenameObject(QTreeWidgetItem* Node = nullptr);
@@ -141,8 +136,6 @@ private:
     void storeSplitterSizes();
     void showStatusProgress(const QString& verb, const QString& displayName, long current, long total);
     bool acceptsTreeDrop(const QMimeData* dropped) const;
-    ChildWindowContract* contractOf(QWidget* form) const;
-    bool isEditChild(QWidget* form) const;
     QWidget* addChildForFactory(QWidget* child);
 
     TARMODatabase* msdbCurrent = nullptr;
@@ -156,7 +149,7 @@ private:
     QWidget* mTreePanel = nullptr;
     DatabaseTree* mtvwDBT = nullptr;
     ExplorerBar* mebcExtraInfo = nullptr;
-    QMdiArea* mMdiArea = nullptr;
+    ChildWindowArea* mMdiArea = nullptr;
     StatusPanels* msbrMain = nullptr;
     QTimer mtmr;
 
@@ -172,5 +165,4 @@ private:
     QString mstrLoadShortcut;
     QString mstrSaveShortcut;
     QPointer<QWidget> mCurrentChild;
-    qint64 mLastRepairSecond = -1;
 };

@@ -11,7 +11,7 @@
 #include "TestSupport.h"
 #include "mdiMain.h"
 
-#include <QMdiArea>
+#include "ChildWindowArea.h"
 #include <QMdiSubWindow>
 
 #include <gtest/gtest.h>
