@@ -116,7 +116,9 @@ int CliCommands::Run(QStringList args) {
         return usageError(QStringLiteral("--project needs a name"));
     if (args.isEmpty())
         return usageError(QStringLiteral("no command given"));
-    std::unique_ptr<UserPrompts> previous = installPrompts(std::make_unique<CliPrompts>(mErr, policy));
+    auto cliPrompts = std::make_unique<CliPrompts>(mErr, policy);
+    mPrompts = cliPrompts.get();
+    std::unique_ptr<UserPrompts> previous = installPrompts(std::move(cliPrompts));
     int code = 1;
     try {
         const QString command = args.takeFirst();
@@ -132,6 +134,7 @@ int CliCommands::Run(QStringList args) {
     }
     mObjects.reset();
     installPrompts(std::move(previous));
+    mPrompts = nullptr;
     return code;
 }
 
@@ -280,6 +283,14 @@ TARMOObjectRef CliCommands::findObject(const QString& tag, const QString& name) 
     return TARMOObjectRef();
 }
 
+int CliCommands::outcome(bool done, const QString& command) {
+    // The core says nothing when the store refuses because of an item's state; a shell user still
+    // needs to hear why the exit code is 1.
+    if (!done && mPrompts && mPrompts->Shown() == mShownBefore)
+        mErr << "tarmo-cli: " << command << " did not succeed" << Qt::endl;
+    return done ? 0 : 1;
+}
+
 int CliCommands::objectCommand(const QString& command, QStringList args) {
     static const QStringList commands = {
         QStringLiteral("list"),        QStringLiteral("show"),         QStringLiteral("get"),
@@ -311,6 +322,7 @@ int CliCommands::objectCommand(const QString& command, QStringList args) {
 
     if (!openProject())
         return 1;
+    mShownBefore = mPrompts ? mPrompts->Shown() : 0;
     const QString tag = args.at(0);
     if (!knownTag(tag))
         return usageError(QStringLiteral("unknown TAG '") + tag + QLatin1Char('\''));
@@ -334,7 +346,7 @@ int CliCommands::objectCommand(const QString& command, QStringList args) {
         const bool done = command == QLatin1String("sync-add")      ? object.SyncAdd(location)
                           : command == QLatin1String("sync-remove") ? object.SyncRemove(location)
                                                                     : object.SyncChange(location);
-        return done ? 0 : 1;
+        return outcome(done, command);
     }
     const std::shared_ptr<TARMOObjectVSS> versioned = object.Versioned();
     if (!versioned) {
@@ -343,18 +355,18 @@ int CliCommands::objectCommand(const QString& command, QStringList args) {
     }
     if (command == QLatin1String("checkout")) {
         if (!versioned->CheckOut())
-            return 1;
+            return outcome(false, command);
         mOut << versioned->FileName() << Qt::endl;
         return 0;
     }
     if (command == QLatin1String("undocheckout"))
-        return versioned->UndoCheckout() ? 0 : 1;
+        return outcome(versioned->UndoCheckout(), command);
     // checkin
     if (!FileExists(args.at(2))) {
         mErr << "tarmo-cli: cannot read '" << args.at(2) << "'" << Qt::endl;
         return 1;
     }
-    return versioned->CheckIn(ReadTextFile(args.at(2)), comment) ? 0 : 1;
+    return outcome(versioned->CheckIn(ReadTextFile(args.at(2)), comment), command);
 }
 
 int CliCommands::list(const QStringList& args) {
@@ -464,7 +476,7 @@ int CliCommands::newObject(const QString& tag, const QString& file, const QStrin
         object->ClearNewObjectFile();
     if (!object->DBID().isEmpty())
         mOut << object->DBID() << Qt::endl;
-    return done ? 0 : 1;
+    return outcome(done, QStringLiteral("new"));
 }
 
 int CliCommands::test(const QString& tag, const QString& file) {

@@ -10,6 +10,7 @@ class TARMODatabase;
 class TARMODatabaseObjects;
 class TARMOObjectRef;
 class TARMOProject;
+class CliPrompts;
 
 // The commands of tarmo-cli over the core: project records, and with --project the objects of a
 // project, one action per call. Results go to the output stream, every prompt of the core to the
@@ -42,10 +43,14 @@ private:
     TARMOObjectRef findObject(const QString& tag, const QString& name);
     bool knownTag(const QString& tag);
     int usageError(const QString& text);
+    // 0 or 1; a failure that no prompt explained gets a line of its own.
+    int outcome(bool done, const QString& command);
 
     QTextStream& mOut;
     QTextStream& mErr;
     QString mProjectName;
+    CliPrompts* mPrompts = nullptr; // installed for the length of Run
+    int mShownBefore = 0;
     std::unique_ptr<TARMODatabase> mDatabase;
     std::shared_ptr<TARMOProject> mProject;
     std::unique_ptr<TARMODatabaseObjects> mObjects;

@@ -3,8 +3,11 @@
 #include <QString>
 #include <QStringList>
 
-// The embedded default: a demo server folder with the database "Demo" and a few programmable objects,
-// a demo version store with the project $/Demo, and a project record "Demo" that the start-up opens.
+// The embedded default: a demo server folder with the database "Demo" (tables with data, a role and a
+// user with permissions), a demo version store with the project $/Demo into which the programmable
+// objects are checked in through the object model, two of them checked out by another store user, one
+// object on the server alone and one in the store alone, and a project record "Demo" that the start-up
+// opens.
 namespace DemoSeed {
 
 struct Result {
