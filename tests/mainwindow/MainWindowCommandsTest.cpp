@@ -330,4 +330,37 @@ TEST_F(MainWindowTest, DroppingADraggedObjectOnTheWindowOpensIt) {
     EXPECT_EQ(tree().currentItem(), orders);
 }
 
+TEST_F(MainWindowTest, FileMenuListsNewKindsAndRecentProjectsAndAChangeStopsAtARefusal) {
+    for (const char* name : {"Sales", "Archive"}) {
+        TARMOProject record;
+        record.SetName(QString::fromLatin1(name));
+        database->SaveProject(record);
+    }
+    window->InitDBT();
+    QStringList newEntries, recent;
+    for (QAction* action : window->Menus().Menu(QStringLiteral("mnuNew"))->actions())
+        newEntries << action->text();
+    for (QAction* action : window->Menus().Menu(QStringLiteral("mnuMostRecent"))->actions())
+        recent << action->objectName() + QLatin1Char('=') + action->text();
+    EXPECT_EQ(newEntries, (QStringList{QStringLiteral("New &Stored Procedure"),
+                                       QStringLiteral("New &User Defined Function"),
+                                       QStringLiteral("New &View"), QStringLiteral("New &Trigger")}));
+    EXPECT_EQ(recent, (QStringList{QStringLiteral("MOSTRECENT:1=&1 - Sales"),
+                                   QStringLiteral("MOSTRECENT:2=&2 - Archive")}));
+    EXPECT_EQ(window->Menus().Menu(QStringLiteral("mnuNew"))->menuAction()->text(),
+              QStringLiteral("&New\tCtrl+N"));
+
+    FakeChild* stubborn = addChild(QStringLiteral("stubborn"));
+    stubborn->mRefuseClose = true;
+    window->tmr().start();
+    window->Menus().Entry(QStringLiteral("MOSTRECENT:1"))->trigger();
+    EXPECT_TRUE(log.isEmpty()) << "the open project is position 1: nothing closes";
+    window->Menus().Entry(QStringLiteral("MOSTRECENT:2"))->trigger();
+    EXPECT_EQ(log, QStringList{QStringLiteral("stubborn:refused")});
+    EXPECT_EQ(database->Project()->Name(), QStringLiteral("Sales")) << "the old project stays";
+    EXPECT_EQ(window->MdiArea()->subWindowList().size(), 1);
+    EXPECT_TRUE(window->tmr().isActive()) << "the window goes on working";
+    window->tmr().stop();
+}
+
 #include "MainWindowCommandsTest.moc"
