@@ -408,6 +408,18 @@ bool TARMODatabaseObjects::CanOpenObject(const QString& ObjectTag, const QString
     return false;
 }
 
+QList<std::shared_ptr<TARMODBTItems>>
+TARMODatabaseObjects::GetObjectsForUndeleteing(const QString& ObjectKey) {
+    QList<std::shared_ptr<TARMODBTItems>> groups;
+    for (const Entry& entry : registry()) {
+        if (!entry.IsEditable() || (!ObjectKey.isEmpty() && ObjectKey != entry.ObjectType()))
+            continue;
+        groups.append(
+            std::shared_ptr<TARMODBTItems>(entry.list->GetDeletedItems(mSettings.ShowOwnerNameInName())));
+    }
+    return groups;
+}
+
 // --- The other menus
 
 std::unique_ptr<TARMODBTItems> TARMODatabaseObjects::menuItems(bool bySubObject) const {

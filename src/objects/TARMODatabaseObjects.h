@@ -94,6 +94,10 @@ public:
     std::shared_ptr<TARMOObjectVSS> NewItemOfType(const QString& ObjectType);
     bool CanOpenObject(const QString& ObjectTag, const QString& ObjectKey) const;
 
+    // The deleted items of each editable list (or of the list of that list tag), one collection
+    // per list, in registry order.
+    QList<std::shared_ptr<TARMODBTItems>> GetObjectsForUndeleteing(const QString& ObjectKey = QString());
+
     // --- The other menus: one item per editable list, in registry order.
     // Key the kind tag, Text its display name.
     std::unique_ptr<TARMODBTItems> GetItemsForNewMenu() const;

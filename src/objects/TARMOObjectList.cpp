@@ -371,6 +371,57 @@ void TARMOObjectList::ItemAdded_Event(TARMOObjectVSS* objAdded) {
     }
 }
 
+QString TARMOObjectList::DeletedItemSuffix(const QString&) const {
+    return QString();
+}
+
+std::unique_ptr<TARMODBTItems> TARMOObjectList::GetDeletedItems(bool bShowOwnerInName) {
+    mDeletedItems = KeyedCollection<Object>();
+    auto items = std::make_unique<TARMODBTItems>();
+    const QString ext = mKind->VSSExt();
+    StoreTraffic::StoreCall();
+    TARMOVSSItems deleted = mVSS->Items(QStringLiteral("*") + ext, true, true);
+    const long total = deleted.Count();
+    if (raise(AddingStatusChange, 0, total))
+        return nullptr;
+    long current = 0;
+    for (const TARMOVSSItem& entry : deleted) {
+        const QString base = entry.Name().chopped(ext.size());
+        if (isNumeric(base) && !mDeletedItems.Contains(base)) {
+            StoreTraffic::StoreCall();
+            const QString text = mVSS->ItemContent(entry.Name(), true, -1, false, true);
+            const QString found = nameInText(text);
+            QString name = base;
+            QString owner;
+            if (!found.isEmpty()) {
+                const QStringList parts = TARMOSQL::ExtractOwnerAndItemName(found);
+                owner = parts.value(0);
+                name = parts.value(1);
+                if (owner.isEmpty()) {
+                    StoreTraffic::Statements();
+                    owner = mSQL->DatabaseUserName();
+                }
+            }
+            Object object = makeObject();
+            object->SetDBID(base);
+            object->SetName(name);
+            object->SetOwner(owner);
+            mDeletedItems.Add(object, base);
+            TARMODBTItem& item = items->Add(QStringLiteral("I") + base);
+            item.Text = (bShowOwnerInName && !owner.isEmpty() ? owner + QLatin1Char('.') + name : name) +
+                        DeletedItemSuffix(text);
+            item.ImageName = object->IconName(object->IconToUse(false));
+            item.Tag = object->ObjectType();
+            item.SetToolTipText(object->Description());
+        }
+        if (raise(AddingStatusChange, ++current, total))
+            return nullptr;
+    }
+    if (CompletedCurrentStatus)
+        CompletedCurrentStatus();
+    return items;
+}
+
 void TARMOObjectList::LoadIcons() {
     if (!mIcons)
         return;

@@ -99,6 +99,10 @@ public:
     // Enters the list's and the kind's icon keys into Icons.
     void LoadIcons();
 
+    // The objects whose items were deleted from the store and can be brought back, filed anew in
+    // the deleted list (key "I" + DBID); nullptr when a listener cancelled.
+    std::unique_ptr<TARMODBTItems> GetDeletedItems(bool bShowOwnerInName = false);
+
 protected:
     TARMOObjectList(const QString& objectType, const QString& objectDisplayName, const QString& iconToUse,
                     bool isRootNode, const QString& listQuery, const QString& findByNameCondition);
@@ -112,6 +116,8 @@ protected:
     std::unique_ptr<TARMODBTItems> BuildItemInfo(bool bShowOwnerInName,
                                                  const std::function<bool(const TARMOObjectVSS&)>& wanted);
     virtual QStringList ExtraIcons() const { return {}; }
+    // What stands behind a deleted object's name in its record.
+    virtual QString DeletedItemSuffix(const QString& text) const;
 
 private:
     Object makeObject();

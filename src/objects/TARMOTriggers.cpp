@@ -2,6 +2,7 @@
 
 #include "DbRecordset.h"
 #include "TARMODBTItems.h"
+#include "TARMOSQL.h"
 #include "TARMOTrigger.h"
 
 TARMOTriggers::TARMOTriggers()
@@ -33,4 +34,9 @@ std::unique_ptr<TARMODBTItems> TARMOTriggers::GetItemInfo(bool bShowOwnerInName,
     return BuildItemInfo(bShowOwnerInName, [&](const TARMOObjectVSS& object) {
         return static_cast<const TARMOTrigger&>(object).ParentTableDBID() == ParentTableDBID;
     });
+}
+
+QString TARMOTriggers::DeletedItemSuffix(const QString& text) const {
+    const QString table = TARMOSQL::ExtractTableNameFromTrigger(text, TARMOTrigger().Parse());
+    return table.isEmpty() ? QString() : QStringLiteral(" on ") + table;
 }

@@ -26,6 +26,8 @@ protected:
     Object CreateObject() const override;
     void TakeRow(TARMOObjectVSS& object, const DbRecordset& row) const override;
     QStringList ExtraIcons() const override;
+    // " on " + the table named in the text.
+    QString DeletedItemSuffix(const QString& text) const override;
 
 private:
     TARMOTables* mTables = nullptr;

@@ -263,3 +263,26 @@ TEST_F(DispatchTest, ListsOverAnotherDatabaseReadItAloneAndRelayTheirEvents) {
     EXPECT_EQ(lists.first()->Count(), 1);
     EXPECT_FALSE(lists.first()->Item(IdOf(QStringLiteral("Here")))->InVSS());
 }
+
+TEST_F(DispatchTest, DeletedItemsComeBackAsObjectsOfTheDeletedListWithTheNamesInTheirTexts) {
+    Exec(QStringLiteral("CREATE TABLE dbo.T (Id int NOT NULL)"));
+    AddFile(QStringLiteral("900002.sp"), QStringLiteral("CREATE PROCEDURE Gone AS SELECT 1"));
+    AddFile(QStringLiteral("900003.trg"),
+            QStringLiteral("CREATE TRIGGER dbo.T_Gone ON dbo.T FOR INSERT AS SET NOCOUNT ON"));
+    AddFile(QStringLiteral("Named.sp"), QStringLiteral("CREATE PROCEDURE dbo.Named AS SELECT 1"));
+    for (const char* item : {"900002.sp", "900003.trg", "Named.sp"})
+        ASSERT_TRUE(vss.RemoveItem(QLatin1String(item), true));
+
+    const auto groups = objects->GetObjectsForUndeleteing();
+    ASSERT_EQ(groups.size(), 4);
+    ASSERT_EQ(groups[0]->Count(), 1) << "a deleted item with a name that isn't an id isn't listed";
+    EXPECT_EQ(groups[0]->Item(1).Key, QStringLiteral("I900002"));
+    EXPECT_EQ(groups[0]->Item(1).Text, QStringLiteral("Gone"));
+    EXPECT_EQ(groups[0]->Item(1).Tag, QStringLiteral("StoredProcedure"));
+    EXPECT_EQ(groups[3]->Item(1).Text, QStringLiteral("T_Gone on dbo.T"));
+    const TARMOObjectRef gone =
+        objects->GetObject(QStringLiteral("StoredProcedure"), QStringLiteral("I900002"), true);
+    ASSERT_TRUE(gone);
+    EXPECT_EQ(gone.Owner(), QStringLiteral("dbo")) << "a text without owner takes the connection's user";
+    EXPECT_EQ(objects->GetObjectsForUndeleteing(QStringLiteral("Triggers")).size(), 1);
+}
