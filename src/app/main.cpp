@@ -1,6 +1,8 @@
 #include "AppPrompts.h"
+#include "CoreDispatch.h"
 #include "Globals.h"
 #include "SystemComponents.h"
+#include "TARMODatabase.h"
 #include "frmInitialize.h"
 #include "frmNoProject.h"
 #include "mdiMain.h"
@@ -61,7 +63,11 @@ int main(int argc, char* argv[]) {
 
     installPrompts(std::make_unique<AppPrompts>());
     SystemComponents::RegisterPlatformComponents();
-    SetProjectWindowFactory([] { return new mdiMain; });
+    SetProjectWindowFactory([] {
+        auto* window = new mdiMain;
+        window->AdoptDispatch(std::make_unique<CoreDispatch>(*gDatabase));
+        return window;
+    });
 
     auto* splash = new frmInitialize;
     splash->StartTARMO();

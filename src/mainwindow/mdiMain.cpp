@@ -184,6 +184,11 @@ void mdiMain::SetDispatch(ObjectDispatch* dispatch) {
         mDispatch->SetStatusListener(this);
 }
 
+void mdiMain::AdoptDispatch(std::unique_ptr<ObjectDispatch> dispatch) {
+    SetDispatch(dispatch.get());
+    mOwnedDispatch = std::move(dispatch);
+}
+
 // --- What opening a project asks of the window
 
 void mdiMain::Init(TARMODatabase& sdbCurrent) {

@@ -32,6 +32,8 @@ public:
 
     // The object half of the core; without it the tree stays empty and object commands do nothing.
     void SetDispatch(ObjectDispatch* dispatch);
+    // The same, and the window keeps the dispatch for its lifetime.
+    void AdoptDispatch(std::unique_ptr<ObjectDispatch> dispatch);
     ObjectDispatch* Dispatch() const { return mDispatch; }
     // Makers of the windows of the other subsystems.
     ChildWindowFactories& Factories() { return mFactories; }
@@ -140,6 +142,7 @@ private:
 
     TARMODatabase* msdbCurrent = nullptr;
     ObjectDispatch* mDispatch = nullptr;
+    std::unique_ptr<ObjectDispatch> mOwnedDispatch;
     ChildWindowFactories mFactories;
     ImageList miltAll;
     ShortcutTable mShortcuts;
