@@ -1,4 +1,5 @@
 #include "CliCommands.h"
+#include "CliPrompts.h"
 #include "DemoSeed.h"
 #include "GeneralHelpers.h"
 #include "ScriptedPrompts.h"
@@ -216,4 +217,25 @@ TEST_F(CliTest, ProjectRecordsAndPasswordsFromTheEnvironment) {
     EXPECT_EQ(cli({QStringLiteral("project"), QStringLiteral("remove"), QStringLiteral("Mine")}).code, 1);
     EXPECT_EQ(cli({QStringLiteral("--project"), QStringLiteral("Mine"), QStringLiteral("list")}).err,
               QStringLiteral("tarmo-cli: no project named 'Mine'\n"));
+}
+
+TEST(CliPrompts, MessagesGoToTheErrorStreamAndQuestionsFollowThePolicy) {
+    QString text;
+    QTextStream err(&text);
+    CliPrompts safe(err, CliPrompts::Policy::Safe);
+    CliPrompts yes(err, CliPrompts::Policy::Yes);
+    CliPrompts no(err, CliPrompts::Policy::No);
+    const auto ask = [](CliPrompts& prompts, Prompt::Buttons buttons) {
+        return prompts.MessageBox(QStringLiteral("Save?"), buttons, Prompt::Icon::Question,
+                                  QStringLiteral("Title"));
+    };
+    EXPECT_EQ(ask(safe, Prompt::Buttons::YesNoCancel), Prompt::Answer::Cancel);
+    EXPECT_EQ(ask(safe, Prompt::Buttons::YesNo), Prompt::Answer::No);
+    EXPECT_EQ(ask(yes, Prompt::Buttons::YesNoCancel), Prompt::Answer::Yes);
+    EXPECT_EQ(ask(no, Prompt::Buttons::YesNoCancel), Prompt::Answer::No);
+    EXPECT_EQ(ask(yes, Prompt::Buttons::OKCancel), Prompt::Answer::Cancel)
+        << "only questions take the policy";
+    err.flush();
+    EXPECT_EQ(text.count(QStringLiteral("Title: Save?\n")), 5);
+    EXPECT_EQ(yes.Shown(), 2);
 }
