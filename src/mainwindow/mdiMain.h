@@ -63,6 +63,8 @@ public:
     // Every window hands its keys here; a key that fired a command comes back as 0.
     void KeyPreview(bool bKeyDown, int& KeyCode, int Shift, long lngHelpContext = 23);
     void UpdateCommands();
+    // One tick of tmr: bring the current child back if the focus went astray, then UpdateCommands.
+    void tmr_Timer();
     // A child reports that its object changed; the node is read again (its parent with bUseParent).
     void RefreshItem(const QString& strTag, const QString& strKey, bool bUseParent = false);
     // Position of a key in the image list, from 1; one less with bZeroBased; -1 if unknown.
@@ -116,7 +118,6 @@ private:
     void buildFrame();
     void buildStatusBar();
     void fillContextPanelBars();
-    void tmr_Timer();
     void disableEditCommands();
     void setMenuEnabled(const char* key, bool enabled);
     void setMenuCaption(const char* key, const QString& caption);

@@ -363,4 +363,21 @@ TEST_F(MainWindowTest, FileMenuListsNewKindsAndRecentProjectsAndAChangeStopsAtAR
     window->tmr().stop();
 }
 
+TEST_F(MainWindowTest, TheTickBringsTheCurrentChildBack) {
+    struct FocusChild : FakeChild {
+        using FakeChild::FakeChild;
+        void SetFocusOfChild() override { mLog << QStringLiteral("focus"); }
+    };
+    auto* editor = new FocusChild(log);
+    editor->setWindowTitle(QStringLiteral("editor"));
+    window->AddChildWindow(editor);
+    addChild(QStringLiteral("other"));
+    window->SetCurrentChild(editor);
+    window->tmr_Timer();
+    EXPECT_EQ(window->ActiveForm(), editor);
+    EXPECT_EQ(log, QStringList{QStringLiteral("focus")});
+    window->tmr_Timer();
+    EXPECT_EQ(log.size(), 1) << "nothing to repair while it is the active one";
+}
+
 #include "MainWindowCommandsTest.moc"
