@@ -335,9 +335,17 @@ QString UserName(SqliteDb& db, const QString& schema, int uid) {
 }
 
 int NextObjectId(SqliteDb& db) {
+    // An id is never given twice, as on the server: the id of a dropped object stays spent, so that
+    // whatever is named after an id (the files of the version store) never attaches itself to the next
+    // object created. User objects get large ids as on the server, far from the system tables' small ones.
+    db.Exec(QStringLiteral("CREATE TABLE IF NOT EXISTS tarmo_spent_object_ids (last int NOT NULL)"));
+    const qlonglong spent =
+        db.Scalar(QStringLiteral("SELECT MAX(last) FROM tarmo_spent_object_ids")).toLongLong();
     const qlonglong max = db.Scalar(QStringLiteral("SELECT MAX(id) FROM sysobjects")).toLongLong();
-    // User objects get large ids as on the server, far from the system tables' small ones.
-    return int(qMax<qlonglong>(max + 1, 1013578649));
+    const qlonglong next = qMax<qlonglong>(qMax(max, spent) + 1, 1013578649);
+    db.Exec(QStringLiteral("DELETE FROM tarmo_spent_object_ids"));
+    db.Exec(QStringLiteral("INSERT INTO tarmo_spent_object_ids (last) VALUES (?)"), {next});
+    return int(next);
 }
 
 QString Now() {
