@@ -605,8 +605,9 @@ SqlStatementP SqlParser::ParsePermission() {
     }
     if (!AcceptWord("TO") && !(s->permissionVerb == QLatin1String("REVOKE") && AcceptWord("FROM")))
         Fail(Peek());
+    // PUBLIC is a reserved word that the grantee list takes as the role of that name.
     do
-        s->grantees.append(ParseName());
+        s->grantees.append(AcceptWord("PUBLIC") ? QStringLiteral("public") : ParseName());
     while (AcceptSymbol(","));
     if (s->permissionVerb == QLatin1String("GRANT") && AcceptWord("WITH")) {
         ExpectWord("GRANT");
