@@ -3,6 +3,7 @@
 #include "Globals.h"
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
+#include "frmEditObjectText.h"
 #include "frmInitialize.h"
 #include "frmNoProject.h"
 #include "mdiMain.h"
@@ -66,6 +67,7 @@ int main(int argc, char* argv[]) {
     SetProjectWindowFactory([] {
         auto* window = new mdiMain;
         window->AdoptDispatch(std::make_unique<CoreDispatch>(*gDatabase));
+        frmEditObjectText::Install(*window);
         return window;
     });
 
