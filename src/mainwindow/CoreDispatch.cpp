@@ -2,6 +2,7 @@
 
 #include "TARMODatabase.h"
 #include "TARMOError.h"
+#include "UserPrompts.h"
 
 CoreDispatch::CoreDispatch(TARMODatabase& database)
     : mDatabase(database)
@@ -60,13 +61,31 @@ bool CoreDispatch::GetTableName(const QString& strObjectTag, const QString& strO
     return Objects().GetTableName(strObjectTag, strObjectKey, strTableName, strTableOwner);
 }
 
-// Renaming and deleting by tag and key aren't offered by the core yet; until they are, both refuse.
-bool CoreDispatch::RenameItem(const QString&, const QString&, const QString&) {
+namespace {
+
+// The core leaves a refused drop to its caller; here the command ends with the server's word.
+bool refusedBy(const TARMOError& e, const QString& title) {
+    prompts().MessageBox(TARMOObjectVSS::CleanSQLError(e.Description()), Prompt::Buttons::OK,
+                         Prompt::Icon::Critical, title);
     return false;
 }
 
-bool CoreDispatch::DeleteItem(const QString&, const QString&) {
-    return false;
+} // namespace
+
+bool CoreDispatch::RenameItem(const QString& ObjectTag, const QString& ObjectKey, const QString& NewName) {
+    try {
+        return Objects().RenameItem(ObjectTag, ObjectKey, NewName);
+    } catch (const TARMOError& e) {
+        return refusedBy(e, QStringLiteral("Rename Item"));
+    }
+}
+
+bool CoreDispatch::DeleteItem(const QString& ObjectTag, const QString& ObjectKey) {
+    try {
+        return Objects().DeleteItem(ObjectTag, ObjectKey);
+    } catch (const TARMOError& e) {
+        return refusedBy(e, QStringLiteral("Delete Item"));
+    }
 }
 
 void CoreDispatch::SetStatusListener(DispatchStatusListener* listener) {

@@ -420,6 +420,31 @@ TARMODatabaseObjects::GetObjectsForUndeleteing(const QString& ObjectKey) {
     return groups;
 }
 
+// --- Identity changes
+
+TARMOObjectList* TARMODatabaseObjects::listOfKind(const QString& ObjectTag) const {
+    for (const Entry& entry : registry())
+        if (entry.SubObjectType() == ObjectTag)
+            return entry.list;
+    return nullptr;
+}
+
+bool TARMODatabaseObjects::RenameItem(const QString& ObjectTag, const QString& ObjectKey,
+                                      const QString& NewName) {
+    TARMOObjectList* list = listOfKind(ObjectTag);
+    return list && list->RenameItem(ObjectKey, NewName);
+}
+
+bool TARMODatabaseObjects::DeleteItem(const QString& ObjectTag, const QString& ObjectKey) {
+    TARMOObjectList* list = listOfKind(ObjectTag);
+    return list && list->DeleteItem(ObjectKey);
+}
+
+bool TARMODatabaseObjects::UnDeleteObject(const QString& ObjectTag, const QString& ObjectKey) {
+    TARMOObjectList* list = listOfKind(ObjectTag);
+    return list && list->UnDeleteObject(ObjectKey);
+}
+
 // --- The other menus
 
 std::unique_ptr<TARMODBTItems> TARMODatabaseObjects::menuItems(bool bySubObject) const {

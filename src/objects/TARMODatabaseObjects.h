@@ -98,6 +98,13 @@ public:
     // per list, in registry order.
     QList<std::shared_ptr<TARMODBTItems>> GetObjectsForUndeleteing(const QString& ObjectKey = QString());
 
+    // --- Identity changes, by the kind tag of the list in charge; False where no list of versioned
+    // objects has that tag (tables included). The key is "I" + DBID or the bare DBID.
+    bool RenameItem(const QString& ObjectTag, const QString& ObjectKey, const QString& NewName);
+    bool DeleteItem(const QString& ObjectTag, const QString& ObjectKey);
+    // An object of the deleted list that GetObjectsForUndeleteing filled.
+    bool UnDeleteObject(const QString& ObjectTag, const QString& ObjectKey);
+
     // --- The other menus: one item per editable list, in registry order.
     // Key the kind tag, Text its display name.
     std::unique_ptr<TARMODBTItems> GetItemsForNewMenu() const;
@@ -143,6 +150,8 @@ private:
     bool functionsAllowed() const;
     std::unique_ptr<TARMODBTItems> permissionItems(const TARMOObjectRef& object);
     std::unique_ptr<TARMODBTItems> menuItems(bool bySubObject) const;
+    // The list of versioned objects whose kind has that tag.
+    TARMOObjectList* listOfKind(const QString& ObjectTag) const;
 
     TARMODatabase& mSettings;
     TARMOProject* mProject = nullptr;

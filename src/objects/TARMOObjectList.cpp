@@ -94,6 +94,36 @@ void TARMOObjectList::ChangeKey(const QString& OldObjectID, long lOldIndex) {
         mItems.Add(object, object->DBID());
 }
 
+bool TARMOObjectList::RenameItem(const QString& ObjectID, const QString& NewName) {
+    const Object object = Item(ObjectID, false, true);
+    if (!object)
+        return false;
+    const QString oldID = object->DBID();
+    const int position = mItems.PositionOf(oldID);
+    if (!object->RenameItem(NewName, false))
+        return false;
+    ChangeKey(oldID, position);
+    return true;
+}
+
+bool TARMOObjectList::DeleteItem(const QString& ObjectID) {
+    const Object object = Item(ObjectID, false, true);
+    if (!object || !object->DeleteItem())
+        return false;
+    RemoveItem(object->DBID(), false);
+    return true;
+}
+
+bool TARMOObjectList::UnDeleteObject(const QString& ObjectID) {
+    const Object object = Item(ObjectID, true, true);
+    if (!object)
+        return false;
+    const QString oldID = object->DBID();
+    const bool done = object->UnDelete(false);
+    RemoveItem(oldID, true);
+    return done;
+}
+
 QString TARMOObjectList::FindIDByName(const QString& name) {
     QString quoted = name;
     quoted.replace(QLatin1Char('\''), QStringLiteral("''"));

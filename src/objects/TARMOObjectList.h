@@ -103,6 +103,14 @@ public:
     // the deleted list (key "I" + DBID); nullptr when a listener cancelled.
     std::unique_ptr<TARMODBTItems> GetDeletedItems(bool bShowOwnerInName = false);
 
+    // --- Identity changes, keeping the keys right: a renamed object is filed under its new id at
+    // its old place, a deleted one leaves the list. False for an id the list doesn't hold.
+    bool RenameItem(const QString& ObjectID, const QString& NewName);
+    bool DeleteItem(const QString& ObjectID);
+    // Brings back an object of the deleted list (as GetDeletedItems filled it); it leaves that list
+    // whatever the outcome. The caller refreshes the main list to see it there.
+    bool UnDeleteObject(const QString& ObjectID);
+
 protected:
     TARMOObjectList(const QString& objectType, const QString& objectDisplayName, const QString& iconToUse,
                     bool isRootNode, const QString& listQuery, const QString& findByNameCondition);

@@ -178,6 +178,26 @@ public:
     // Empty for a kind without permissions, a new object and one that isn't in SQL Server.
     TARMOPermissions GetPermissions(bool bOnlyShowSetPermissions = true, long ListFilter = 0);
 
+    // --- Identity changes. The store item is named by the catalogue id, and the server gives a new
+    // id to every object it creates, so a new name means a new object: each of these creates the new
+    // object first, moves the store item to the new id, and only then drops the old one. A failure
+    // before the store step leaves the old object whole (at most with the new one beside it, for a
+    // synchronization to show); the permissions come last, and losing them is a warning only.
+    // Refusals and failures are reported here; bSilent is accepted for the callers' sake.
+    bool RenameItem(const QString& NewName, bool bSilent = false);
+    // Drops the object and deletes its item, which the store keeps as a deleted item for UnDelete.
+    // The caller asks first. A refused drop goes to the caller.
+    bool DeleteItem();
+    // The object takes the text of an earlier version; one from before a rename brings the old name
+    // back under a new id. bSilent leaves out the two warnings of a refusal. True when the object
+    // now has the version's text; a refused ALTER (same name) goes to the caller.
+    bool Rollback(long RollbackToVersion, bool bSilent = false);
+    // For an object of the deleted list: created again from its last text, and its item brought back
+    // under the new id. It comes back without permissions.
+    bool UnDelete(bool bSilent = false);
+    // A server's refusal as the user reads it.
+    static QString CleanSQLError(const QString& description);
+
     // The name a syntax test compiles under: "[sptmp_" + yyyymmddhhnnss + "_" + 1..2001 + "]".
     static QString TemporaryObjectName();
     // The keyword sequences of a parse table as the syntax messages name them:
