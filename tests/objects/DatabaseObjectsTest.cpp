@@ -286,3 +286,46 @@ TEST_F(DispatchTest, DeletedItemsComeBackAsObjectsOfTheDeletedListWithTheNamesIn
     EXPECT_EQ(gone.Owner(), QStringLiteral("dbo")) << "a text without owner takes the connection's user";
     EXPECT_EQ(objects->GetObjectsForUndeleteing(QStringLiteral("Triggers")).size(), 1);
 }
+
+// The identity changes reach the list of the kind tag; a trigger goes and comes back through it.
+TEST_F(DispatchTest, RenameDeleteAndUndeleteGoToTheListOfTheKindTag) {
+    Exec(QStringLiteral("CREATE TABLE dbo.Stock (Id int NOT NULL)"));
+    const QString trigger =
+        QStringLiteral("CREATE TRIGGER dbo.Stock_Ins ON dbo.Stock FOR INSERT AS SET NOCOUNT ON");
+    Exec(trigger);
+    const QString triggerID = IdOf(QStringLiteral("Stock_Ins"));
+    AddFile(triggerID + QStringLiteral(".trg"), trigger);
+    Exec(QStringLiteral("CREATE PROCEDURE dbo.Old_Name AS SELECT 1"));
+    const QString procID = IdOf(QStringLiteral("Old_Name"));
+    AddFile(procID + QStringLiteral(".sp"), QStringLiteral("CREATE PROCEDURE dbo.Old_Name AS SELECT 1"));
+    Refresh(objects->StoredProcedures());
+    Refresh(objects->Triggers());
+
+    const QString tableKey = QStringLiteral("I") + IdOf(QStringLiteral("Stock"));
+    EXPECT_FALSE(objects->RenameItem(QStringLiteral("Table"), tableKey, QStringLiteral("Stock2")));
+    EXPECT_FALSE(objects->DeleteItem(QStringLiteral("Table"), tableKey));
+    EXPECT_FALSE(objects->DeleteItem(QStringLiteral("View"), QStringLiteral("I") + procID))
+        << "the view list doesn't hold a procedure";
+    EXPECT_FALSE(IdOf(QStringLiteral("Old_Name")).isEmpty());
+
+    ASSERT_TRUE(objects->RenameItem(QStringLiteral("StoredProcedure"), QStringLiteral("I") + procID,
+                                    QStringLiteral("New_Name")));
+    const QString renamedID = IdOf(QStringLiteral("New_Name"));
+    EXPECT_EQ(objects->GetObject(QStringLiteral("StoredProcedure"), QStringLiteral("I") + renamedID).Name(),
+              QStringLiteral("New_Name"));
+
+    ASSERT_TRUE(objects->DeleteItem(QStringLiteral("Trigger"), QStringLiteral("I") + triggerID));
+    EXPECT_TRUE(IdOf(QStringLiteral("Stock_Ins")).isEmpty());
+    EXPECT_FALSE(objects->CanOpenObject(QStringLiteral("Trigger"), QStringLiteral("I") + triggerID));
+    const auto groups = objects->GetObjectsForUndeleteing(QStringLiteral("Triggers"));
+    ASSERT_EQ(groups.size(), 1);
+    ASSERT_EQ(groups[0]->Count(), 1);
+    EXPECT_EQ(groups[0]->Item(1).Text, QStringLiteral("Stock_Ins on dbo.Stock"));
+    ASSERT_TRUE(objects->UnDeleteObject(QStringLiteral("Trigger"), QStringLiteral("I") + triggerID));
+    const QString backID = IdOf(QStringLiteral("Stock_Ins"));
+    ASSERT_FALSE(backID.isEmpty());
+    EXPECT_NE(backID, triggerID);
+    EXPECT_TRUE(FileExists(backID + QStringLiteral(".trg")));
+    Refresh(objects->Triggers());
+    EXPECT_TRUE(objects->CanOpenObject(QStringLiteral("Trigger"), QStringLiteral("I") + backID));
+}
