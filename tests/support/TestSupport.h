@@ -4,6 +4,7 @@
 #include <QTemporaryDir>
 
 #include <memory>
+#include <ostream>
 
 class ScriptedPrompts;
 
@@ -49,4 +50,16 @@ template <typename Window> void Screenshot(Window* window, const QString& name) 
     const QString folder = qEnvironmentVariable("TARMO_SCREENSHOTS");
     if (!folder.isEmpty())
         window->grab().save(folder + QLatin1Char('/') + name + QStringLiteral(".png"));
+}
+
+// Readable failure output: texts as text, not as bytes.
+inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
+inline void PrintTo(const QStringList& list, std::ostream* os) {
+    *os << '{';
+    for (qsizetype i = 0; i < list.size(); ++i) {
+        if (i)
+            *os << ", ";
+        PrintTo(list[i], os);
+    }
+    *os << '}';
 }
