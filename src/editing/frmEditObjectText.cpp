@@ -162,7 +162,6 @@ void frmEditObjectText::LoadItem(const QString& strDefaultText) {
             sub->setWindowIcon(windowIcon());
     }
     RefreshCaption();
-    mstrCaretText = QStringLiteral("Ln 99999, Col 99999");
     SetStatus(QString());
 }
 
@@ -199,7 +198,8 @@ void frmEditObjectText::rebuildPanels(const QString& onCloseText) {
     mStatusBar->AddPanel(QStringLiteral("Status"), 64, true);
     if (!onCloseText.isEmpty())
         mStatusBar->AddPanel(QStringLiteral("OnClose"), metrics.horizontalAdvance(onCloseText) + 12);
-    const int caretWidth = mstrCaretText.isEmpty() ? 64 : metrics.horizontalAdvance(mstrCaretText) + 12;
+    // Sized once for the widest text it is to hold, so that it doesn't jump as the caret moves.
+    const int caretWidth = metrics.horizontalAdvance(QStringLiteral("Ln 99999, Col 99999")) + 12;
     mStatusBar->AddPanel(QStringLiteral("Caret"), std::max(64, caretWidth));
     mStatusBar->SetPanelText(QStringLiteral("Status"), status.isEmpty() ? QStringLiteral("Ready.") : status);
     mStatusBar->SetPanelText(QStringLiteral("OnClose"), onCloseText);
@@ -247,8 +247,8 @@ void frmEditObjectText::RefreshStatusBar() {
 }
 
 void frmEditObjectText::caretMoved(long column, long line) {
-    mstrCaretText = QStringLiteral("Ln %1, Col %2").arg(line + 1).arg(column + 1);
-    mStatusBar->SetPanelText(QStringLiteral("Caret"), mstrCaretText);
+    mStatusBar->SetPanelText(QStringLiteral("Caret"),
+                             QStringLiteral("Ln %1, Col %2").arg(line + 1).arg(column + 1));
 }
 
 // --- Contract members

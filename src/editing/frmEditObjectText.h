@@ -133,7 +133,6 @@ private:
     bool mbLoading = false;
     SQLTextEditor* mtxtSQL;
     StatusPanels* mStatusBar;
-    QString mstrCaretText;
     bool mbCanGetLatest = false;
     bool mbCanEdit = false;
     bool mbCanCheckOut = false;

@@ -4,6 +4,7 @@
 #include "DemoSeed.h"
 #include "ModalAnswer.h"
 #include "SQLTextEditor.h"
+#include "ScreenMetrics.h"
 #include "ScriptedPrompts.h"
 #include "SqlEditControl.h"
 #include "StatusPanels.h"
@@ -221,6 +222,10 @@ TEST_F(EditRoadTest, ANewProcedureCheckedInLandsInTheTreeInNameOrder) {
 
     QTest::keyClicks(form->txtSQL()->ctrlHWnd(),
                      QStringLiteral("CREATE PROCEDURE dbo.BackOrders AS SELECT 1"));
+    EXPECT_FALSE(form->SaveText(true)) << "the save dialog was cancelled";
+    ASSERT_EQ(prompts->Records().size(), 1);
+    EXPECT_EQ(prompts->Records().first().title, QStringLiteral("Save Stored Procedure"));
+    EXPECT_TRUE(form->txtSQL()->IsModified());
     auto commented = answerComment(QString());
     key(form, Qt::Key_I);
     EXPECT_TRUE(commented->Answered());
@@ -271,13 +276,17 @@ TEST_F(EditRoadTest, ClosingWithChangesFollowsTheSettings) {
         long answer; // what the user picks when asked; 0 cancels
         bool closes;
         bool stillCheckedOut;
+        const char* onClose; // what the status bar promises
     };
     const Case cases[] = {
-        {false, 4, 0, true, true},  // keep checked out, silently
-        {false, 5, 0, true, false}, // undo the check-out, silently
-        {false, 3, 5, true, false}, // 3 isn't an action of an existing object: asked, nothing preselected
-        {true, 4, 0, false, true},  // asked, cancelled: the window stays
-        {true, 2, 2, true, true},   // asked, save the text
+        {false, 4, 0, true, true,
+         "On Closing this item all changes will be Discarded but will remain Checked Out"},
+        {false, 5, 0, true, false,
+         "On Closing this item all changes will be Discarded and Checkout will be Undone"},
+        // 3 isn't an action of an existing object: asked, with nothing preselected, and nothing promised
+        {false, 3, 5, true, false, ""},
+        {true, 4, 0, false, true, ""}, // asked, cancelled: the window stays
+        {true, 2, 2, true, true, ""},  // asked, save the text
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << "ask " << c.ask << " default " << c.defaultCode);
@@ -289,6 +298,8 @@ TEST_F(EditRoadTest, ClosingWithChangesFollowsTheSettings) {
         if (!object->IsCheckedOutByMe())
             key(form, Qt::Key_O);
         typeLine(form, QStringLiteral("-- edit"));
+        form->RefreshStatusBar();
+        EXPECT_EQ(form->StatusBar()->PanelText(QStringLiteral("OnClose")), QString::fromLatin1(c.onClose));
         QPointer<frmEditObjectText> guard(form);
 
         long preselected = -1;
@@ -318,4 +329,22 @@ TEST_F(EditRoadTest, ClosingWithChangesFollowsTheSettings) {
             guard->CloseItem(true);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
+}
+
+TEST_F(EditRoadTest, AWindowOpensAtTheSizeTheUserLastGaveOne) {
+    frmEditObjectText* form = openByDoubleClick(QStringLiteral("AddOrder"));
+    ASSERT_NE(form, nullptr);
+    auto* sub = qobject_cast<QMdiSubWindow*>(form->parentWidget());
+    ASSERT_NE(sub, nullptr);
+    sub->resize(600, 420);
+    const double twips = ScreenMetrics::Current().twipsPerPixelX;
+    EXPECT_EQ(database.ChildWindowWidth(), static_cast<long>(600 * twips));
+    EXPECT_EQ(database.ChildWindowHeight(), static_cast<long>(420 * ScreenMetrics::Current().twipsPerPixelY));
+    EXPECT_EQ(database.ChildWindowState(), 0);
+    form->CloseItem(false);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+
+    form = openByDoubleClick(QStringLiteral("GetCustomerOrders"));
+    ASSERT_NE(form, nullptr);
+    EXPECT_EQ(form->parentWidget()->size(), QSize(600, 420));
 }
