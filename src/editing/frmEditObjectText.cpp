@@ -69,10 +69,9 @@ frmEditObjectText::frmEditObjectText(mdiMain& main, QWidget* parent)
     });
 }
 
-frmEditObjectText::~frmEditObjectText() {
-    if (mMain.CurrentChild() == this)
-        mMain.SetCurrentChild(nullptr);
-}
+// The main window holds its current child by a guarded pointer, which clears itself when the window
+// goes; the main window may be half destroyed by then, so it isn't asked.
+frmEditObjectText::~frmEditObjectText() = default;
 
 frmEditObjectText::HistoryWindowMaker& frmEditObjectText::HistoryWindow() {
     static HistoryWindowMaker maker;
