@@ -2,10 +2,10 @@
 
 #include "Globals.h"
 #include "OdbcConnection.h"
+#include "ProjectWindow.h"
 #include "TARMODatabase.h"
 #include "TARMOSQL.h"
 #include "TARMOVSS.h"
-#include "frmNoProject.h"
 #include "frmProjectBrowser.h"
 #include "frmSystem.h"
 

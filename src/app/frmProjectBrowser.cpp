@@ -1,12 +1,12 @@
 #include "frmProjectBrowser.h"
 
 #include "Globals.h"
+#include "ProjectWindow.h"
 #include "ScreenMetrics.h"
 #include "TARMODatabase.h"
 #include "TARMOSQL.h"
 #include "TARMOVSS.h"
 #include "UserPrompts.h"
-#include "frmNoProject.h"
 #include "frmProjectDetails.h"
 
 #include <QCheckBox>

@@ -1,11 +1,11 @@
 #include "AppPrompts.h"
 #include "CoreDispatch.h"
 #include "Globals.h"
+#include "ProjectWindow.h"
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
 #include "frmEditObjectText.h"
 #include "frmInitialize.h"
-#include "frmNoProject.h"
 #include "mdiMain.h"
 
 #include <QApplication>

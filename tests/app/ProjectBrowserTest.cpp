@@ -260,9 +260,6 @@ TEST_F(BrowserTest, BrowserListsRemovesAndOpens) {
                                              QStringLiteral("Unable to open project")}));
     EXPECT_TRUE(byName.OpenRecentProject(-1, QStringLiteral("One")));
     EXPECT_EQ(gDatabase->Project()->Name(), QStringLiteral("One"));
-    for (auto* w : QApplication::topLevelWidgets())
-        if (w->objectName() == QLatin1String("frmNoProject"))
-            w->close();
 }
 
 TEST_F(BrowserTest, PickingTheOpenProjectUnchangedGivesNothing) {
@@ -330,8 +327,5 @@ TEST(FirstRun, ProjectFromNothingEntirelyInTheWindows) {
     EXPECT_TRUE(gDatabase->Project()->SQL().ConnectionOpen());
     EXPECT_TRUE(gDatabase->Project()->VSS().ConnectionOpen());
     EXPECT_EQ(gDatabase->Project()->SQL().Database(), QStringLiteral("Fresh"));
-    for (auto* w : QApplication::topLevelWidgets())
-        if (w->objectName() == QLatin1String("frmNoProject"))
-            w->close();
     gDatabase.reset();
 }

@@ -1,4 +1,4 @@
-#include "frmNoProject.h"
+#include "ProjectWindow.h"
 
 #include "Globals.h"
 #include "TARMODatabase.h"
