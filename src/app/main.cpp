@@ -1,6 +1,7 @@
 #include "AppPrompts.h"
 #include "CoreDispatch.h"
 #include "Globals.h"
+#include "ItemTools.h"
 #include "ProjectWindow.h"
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
@@ -68,6 +69,7 @@ int main(int argc, char* argv[]) {
         auto* window = new mdiMain;
         window->AdoptDispatch(std::make_unique<CoreDispatch>(*gDatabase));
         frmEditObjectText::Install(*window);
+        ItemTools::Install(*window);
         return window;
     });
 
