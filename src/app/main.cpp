@@ -7,6 +7,7 @@
 #include "TARMODatabase.h"
 #include "frmEditObjectText.h"
 #include "frmInitialize.h"
+#include "frmSQLQuery.h"
 #include "mdiMain.h"
 
 #include <QApplication>
@@ -69,6 +70,7 @@ int main(int argc, char* argv[]) {
         auto* window = new mdiMain;
         window->AdoptDispatch(std::make_unique<CoreDispatch>(*gDatabase));
         frmEditObjectText::Install(*window);
+        frmSQLQuery::Install(*window);
         ItemTools::Install(*window);
         return window;
     });

@@ -1,0 +1,479 @@
+#include "frmSQLQuery.h"
+
+#include "GeneralHelpers.h"
+#include "SQLTextEditor.h"
+#include "ScreenMetrics.h"
+#include "StatusPanels.h"
+#include "TARMODatabase.h"
+#include "TARMOProject.h"
+#include "TARMOVSS.h"
+#include "UserPrompts.h"
+#include "mdiMain.h"
+#include "multiGrid.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QFontMetrics>
+#include <QMdiSubWindow>
+#include <QMimeData>
+#include <QShortcut>
+#include <QSplitter>
+#include <QToolBar>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace {
+constexpr int statusBarTwips = 250;
+constexpr int splitterSize = 10;
+const QString sqlFilter = QStringLiteral("All SQL Files (*.sql);;All Files (*)");
+
+double twipsPerPixelX() {
+    return ScreenMetrics::Current().twipsPerPixelX;
+}
+double twipsPerPixelY() {
+    return ScreenMetrics::Current().twipsPerPixelY;
+}
+} // namespace
+
+frmSQLQuery::frmSQLQuery(mdiMain& main, QWidget* parent)
+    : QWidget(parent)
+    , mMain(main)
+    , mtbrQuery(new QToolBar(this))
+    , mpicContainer(new QWidget(this))
+    , mSplitter(new QSplitter(Qt::Vertical, mpicContainer))
+    , mtxtSQL(new SQLTextEditor)
+    , mgrdResults(new multiGrid)
+    , mcmdSplit(new QToolButton(mpicContainer))
+    , mStatusBar(new StatusPanels(this)) {
+    setObjectName(QStringLiteral("frmSQLQuery"));
+    setAttribute(Qt::WA_DeleteOnClose, false);
+    mtbrQuery->setObjectName(QStringLiteral("tbrQuery"));
+    mpicContainer->setObjectName(QStringLiteral("picContainer"));
+    mtxtSQL->setObjectName(QStringLiteral("txtSQL"));
+    mcmdSplit->setObjectName(QStringLiteral("cmdSplit"));
+    mStatusBar->setObjectName(QStringLiteral("picStatusBar"));
+    mStatusBar->setFixedHeight(static_cast<int>(statusBarTwips / twipsPerPixelY()) + 4);
+
+    // The splitter moves an outline while dragged, and the halves keep their proportion on resize.
+    mSplitter->setObjectName(QStringLiteral("splResults"));
+    mSplitter->setOpaqueResize(false);
+    mSplitter->setHandleWidth(splitterSize);
+    mSplitter->setChildrenCollapsible(false);
+    mSplitter->addWidget(mtxtSQL);
+    mSplitter->addWidget(mgrdResults);
+    mcmdSplit->setArrowType(Qt::DownArrow);
+    mcmdSplit->setFixedSize(48, splitterSize);
+    mcmdSplit->setFocusPolicy(Qt::NoFocus);
+    mcmdSplit->setToolTip(QStringLiteral("Show/Hide Query Results Panel"));
+    mcmdSplit->raise();
+    mpicContainer->installEventFilter(this);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(mtbrQuery);
+    layout->addWidget(mpicContainer, 1);
+    layout->addWidget(mStatusBar);
+    setFocusProxy(mtxtSQL);
+
+    connect(mSplitter, &QSplitter::splitterMoved, this, [this](int position) {
+        const int available = mSplitter->height() - mSplitter->handleWidth();
+        if (available > 0)
+            mdblProportion = static_cast<double>(position) / available;
+        layoutContainer();
+    });
+    connect(mcmdSplit, &QToolButton::clicked, this, [this] { ShowResultsPanel(!mgrdResults->isVisible()); });
+    connect(mtxtSQL, &SQLTextEditor::bcCaretMove, this, [this](long, long, long column, long line) {
+        mStatusBar->SetPanelText(QStringLiteral("Caret"),
+                                 QStringLiteral("Ln %1, Col %2").arg(line + 1).arg(column + 1));
+    });
+    connect(mtxtSQL, &SQLTextEditor::bcClick, this, [this] { becomeActive(); });
+    connect(mtxtSQL, &SQLTextEditor::bcGotFocus, this, [this] {
+        mbEditorHasFocus = true;
+        becomeActive();
+    });
+    connect(mtxtSQL, &SQLTextEditor::bcLostFocus, this, [this] { mbEditorHasFocus = false; });
+
+    // Alt+X runs the query wherever the focus is inside the window.
+    auto* execute = new QShortcut(QKeySequence(Qt::ALT | Qt::Key_X), this);
+    execute->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(execute, &QShortcut::activated, this, [this] { ExecuteSQL(); });
+}
+
+frmSQLQuery::~frmSQLQuery() = default;
+
+void frmSQLQuery::Install(mdiMain& main) {
+    mdiMain* window = &main;
+    main.Factories().QueryWindow = [window](TARMODatabase& database) -> QWidget* {
+        auto* form = new frmSQLQuery(*window);
+        form->OpenSQLQuery(database);
+        return form;
+    };
+}
+
+QMdiSubWindow* frmSQLQuery::subWindow() const {
+    return qobject_cast<QMdiSubWindow*>(parentWidget());
+}
+
+// --- Opening
+
+void frmSQLQuery::OpenSQLQuery(TARMODatabase& sdbCurrent) {
+    // Loading stays set until the window stands in its place in the window area, so that the first
+    // size changes aren't taken for the user's.
+    mbLoading = true;
+    msdbCurrent = &sdbCurrent;
+
+    const QFontMetrics metrics(mStatusBar->font());
+    mStatusBar->ClearPanels();
+    mStatusBar->AddPanel(QStringLiteral("Status"), 64, true);
+    mStatusBar->AddPanel(QStringLiteral("Caret"),
+                         metrics.horizontalAdvance(QStringLiteral("Ln 99999, Col 99999")) + 12);
+    SetStatus(QString());
+    RefreshCaption();
+    mbClosing = mbEditorHasFocus = false;
+    mstrFileName.clear();
+
+    // A scratch file the editor stays bound to; it is emptied by every new window.
+    if (const auto& project = sdbCurrent.Project()) {
+        const QString scratch = project->VSS().GetItemFileName(QStringLiteral("SQLQuery.sql"));
+        try {
+            CreateTextFile(scratch, QString());
+            mtxtSQL->LoadFile(scratch);
+        } catch (const TARMOError&) {
+            // Without a working folder the window works on the text alone.
+        }
+        mgrdResults->SetSQLConnection(&project->SQL());
+    }
+    buildToolBand();
+    const long icon = CurrentIcon();
+    if (icon > 0)
+        setWindowIcon(mMain.Images().IconAt(static_cast<int>(icon)));
+    ShowResultsPanel(true);
+    if (!subWindow())
+        mbLoading = false;
+}
+
+void frmSQLQuery::buildToolBand() {
+    mtbrQuery->clear();
+    mtbrQuery->setWindowTitle(QStringLiteral("SQL Query Toolbar"));
+    mtbrQuery->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    struct Button {
+        int command;
+        const char* key;
+        const char* caption;
+        const char* tip;
+        const char* icon;
+        bool check;
+    };
+    const Button buttons[] = {
+        {1, "SQWBAR:PARSE", "Parse SQL", "Parse Selected SQL", "SQLQUERY:PARSE", false},
+        {2, "SQWBAR:EXECUTE", "Execute SQL", "Execute Selected SQL", "SQLQUERY:EXECUTE", false},
+        {0, "SQWBAR:SPACER1", "-", "", "", false},
+        {3, "SQWBAR:PANEL", "Show/Hide Query Results Panel", "Show/Hide Query Results Panel",
+         "SQLQUERY:PANEL", true},
+    };
+    for (const Button& b : buttons) {
+        if (b.command == 0) {
+            mtbrQuery->addSeparator()->setObjectName(QString::fromLatin1(b.key));
+            continue;
+        }
+        QAction* action = mtbrQuery->addAction(mMain.Images().Icon(QString::fromLatin1(b.icon)),
+                                               QString::fromLatin1(b.caption));
+        action->setObjectName(QString::fromLatin1(b.key));
+        action->setToolTip(QString::fromLatin1(b.tip));
+        action->setCheckable(b.check);
+        const int command = b.command;
+        connect(action, &QAction::triggered, this, [this, command] { ToolbarCommand(command); });
+    }
+}
+
+QAction* frmSQLQuery::ToolbarButton(const QString& key) const {
+    for (QAction* action : mtbrQuery->actions())
+        if (action->objectName() == key)
+            return action;
+    return nullptr;
+}
+
+void frmSQLQuery::RefreshCaption() {
+    setWindowTitle(QStringLiteral("SQL Query Window"));
+}
+
+long frmSQLQuery::CurrentIcon() const {
+    return mMain.GetIconIndex(QStringLiteral("SQLQUERY"), false);
+}
+
+// --- Running
+
+void frmSQLQuery::ToolbarCommand(int lngCommand) {
+    switch (lngCommand) {
+    case 1:
+        ParseSQL();
+        break;
+    case 2:
+        ExecuteSQL();
+        break;
+    case 3:
+        // The button has already flipped its own check; the panel follows it.
+        ShowResultsPanel(ToolbarButton(QStringLiteral("SQWBAR:PANEL"))->isChecked());
+        break;
+    default:
+        break;
+    }
+}
+
+void frmSQLQuery::runQuery(bool bExecute) {
+    // A selection counts as given even when it holds only blanks: then nothing runs.
+    const QString selected = mtxtSQL->SelectedText();
+    const QString text = selected.isEmpty() ? mtxtSQL->Text() : selected;
+    if (text.trimmed().isEmpty())
+        return;
+    BusyCursor busy;
+    if (bExecute)
+        mgrdResults->ExecuteQuery(text);
+    else
+        mgrdResults->ParseQuery(text);
+    ShowResultsPanel(true);
+}
+
+void frmSQLQuery::ShowResultsPanel(bool bShow) {
+    if (QAction* panel = ToolbarButton(QStringLiteral("SQWBAR:PANEL")))
+        panel->setChecked(bShow);
+    mgrdResults->setVisible(bShow);
+    mcmdSplit->setArrowType(bShow ? Qt::DownArrow : Qt::UpArrow);
+    layoutContainer();
+}
+
+// --- Layout
+
+bool frmSQLQuery::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == mpicContainer && event->type() == QEvent::Resize)
+        layoutContainer();
+    return QWidget::eventFilter(watched, event);
+}
+
+void frmSQLQuery::layoutContainer() {
+    const int w = mpicContainer->width();
+    const int h = mpicContainer->height();
+    if (w <= 0 || h <= 0)
+        return;
+    const int buttonX = (w - mcmdSplit->width()) / 2;
+    if (!mgrdResults->isVisibleTo(this)) {
+        mSplitter->setGeometry(0, 0, w, h - mcmdSplit->height());
+        mcmdSplit->move(buttonX, h - mcmdSplit->height());
+        mcmdSplit->raise();
+        return;
+    }
+    mSplitter->setGeometry(0, 0, w, h);
+    const int available = h - mSplitter->handleWidth();
+    if (!mbSplitterPlaced) {
+        mbSplitterPlaced = true;
+        mdblProportion = 0.5;
+    }
+    const int textHeight = static_cast<int>(available * mdblProportion + 0.5);
+    mSplitter->setSizes({textHeight, available - textHeight});
+    mcmdSplit->move(buttonX, mSplitter->handle(1)->y());
+    mcmdSplit->raise();
+}
+
+// --- Status
+
+void frmSQLQuery::SetStatus(const QString& text) {
+    mStatusBar->SetPanelText(QStringLiteral("Status"),
+                             text.isEmpty() ? QStringLiteral("Ready.") : text + QStringLiteral(" ..."));
+    mStatusBar->repaint();
+}
+
+// --- Contract members
+
+bool frmSQLQuery::CanUndo() const {
+    return mtxtSQL->CanUndo();
+}
+bool frmSQLQuery::CanRedo() const {
+    return mtxtSQL->CanRedo();
+}
+bool frmSQLQuery::CanCut() const {
+    return !mtxtSQL->Locked() && mtxtSQL->HasSelection();
+}
+bool frmSQLQuery::CanCopy() const {
+    return mtxtSQL->HasSelection();
+}
+bool frmSQLQuery::CanPaste() const {
+    const QMimeData* clip = QApplication::clipboard()->mimeData();
+    return !mtxtSQL->Locked() && clip && clip->hasText();
+}
+void frmSQLQuery::Undo() {
+    mtxtSQL->Undo();
+}
+void frmSQLQuery::Redo() {
+    mtxtSQL->Redo();
+}
+void frmSQLQuery::CutText() {
+    mtxtSQL->bcCut();
+}
+void frmSQLQuery::CopyText() {
+    mtxtSQL->bcCopy();
+}
+void frmSQLQuery::PasteText() {
+    mtxtSQL->bcPaste();
+}
+void frmSQLQuery::Find() {
+    mtxtSQL->Find();
+}
+void frmSQLQuery::FindNext() {
+    mtxtSQL->FindNext();
+}
+void frmSQLQuery::FindPrevious() {
+    mtxtSQL->FindPrevious();
+}
+void frmSQLQuery::Replace() {
+    mtxtSQL->Replace();
+}
+void frmSQLQuery::SetFocusOfChild() {
+    if (!mbEditorHasFocus)
+        mtxtSQL->setFocus();
+}
+
+// --- Files
+
+void frmSQLQuery::OpenText() {
+    if (mtxtSQL->IsModified() &&
+        prompts().MessageBox(
+            QStringLiteral("Are you sure you want to load a file? Changes made to the object will be lost."),
+            Prompt::Buttons::YesNo, Prompt::Icon::Question,
+            QStringLiteral("Discard Changes Made?")) != Prompt::Answer::Yes)
+        return;
+    SetStatus(QStringLiteral("Opening SQL File"));
+    const QString chosen = prompts().OpenFileName(QStringLiteral("Open SQL File"), sqlFilter, mstrFileName);
+    if (!chosen.isEmpty() && FileExists(chosen)) {
+        const QString text = ReadTextFile(chosen);
+        mstrFileName = chosen;
+        mtxtSQL->SetText(text);
+    }
+    SetStatus(QString());
+}
+
+bool frmSQLQuery::SaveText(bool bPrompt) {
+    if (mstrFileName.isEmpty()) {
+        const QString chosen =
+            prompts().SaveFileName(QStringLiteral("Save SQL Query"), sqlFilter, mstrFileName);
+        if (chosen.isEmpty())
+            return false;
+        mstrFileName = chosen;
+    }
+    try {
+        WriteTextFile(mstrFileName, mtxtSQL->Text());
+        mtxtSQL->SaveFile();
+    } catch (const TARMOError& error) {
+        prompts().MessageBox(error.Description(), Prompt::Buttons::OK, Prompt::Icon::Critical,
+                             QStringLiteral("Save SQL Query"));
+        return false;
+    }
+    if (bPrompt)
+        prompts().MessageBox(QStringLiteral("SQL Query has been successfully Saved"), Prompt::Buttons::OK,
+                             Prompt::Icon::Information, QStringLiteral("SQL Query Saved"));
+    return true;
+}
+
+// --- Closing
+
+bool frmSQLQuery::ClosingCheck() {
+    if (!mtxtSQL->IsModified())
+        return true;
+    switch (prompts().MessageBox(QStringLiteral("Would you like to save the changes made?"),
+                                 Prompt::Buttons::YesNoCancel, Prompt::Icon::Question,
+                                 QStringLiteral("Save SQL"))) {
+    case Prompt::Answer::No:
+        return true;
+    case Prompt::Answer::Yes:
+        return SaveText(true);
+    default:
+        return false;
+    }
+}
+
+bool frmSQLQuery::CloseItem(bool bForce) {
+    SetStatus(QStringLiteral("Closing SQL Query Window"));
+    if (!bForce && !ClosingCheck()) {
+        SetStatus(QString());
+        return false;
+    }
+    mbClosing = true;
+    if (QMdiSubWindow* sub = subWindow())
+        sub->close();
+    else
+        close();
+    return true;
+}
+
+void frmSQLQuery::closeEvent(QCloseEvent* event) {
+    if (!mbClosing && !ClosingCheck()) {
+        event->ignore();
+        return;
+    }
+    mbClosing = true;
+    if (mMain.CurrentChild() == this)
+        mMain.SetCurrentChild(nullptr);
+    event->accept();
+}
+
+// --- Geometry and activation
+
+void frmSQLQuery::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (!mbPlaced && subWindow())
+        placeWindow();
+    layoutContainer();
+}
+
+void frmSQLQuery::placeWindow() {
+    mbPlaced = true;
+    QMdiSubWindow* sub = subWindow();
+    connect(sub, &QMdiSubWindow::windowStateChanged, this,
+            [this](Qt::WindowStates oldState, Qt::WindowStates newState) {
+                if ((newState & Qt::WindowActive) && !(oldState & Qt::WindowActive))
+                    becomeActive();
+                if (!mbLoading)
+                    storeGeometry();
+            });
+    sub->setWindowIcon(windowIcon());
+    if (msdbCurrent && !(sub->windowState() & (Qt::WindowMaximized | Qt::WindowMinimized))) {
+        sub->resize(static_cast<int>(msdbCurrent->ChildWindowWidth() / twipsPerPixelX()),
+                    static_cast<int>(msdbCurrent->ChildWindowHeight() / twipsPerPixelY()));
+        if (msdbCurrent->ChildWindowState() == 2)
+            sub->showMaximized();
+    }
+    mbLoading = false;
+    becomeActive();
+}
+
+void frmSQLQuery::storeGeometry() {
+    QMdiSubWindow* sub = subWindow();
+    if (!sub || !msdbCurrent || mbLoading || sub->isMinimized())
+        return;
+    const bool maximised = sub->isMaximized();
+    msdbCurrent->SetChildWindowState(maximised ? 2 : 0);
+    if (!maximised) {
+        msdbCurrent->SetChildWindowWidth(static_cast<long>(sub->width() * twipsPerPixelX()));
+        msdbCurrent->SetChildWindowHeight(static_cast<long>(sub->height() * twipsPerPixelY()));
+    }
+}
+
+void frmSQLQuery::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    if (QMdiSubWindow* sub = subWindow(); sub && sub->isMinimized())
+        return;
+    storeGeometry();
+}
+
+void frmSQLQuery::focusInEvent(QFocusEvent* event) {
+    QWidget::focusInEvent(event);
+    becomeActive();
+}
+
+void frmSQLQuery::becomeActive() {
+    mMain.SetCurrentChild(this);
+}
