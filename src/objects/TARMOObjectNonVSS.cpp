@@ -42,16 +42,9 @@ TARMOFields TARMOObjectNonVSS::GetFields() {
         if (name.isEmpty())
             continue;
         TARMOField& field = fields.Add(name);
-        const QString type = rs->Text(QStringLiteral("ColType"));
-        const QString lower = type.toLower();
-        QString line = type;
-        if (lower == QLatin1String("numeric") || lower == QLatin1String("decimal"))
-            line += QLatin1Char('(') + rs->Text(QStringLiteral("ColXprec")) + QStringLiteral(", ") +
-                    rs->Text(QStringLiteral("ColScale")) + QLatin1Char(')');
-        else if (lower == QLatin1String("varchar") || lower == QLatin1String("char") ||
-                 lower == QLatin1String("nchar") || lower == QLatin1String("nvarchar"))
-            line += QLatin1Char('(') + rs->Text(QStringLiteral("ColLength")) + QLatin1Char(')');
-        field.Children().Add(line);
+        field.Children().Add(TARMOField::TypeLine(
+            rs->Text(QStringLiteral("ColType")), rs->Text(QStringLiteral("ColXprec")),
+            rs->Text(QStringLiteral("ColScale")), rs->Text(QStringLiteral("ColLength"))));
         field.Children().Add(rs->Field(QStringLiteral("ColNullable")).toInt() != 0
                                  ? QStringLiteral("Nullable")
                                  : QStringLiteral("Not Nullable"));

@@ -26,6 +26,11 @@ public:
     const QString& ExtraFunction() const { return mExtraFunction; }
     void SetExtraFunction(const QString& extraFunction) { mExtraFunction = extraFunction; }
 
+    // The type line under a column or parameter: the type name, with "(precision, scale)" for
+    // decimal and numeric and "(length)" for the character types.
+    static QString TypeLine(const QString& type, const QString& precision, const QString& scale,
+                            const QString& length);
+
 private:
     QString mName;
     std::unique_ptr<TARMOFields> mChildren;
