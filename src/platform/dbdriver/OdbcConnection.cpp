@@ -66,19 +66,20 @@ QList<Diagnostic> diagnostics(SQLSMALLINT type, SQLHANDLE handle, bool freeTds, 
         d.message.number = native;
         d.message.text = fromWide(text, std::min<qsizetype>(textLength, std::size(text) - 1));
 
+        // Fixed-size fields take a buffer length of 0: FreeTDS refuses the SQL_IS_* markers.
         SQLUSMALLINT line = 0;
-        if (succeeded(SQLGetDiagFieldW(type, handle, i, kDiagLine, &line, SQL_IS_USMALLINT, nullptr)))
+        if (succeeded(SQLGetDiagFieldW(type, handle, i, kDiagLine, &line, 0, nullptr)))
             d.message.line = line;
         SQLINTEGER msgState = 0;
         SQLINTEGER severity = 0;
         const bool hasState =
-            succeeded(SQLGetDiagFieldW(type, handle, i, kDiagMsgState, &msgState, SQL_IS_INTEGER, nullptr));
+            succeeded(SQLGetDiagFieldW(type, handle, i, kDiagMsgState, &msgState, 0, nullptr));
         if (freeTds) {
             severity = hasState ? msgState : 0;
         } else {
             if (hasState)
                 d.message.state = msgState;
-            SQLGetDiagFieldW(type, handle, i, kDiagSeverity, &severity, SQL_IS_INTEGER, nullptr);
+            SQLGetDiagFieldW(type, handle, i, kDiagSeverity, &severity, 0, nullptr);
         }
         // A warning class never counts as an error; anything else that made the call fail does, even
         // when the driver itself wrote it and left the severity empty.
@@ -520,6 +521,10 @@ SqlBatchResults OdbcConnection::run(const QString& batch) {
             SQLNumResultCols(stmt, &columns);
             if (columns > 0) {
                 results.append(SqlResult::Rows(fetchRows(stmt, columns, results, freeTds)));
+                // The count of a SELECT comes with the end of its rows, as the embedded driver gives it.
+                SQLLEN count = -1;
+                if (succeeded(SQLRowCount(stmt, &count)) && count >= 0)
+                    results.append(SqlResult::Count(count));
             } else {
                 SQLLEN count = -1;
                 if (succeeded(SQLRowCount(stmt, &count)) && count >= 0)
