@@ -4,6 +4,8 @@
 #include <QMutex>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 #include <sql.h>
 #include <sqlext.h>
 
@@ -45,8 +47,35 @@ bool succeeded(SQLRETURN rc) {
 
 struct Diagnostic {
     QString sqlState;
-    SqlMessage message; // text as the driver gave it, prefixes included
+    SqlMessage message;  // text as the driver gave it, prefixes included
+    SQLINTEGER rank = 0; // what FreeTDS sorts its records by (the severity it keeps)
 };
+
+// FreeTDS hands out the records of a call ranked, most severe first, by a selection sort that
+// also shuffles records of equal rank; the server sent them in its own order, messages before the
+// error that ended the statement. Undo the sort on that assumption: the server's order is the
+// records in ascending rank, and the sort run on those ranks tells where each record went.
+void restoreServerOrder(QList<Diagnostic>& ranked) {
+    const qsizetype n = ranked.size();
+    QList<SQLINTEGER> ranks;
+    for (const Diagnostic& d : ranked)
+        ranks.append(d.rank);
+    std::sort(ranks.begin(), ranks.end());
+    QList<qsizetype> from(n);
+    for (qsizetype i = 0; i < n; ++i)
+        from[i] = i;
+    for (qsizetype settled = 0; settled < n; ++settled) {
+        qsizetype best = settled;
+        for (qsizetype current = settled; current < n; ++current)
+            if (ranks[from[current]] > ranks[from[best]])
+                best = current;
+        std::swap(from[settled], from[best]);
+    }
+    QList<Diagnostic> original(n);
+    for (qsizetype i = 0; i < n; ++i)
+        original[from[i]] = ranked[i];
+    ranked = original;
+}
 
 // Every diagnostic record of a handle after a call. FreeTDS reports the severity in the state field;
 // Microsoft's drivers have fields for both.
@@ -76,6 +105,7 @@ QList<Diagnostic> diagnostics(SQLSMALLINT type, SQLHANDLE handle, bool freeTds, 
             succeeded(SQLGetDiagFieldW(type, handle, i, kDiagMsgState, &msgState, 0, nullptr));
         if (freeTds) {
             severity = hasState ? msgState : 0;
+            d.rank = severity;
         } else {
             if (hasState)
                 d.message.state = msgState;
@@ -89,6 +119,8 @@ QList<Diagnostic> diagnostics(SQLSMALLINT type, SQLHANDLE handle, bool freeTds, 
             d.message.severity = severity > 10 ? severity : (callFailed || native != 0 ? 16 : severity);
         out.append(d);
     }
+    if (freeTds)
+        restoreServerOrder(out);
     return out;
 }
 
@@ -459,11 +491,14 @@ void OdbcConnection::Open(const DbLogin& login) {
             messages.append(d.message);
             messages.last().text = DbDriver::StripDriverPrefixes(d.message.text);
         }
-        // The server's own refusal explains more than the driver's summary that follows it.
+        // The server's own refusal explains more than the driver's summary that follows it. A
+        // database that can't be opened is told first by the server (4060, then 18456); FreeTDS
+        // ranks the more severe 18456 ahead, and a failed connection has no ranks to undo that.
         const Diagnostic* first = nullptr;
         for (const Diagnostic& d : diags)
             if (d.message.IsError() &&
-                (first == nullptr || (first->message.number == 0 && d.message.number != 0)))
+                (first == nullptr || (first->message.number == 0 && d.message.number != 0) ||
+                 d.message.number == 4060))
                 first = &d;
         if (first == nullptr)
             throw DbError(0, mDriver, QStringLiteral("The connection could not be made."), DbFailure::Driver,
