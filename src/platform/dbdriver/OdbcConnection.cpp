@@ -404,26 +404,28 @@ bool OdbcConnection::IsFreeTDS(const QString& driver) {
     return driver.contains(kFreeTDS, Qt::CaseInsensitive);
 }
 
-QString OdbcConnection::QuoteValue(const QString& value) {
+QString OdbcConnection::QuoteValue(const QString& value, bool freeTds) {
     static const QRegularExpression special(QStringLiteral("[;{}=]|^\\s|\\s$"));
     if (!value.contains(special))
         return value;
+    // FreeTDS ends a braced value at the first "};" and takes "}}" as it stands.
     QString inner = value;
-    inner.replace(QLatin1Char('}'), QLatin1String("}}"));
+    if (!freeTds)
+        inner.replace(QLatin1Char('}'), QLatin1String("}}"));
     return QLatin1Char('{') + inner + QLatin1Char('}');
 }
 
 QString OdbcConnection::BuildConnectionString(const QString& driver, const DbLogin& login) {
     QStringList parts;
-    auto add = [&parts](const char* key, const QString& value) {
-        parts.append(QLatin1String(key) + QLatin1Char('=') + QuoteValue(value));
+    const bool freeTds = IsFreeTDS(driver);
+    auto add = [&parts, freeTds](const char* key, const QString& value) {
+        parts.append(QLatin1String(key) + QLatin1Char('=') + QuoteValue(value, freeTds));
     };
     // A driver name is always braced: the names hold blanks.
     QString braced = driver;
     braced.replace(QLatin1Char('}'), QLatin1String("}}"));
     parts.append(QStringLiteral("Driver={%1}").arg(braced));
 
-    const bool freeTds = IsFreeTDS(driver);
     // SQL Server's own form "host,port"; FreeTDS takes the port as a keyword of its own.
     QString host = login.server.trimmed();
     QString port;

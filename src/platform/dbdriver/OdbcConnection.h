@@ -38,9 +38,9 @@ public:
     static QString ExtraOptions();
 
     static bool IsFreeTDS(const QString& driver);
-    // A connection string value as ODBC reads it: braced, with "}" doubled, when it holds a
-    // character that would end or confuse it.
-    static QString QuoteValue(const QString& value);
+    // A connection string value as ODBC reads it: braced, with "}" doubled (as it stands for FreeTDS),
+    // when it holds a character that would end or confuse it.
+    static QString QuoteValue(const QString& value, bool freeTds = false);
     // The DSN-less connection string for a driver and the login values.
     static QString BuildConnectionString(const QString& driver, const DbLogin& login);
     // The prefix the driver puts in front of server messages.

@@ -52,9 +52,13 @@ TEST_F(OdbcStrings, ValuesThatWouldEndOrConfuseTheStringAreBraced) {
     EXPECT_EQ(OdbcConnection::QuoteValue(QStringLiteral("{x")), QStringLiteral("{{x}"));
     EXPECT_EQ(OdbcConnection::QuoteValue(QStringLiteral("k=v")), QStringLiteral("{k=v}"));
     EXPECT_EQ(OdbcConnection::QuoteValue(QStringLiteral(" lead")), QStringLiteral("{ lead}"));
-    const QString s = OdbcConnection::BuildConnectionString(QStringLiteral("FreeTDS"),
+    const QString s = OdbcConnection::BuildConnectionString(QStringLiteral("ODBC Driver 18 for SQL Server"),
                                                             sqlLogin(QStringLiteral("h"), "p;w}d"));
     EXPECT_TRUE(s.contains(QStringLiteral(";PWD={p;w}}d};"))) << s.toStdString();
+    // FreeTDS reads a braced value up to the first "};" and doesn't undouble.
+    const QString f = OdbcConnection::BuildConnectionString(QStringLiteral("FreeTDS"),
+                                                            sqlLogin(QStringLiteral("h"), "p;w}d}"));
+    EXPECT_TRUE(f.contains(QStringLiteral(";PWD={p;w}d}};"))) << f.toStdString();
 }
 
 TEST_F(OdbcStrings, ExtraOptionsAreAppended) {

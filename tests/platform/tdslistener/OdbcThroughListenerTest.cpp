@@ -126,8 +126,6 @@ TEST_F(OdbcThroughListener, LoginsAndTheirRefusalsReadAlikeAfterFormatSQLError) 
 }
 
 TEST_F(OdbcThroughListener, PasswordsWithSemicolonAndBraceGetThrough) {
-    GTEST_SKIP() << "FreeTDS reads a braced value up to \"};\" and does not undouble \"}}\"; the driver "
-                    "doubles it (fixed in the ODBC driver's quoting for FreeTDS)";
     for (const QString& server : {EmbeddedName(), TcpName()}) {
         TARMOSQL sql;
         EXPECT_EQ(
