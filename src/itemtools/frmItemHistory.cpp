@@ -172,7 +172,8 @@ void frmItemHistory::FillList() {
         }
     }
     QTreeWidgetItem* reselect = nullptr;
-    for (int index = 0; index < marrHistory.size(); ++index) {
+    // Element 0 of the history stays empty.
+    for (int index = 1; index < marrHistory.size(); ++index) {
         const TARMOHistoryData& entry = marrHistory[index];
         if (entry.IsLabel() && !mbShowLabels)
             continue;
@@ -208,7 +209,7 @@ void frmItemHistory::UpdatePanel() {
     const TARMOHistoryData* entry = nullptr;
     if (row) {
         const int index = row->data(0, kIndexRole).toInt();
-        if (index >= 0 && index < marrHistory.size())
+        if (index >= 1 && index < marrHistory.size())
             entry = &marrHistory[index];
     }
     const bool first = row && mlvwHistory->indexOfTopLevelItem(row) == 0;

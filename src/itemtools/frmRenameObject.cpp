@@ -77,6 +77,7 @@ void frmRenameObject::Setup(const QString& strOldName, const QString& strOwner) 
     mlblOwner->setText(QStringLiteral("[") + strOwner + QStringLiteral("].["));
     mtxtNewName->setText(strOldName);
     placeNameParts();
+    mtxtNewName->selectAll();
     mtxtNewName->setFocus();
 }
 
