@@ -226,6 +226,8 @@ void frmItemHistory::setRollbackOffered(bool offered) {
         mcmdRollback = newCommand(mgrpTools, QStringLiteral("Rollback"), QStringLiteral("Rollback"),
                                   QStringLiteral("Rollback to selected object"));
         mToolsLayout->addWidget(mcmdRollback);
+        // A layout shows a late child only on the next pass of the event loop.
+        mcmdRollback->setVisible(isVisible());
         connect(mcmdRollback, &QToolButton::clicked, this,
                 [this] { RunCommand(QStringLiteral("Rollback")); });
     } else if (!offered && mcmdRollback) {
@@ -268,6 +270,7 @@ void frmItemHistory::showComment(const QString& heading, const QString& comment)
             }
         });
         mPanelLayout->insertWidget(1, mgrpComment, 1);
+        mgrpComment->setVisible(isVisible());
     }
     mgrpComment->setTitle(heading);
     mtxtComment->setPlainText(comment);
