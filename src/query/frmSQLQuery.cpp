@@ -70,6 +70,8 @@ frmSQLQuery::frmSQLQuery(mdiMain& main, QWidget* parent)
     mcmdSplit->setFocusPolicy(Qt::NoFocus);
     mcmdSplit->setToolTip(QStringLiteral("Show/Hide Query Results Panel"));
     mcmdSplit->raise();
+    // The container is laid out by hand, so it says itself how small it may get.
+    mpicContainer->setMinimumSize(240, 160);
     mpicContainer->installEventFilter(this);
 
     auto* layout = new QVBoxLayout(this);
@@ -102,6 +104,13 @@ frmSQLQuery::frmSQLQuery(mdiMain& main, QWidget* parent)
     auto* execute = new QShortcut(QKeySequence(Qt::ALT | Qt::Key_X), this);
     execute->setContext(Qt::WidgetWithChildrenShortcut);
     connect(execute, &QShortcut::activated, this, [this] { ExecuteSQL(); });
+    // The editor sees its keys before any shortcut does.
+    connect(mtxtSQL, &SQLTextEditor::bcKeyDown, this, [this](int& KeyCode, int& Shift) {
+        if (KeyCode == Qt::Key_X && (Shift & 4) && !(Shift & 2)) {
+            KeyCode = 0;
+            ExecuteSQL();
+        }
+    });
 }
 
 frmSQLQuery::~frmSQLQuery() = default;

@@ -1,0 +1,172 @@
+#include "ChildWindowArea.h"
+#include "CoreDispatch.h"
+#include "DemoSeed.h"
+#include "GeneralHelpers.h"
+#include "SQLTextEditor.h"
+#include "ScriptedPrompts.h"
+#include "SqlEditControl.h"
+#include "StatusPanels.h"
+#include "TARMODatabase.h"
+#include "TARMOProject.h"
+#include "TARMOSQL.h"
+#include "TARMOVSS.h"
+#include "TestSupport.h"
+#include "frmSQLQuery.h"
+#include "mdiMain.h"
+#include "multiGrid.h"
+
+#include <QAction>
+#include <QFile>
+#include <QMdiSubWindow>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+// The window as the user drives it, in the main window, over the demo project's embedded server.
+class QueryWindowTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        const auto seeded = DemoSeed::Seed(folder.Path(QStringLiteral("demo")), false);
+        ASSERT_TRUE(seeded.ok) << qPrintable(seeded.error);
+        project = database.GetDefaultProject();
+        ASSERT_TRUE(project);
+        ASSERT_EQ(project->SQL().OpenConnection(), QString());
+        ASSERT_EQ(project->VSS().OpenConnection(), QString());
+        database.SetProject(project);
+        window.AdoptDispatch(std::make_unique<CoreDispatch>(database));
+        frmSQLQuery::Install(window);
+        window.SetLoading(true);
+        window.Init(database);
+        window.resize(1000, 700);
+        window.SetLoading(false);
+        window.ShowWindow();
+        window.tmr().stop();
+    }
+    void TearDown() override {
+        for (QMdiSubWindow* sub : window.MdiArea()->subWindowList())
+            if (auto* form = qobject_cast<frmSQLQuery*>(sub->widget()))
+                form->CloseItem(true);
+    }
+    frmSQLQuery* openQuery() {
+        window.DoCommand(53);
+        return qobject_cast<frmSQLQuery*>(window.ActiveForm());
+    }
+    static void click(frmSQLQuery* form, const char* key) {
+        form->ToolbarButton(QString::fromLatin1(key))->trigger();
+    }
+
+    IsolatedUserFolders users;
+    ScriptedPromptsScope prompts;
+    TempFolder folder;
+    TARMODatabase database;
+    std::shared_ptr<TARMOProject> project;
+    mdiMain window;
+};
+
+TEST_F(QueryWindowTest, ExecuteShowsGridsAndParseOnlyChecks) {
+    frmSQLQuery* form = openQuery();
+    ASSERT_TRUE(form);
+    EXPECT_EQ(form->Caption(), QStringLiteral("SQL Query Window"));
+    EXPECT_EQ(form->FormType(), 3);
+    EXPECT_EQ(form->StatusBar()->PanelText(QStringLiteral("Status")), QStringLiteral("Ready."));
+
+    form->txtSQL()->SetText(
+        QStringLiteral("PRINT 'hello'\nSELECT name FROM sysobjects WHERE 1 = 0\n"
+                       "SELECT 1 AS a UNION ALL SELECT 2\nGO\nSELECT 'x' AS b, NULL AS c\n"));
+    QTest::keyClick(form->txtSQL()->ctrlHWnd(), Qt::Key_X, Qt::AltModifier);
+    multiGrid* grid = form->grdResults();
+    ASSERT_EQ(grid->GridCount(), 2);
+    EXPECT_FALSE(grid->MessagesShowing());
+    EXPECT_TRUE(grid->cmdResults()->isVisible());
+    EXPECT_EQ(grid->Grid(1)->rowCount(), 2);
+    EXPECT_EQ(grid->Grid(2)->item(0, 2)->text(), QStringLiteral("(null)"));
+    EXPECT_EQ(grid->Grid(2)->item(0, 0)->text(), QStringLiteral("1"));
+    window.resize(1000, 800);
+    QApplication::processEvents();
+    Screenshot(&window, QStringLiteral("query-results"));
+
+    grid->cmdMessages()->click();
+    EXPECT_TRUE(grid->MessagesShowing());
+    EXPECT_TRUE(grid->MessagesText().startsWith(QStringLiteral("\r\nhello\r\n")));
+    Screenshot(&window, QStringLiteral("query-messages"));
+
+    // Parse only: nothing is run, so a table that the text would create doesn't appear.
+    form->txtSQL()->SetText(QStringLiteral("CREATE TABLE qw_parsed (a int)"));
+    click(form, "SQWBAR:PARSE");
+    EXPECT_EQ(grid->MessagesText(), QStringLiteral("The command(s) completed successfully."));
+    EXPECT_EQ(grid->GridCount(), 0);
+    EXPECT_EQ(project->SQL().GetObjectID(QStringLiteral("qw_parsed")), QString());
+
+    form->txtSQL()->SetText(QStringLiteral("SELECT FROM WHERE"));
+    click(form, "SQWBAR:PARSE");
+    EXPECT_TRUE(grid->MessagesText().contains(QStringLiteral("Incorrect syntax")))
+        << grid->MessagesText().toStdString();
+    EXPECT_FALSE(grid->MessagesText().contains(QStringLiteral("[")));
+}
+
+TEST_F(QueryWindowTest, ASelectionRunsAloneAndItsErrorLinesCountFromIt) {
+    frmSQLQuery* form = openQuery();
+    ASSERT_TRUE(form);
+    form->txtSQL()->SetText(QStringLiteral("SELECT 1 AS skipped\nSELECT 2 AS first\nGO\nSELEC x\n"));
+    // From the second line to the end: the error stands on the second line of the selection's batch 2.
+    form->txtSQL()->ctrlHWnd()->setSelection(1, 0, 4, 0);
+    click(form, "SQWBAR:EXECUTE");
+    multiGrid* grid = form->grdResults();
+    ASSERT_EQ(grid->GridCount(), 1);
+    EXPECT_EQ(grid->Grid(1)->horizontalHeaderItem(1)->text(), QStringLiteral("first"));
+    // An error puts the Messages pane in front even though a grid was made.
+    EXPECT_TRUE(grid->MessagesShowing());
+    EXPECT_TRUE(grid->MessagesText().contains(QStringLiteral("(Line 3 in editor)")))
+        << grid->MessagesText().toStdString();
+    Screenshot(&window, QStringLiteral("query-error"));
+
+    // Blanks selected count as the selection: nothing runs and the last answer stays.
+    form->txtSQL()->SetText(QStringLiteral("SELECT 5 AS five\n    \n"));
+    form->txtSQL()->ctrlHWnd()->setSelection(1, 0, 1, 4);
+    click(form, "SQWBAR:EXECUTE");
+    EXPECT_TRUE(grid->MessagesText().contains(QStringLiteral("(Line 3 in editor)")));
+
+    // A hidden panel comes back with the answer.
+    click(form, "SQWBAR:PANEL");
+    EXPECT_FALSE(grid->isVisible());
+    form->txtSQL()->ctrlHWnd()->setSelection(0, 0, 0, 0);
+    click(form, "SQWBAR:EXECUTE");
+    EXPECT_TRUE(grid->isVisible());
+    EXPECT_TRUE(form->ToolbarButton(QStringLiteral("SQWBAR:PANEL"))->isChecked());
+    EXPECT_EQ(grid->GridCount(), 1);
+}
+
+TEST_F(QueryWindowTest, ScratchFileSavingAndClosing) {
+    const QString scratch = project->VSS().GetItemFileName(QStringLiteral("SQLQuery.sql"));
+    frmSQLQuery* first = openQuery();
+    ASSERT_TRUE(first);
+    first->txtSQL()->SetText(QStringLiteral("SELECT 1"));
+    first->txtSQL()->SaveFile();
+    frmSQLQuery* second = openQuery();
+    ASSERT_TRUE(second && second != first);
+    EXPECT_EQ(ReadTextFile(scratch), QString());
+    EXPECT_EQ(first->txtSQL()->Text(), QStringLiteral("SELECT 1"));
+
+    // The second save goes to the same file without a dialog.
+    const QString saved = folder.Path(QStringLiteral("mine.sql"));
+    second->txtSQL()->SetText(QStringLiteral("SELECT 2"));
+    prompts->QueueFile(saved);
+    EXPECT_TRUE(second->SaveText(true));
+    second->txtSQL()->SetText(QStringLiteral("SELECT 3"));
+    EXPECT_TRUE(second->SaveText(false));
+    EXPECT_EQ(ReadTextFile(saved), QStringLiteral("SELECT 3"));
+    EXPECT_EQ(prompts->Messages(), QStringList{"SQL Query has been successfully Saved"});
+
+    // Yes to saving and a cancelled save dialog keep the window open.
+    first->txtSQL()->SetText(QStringLiteral("SELECT 4"));
+    prompts->QueueAnswer(Prompt::Answer::Yes);
+    // No file is queued: the save dialog is cancelled.
+    EXPECT_FALSE(first->CloseItem());
+    EXPECT_EQ(window.MdiArea()->subWindowList().size(), 2);
+    prompts->QueueAnswer(Prompt::Answer::No);
+    EXPECT_TRUE(first->CloseItem());
+    EXPECT_EQ(window.MdiArea()->subWindowList().size(), 1);
+}
