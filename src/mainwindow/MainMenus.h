@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Commands.h"
+
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -19,7 +21,7 @@ struct TARMOContextMenu;
 using MenuTable = QList<QPair<QString, QString>>;
 
 // The main menu, the pop-up menu of the tree and the two toolbars of the main window. Every entry
-// has a key, a caption, a command number and a picture; a click reports the command with the
+// has a key, a caption, a command and a picture; a click reports the command with the
 // entry's parameter (its key, or the key that carries an index), which the window hands to its one
 // command routine.
 class MainMenus : public QObject {
@@ -41,7 +43,7 @@ public:
     QList<QAction*> Buttons(const QString& band) const;
     // The parameter and command that a click on the entry hands over.
     static QString Parameter(const QAction* action);
-    static long Command(const QAction* action);
+    static Command CommandOf(const QAction* action);
 
     // Shows and hides the pop-up entries according to what the selected thing offers; without a
     // node only the New entries and "Refresh Database Tree" remain.
@@ -58,16 +60,16 @@ public:
     void SetWindowList(const QList<WindowEntry>& windows);
 
 signals:
-    void CommandChosen(long lngCommand, const QString& strParameter);
+    void CommandChosen(Command command, const QString& strParameter);
     // A menu is about to open ("mnuView", "mnuToolbars", "mnuWindows").
     void MenuOpening(const QString& menuKey);
 
 private:
     QMenu* addMenu(QMenu* parent, const QString& key, const QString& caption);
-    QAction* addEntry(QMenu* menu, const QString& key, const QString& caption, long command,
+    QAction* addEntry(QMenu* menu, const QString& key, const QString& caption, Command command,
                       const QString& icon = {}, bool withShortcut = false, const QString& parameter = {});
     QAction* addButton(QToolBar* bar, const QString& key, const QString& text, const QString& tip,
-                       long command, const QString& icon);
+                       Command command, const QString& icon);
     void addSeparator(QMenu* menu, const QString& key);
     void addBarSeparator(QToolBar* bar, const QString& key);
     void buildMainMenu(const MenuTable& newEntries, const MenuTable& recentProjects);

@@ -33,8 +33,6 @@ const QString itemBar = QStringLiteral("Item");
 const QString toolsBar = QStringLiteral("Tools");
 const QString descriptionBar = QStringLiteral("Description");
 const QString refreshNodeEntry = QStringLiteral("RefreshNode");
-const QString vendorWebAddress = QStringLiteral("https://www.tarmo-integration.com/");
-const QString vendorSupportAddress = QStringLiteral("support@tarmo-integration.com");
 
 double twipsPerPixel() {
     return ScreenMetrics::Current().twipsPerPixelX;
@@ -46,81 +44,34 @@ long toTwips(int pixels) {
     return static_cast<long>(pixels * twipsPerPixel());
 }
 
-// The edit commands that go to the active child: guard first, then the action.
-struct ChildCommand {
-    long command;
-    bool (ChildWindowContract::*guard)() const;
-    void (ChildWindowContract::*action)();
-};
-const ChildCommand childCommands[] = {
-    {4, &ChildWindowContract::CanOpenFile, &ChildWindowContract::OpenText},
-    {5, &ChildWindowContract::CanSaveFile, &ChildWindowContract::SaveText},
-    {6, &ChildWindowContract::CanGetLatest, &ChildWindowContract::GetLatestVersion},
-    {7, &ChildWindowContract::CanCheckIn, &ChildWindowContract::CheckIn},
-    {8, &ChildWindowContract::CanCheckOut, &ChildWindowContract::CheckOut},
-    {9, &ChildWindowContract::CanUndoCheckOut, &ChildWindowContract::UndoCheckout},
-    {10, &ChildWindowContract::CanUndo, &ChildWindowContract::Undo},
-    {11, &ChildWindowContract::CanRedo, &ChildWindowContract::Redo},
-    {12, &ChildWindowContract::CanCut, &ChildWindowContract::CutText},
-    {13, &ChildWindowContract::CanCopy, &ChildWindowContract::CopyText},
-    {14, &ChildWindowContract::CanPaste, &ChildWindowContract::PasteText},
-    {34, &ChildWindowContract::CanDescription, &ChildWindowContract::ChangeDescription},
-    {52, &ChildWindowContract::CanTestSQL, &ChildWindowContract::TestItem},
-    {54, &ChildWindowContract::CanShowHistory, &ChildWindowContract::ShowHistory},
-    {55, &ChildWindowContract::CanFind, &ChildWindowContract::Find},
-    {56, &ChildWindowContract::CanFind, &ChildWindowContract::FindNext},
-    {57, &ChildWindowContract::CanFind, &ChildWindowContract::FindPrevious},
-    {58, &ChildWindowContract::CanReplace, &ChildWindowContract::Replace},
-};
-
-// The enabling that each tick asks of the active child: toolbar button (may be empty), menu entry.
-struct Enabling {
-    bool (ChildWindowContract::*member)() const;
-    const char* button;
-    const char* entry;
-};
-const Enabling enablings[] = {
-    {&ChildWindowContract::CanUndo, "EDITBAR:UNDO", "mnuUndo"},
-    {&ChildWindowContract::CanRedo, "EDITBAR:REDO", "mnuRedo"},
-    {&ChildWindowContract::CanCut, "EDITBAR:CUT", "mnuCut"},
-    {&ChildWindowContract::CanCopy, "EDITBAR:COPY", "mnuCopy"},
-    {&ChildWindowContract::CanPaste, "EDITBAR:PASTE", "mnuPaste"},
-    {&ChildWindowContract::CanFind, "EDITBAR:FIND", "mnuFind"},
-    {&ChildWindowContract::CanReplace, nullptr, "mnuReplace"},
-    {&ChildWindowContract::CanOpenFile, "EDITBAR:OPENFILE", "mnuOpenFile"},
-    {&ChildWindowContract::CanSaveFile, "EDITBAR:SAVEFILE", "mnuSaveFile"},
-    {&ChildWindowContract::CanTestSQL, "EDITBAR:TEST", "mnuTestSQL"},
-    {&ChildWindowContract::CanGetLatest, "EDITBAR:GETLATEST", "mnuGetLatest"},
-    {&ChildWindowContract::CanCheckOut, "EDITBAR:CHECKOUT", "mnuCheckOut"},
-    {&ChildWindowContract::CanCheckIn, "EDITBAR:CHECKIN", "mnuCheckIn"},
-    {&ChildWindowContract::CanUndoCheckOut, "EDITBAR:UNDOCHECKOUT", "mnuUndoCheckOut"},
-    {&ChildWindowContract::CanShowHistory, "EDITBAR:HISTORY", "mnuHistory"},
-    {&ChildWindowContract::CanPermissions, "EDITBAR:PERMISSIONS", "mnuPermissions"},
-    {&ChildWindowContract::CanDescription, "EDITBAR:DESCRIPTION", "mnuDescription"},
-};
-
 // Context panel entries for what the selected object offers, in their order.
 struct PanelEntry {
     bool TARMOContextMenu::*field;
     const char* text; // with the display name behind it when it ends in a space
     const char* key;
-    long command;
+    Command command;
     const char* icon;
 };
 const PanelEntry panelEntries[] = {
-    {&TARMOContextMenu::Edit, "Edit ", "mnuPopupEditItem", 2, "EDIT"},
-    {&TARMOContextMenu::Rename, "Rename ", "mnuPopupRenameItem", 43, "RENAME"},
-    {&TARMOContextMenu::Delete, "Delete ", "mnuPopupDeleteItem", 3, "DELETE"},
-    {&TARMOContextMenu::GetLatestVersion, "Get Latest Version", "mnuPopupGetLatest", 6,
+    {&TARMOContextMenu::Edit, "Edit ", "mnuPopupEditItem", Command::Edit, "EDIT"},
+    {&TARMOContextMenu::Rename, "Rename ", "mnuPopupRenameItem", Command::Rename, "RENAME"},
+    {&TARMOContextMenu::Delete, "Delete ", "mnuPopupDeleteItem", Command::Delete, "DELETE"},
+    {&TARMOContextMenu::GetLatestVersion, "Get Latest Version", "mnuPopupGetLatest", Command::GetLatest,
      "VSS:GETLATESTVERSION"},
-    {&TARMOContextMenu::CheckIn, "Check In", "mnuPopupCheckIn", 7, "VSS:CHECKIN"},
-    {&TARMOContextMenu::CheckOut, "Check Out", "mnuPopupCheckOut", 8, "VSS:CHECKOUT"},
-    {&TARMOContextMenu::UndoCheckout, "Undo Check Out", "mnuPopupUndoCheckOut", 9, "VSS:UNDOCHECKOUT"},
-    {&TARMOContextMenu::EditPermissions, "Permissions", "mnuPopupEditPermission", 33, "PERMISSIONS"},
-    {&TARMOContextMenu::AddToVSS, "Add object to VSS", "mnuPopupAddToVSS", 18, "SYNC:ADDVSS"},
-    {&TARMOContextMenu::AddToSQL, "Add object to SQL", "mnuPopupAddToSQL", 19, "SYNC:ADDSQL"},
-    {&TARMOContextMenu::DeleteFromVSS, "Remove object to VSS", "mnuPopupDeleteFromVSS", 22, "SYNC:REMOVEVSS"},
-    {&TARMOContextMenu::DeleteFromSQL, "Remove object to SQL", "mnuPopupDeleteFromSQL", 23, "SYNC:REMOVESQL"},
+    {&TARMOContextMenu::CheckIn, "Check In", "mnuPopupCheckIn", Command::CheckIn, "VSS:CHECKIN"},
+    {&TARMOContextMenu::CheckOut, "Check Out", "mnuPopupCheckOut", Command::CheckOut, "VSS:CHECKOUT"},
+    {&TARMOContextMenu::UndoCheckout, "Undo Check Out", "mnuPopupUndoCheckOut", Command::UndoCheckOut,
+     "VSS:UNDOCHECKOUT"},
+    {&TARMOContextMenu::EditPermissions, "Permissions", "mnuPopupEditPermission", Command::Permissions,
+     "PERMISSIONS"},
+    {&TARMOContextMenu::AddToVSS, "Add object to VSS", "mnuPopupAddToVSS", Command::AddToVersionStore,
+     "SYNC:ADDVSS"},
+    {&TARMOContextMenu::AddToSQL, "Add object to SQL", "mnuPopupAddToSQL", Command::AddToSqlServer,
+     "SYNC:ADDSQL"},
+    {&TARMOContextMenu::DeleteFromVSS, "Remove object to VSS", "mnuPopupDeleteFromVSS",
+     Command::RemoveFromVersionStore, "SYNC:REMOVEVSS"},
+    {&TARMOContextMenu::DeleteFromSQL, "Remove object to SQL", "mnuPopupDeleteFromSQL",
+     Command::RemoveFromSqlServer, "SYNC:REMOVESQL"},
 };
 } // namespace
 
@@ -131,7 +82,7 @@ mdiMain::mdiMain(QWidget* parent)
     setWindowTitle(QStringLiteral("TARMO"));
     buildFrame();
     connect(mMenus, &MainMenus::CommandChosen, this,
-            [this](long command, const QString& parameter) { DoCommand(command, parameter, 23); });
+            [this](Command command, const QString& parameter) { DoCommand(command, parameter, 23); });
     connect(mMenus, &MainMenus::MenuOpening, this, &mdiMain::onMenuOpening);
     mtmr.setInterval(10);
     connect(&mtmr, &QTimer::timeout, this, &mdiMain::tmr_Timer);
@@ -208,9 +159,9 @@ void mdiMain::fillContextPanelBars() {
     if (!mebcExtraInfo->HasBar(toolsBar)) {
         mebcExtraInfo->AddBar(toolsBar, QStringLiteral("Functions Available"));
         mebcExtraInfo->AddEntry(toolsBar, QStringLiteral("Refresh"), QStringLiteral("Refresh Database Tree"),
-                                miltAll.Icon(QStringLiteral("REFRESH")), 16);
+                                miltAll.Icon(QStringLiteral("REFRESH")), CommandNumber(Command::RefreshTree));
         mebcExtraInfo->AddEntry(toolsBar, QStringLiteral("Sync"), QStringLiteral("Synchronize SQL and VSS"),
-                                miltAll.Icon(QStringLiteral("SYNC")), 17);
+                                miltAll.Icon(QStringLiteral("SYNC")), CommandNumber(Command::Synchronize));
     }
 }
 
@@ -246,8 +197,8 @@ void mdiMain::InitDBT(long lngWidth) {
     }
 
     mShortcuts.Fill();
-    mstrLoadShortcut = mShortcuts.ShortcutSuffix(4);
-    mstrSaveShortcut = mShortcuts.ShortcutSuffix(5);
+    mstrLoadShortcut = mShortcuts.ShortcutSuffix(Command::LoadText);
+    mstrSaveShortcut = mShortcuts.ShortcutSuffix(Command::SaveText);
     mMenus->Build(mNewEntries, mRecentProjects);
     mbMenusDisabled = false;
     buildStatusBar();
@@ -322,7 +273,7 @@ void mdiMain::CheckProjectSyncInfo() {
                            "Synchronize?"),
             Prompt::Buttons::YesNo, Prompt::Icon::Question,
             QStringLiteral("Start Synchronization Process?")) == Prompt::Answer::Yes)
-        DoCommand(17, QString(), 23);
+        DoCommand(Command::Synchronize, QString(), 23);
     else
         msdbCurrent->Project()->ProjectWasSyncronized(QStringLiteral("NoSyncWanted"));
 }
@@ -412,7 +363,8 @@ void mdiMain::UpdateContextPanel() {
     } else {
         if (!mebcExtraInfo->HasEntry(itemBar, refreshNodeEntry))
             mebcExtraInfo->AddEntry(itemBar, refreshNodeEntry, QStringLiteral("Refresh from here"),
-                                    miltAll.Icon(QStringLiteral("REFRESH")), 15);
+                                    miltAll.Icon(QStringLiteral("REFRESH")),
+                                    CommandNumber(Command::RefreshNode));
         if (object) {
             const TARMOContextMenu menu =
                 mDispatch->GetContextMenu(DatabaseTree::NodeTag(node), DatabaseTree::NodeKey(node));
@@ -423,8 +375,8 @@ void mdiMain::UpdateContextPanel() {
                 if (text.endsWith(QLatin1Char(' ')))
                     text += menu.DisplayName;
                 mebcExtraInfo->AddEntry(itemBar, QString::fromLatin1(entry.key), text,
-                                        miltAll.Icon(QString::fromLatin1(entry.icon)), entry.command,
-                                        refreshNodeEntry);
+                                        miltAll.Icon(QString::fromLatin1(entry.icon)),
+                                        CommandNumber(entry.command), refreshNodeEntry);
             }
             if (object->IsEditable()) {
                 const QString description = object->Description();
@@ -441,7 +393,7 @@ void mdiMain::UpdateContextPanel() {
 }
 
 void mdiMain::panelEntryClicked(const QString& entryKey, long command) {
-    DoCommand(command, entryKey, 23);
+    DoCommand(CommandFromNumber(command), entryKey, 23);
     UpdateContextPanel();
 }
 
@@ -464,10 +416,10 @@ void mdiMain::treeDoubleClicked(QTreeWidgetItem* node) {
         if (DatabaseTree::NodeTag(node) == QLatin1String("Permission")) {
             QTreeWidgetItem* parentNode = node->parent();
             DoCommand(
-                33, DatabaseTree::NodeTag(parentNode) + QLatin1Char('|') + DatabaseTree::NodeKey(parentNode),
-                23);
+                Command::Permissions,
+                DatabaseTree::NodeTag(parentNode) + QLatin1Char('|') + DatabaseTree::NodeKey(parentNode), 23);
         } else {
-            DoCommand(2, QString(), 23);
+            DoCommand(Command::Edit, QString(), 23);
         }
     }
     UpdateContextPanel();
@@ -495,7 +447,7 @@ void mdiMain::CompletedCurrentStatus(const QString&, const QString&) {
     msbrMain->SetPanelText(QStringLiteral("DBT:STATUS"), QString());
 }
 
-// --- Keys, drops and the tick
+// --- Keys, drops and the tick (the commands themselves are in mdiMainCommands.cpp)
 
 bool mdiMain::eventFilter(QObject* watched, QEvent* event) {
     const QEvent::Type type = event->type();
@@ -546,62 +498,9 @@ bool mdiMain::acceptsTreeDrop(const QMimeData* dropped) const {
            mDispatch->CanOpenObject(DatabaseTree::NodeTag(source), DatabaseTree::NodeKey(source));
 }
 
-void mdiMain::KeyPreview(bool bKeyDown, int& KeyCode, int Shift, long lngHelpContext) {
-    const ShortcutRow* row = mShortcuts.Find(KeyCode, Shift);
-    if (!row || bKeyDown == row->FiresAtKeyUp)
-        return;
-    const long command = row->Command;
-    KeyCode = 0;
-    DoCommand(command, QString(), lngHelpContext);
-}
-
 void mdiMain::tmr_Timer() {
     mMdiArea->BringBack(mCurrentChild);
     UpdateCommands();
-}
-
-void mdiMain::setMenuEnabled(const char* key, bool enabled) {
-    QAction* entry = mMenus->Entry(QString::fromLatin1(key));
-    if (entry && entry->isEnabled() != enabled)
-        entry->setEnabled(enabled);
-}
-
-void mdiMain::setMenuCaption(const char* key, const QString& caption) {
-    QAction* entry = mMenus->Entry(QString::fromLatin1(key));
-    if (entry && entry->text() != caption)
-        entry->setText(caption);
-}
-
-void mdiMain::disableEditCommands() {
-    if (QToolBar* bar = mMenus->tbrEdit())
-        for (QAction* button : bar->actions())
-            button->setEnabled(false);
-    for (const Enabling& enabling : enablings)
-        setMenuEnabled(enabling.entry, false);
-    setMenuCaption("mnuOpenFile", QStringLiteral("&Load") + mstrLoadShortcut);
-    setMenuCaption("mnuSaveFile", QStringLiteral("&Save") + mstrSaveShortcut);
-}
-
-void mdiMain::UpdateCommands() {
-    QWidget* form = ActiveForm();
-    if (!ChildWindowArea::IsEditChild(form)) {
-        if (mbMenusDisabled)
-            return;
-        disableEditCommands();
-        mbMenusDisabled = true;
-        return;
-    }
-    mbMenusDisabled = false;
-    ChildWindowContract* child = ChildWindowArea::Contract(form);
-    for (const Enabling& enabling : enablings) {
-        const bool enabled = (child->*enabling.member)();
-        if (enabling.button)
-            if (QAction* button = mMenus->Entry(QString::fromLatin1(enabling.button)))
-                button->setEnabled(enabled);
-        setMenuEnabled(enabling.entry, enabled);
-    }
-    setMenuCaption("mnuOpenFile", QLatin1Char('&') + child->OpenFileText() + mstrLoadShortcut);
-    setMenuCaption("mnuSaveFile", QLatin1Char('&') + child->SaveFileText() + mstrSaveShortcut);
 }
 
 // --- Child windows
@@ -626,395 +525,6 @@ void mdiMain::RefreshForms() {
 
 QWidget* mdiMain::ActiveForm() const {
     return mMdiArea->ActiveForm();
-}
-
-// --- Commands
-
-void mdiMain::DoCommand(long lngCommand, const QString& strParameter, long lngHelpContext) {
-    prompts().SetBusy(true);
-    int index = 0;
-    if (!strParameter.isEmpty()) {
-        bool numeric = false;
-        const int value = strParameter.section(QLatin1Char(':'), -1).toInt(&numeric);
-        if (numeric)
-            index = value;
-    }
-    if (lngCommand >= 6 && lngCommand <= 9 && strParameter.left(8) == QLatin1String("mnuPopup"))
-        EditObject();
-    runCommand(lngCommand, strParameter, lngHelpContext, index);
-    prompts().SetBusy(false);
-}
-
-bool mdiMain::passToChild(long lngCommand) {
-    for (const ChildCommand& entry : childCommands) {
-        if (entry.command != lngCommand)
-            continue;
-        QWidget* form = ActiveForm();
-        if (!ChildWindowArea::IsEditChild(form))
-            return true;
-        ChildWindowContract* child = ChildWindowArea::Contract(form);
-        if ((child->*entry.guard)()) {
-            BusyCursor busy;
-            (child->*entry.action)();
-        }
-        return true;
-    }
-    return false;
-}
-
-void mdiMain::runCommand(long lngCommand, const QString& strParameter, long lngHelpContext, int index) {
-    if (passToChild(lngCommand))
-        return;
-    QTreeWidgetItem* selected = mtvwDBT->SelectedNode();
-    switch (lngCommand) {
-    case 1:
-        if (!mNewEntries.isEmpty())
-            NewObject(mNewEntries.value(index > 0 ? index - 1 : 0, mNewEntries.first()).first);
-        break;
-    case 2:
-        EditObject();
-        break;
-    case 3:
-        DeleteObject();
-        break;
-    case 15:
-        if (selected) {
-            if (selected == mnodPanelItem)
-                mnodPanelItem = nullptr;
-            mtvwDBT->RefreshNode(selected);
-        }
-        break;
-    case 16:
-        mnodPanelItem = nullptr;
-        mtvwDBT->RefreshAll();
-        break;
-    case 17:
-        if (mFactories.Synchronize && msdbCurrent && mFactories.Synchronize(*msdbCurrent, this))
-            runCommand(16, QString(), lngHelpContext, 0);
-        break;
-    case 18:
-        SyncroniseAction(selected, 1, 1);
-        break;
-    case 19:
-        SyncroniseAction(selected, 1, 2);
-        break;
-    case 22:
-        SyncroniseAction(selected, 3, 1);
-        break;
-    case 23:
-        SyncroniseAction(selected, 3, 2);
-        break;
-    case 24:
-        mMdiArea->Tile(true);
-        break;
-    case 25:
-        mMdiArea->Tile(false);
-        break;
-    case 26:
-        mMdiArea->cascadeSubWindows();
-        break;
-    case 27:
-        mMdiArea->MaximiseActive();
-        break;
-    case 28:
-        mMdiArea->MinimiseAll();
-        break;
-    case 29:
-        mMdiArea->SwitchWindow(true);
-        break;
-    case 30:
-        mMdiArea->SwitchWindow(false);
-        break;
-    case 31:
-        mMdiArea->BringWindowForward(index);
-        break;
-    case 32:
-        CloseProject();
-        break;
-    case 33:
-        permissionsCommand(strParameter);
-        break;
-    case 35:
-        ChangeProject(index, QString());
-        break;
-    case 36:
-        SetDatabaseTreeVisible(!mbDatabaseTreeVisible);
-        break;
-    case 38:
-        if (QToolBar* bar = mMenus->tbrDBT())
-            bar->setVisible(bar->isHidden());
-        break;
-    case 39:
-        if (QToolBar* bar = mMenus->tbrEdit())
-            bar->setVisible(bar->isHidden());
-        break;
-    case 40:
-        mMenus->SetWindowList(mMdiArea->WindowList());
-        break;
-    case 41:
-        if (msdbCurrent && msdbCurrent->Project()) {
-            std::shared_ptr<TARMOProject> picked;
-            {
-                frmProjectBrowser browser(this);
-                picked = browser.OpenProjectBrowser(*msdbCurrent->Project());
-            }
-            if (picked)
-                ChangeProject(-1, picked->Name());
-        }
-        break;
-    case 42:
-        if (mFactories.Options && msdbCurrent)
-            mFactories.Options(*msdbCurrent, this);
-        break;
-    case 43:
-        RenameObject();
-        break;
-    case 44: {
-        frmAbout about(App::ProductName(), App::VersionText(), this);
-        about.exec();
-        break;
-    }
-    case 45:
-    case 46:
-    case 47:
-    case 48:
-    case 49:
-    case 50:
-        sendFeedback(lngCommand);
-        break;
-    case 51:
-        OpenURL(this, vendorWebAddress);
-        break;
-    case 53:
-        if (mFactories.QueryWindow && msdbCurrent)
-            addChildForFactory(mFactories.QueryWindow(*msdbCurrent));
-        break;
-    case 59:
-        if (mFactories.Undelete && msdbCurrent && mFactories.Undelete(*msdbCurrent, this))
-            runCommand(16, QString(), lngHelpContext, 0);
-        break;
-    case 60:
-        showHelp(lngHelpContext);
-        break;
-    case 61:
-        if (mFactories.DocumentGenerator && msdbCurrent) {
-            BusyCursor busy;
-            mFactories.DocumentGenerator(*msdbCurrent, this);
-        }
-        break;
-    case 62:
-        if (mFactories.ScriptGenerator && msdbCurrent) {
-            BusyCursor busy;
-            mFactories.ScriptGenerator(*msdbCurrent, this);
-        }
-        break;
-    case 68:
-        SetExtraPanelVisible(!mbExtraPanelVisible);
-        break;
-    case 69:
-        mtvwDBT->SetDragSubnodes(!mtvwDBT->DragSubnodes());
-        if (QAction* entry = mMenus->Entry(QStringLiteral("mnuDragSub")))
-            entry->setChecked(mtvwDBT->DragSubnodes());
-        break;
-    default:
-        break;
-    }
-}
-
-void mdiMain::onMenuOpening(const QString& menuKey) {
-    if (menuKey == QLatin1String("mnuView")) {
-        mMenus->Entry(QStringLiteral("mnuDBT"))->setChecked(mbDatabaseTreeVisible);
-        mMenus->Entry(QStringLiteral("mnuDBTContext"))->setChecked(mbExtraPanelVisible);
-        mMenus->Entry(QStringLiteral("mnuDBTContext"))->setEnabled(mbDatabaseTreeVisible);
-    } else if (menuKey == QLatin1String("mnuToolbars")) {
-        mMenus->Entry(QStringLiteral("mnuToolbarDBT"))
-            ->setChecked(mMenus->tbrDBT() && !mMenus->tbrDBT()->isHidden());
-        mMenus->Entry(QStringLiteral("mnuToolbarEdit"))
-            ->setChecked(mMenus->tbrEdit() && !mMenus->tbrEdit()->isHidden());
-    } else if (menuKey == QLatin1String("mnuWindows")) {
-        DoCommand(40, QString(), 23);
-    }
-}
-
-void mdiMain::showHelp(long lngHelpContext) {
-    long topic = lngHelpContext;
-    if (topic == 23 && QApplication::focusWidget() == mtvwDBT)
-        topic = 34;
-    if (mFactories.Help)
-        mFactories.Help(this, topic);
-}
-
-void mdiMain::sendFeedback(long lngCommand) {
-    static const char* const importance[] = {"HIGH", "Normal", "Low"};
-    const bool bug = lngCommand <= 47;
-    const int level = static_cast<int>((lngCommand - 45) % 3);
-    const QString subject = (bug ? QStringLiteral("Bug Report - Importance: ")
-                                 : QStringLiteral("Feature Request - Importance: ")) +
-                            QString::fromLatin1(importance[level]);
-    const QString body =
-        bug ? QStringLiteral(
-                  "&Body=(Please write the bug details here. The more detail the better and a screen shot "
-                  "is also always welcome.)")
-            : QStringLiteral(
-                  "&Body=(Please write the details, of the feature you would like to request, here)");
-    OpenURL(this,
-            QStringLiteral("mailto:") + vendorSupportAddress + QStringLiteral("?Subject=") + subject + body);
-}
-
-void mdiMain::EditObject(QTreeWidgetItem* Node) {
-    if (!Node)
-        Node = mtvwDBT->SelectedNode();
-    if (!Node || !mDispatch)
-        return;
-    const QString tag = DatabaseTree::NodeTag(Node), key = DatabaseTree::NodeKey(Node);
-    auto object = mDispatch->GetObject(tag, key);
-    if (!object || !object->IsEditable() || !(object->InSQL() && object->InVSS()))
-        return;
-    if (QWidget* open = FindChild(tag, key, 1)) {
-        mMdiArea->BringToFront(open);
-        return;
-    }
-    if (mFactories.OpenObjectWindow && msdbCurrent)
-        addChildForFactory(mFactories.OpenObjectWindow(*msdbCurrent, object));
-}
-
-void mdiMain::NewObject(const QString& strType) {
-    BusyCursor busy;
-    if (!mDispatch)
-        return;
-    auto object = mDispatch->NewItemOfType(strType);
-    if (!object)
-        return;
-    QString tableName, tableOwner;
-    if (QTreeWidgetItem* node = mtvwDBT->SelectedNode())
-        mDispatch->GetTableName(DatabaseTree::NodeTag(node), DatabaseTree::NodeKey(node), tableName,
-                                tableOwner);
-    if (mFactories.NewObjectWindow && msdbCurrent)
-        addChildForFactory(mFactories.NewObjectWindow(*msdbCurrent, object,
-                                                      msdbCurrent->GetDefaultText(object->ParentObjectType()),
-                                                      tableName, tableOwner));
-}
-
-void mdiMain::RenameObject(QTreeWidgetItem* Node) {
-    if (!Node)
-        Node = mtvwDBT->SelectedNode();
-    if (!Node || !mDispatch)
-        return;
-    const QString tag = DatabaseTree::NodeTag(Node), key = DatabaseTree::NodeKey(Node);
-    auto object = mDispatch->GetObject(tag, key);
-    if (!object || !mFactories.RenameDialog || !msdbCurrent)
-        return;
-    const QString newName = mFactories.RenameDialog(*msdbCurrent, this, object->Name(), object->Owner());
-    BusyCursor busy;
-    if (newName.isEmpty() || !mDispatch->RenameItem(tag, key, newName))
-        return;
-    DatabaseTree::SetNodeKey(Node, QStringLiteral("I") + object->DBID());
-    if (Node == mnodPanelItem)
-        mnodPanelItem = nullptr;
-    mtvwDBT->RefreshNode(Node);
-    if (mtvwDBT->FindNode(tag, QStringLiteral("I") + object->DBID()) == Node)
-        AfterChange(Node, false);
-}
-
-void mdiMain::DeleteObject(QTreeWidgetItem* Node) {
-    if (!Node)
-        Node = mtvwDBT->SelectedNode();
-    if (!Node || !mDispatch)
-        return;
-    const QString tag = DatabaseTree::NodeTag(Node), key = DatabaseTree::NodeKey(Node);
-    auto object = mDispatch->GetObject(tag, key);
-    if (!object)
-        return;
-    const QString owner =
-        object->Owner().isEmpty() ? QString() : QLatin1Char('[') + object->Owner() + QStringLiteral("].");
-    if (MsgBox(QStringLiteral("Are you sure you want to Delete the Item ") + owner + QLatin1Char('[') +
-                   object->Name() + QLatin1Char(']'),
-               Prompt::Buttons::YesNo, Prompt::Icon::Question,
-               QStringLiteral("Delete Item")) != Prompt::Answer::Yes)
-        return;
-    BusyCursor busy;
-    if (!mDispatch->DeleteItem(tag, key))
-        return;
-    AfterChange(Node, true);
-    DatabaseTree::RemoveChildNodes(Node);
-    if (Node == mnodPanelItem)
-        mnodPanelItem = nullptr;
-    if (Node == mtvwDBT->DragSource())
-        mtvwDBT->ClearDragSource();
-    delete Node;
-}
-
-void mdiMain::AfterChange(QTreeWidgetItem* Node, bool bClose) {
-    const QString tag = DatabaseTree::NodeTag(Node), key = DatabaseTree::NodeKey(Node);
-    for (long formType : {1L, 2L}) {
-        ChildWindowContract* child = ChildWindowArea::Contract(FindChild(tag, key, formType));
-        if (!child)
-            continue;
-        if (bClose) {
-            child->CloseItem(true);
-        } else {
-            child->GetLatestVersion();
-            child->RefreshCaption();
-        }
-    }
-}
-
-void mdiMain::SyncroniseAction(QTreeWidgetItem* Node, long lngAction, long lngLocation) {
-    if (!Node || !mDispatch)
-        return;
-    auto object = mDispatch->GetObject(DatabaseTree::NodeTag(Node), DatabaseTree::NodeKey(Node));
-    if (!object)
-        return;
-    if (lngAction == 1)
-        object->SyncAdd(lngLocation);
-    else if (lngAction == 2)
-        object->SyncChange(lngLocation);
-    else if (lngAction == 3)
-        object->SyncRemove(lngLocation);
-    if (Node == mnodPanelItem)
-        mnodPanelItem = nullptr;
-    mtvwDBT->RefreshNode(Node);
-}
-
-void mdiMain::permissionsCommand(const QString& strParameter) {
-    if (strParameter == QLatin1String("mnuPopupEditPermission")) {
-        if (QTreeWidgetItem* node = mtvwDBT->SelectedNode())
-            EditPermissions(DatabaseTree::NodeTag(node), DatabaseTree::NodeKey(node));
-        return;
-    }
-    const QStringList parts = strParameter.split(QLatin1Char('|'));
-    if (parts.size() == 2)
-        EditPermissions(parts[0], parts[1]);
-    else if (!strParameter.contains(QLatin1Char('|')))
-        EditPermissions();
-}
-
-void mdiMain::EditPermissions(const QString& strTag, const QString& strKey,
-                              std::shared_ptr<DispatchedObject> objItem) {
-    QString tag = strTag, key = strKey;
-    if (objItem) {
-        tag = objItem->ObjectType();
-        key = QStringLiteral("I") + objItem->DBID();
-    } else if (!strTag.isEmpty() || !strKey.isEmpty()) {
-        if (!mDispatch || !(objItem = mDispatch->GetObject(strTag, strKey)))
-            return;
-    } else {
-        QWidget* form = ActiveForm();
-        ChildWindowContract* child =
-            ChildWindowArea::IsEditChild(form) ? ChildWindowArea::Contract(form) : nullptr;
-        if (!child || !child->CanPermissions() || !child->CurrentObject())
-            return;
-        objItem = child->CurrentObject();
-        tag = child->ObjectTag();
-        key = child->ObjectKey();
-    }
-    BusyCursor busy;
-    if (QWidget* open = FindChild(tag, key, 2)) {
-        mMdiArea->BringToFront(open);
-        return;
-    }
-    if (mFactories.PermissionWindow && msdbCurrent)
-        addChildForFactory(mFactories.PermissionWindow(*msdbCurrent, objItem, tag, key));
 }
 
 // --- Closing and changing the project

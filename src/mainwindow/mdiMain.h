@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ChildWindowFactories.h"
+#include "Commands.h"
 #include "ImageList.h"
 #include "MainMenus.h"
 #include "MainWindowContract.h"
@@ -10,6 +11,8 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <QTimer>
+
+#include <vector>
 
 class ChildWindowContract;
 class DatabaseTree;
@@ -23,7 +26,8 @@ class StatusPanels;
 
 // The main window: the Database Tree with its context panel on the left, the area of child windows
 // on the right, menus, toolbars and status panels. Everything the user starts here comes down to a
-// command number and runs through DoCommand; the active child is asked every tick what it can do.
+// Command and runs through DoCommand, which looks it up in one table (mdiMainCommands.cpp); the
+// active child is asked every tick what it can do.
 class mdiMain : public QMainWindow, public MainWindowContract, public DispatchStatusListener {
     Q_OBJECT
 public:
@@ -57,9 +61,43 @@ public:
     bool ExtraPanelVisible() const { return mbExtraPanelVisible; }
 
     // --- Commands
-    // The one way in: a command number, the key of the entry that started it, the help topic of the
+    // When a command is enabled, which is also what it needs to run: failing it, the command does
+    // nothing, in silence.
+    enum class CommandRule {
+        Always,
+        NeedsProject,
+        NeedsSelectedNode,
+        // An active edit child whose member `can` answers true; the command is that child's action.
+        ChildCan,
+    };
+    // What a handler gets: the command, the key of the entry that started it, the help topic of the
+    // window it came from, the index behind the key's last ':' (0 without one), the selected node.
+    struct CommandCall {
+        Command command;
+        const QString& parameter;
+        long helpContext;
+        int index;
+        QTreeWidgetItem* selected;
+    };
+    using CommandHandler = void (*)(mdiMain&, const CommandCall&);
+    // One row per command: its rule, and either the child's action or the window's handler.
+    struct CommandRow {
+        Command command;
+        CommandRule rule;
+        // With ChildCan the guard; on any row with a button or an entry, what the tick sets them to.
+        bool (ChildWindowContract::*can)() const;
+        void (ChildWindowContract::*childAction)();
+        CommandHandler handler;
+        const char* button; // toolbar button that the tick switches, or nullptr
+        const char* entry;  // menu entry that the tick switches, or nullptr
+    };
+    static const std::vector<CommandRow>& CommandTable();
+    // The row of the command; nullptr for a number that no command has.
+    static const CommandRow* FindCommand(Command command);
+
+    // The one way in: the command, the key of the entry that started it, the help topic of the
     // window it came from (23 the main window).
-    void DoCommand(long lngCommand, const QString& strParameter = {}, long lngHelpContext = 23);
+    void DoCommand(Command command, const QString& strParameter = {}, long lngHelpContext = 23);
     // Every window hands its keys here; a key that fired a command comes back as 0.
     void KeyPreview(bool bKeyDown, int& KeyCode, int Shift, long lngHelpContext = 23);
     void UpdateCommands();
@@ -121,7 +159,6 @@ private:
     void disableEditCommands();
     void setMenuEnabled(const char* key, bool enabled);
     void setMenuCaption(const char* key, const QString& caption);
-    bool passToChild(long lngCommand);
     void onMenuOpening(const QString& menuKey);
     void EditObject(QTreeWidgetItem* Node = nullptr);
     void NewObject(const QString& strType);
@@ -130,8 +167,9 @@ private:
     void AfterChange(QTreeWidgetItem* Node, bool bClose);
     void permissionsCommand(const QString& strParameter);
     void showHelp(long lngHelpContext);
-    void sendFeedback(long lngCommand);
-    void runCommand(long lngCommand, const QString& strParameter, long lngHelpContext, int index);
+    void sendFeedback(bool bug, int level);
+    void runCommand(Command command, const QString& strParameter, long lngHelpContext, int index);
+    void refreshTree();
     bool unloadWindow();
     void treeDoubleClicked(QTreeWidgetItem* node);
     void treeRightReleased(QTreeWidgetItem* node, const QPoint& globalPos);

@@ -43,18 +43,36 @@ QString ShortcutText(int KeyCode, int Shift) {
 
 void ShortcutTable::Fill() {
     using namespace KeyCodes;
+    using C = Command;
     constexpr int Ctrl = CtrlMask;
     constexpr int ShiftCtrl = ShiftMask | CtrlMask;
     mRows = {
-        {1, 'N', Ctrl, false},      {10, 'Z', Ctrl, false},          {11, 'Z', ShiftCtrl, false},
-        {12, 'X', Ctrl, false},     {13, 'C', Ctrl, false},          {14, 'V', Ctrl, false},
-        {6, 'G', Ctrl, false},      {8, 'O', Ctrl, false},           {7, 'I', Ctrl, false},
-        {9, 'U', Ctrl, false},      {33, 'M', Ctrl, false},          {34, 'D', Ctrl, false},
-        {16, 'R', Ctrl, false},     {29, F6, Ctrl, false},           {30, F6, ShiftCtrl, false},
-        {32, F4, AltMask, false},   {4, 'L', Ctrl, false},           {5, 'S', Ctrl, false},
-        {52, 'T', Ctrl, false},     {55, 'F', Ctrl, false},          {56, F3, 0, false},
-        {57, F3, ShiftMask, false}, {58, 'H', Ctrl, false},          {60, F1, 0, true},
-        {53, 'Q', Ctrl, true},      {69, 'D', Ctrl | AltMask, true},
+        {C::NewObject, 'N', Ctrl, false},
+        {C::Undo, 'Z', Ctrl, false},
+        {C::Redo, 'Z', ShiftCtrl, false},
+        {C::Cut, 'X', Ctrl, false},
+        {C::Copy, 'C', Ctrl, false},
+        {C::Paste, 'V', Ctrl, false},
+        {C::GetLatest, 'G', Ctrl, false},
+        {C::CheckOut, 'O', Ctrl, false},
+        {C::CheckIn, 'I', Ctrl, false},
+        {C::UndoCheckOut, 'U', Ctrl, false},
+        {C::Permissions, 'M', Ctrl, false},
+        {C::Description, 'D', Ctrl, false},
+        {C::RefreshTree, 'R', Ctrl, false},
+        {C::NextWindow, F6, Ctrl, false},
+        {C::PreviousWindow, F6, ShiftCtrl, false},
+        {C::Exit, F4, AltMask, false},
+        {C::LoadText, 'L', Ctrl, false},
+        {C::SaveText, 'S', Ctrl, false},
+        {C::TestSql, 'T', Ctrl, false},
+        {C::Find, 'F', Ctrl, false},
+        {C::FindNext, F3, 0, false},
+        {C::FindPrevious, F3, ShiftMask, false},
+        {C::Replace, 'H', Ctrl, false},
+        {C::Help, F1, 0, true},
+        {C::NewQueryWindow, 'Q', Ctrl, true},
+        {C::ToggleDragSubnodes, 'D', Ctrl | AltMask, true},
     };
 }
 
@@ -65,18 +83,18 @@ const ShortcutRow* ShortcutTable::Find(int KeyCode, int Shift) const {
     return nullptr;
 }
 
-const ShortcutRow* ShortcutTable::RowOfCommand(long lngCommand) const {
+const ShortcutRow* ShortcutTable::RowOfCommand(Command command) const {
     for (const auto& row : mRows)
-        if (row.Command == lngCommand)
+        if (row.Cmd == command)
             return &row;
     return nullptr;
 }
 
-QString ShortcutTable::CaptionWithShortcut(long lngCommand, const QString& strCaption) const {
-    return strCaption + ShortcutSuffix(lngCommand);
+QString ShortcutTable::CaptionWithShortcut(Command command, const QString& strCaption) const {
+    return strCaption + ShortcutSuffix(command);
 }
 
-QString ShortcutTable::ShortcutSuffix(long lngCommand) const {
-    const ShortcutRow* row = RowOfCommand(lngCommand);
+QString ShortcutTable::ShortcutSuffix(Command command) const {
+    const ShortcutRow* row = RowOfCommand(command);
     return row ? QLatin1Char('\t') + ShortcutText(row->KeyCode, row->Shift) : QString();
 }

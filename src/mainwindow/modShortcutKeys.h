@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Commands.h"
+
 #include <QList>
 #include <QString>
 
@@ -27,7 +29,7 @@ int ShiftMaskFromQt(Qt::KeyboardModifiers modifiers);
 QString ShortcutText(int KeyCode, int Shift);
 
 struct ShortcutRow {
-    long Command;
+    Command Cmd;
     int KeyCode;
     int Shift;
     bool FiresAtKeyUp;
@@ -45,11 +47,11 @@ public:
     // The first row with that key and exactly that mask; nullptr if none.
     const ShortcutRow* Find(int KeyCode, int Shift) const;
     // The first row of the command; nullptr if none.
-    const ShortcutRow* RowOfCommand(long lngCommand) const;
+    const ShortcutRow* RowOfCommand(Command command) const;
     // The caption, a tab and the shortcut text; the caption alone for a command without a row.
-    QString CaptionWithShortcut(long lngCommand, const QString& strCaption) const;
+    QString CaptionWithShortcut(Command command, const QString& strCaption) const;
     // A tab and the shortcut text of the command, "" without a row.
-    QString ShortcutSuffix(long lngCommand) const;
+    QString ShortcutSuffix(Command command) const;
 
 private:
     QList<ShortcutRow> mRows;

@@ -107,8 +107,8 @@ TEST_F(MainWindowTest, EditOpensOneWindowPerObjectAndOnlyForObjectsInBothStores)
     open({QStringLiteral("Stored Procedures")});
     open({QStringLiteral("Tables")});
     select(node({QStringLiteral("Stored Procedures"), QStringLiteral("usp_Orders")}));
-    window->DoCommand(2);
-    window->DoCommand(2);
+    window->DoCommand(Command::Edit);
+    window->DoCommand(Command::Edit);
     ASSERT_EQ(window->MdiArea()->subWindowList().size(), 1) << "a second Edit brings the same window forward";
     EXPECT_EQ(window->FindChild(QStringLiteral("StoredProcedure"), QStringLiteral("I101"), 1),
               window->ActiveForm());
@@ -119,7 +119,7 @@ TEST_F(MainWindowTest, EditOpensOneWindowPerObjectAndOnlyForObjectsInBothStores)
           QStringList{QStringLiteral("Tables"), QStringLiteral("Customers")},
           QStringList{QStringLiteral("Tables")}}) {
         select(node(path));
-        window->DoCommand(2);
+        window->DoCommand(Command::Edit);
     }
     EXPECT_EQ(window->MdiArea()->subWindowList().size(), 1) << "out of sync, a table and a list don't open";
 }
@@ -127,24 +127,24 @@ TEST_F(MainWindowTest, EditOpensOneWindowPerObjectAndOnlyForObjectsInBothStores)
 TEST_F(MainWindowTest, CheckInFromTheTreeOpensTheWindowFirst) {
     open({QStringLiteral("Stored Procedures")});
     select(node({QStringLiteral("Stored Procedures"), QStringLiteral("usp_Stock")}));
-    window->DoCommand(7, QStringLiteral("mnuPopupCheckIn"));
+    window->DoCommand(Command::CheckIn, QStringLiteral("mnuPopupCheckIn"));
     ASSERT_EQ(window->MdiArea()->subWindowList().size(), 1);
     EXPECT_TRUE(log.isEmpty()) << "the new window can't check in: only the opening happens";
     auto* child = dynamic_cast<FakeChild*>(window->ActiveForm());
     child->mCan[FakeChild::kCheckIn] = true;
-    window->DoCommand(7, QStringLiteral("mnuPopupCheckIn"));
+    window->DoCommand(Command::CheckIn, QStringLiteral("mnuPopupCheckIn"));
     EXPECT_EQ(log, QStringList{QStringLiteral("usp_Stock:CheckIn")});
 }
 
 TEST_F(MainWindowTest, DeleteAsksThenClosesTheObjectsWindowsWithoutAsking) {
     open({QStringLiteral("Stored Procedures")});
     select(node({QStringLiteral("Stored Procedures"), QStringLiteral("usp_Orders")}));
-    window->DoCommand(2);
+    window->DoCommand(Command::Edit);
     auto* child = dynamic_cast<FakeChild*>(window->ActiveForm());
     child->mRefuseClose = true;
 
     prompts->QueueAnswer(Prompt::Answer::No);
-    window->DoCommand(3);
+    window->DoCommand(Command::Delete);
     ASSERT_EQ(prompts->Records().size(), 1);
     EXPECT_EQ(prompts->Records()[0].title, QStringLiteral("Delete Item"));
     EXPECT_EQ(prompts->Records()[0].text,
@@ -153,7 +153,7 @@ TEST_F(MainWindowTest, DeleteAsksThenClosesTheObjectsWindowsWithoutAsking) {
     EXPECT_FALSE(dispatch.Log.contains(QStringLiteral("DeleteItem I101")));
 
     prompts->QueueAnswer(Prompt::Answer::Yes);
-    window->DoCommand(3);
+    window->DoCommand(Command::Delete);
     EXPECT_TRUE(dispatch.Log.contains(QStringLiteral("DeleteItem I101")));
     EXPECT_TRUE(log.contains(QStringLiteral("usp_Orders:CloseItem(force)")));
     EXPECT_EQ(childTexts(node({QStringLiteral("Stored Procedures")})),
@@ -163,12 +163,12 @@ TEST_F(MainWindowTest, DeleteAsksThenClosesTheObjectsWindowsWithoutAsking) {
 TEST_F(MainWindowTest, RenameKeepsTheWindowWhichReloads) {
     open({QStringLiteral("Stored Procedures")});
     select(node({QStringLiteral("Stored Procedures"), QStringLiteral("usp_Orders")}));
-    window->DoCommand(2);
+    window->DoCommand(Command::Edit);
     window->Factories().RenameDialog = [](TARMODatabase&, QWidget*, const QString& name,
                                           const QString& owner) {
         return owner + QLatin1Char('.') + name + QStringLiteral("_v2");
     };
-    window->DoCommand(43);
+    window->DoCommand(Command::Rename);
     EXPECT_TRUE(dispatch.Log.contains(QStringLiteral("RenameItem I101 dbo.usp_Orders_v2")));
     EXPECT_EQ(log, (QStringList{QStringLiteral("usp_Orders:GetLatestVersion"),
                                 QStringLiteral("usp_Orders:RefreshCaption")}));
@@ -188,11 +188,11 @@ TEST_F(MainWindowTest, NewObjectTakesTheSelectedTableIntoItsDefaultText) {
     };
     open({QStringLiteral("Tables")});
     select(node({QStringLiteral("Tables"), QStringLiteral("Customers")}));
-    window->DoCommand(1, QStringLiteral("NEWITEM:4"));
+    window->DoCommand(Command::NewObject, QStringLiteral("NEWITEM:4"));
     EXPECT_EQ(kind, QStringLiteral("Trigger"));
     EXPECT_EQ(table, QStringLiteral("Customers"));
     EXPECT_EQ(owner, QStringLiteral("dbo"));
-    window->DoCommand(1, QStringLiteral("DBTBAR:NEWITEM"));
+    window->DoCommand(Command::NewObject, QStringLiteral("DBTBAR:NEWITEM"));
     EXPECT_EQ(kind, QStringLiteral("StoredProcedure")) << "the button itself makes the first type";
 }
 
@@ -204,17 +204,17 @@ TEST_F(MainWindowTest, PermissionsCommandFindsItsObjectByParameter) {
         return new FakeChild(log, tag, key, 2);
     };
     open({QStringLiteral("Tables")});
-    window->DoCommand(33, QStringLiteral("mnuPopupEditPermission"));
+    window->DoCommand(Command::Permissions, QStringLiteral("mnuPopupEditPermission"));
     EXPECT_TRUE(asked.isEmpty()) << "no node selected";
-    window->DoCommand(33, QStringLiteral("Table|I201"));
-    window->DoCommand(33, QStringLiteral("Table|I201"));
-    window->DoCommand(33, QStringLiteral("a|b|c"));
+    window->DoCommand(Command::Permissions, QStringLiteral("Table|I201"));
+    window->DoCommand(Command::Permissions, QStringLiteral("Table|I201"));
+    window->DoCommand(Command::Permissions, QStringLiteral("a|b|c"));
     EXPECT_EQ(asked, QStringList{QStringLiteral("Table|I201")}) << "one permission window per object";
     EXPECT_NE(window->FindChild(QStringLiteral("Table"), QStringLiteral("I201"), 2), nullptr);
 }
 
 TEST_F(MainWindowTest, WindowListNumbersVisibleChildrenAndKeysThemByIndex) {
-    window->DoCommand(40);
+    window->DoCommand(Command::RebuildWindowList);
     QMenu* windows = window->Menus().Menu(QStringLiteral("mnuWindows"));
     auto listed = [&] {
         QStringList entries;
@@ -231,7 +231,7 @@ TEST_F(MainWindowTest, WindowListNumbersVisibleChildrenAndKeysThemByIndex) {
     FakeChild* hidden = addChild(QStringLiteral("hidden"));
     hidden->parentWidget()->hide();
     addChild(QStringLiteral("usp_Stock"));
-    window->DoCommand(40);
+    window->DoCommand(Command::RebuildWindowList);
     EXPECT_EQ(listed(), (QStringList{QStringLiteral("WINLIST:CHILD:Spacer="),
                                      QStringLiteral("WINLIST:CHILD:1=&1 usp_Orders"),
                                      QStringLiteral("WINLIST:CHILD:3=&2 usp_Stock*")}));
@@ -239,7 +239,7 @@ TEST_F(MainWindowTest, WindowListNumbersVisibleChildrenAndKeysThemByIndex) {
 
     window->Menus().Entry(QStringLiteral("WINLIST:CHILD:1"))->trigger();
     EXPECT_EQ(window->ActiveForm()->windowTitle(), QStringLiteral("usp_Orders"));
-    window->DoCommand(40);
+    window->DoCommand(Command::RebuildWindowList);
     EXPECT_EQ(listed().size(), 3);
     EXPECT_TRUE(listed()[1].endsWith(QLatin1Char('*')));
 }
@@ -258,9 +258,9 @@ TEST_F(MainWindowTest, ClosingStopsWhenAChildRefuses) {
 
 TEST_F(MainWindowTest, FeedbackAndWebsiteGoToTheDesktop) {
     LinkCatcher catcher;
-    window->DoCommand(46);
-    window->DoCommand(48);
-    window->DoCommand(51);
+    window->DoCommand(Command::ReportModerateBug);
+    window->DoCommand(Command::RequestMustHaveFeature);
+    window->DoCommand(Command::VisitWebSite);
     ASSERT_EQ(catcher.links.size(), 3);
     const QString bug = catcher.links[0].toString(QUrl::FullyDecoded);
     EXPECT_TRUE(bug.startsWith(QLatin1String("mailto:"))) << qPrintable(bug);
@@ -291,13 +291,13 @@ TEST_F(MainWindowTest, FirstUserIsOfferedASynchronization) {
 }
 
 TEST_F(MainWindowTest, ViewTogglesStoreTheirSettings) {
-    window->DoCommand(36);
+    window->DoCommand(Command::ToggleDatabaseTree);
     EXPECT_FALSE(database->DBTVisible());
     EXPECT_FALSE(window->tvwDBT()->isVisible());
-    window->DoCommand(36);
-    window->DoCommand(68);
+    window->DoCommand(Command::ToggleDatabaseTree);
+    window->DoCommand(Command::ToggleContextPanel);
     EXPECT_FALSE(database->ExtraPanelVisible());
-    window->DoCommand(39);
+    window->DoCommand(Command::ToggleEditToolbar);
     EXPECT_FALSE(window->Menus().tbrEdit()->isVisible());
     emit window->Menus().Menu(QStringLiteral("mnuToolbars"))->aboutToShow();
     EXPECT_TRUE(window->Menus().Entry(QStringLiteral("mnuToolbarDBT"))->isChecked());

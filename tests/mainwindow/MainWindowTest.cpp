@@ -57,7 +57,7 @@ TEST_F(MainWindowTest, AnOpeningWhileTheTreeIsFilledIsClosedAgainUnread) {
     open({QStringLiteral("Tables"), QStringLiteral("Customers")});
     QTreeWidgetItem* views = node({QStringLiteral("Views")});
     dispatch.DuringRead[QStringLiteral("Table|I201")] = [&] { views->setExpanded(true); };
-    window->DoCommand(16);
+    window->DoCommand(Command::RefreshTree);
     ASSERT_EQ(dispatch.Reads.count(QStringLiteral("Table|I201")), 2);
     EXPECT_FALSE(views->isExpanded());
     EXPECT_FALSE(dispatch.Reads.contains(QStringLiteral("Views|Views")));
@@ -68,7 +68,7 @@ TEST_F(MainWindowTest, ARefreshReopensWhatWasOpenDownToTheFields) {
     open({QStringLiteral("Tables"), QStringLiteral("Customers"), QStringLiteral("Triggers")});
     open({QStringLiteral("Stored Procedures"), QStringLiteral("usp_Orders"), QStringLiteral("Permission")});
     dispatch.Reads.clear();
-    window->DoCommand(16);
+    window->DoCommand(Command::RefreshTree);
 
     EXPECT_FALSE(dispatch.Reads.contains(QStringLiteral("Views|Views"))) << "an unopened list stays unread";
     QTreeWidgetItem* permission = node(
@@ -202,14 +202,14 @@ TEST_F(MainWindowTest, PopupShowsOnlyWhatTheNodeOffers) {
 TEST_F(MainWindowTest, DraggingATableGivesItsColumnsOnlyOnceOpened) {
     open({QStringLiteral("Tables")});
     QTreeWidgetItem* customers = node({QStringLiteral("Tables"), QStringLiteral("Customers")});
-    window->DoCommand(69);
+    window->DoCommand(Command::ToggleDragSubnodes);
     EXPECT_TRUE(window->Menus().Entry(QStringLiteral("mnuDragSub"))->isChecked());
     EXPECT_EQ(tree().DragText(customers), QStringLiteral("Customers"))
         << "never opened: only a placeholder below";
     customers->setExpanded(true);
     EXPECT_EQ(tree().DragText(customers), QStringLiteral("CustomerID,\r\nName"))
         << "the Permission and Triggers nodes are no columns";
-    window->DoCommand(69);
+    window->DoCommand(Command::ToggleDragSubnodes);
     EXPECT_EQ(tree().DragText(customers), QStringLiteral("Customers"));
 }
 

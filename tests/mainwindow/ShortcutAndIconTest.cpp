@@ -18,20 +18,11 @@ TEST(ShortcutText, ModifiersInOrderThenTheKey) {
     EXPECT_EQ(ShortcutText(27, CtrlMask), QStringLiteral("Ctrl+")) << "a key without a name adds nothing";
 }
 
-TEST(ShortcutTable, LookupIsByExactMaskAndCaptionsTakeTheFirstRow) {
-    ShortcutTable table;
-    table.Fill();
-    ASSERT_EQ(table.Rows().size(), 26);
-    EXPECT_EQ(table.Find('Z', KeyCodes::CtrlMask)->Command, 10);
-    EXPECT_EQ(table.Find('Z', KeyCodes::CtrlMask | KeyCodes::ShiftMask)->Command, 11);
-    EXPECT_EQ(table.Find('D', KeyCodes::CtrlMask)->Command, 34);
-    EXPECT_EQ(table.Find('D', KeyCodes::CtrlMask | KeyCodes::AltMask)->Command, 69);
-    EXPECT_EQ(table.Find('Q', KeyCodes::AltMask), nullptr);
-    EXPECT_TRUE(table.Find(KeyCodes::F1, 0)->FiresAtKeyUp);
-    EXPECT_EQ(table.CaptionWithShortcut(4, QStringLiteral("&Load")), QStringLiteral("&Load\tCtrl+L"));
-    EXPECT_EQ(table.CaptionWithShortcut(44, QStringLiteral("&About")), QStringLiteral("&About"));
+TEST(ShortcutText, KeysThatTheTableCantHoldCodeAsZero) {
     EXPECT_EQ(KeyCodeFromQt(Qt::Key_F6), KeyCodes::F6);
+    EXPECT_EQ(KeyCodeFromQt(Qt::Key_Backtab), KeyCodes::Tab);
     EXPECT_EQ(KeyCodeFromQt(Qt::Key_Escape), 0);
+    EXPECT_EQ(ShiftMaskFromQt(Qt::ShiftModifier | Qt::AltModifier), KeyCodes::ShiftMask | KeyCodes::AltMask);
 }
 
 TEST(ImageList, PositionsCountFromOneAndIgnoreCase) {

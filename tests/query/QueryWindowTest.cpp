@@ -51,7 +51,7 @@ protected:
                 form->CloseItem(true);
     }
     frmSQLQuery* openQuery() {
-        window.DoCommand(53);
+        window.DoCommand(Command::NewQueryWindow);
         return qobject_cast<frmSQLQuery*>(window.ActiveForm());
     }
     static void click(frmSQLQuery* form, const char* key) {
