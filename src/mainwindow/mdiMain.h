@@ -61,8 +61,8 @@ public:
     bool ExtraPanelVisible() const { return mbExtraPanelVisible; }
 
     // --- Commands
-    // When a command is enabled, which is also what it needs to run: failing it, the command does
-    // nothing, in silence.
+    // What a command needs before it runs; failing it, the command does nothing, in silence, so a
+    // shortcut of a command that doesn't apply has no effect.
     enum class CommandRule {
         Always,
         NeedsProject,

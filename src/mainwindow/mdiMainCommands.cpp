@@ -14,6 +14,8 @@
 #include <QApplication>
 #include <QToolBar>
 
+#include <algorithm>
+
 // The commands of the main window: one table of what each command does and when it is enabled, the
 // enabling of the tick, and the commands on tree nodes.
 
@@ -45,10 +47,10 @@ const std::vector<mdiMain::CommandRow>& mdiMain::CommandTable() {
     static const std::vector<CommandRow> rows = {
         own(C::NewObject, R::Always,
             [](mdiMain& w, const CommandCall& call) {
+                // The New button itself carries no index: the first kind.
                 if (!w.mNewEntries.isEmpty())
                     w.NewObject(
-                        w.mNewEntries.value(call.index > 0 ? call.index - 1 : 0, w.mNewEntries.first())
-                            .first);
+                        w.mNewEntries.value(std::max(call.index - 1, 0), w.mNewEntries.first()).first);
             }),
         own(C::Edit, R::NeedsSelectedNode, [](mdiMain& w, const CommandCall&) { w.EditObject(); }),
         own(C::Delete, R::NeedsSelectedNode, [](mdiMain& w, const CommandCall&) { w.DeleteObject(); }),
