@@ -3,6 +3,7 @@
 #include "ChildWindowArea.h"
 #include "ChildWindowContract.h"
 #include "DatabaseTree.h"
+#include "EditorChildWindow.h"
 #include "ExplorerBar.h"
 #include "Globals.h"
 #include "GuiHelpers.h"
@@ -133,8 +134,9 @@ mdiMain::mdiMain(QWidget* parent)
     connect(mMenus, &MainMenus::CommandChosen, this,
             [this](long command, const QString& parameter) { DoCommand(command, parameter, 23); });
     connect(mMenus, &MainMenus::MenuOpening, this, &mdiMain::onMenuOpening);
-    mtmr.setInterval(10);
-    connect(&mtmr, &QTimer::timeout, this, &mdiMain::tmr_Timer);
+    connect(mMdiArea, &QMdiArea::subWindowActivated, this, &mdiMain::UpdateCommands);
+    // Queued: the repair waits until every window has taken in the focus change.
+    connect(qApp, &QApplication::focusChanged, this, &mdiMain::repairCurrentChild, Qt::QueuedConnection);
     qApp->installEventFilter(this);
 }
 
@@ -306,7 +308,6 @@ void mdiMain::ShowWindow() {
         showMaximized();
     else
         show();
-    mtmr.start();
 }
 
 void mdiMain::HideWindow() {
@@ -495,7 +496,7 @@ void mdiMain::CompletedCurrentStatus(const QString&, const QString&) {
     msbrMain->SetPanelText(QStringLiteral("DBT:STATUS"), QString());
 }
 
-// --- Keys, drops and the tick
+// --- Keys, drops and the current child
 
 bool mdiMain::eventFilter(QObject* watched, QEvent* event) {
     const QEvent::Type type = event->type();
@@ -555,9 +556,8 @@ void mdiMain::KeyPreview(bool bKeyDown, int& KeyCode, int Shift, long lngHelpCon
     DoCommand(command, QString(), lngHelpContext);
 }
 
-void mdiMain::tmr_Timer() {
+void mdiMain::repairCurrentChild() {
     mMdiArea->BringBack(mCurrentChild);
-    UpdateCommands();
 }
 
 void mdiMain::setMenuEnabled(const char* key, bool enabled) {
@@ -613,11 +613,17 @@ QWidget* mdiMain::addChildForFactory(QWidget* child) {
 }
 
 QMdiSubWindow* mdiMain::AddChildWindow(QWidget* child) {
+    if (auto* form = qobject_cast<EditorChildWindow*>(child))
+        connect(form, &EditorChildWindow::CommandStateChanged, this, [this, form] {
+            // A child in the background changes nothing that the menus show.
+            if (ActiveForm() == form)
+                UpdateCommands();
+        });
     return mMdiArea->AddChildWindow(child);
 }
 
-QWidget* mdiMain::FindChild(const QString& strTag, const QString& strKey, long lngFormType) const {
-    return mMdiArea->FindChild(strTag, strKey, lngFormType);
+QWidget* mdiMain::FindChild(const QString& strTag, const QString& strKey, FormType formType) const {
+    return mMdiArea->FindChild(strTag, strKey, formType);
 }
 
 void mdiMain::RefreshForms() {
@@ -870,7 +876,7 @@ void mdiMain::EditObject(QTreeWidgetItem* Node) {
     auto object = mDispatch->GetObject(tag, key);
     if (!object || !object->IsEditable() || !(object->InSQL() && object->InVSS()))
         return;
-    if (QWidget* open = FindChild(tag, key, 1)) {
+    if (QWidget* open = FindChild(tag, key, FormType::ObjectEdit)) {
         mMdiArea->BringToFront(open);
         return;
     }
@@ -946,7 +952,7 @@ void mdiMain::DeleteObject(QTreeWidgetItem* Node) {
 
 void mdiMain::AfterChange(QTreeWidgetItem* Node, bool bClose) {
     const QString tag = DatabaseTree::NodeTag(Node), key = DatabaseTree::NodeKey(Node);
-    for (long formType : {1L, 2L}) {
+    for (FormType formType : {FormType::ObjectEdit, FormType::Permission}) {
         ChildWindowContract* child = ChildWindowArea::Contract(FindChild(tag, key, formType));
         if (!child)
             continue;
@@ -1009,7 +1015,7 @@ void mdiMain::EditPermissions(const QString& strTag, const QString& strKey,
         key = child->ObjectKey();
     }
     BusyCursor busy;
-    if (QWidget* open = FindChild(tag, key, 2)) {
+    if (QWidget* open = FindChild(tag, key, FormType::Permission)) {
         mMdiArea->BringToFront(open);
         return;
     }
@@ -1023,7 +1029,6 @@ bool mdiMain::unloadWindow() {
     mbUnloadDone = false;
     if (!mMdiArea->CloseChildren())
         return false;
-    mtmr.stop();
     mbUnloadDone = true;
     return true;
 }
@@ -1059,8 +1064,5 @@ void mdiMain::ChangeProject(long index, const QString& name) {
     if (opened) {
         mbMenusDisabled = false;
         mbUnloadDone = false;
-    } else {
-        // The old project stays, without the windows that closed.
-        mtmr.start();
     }
 }
