@@ -22,7 +22,6 @@ double twipsPerPixelY() {
 }
 // What the settings keep as the child windows' state.
 constexpr long stateNormal = 0;
-constexpr long stateMinimized = 1;
 constexpr long stateMaximized = 2;
 } // namespace
 
@@ -191,16 +190,9 @@ void EditorChildWindow::placeWindow() {
     if (msdbCurrent && !(sub->windowState() & (Qt::WindowMaximized | Qt::WindowMinimized))) {
         sub->resize(static_cast<int>(msdbCurrent->ChildWindowWidth() / twipsPerPixelX()),
                     static_cast<int>(msdbCurrent->ChildWindowHeight() / twipsPerPixelY()));
-        switch (msdbCurrent->ChildWindowState()) {
-        case stateMinimized:
-            sub->showMinimized();
-            break;
-        case stateMaximized:
+        // The settings know normal and maximized only: a window never opens minimized.
+        if (msdbCurrent->ChildWindowState() == stateMaximized)
             sub->showMaximized();
-            break;
-        default:
-            break;
-        }
     }
     mbPlacing = false;
     becomeActive(true);
@@ -208,8 +200,9 @@ void EditorChildWindow::placeWindow() {
 
 void EditorChildWindow::storeGeometry() {
     QMdiSubWindow* sub = subWindow();
-    // A minimized window keeps the state and size it had before.
-    if (!sub || !msdbCurrent || !mbPlaced || mbPlacing || sub->isMinimized())
+    // A minimized window keeps the state and size it had before; a window on its way out may still
+    // be moved about by the window area, which isn't the user's doing.
+    if (!sub || !msdbCurrent || !mbPlaced || mbPlacing || mbClosing || sub->isMinimized())
         return;
     const bool maximised = sub->isMaximized();
     msdbCurrent->SetChildWindowState(maximised ? stateMaximized : stateNormal);
