@@ -37,6 +37,9 @@ SQLTextEditor::SQLTextEditor(QWidget* parent)
         mBCEdit->getSelection(&lineFrom, &indexFrom, &lineTo, &indexTo);
         emit bcSelectionChange(lineFrom, indexFrom, lineTo, indexTo);
     });
+    // The undo history and the modified flag move with the text.
+    connect(mBCEdit, &QsciScintilla::textChanged, this, &SQLTextEditor::bcChange);
+    connect(mBCEdit, &QsciScintilla::modificationChanged, this, [this](bool) { emit bcChange(); });
 }
 
 bool SQLTextEditor::HasFocus() const {
@@ -68,6 +71,7 @@ bool SQLTextEditor::Locked() const {
 }
 void SQLTextEditor::SetLocked(bool locked) {
     mBCEdit->setReadOnly(locked);
+    emit bcChange();
 }
 QString SQLTextEditor::CurrentFile() const {
     return mBCEdit->CurrentFile();
@@ -87,6 +91,8 @@ void SQLTextEditor::QueryCaret() {
 void SQLTextEditor::LoadFile(const QString& FileName) {
     mBCEdit->LoadCurrentFile(FileName);
     QueryCaret();
+    // The file may have locked or freed the text without changing it.
+    emit bcChange();
 }
 
 void SQLTextEditor::Find() {

@@ -53,6 +53,8 @@ public:
 signals:
     // The third argument is the caret's column, the fourth its line, both from 0.
     void bcCaretMove(long a, long b, long column, long line);
+    // The text, its undo history, its modified flag or its lock may have changed.
+    void bcChange();
     void bcClick();
     void bcDblClick();
     void bcDragDrop(const QMimeData* Source, float& X, float& Y);

@@ -1,6 +1,5 @@
 #include "frmEditObjectText.h"
 
-#include "CoreDispatch.h"
 #include "GeneralHelpers.h"
 #include "SQLTextEditor.h"
 #include "ScreenMetrics.h"
@@ -14,12 +13,8 @@
 #include "mdiMain.h"
 #include "modParser.h"
 
-#include <QApplication>
-#include <QClipboard>
-#include <QCloseEvent>
 #include <QFontMetrics>
 #include <QMdiSubWindow>
-#include <QMimeData>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -29,21 +24,16 @@ namespace {
 // The status bar is 250 twips high.
 constexpr int statusBarTwips = 250;
 
-double twipsPerPixelX() {
-    return ScreenMetrics::Current().twipsPerPixelX;
-}
 double twipsPerPixelY() {
     return ScreenMetrics::Current().twipsPerPixelY;
 }
 } // namespace
 
 frmEditObjectText::frmEditObjectText(mdiMain& main, QWidget* parent)
-    : QWidget(parent)
-    , mMain(main)
+    : EditorChildWindow(main, parent)
     , mtxtSQL(new SQLTextEditor(this))
     , mStatusBar(new StatusPanels(this)) {
     setObjectName(QStringLiteral("frmEditObjectText"));
-    setAttribute(Qt::WA_DeleteOnClose, false);
     mtxtSQL->setObjectName(QStringLiteral("txtSQL"));
     mStatusBar->setObjectName(QStringLiteral("picStatusBar"));
     mStatusBar->setFixedHeight(static_cast<int>(statusBarTwips / twipsPerPixelY()) + 4);
@@ -52,31 +42,14 @@ frmEditObjectText::frmEditObjectText(mdiMain& main, QWidget* parent)
     layout->setSpacing(0);
     layout->addWidget(mtxtSQL, 1);
     layout->addWidget(mStatusBar);
-    setFocusProxy(mtxtSQL);
+    SetEditor(mtxtSQL);
+    SetStatusPanels(mStatusBar);
 
     connect(mtxtSQL, &SQLTextEditor::bcCaretMove, this,
             [this](long, long, long column, long line) { caretMoved(column, line); });
-    connect(mtxtSQL, &SQLTextEditor::bcClick, this, [this] { becomeActive(false); });
-    connect(mtxtSQL, &SQLTextEditor::bcDblClick, this, [this] { becomeActive(false); });
-    connect(mtxtSQL, &SQLTextEditor::bcGotFocus, this, [this] {
-        mbEditorHasFocus = true;
-        becomeActive(false);
-    });
-    connect(mtxtSQL, &SQLTextEditor::bcLostFocus, this, [this] { mbEditorHasFocus = false; });
-    connect(mtxtSQL, &SQLTextEditor::bcSelectionChange, this, [this](long, long, long, long) {
-        if (mMain.CurrentChild() == this && !mbEditorHasFocus)
-            mtxtSQL->setFocus();
-    });
 }
 
-// The main window holds its current child by a guarded pointer, which clears itself when the window
-// goes; the main window may be half destroyed by then, so it isn't asked.
 frmEditObjectText::~frmEditObjectText() = default;
-
-frmEditObjectText::HistoryWindowMaker& frmEditObjectText::HistoryWindow() {
-    static HistoryWindowMaker maker;
-    return maker;
-}
 
 void frmEditObjectText::Install(mdiMain& main) {
     mdiMain* window = &main;
@@ -100,10 +73,6 @@ TARMOObjectVSS& frmEditObjectText::object() const {
     return *mVersioned;
 }
 
-QMdiSubWindow* frmEditObjectText::subWindow() const {
-    return qobject_cast<QMdiSubWindow*>(parentWidget());
-}
-
 // --- Opening and loading
 
 void frmEditObjectText::NewObject(TARMODatabase& sdbCurrent, std::shared_ptr<DispatchedObject> objToOpen,
@@ -119,22 +88,16 @@ void frmEditObjectText::OpenObject(TARMODatabase& sdbCurrent, std::shared_ptr<Di
 
 void frmEditObjectText::openCommon(TARMODatabase& sdbCurrent, std::shared_ptr<DispatchedObject> objToOpen,
                                    bool bNew) {
-    // Loading stays set until the window stands in its place in the window area (placeWindow), so
-    // that the first size changes aren't taken for the user's.
-    mbLoading = true;
+    BeginOpening(sdbCurrent);
     mbNewObject = bNew;
-    msdbCurrent = &sdbCurrent;
     mobjCurrent = std::move(objToOpen);
-    auto* core = dynamic_cast<CoreObject*>(mobjCurrent.get());
-    mVersioned = core ? core->Ref().Versioned() : nullptr;
+    mVersioned = mobjCurrent ? mobjCurrent->Versioned() : nullptr;
     if (!mVersioned)
         throw std::invalid_argument("frmEditObjectText: the object is not a versioned object");
     rebuildPanels(QString());
     SetStatus(QString());
     mbCanGetLatest = mbCanEdit = mbCanCheckOut = mbCanUndoCheckOut = false;
     mbCanPermissions = mbCanDescription = mbCanOpenFile = mbCanSaveFile = false;
-    mbEditorHasFocus = false;
-    mbClosing = false;
 }
 
 void frmEditObjectText::LoadItem(const QString& strDefaultText) {
@@ -154,14 +117,15 @@ void frmEditObjectText::LoadItem(const QString& strDefaultText) {
         else
             mbCanGetLatest = mbCanCheckOut = true;
     }
-    mlngIcon = mMain.GetIconIndex(object().IconToUse(), false);
+    mlngIcon = Main().GetIconIndex(object().IconToUse(), false);
     if (mlngIcon > 0) {
-        setWindowIcon(mMain.Images().IconAt(static_cast<int>(mlngIcon)));
+        setWindowIcon(Main().Images().IconAt(static_cast<int>(mlngIcon)));
         if (QMdiSubWindow* sub = subWindow())
             sub->setWindowIcon(windowIcon());
     }
     RefreshCaption();
     SetStatus(QString());
+    NotifyCommandState();
 }
 
 void frmEditObjectText::RefreshCaption() {
@@ -171,7 +135,7 @@ void frmEditObjectText::RefreshCaption() {
         mstrCaption = QStringLiteral("New (") + object().ObjectDisplayName() + QLatin1Char(')');
     } else {
         QString owner;
-        if (msdbCurrent && msdbCurrent->ShowOwnerNameInName() && !object().Owner().isEmpty())
+        if (Database() && Database()->ShowOwnerNameInName() && !object().Owner().isEmpty())
             owner = object().Owner() + QLatin1Char('.');
         mstrCaption = owner + object().Name() + QStringLiteral(" (") + object().ObjectDisplayName() +
                       QStringLiteral(") - Edit");
@@ -182,12 +146,6 @@ void frmEditObjectText::RefreshCaption() {
 }
 
 // --- Status bar
-
-void frmEditObjectText::SetStatus(const QString& text) {
-    mStatusBar->SetPanelText(QStringLiteral("Status"),
-                             text.isEmpty() ? QStringLiteral("Ready.") : text + QStringLiteral(" ..."));
-    mStatusBar->repaint();
-}
 
 void frmEditObjectText::rebuildPanels(const QString& onCloseText) {
     const QString status = mStatusBar->PanelText(QStringLiteral("Status"));
@@ -206,11 +164,11 @@ void frmEditObjectText::rebuildPanels(const QString& onCloseText) {
 }
 
 void frmEditObjectText::RefreshStatusBar() {
-    if (!mVersioned || !msdbCurrent)
+    if (!mVersioned || !Database())
         return;
     QString text;
-    if (object().IsNew() && !msdbCurrent->ShowSaveChangesNew()) {
-        switch (msdbCurrent->SaveChangesNewDefault()) {
+    if (object().IsNew() && !Database()->ShowSaveChangesNew()) {
+        switch (Database()->SaveChangesNewDefault()) {
         case 1:
             text = QStringLiteral("it will be Checked In");
             break;
@@ -224,8 +182,8 @@ void frmEditObjectText::RefreshStatusBar() {
             break;
         }
     }
-    if (object().IsCheckedOutByMe() && !msdbCurrent->ShowSaveChangesEdit()) {
-        switch (msdbCurrent->SaveChangesEditDefault()) {
+    if (object().IsCheckedOutByMe() && !Database()->ShowSaveChangesEdit()) {
+        switch (Database()->SaveChangesEditDefault()) {
         case 1:
             text = QStringLiteral(" it will be Checked In");
             break;
@@ -262,57 +220,8 @@ QString frmEditObjectText::ObjectKey() const {
     return object().IsNew() ? QStringLiteral("NEW") : QStringLiteral("I") + object().DBID();
 }
 
-bool frmEditObjectText::CanUndo() const {
-    return mtxtSQL->CanUndo();
-}
-bool frmEditObjectText::CanRedo() const {
-    return mtxtSQL->CanRedo();
-}
-bool frmEditObjectText::CanCut() const {
-    return !mtxtSQL->Locked() && mtxtSQL->HasSelection();
-}
-bool frmEditObjectText::CanCopy() const {
-    return mtxtSQL->HasSelection();
-}
-bool frmEditObjectText::CanPaste() const {
-    const QMimeData* clip = QApplication::clipboard()->mimeData();
-    return !mtxtSQL->Locked() && clip && clip->hasText();
-}
 bool frmEditObjectText::CanShowHistory() const {
-    return !mbNewObject && HistoryWindow() != nullptr;
-}
-
-void frmEditObjectText::Undo() {
-    mtxtSQL->Undo();
-}
-void frmEditObjectText::Redo() {
-    mtxtSQL->Redo();
-}
-void frmEditObjectText::CutText() {
-    mtxtSQL->bcCut();
-}
-void frmEditObjectText::CopyText() {
-    mtxtSQL->bcCopy();
-}
-void frmEditObjectText::PasteText() {
-    mtxtSQL->bcPaste();
-}
-void frmEditObjectText::Find() {
-    mtxtSQL->Find();
-}
-void frmEditObjectText::FindNext() {
-    mtxtSQL->FindNext();
-}
-void frmEditObjectText::FindPrevious() {
-    mtxtSQL->FindPrevious();
-}
-void frmEditObjectText::Replace() {
-    mtxtSQL->Replace();
-}
-
-void frmEditObjectText::SetFocusOfChild() {
-    if (!mbEditorHasFocus)
-        mtxtSQL->setFocus();
+    return !mbNewObject && Main().Factories().HistoryWindow != nullptr;
 }
 
 // --- Text and files
@@ -385,7 +294,7 @@ bool frmEditObjectText::TestItem(bool bShowConfirmation) {
 }
 
 void frmEditObjectText::refreshTreeNode(bool bUseParent) {
-    mMain.RefreshItem(object().ObjectType(), QStringLiteral("I") + object().DBID(), bUseParent);
+    Main().RefreshItem(object().ObjectType(), QStringLiteral("I") + object().DBID(), bUseParent);
 }
 
 bool frmEditObjectText::RunGetLatestVersion() {
@@ -413,7 +322,7 @@ bool frmEditObjectText::RunCheckOut() {
 bool frmEditObjectText::RunCheckIn() {
     SetStatus(QStringLiteral("Checking In Item"));
     QString comment;
-    if (msdbCurrent->ShowCommentPrompt()) {
+    if (Database()->ShowCommentPrompt()) {
         // The syntax is tested before the user is asked to type a comment that would be wasted.
         if (!TestItem(false) || !frmComment::GetComment(comment, this)) {
             SetStatus(QString());
@@ -426,12 +335,14 @@ bool frmEditObjectText::RunCheckIn() {
     }
     LoadItem(QString());
     if (mbNewObject) {
-        if (msdbCurrent->ShowDescriptionPrompt())
+        if (Database()->ShowDescriptionPrompt())
             ChangeDescription();
         mbNewObject = object().IsNew();
-        mMain.RefreshItem(object().ParentObjectType(), object().ParentObjectType(), false);
-        if (msdbCurrent->ShowPermissionsOnNewObjectCreate() && object().HasPermissions())
-            mMain.EditPermissions(QString(), QString(), mobjCurrent);
+        // The history comes with the first check-in.
+        NotifyCommandState();
+        Main().RefreshItem(object().ParentObjectType(), object().ParentObjectType(), false);
+        if (Database()->ShowPermissionsOnNewObjectCreate() && object().HasPermissions())
+            Main().EditPermissions(QString(), QString(), mobjCurrent);
     } else {
         refreshTreeNode();
     }
@@ -462,14 +373,15 @@ bool frmEditObjectText::UndoCheckout(bool bPrompt) {
 }
 
 void frmEditObjectText::ShowHistory() {
-    if (!HistoryWindow() || !msdbCurrent)
+    const auto& history = Main().Factories().HistoryWindow;
+    if (!history || !Database())
         return;
     BusyCursor busy;
     const QString key = ObjectKey();
-    if (HistoryWindow()(*msdbCurrent, this, mobjCurrent)) {
+    if (history(*Database(), this, mobjCurrent)) {
         BusyCursor mainBusy;
         RunGetLatestVersion();
-        mMain.RefreshItem(ObjectTag(), key, true);
+        Main().RefreshItem(ObjectTag(), key, true);
     }
 }
 
@@ -492,9 +404,10 @@ void frmEditObjectText::ChangeDescription() {
 
 bool frmEditObjectText::ClosingCheck() {
     BusyCursor busy;
-    if (!mtxtSQL->IsModified())
+    // A window that never got its object has nothing to lose.
+    if (!mVersioned || !Database() || !mtxtSQL->IsModified())
         return true;
-    switch (frmEditObjectTextSavePrompt::ChangesMade(*msdbCurrent, object().IsNew(), this)) {
+    switch (frmEditObjectTextSavePrompt::ChangesMade(*Database(), object().IsNew(), this)) {
     case 1:
         return RunCheckIn();
     case 2:
@@ -509,96 +422,12 @@ bool frmEditObjectText::ClosingCheck() {
     }
 }
 
-bool frmEditObjectText::CloseItem(bool bForce) {
-    SetStatus(QStringLiteral("Closing Item"));
-    if (!bForce && !ClosingCheck()) {
-        SetStatus(QString());
-        return false;
-    }
-    mbClosing = true;
-    if (QMdiSubWindow* sub = subWindow())
-        sub->close();
-    else
-        close();
-    return true;
-}
-
-void frmEditObjectText::closeEvent(QCloseEvent* event) {
-    if (!mbClosing && mVersioned && !ClosingCheck()) {
-        event->ignore();
-        return;
-    }
-    mbClosing = true;
+void frmEditObjectText::Unloading() {
     if (mVersioned && object().IsNew())
         object().ClearNewObjectFile();
-    if (mMain.CurrentChild() == this)
-        mMain.SetCurrentChild(nullptr);
-    event->accept();
 }
 
-// --- Geometry and activation
-
-void frmEditObjectText::showEvent(QShowEvent* event) {
-    QWidget::showEvent(event);
-    if (!mbPlaced && subWindow())
-        placeWindow();
-}
-
-void frmEditObjectText::placeWindow() {
-    mbPlaced = true;
-    QMdiSubWindow* sub = subWindow();
-    connect(sub, &QMdiSubWindow::windowStateChanged, this,
-            [this](Qt::WindowStates oldState, Qt::WindowStates newState) {
-                if ((newState & Qt::WindowActive) && !(oldState & Qt::WindowActive))
-                    becomeActive(true);
-                if (!mbLoading)
-                    storeGeometry();
-            });
-    sub->setWindowIcon(windowIcon());
-    if (msdbCurrent && !(sub->windowState() & (Qt::WindowMaximized | Qt::WindowMinimized))) {
-        sub->resize(static_cast<int>(msdbCurrent->ChildWindowWidth() / twipsPerPixelX()),
-                    static_cast<int>(msdbCurrent->ChildWindowHeight() / twipsPerPixelY()));
-        switch (msdbCurrent->ChildWindowState()) {
-        case 1:
-            sub->showMinimized();
-            break;
-        case 2:
-            sub->showMaximized();
-            break;
-        default:
-            break;
-        }
-    }
-    mbLoading = false;
-    becomeActive(true);
-}
-
-void frmEditObjectText::storeGeometry() {
-    QMdiSubWindow* sub = subWindow();
-    if (!sub || !msdbCurrent || mbLoading || sub->isMinimized())
-        return;
-    const bool maximised = sub->isMaximized();
-    msdbCurrent->SetChildWindowState(maximised ? 2 : 0);
-    if (!maximised) {
-        msdbCurrent->SetChildWindowWidth(static_cast<long>(sub->width() * twipsPerPixelX()));
-        msdbCurrent->SetChildWindowHeight(static_cast<long>(sub->height() * twipsPerPixelY()));
-    }
-}
-
-void frmEditObjectText::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
-    if (QMdiSubWindow* sub = subWindow(); sub && sub->isMinimized())
-        return;
-    storeGeometry();
-}
-
-void frmEditObjectText::focusInEvent(QFocusEvent* event) {
-    QWidget::focusInEvent(event);
-    becomeActive(false);
-}
-
-void frmEditObjectText::becomeActive(bool bToFront) {
-    mMain.SetCurrentChild(this);
+void frmEditObjectText::BecameActive(bool bToFront) {
     if (bToFront)
         RefreshStatusBar();
 }

@@ -1,14 +1,10 @@
 #pragma once
 
-#include "ChildWindowContract.h"
+#include "EditorChildWindow.h"
 
-#include <QWidget>
-
-#include <functional>
 #include <memory>
 
 class DispatchedObject;
-class QMdiSubWindow;
 class SQLTextEditor;
 class StatusPanels;
 class TARMODatabase;
@@ -20,7 +16,7 @@ class mdiMain;
 // is possible. The actions belong to the object; the window supplies text and comment, asks the user,
 // and refreshes what is shown. One window stays with one object for its whole life: a new object
 // becomes an existing one at its first check-in without a new window.
-class frmEditObjectText : public QWidget, public ChildWindowContract {
+class frmEditObjectText : public EditorChildWindow {
     Q_OBJECT
 public:
     explicit frmEditObjectText(mdiMain& main, QWidget* parent = nullptr);
@@ -28,19 +24,13 @@ public:
 
     // Installs the makers of this window into the main window's factories.
     static void Install(mdiMain& main);
-    // The history window of an object; True when it rolled the object back. Until it is installed
-    // the window offers no history.
-    using HistoryWindowMaker =
-        std::function<bool(TARMODatabase&, QWidget* owner, std::shared_ptr<DispatchedObject>)>;
-    static HistoryWindowMaker& HistoryWindow();
 
     void NewObject(TARMODatabase& sdbCurrent, std::shared_ptr<DispatchedObject> objToOpen,
                    const QString& strDefaultText);
     void OpenObject(TARMODatabase& sdbCurrent, std::shared_ptr<DispatchedObject> objToOpen);
 
     // --- The contract
-    QString Tag() const override { return QStringLiteral("ALLOWEDIT"); }
-    long FormType() const override { return 1; }
+    ::FormType FormType() const override { return ::FormType::ObjectEdit; }
     QString ObjectTag() const override;
     QString ObjectKey() const override;
     std::shared_ptr<DispatchedObject> CurrentObject() const override { return mobjCurrent; }
@@ -49,12 +39,6 @@ public:
     QString OpenFileText() const override { return QStringLiteral("Load Text"); }
     QString SaveFileText() const override { return QStringLiteral("Save Text"); }
 
-    bool CanUndo() const override;
-    bool CanRedo() const override;
-    bool CanCut() const override;
-    bool CanCopy() const override;
-    bool CanPaste() const override;
-    bool CanFind() const override { return true; }
     bool CanReplace() const override { return mbCanEdit; }
     bool CanOpenFile() const override { return mbCanOpenFile; }
     bool CanSaveFile() const override { return mbCanSaveFile; }
@@ -67,15 +51,6 @@ public:
     bool CanPermissions() const override { return mbCanPermissions; }
     bool CanDescription() const override { return mbCanDescription; }
 
-    void Undo() override;
-    void Redo() override;
-    void CutText() override;
-    void CopyText() override;
-    void PasteText() override;
-    void Find() override;
-    void FindNext() override;
-    void FindPrevious() override;
-    void Replace() override;
     void OpenText() override;
     void SaveText() override { SaveText(true); }
     void TestItem() override { TestItem(true); }
@@ -85,8 +60,6 @@ public:
     void UndoCheckout() override { UndoCheckout(true); }
     void ShowHistory() override;
     void ChangeDescription() override;
-    bool CloseItem(bool bForce) override;
-    void SetFocusOfChild() override;
     void RefreshCaption() override;
 
     // --- The same actions with their results
@@ -100,37 +73,26 @@ public:
     void RefreshStatusBar();
 
     // --- Parts, for the main window and tests
-    SQLTextEditor* txtSQL() const { return mtxtSQL; }
     StatusPanels* StatusBar() const { return mStatusBar; }
     QString Caption() const { return mstrCaption; }
     bool IsNewObjectWindow() const { return mbNewObject; }
 
 protected:
-    void closeEvent(QCloseEvent* event) override;
-    void showEvent(QShowEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
+    bool ClosingCheck() override;
+    void Unloading() override;
+    void BecameActive(bool bToFront) override;
 
 private:
     void openCommon(TARMODatabase& sdbCurrent, std::shared_ptr<DispatchedObject> objToOpen, bool bNew);
     void LoadItem(const QString& strDefaultText);
-    void SetStatus(const QString& text);
-    bool ClosingCheck();
-    void placeWindow();
-    void storeGeometry();
-    void becomeActive(bool bToFront);
     void caretMoved(long column, long line);
     void rebuildPanels(const QString& onCloseText);
     void refreshTreeNode(bool bUseParent = false);
-    QMdiSubWindow* subWindow() const;
     TARMOObjectVSS& object() const;
 
-    mdiMain& mMain;
     std::shared_ptr<DispatchedObject> mobjCurrent;
     std::shared_ptr<TARMOObjectVSS> mVersioned;
-    TARMODatabase* msdbCurrent = nullptr;
     QString mstrCaption;
-    bool mbLoading = false;
     SQLTextEditor* mtxtSQL;
     StatusPanels* mStatusBar;
     bool mbCanGetLatest = false;
@@ -142,8 +104,5 @@ private:
     bool mbCanOpenFile = false;
     bool mbCanSaveFile = false;
     long mlngIcon = 0;
-    bool mbEditorHasFocus = false;
-    bool mbClosing = false;
     bool mbNewObject = false;
-    bool mbPlaced = false;
 };

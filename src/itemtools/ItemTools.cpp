@@ -1,7 +1,6 @@
 #include "ItemTools.h"
 
-#include "CoreDispatch.h"
-#include "frmEditObjectText.h"
+#include "ObjectDispatch.h"
 #include "frmItemHistory.h"
 #include "frmRenameObject.h"
 #include "frmUndelete.h"
@@ -11,10 +10,9 @@ namespace ItemTools {
 
 void Install(mdiMain& main) {
     mdiMain* window = &main;
-    frmEditObjectText::HistoryWindow() = [window](TARMODatabase&, QWidget* owner,
-                                                  std::shared_ptr<DispatchedObject> object) {
-        auto* core = dynamic_cast<CoreObject*>(object.get());
-        const std::shared_ptr<TARMOObjectVSS> versioned = core ? core->Ref().Versioned() : nullptr;
+    main.Factories().HistoryWindow = [window](TARMODatabase&, QWidget* owner,
+                                              std::shared_ptr<DispatchedObject> object) {
+        const std::shared_ptr<TARMOObjectVSS> versioned = object ? object->Versioned() : nullptr;
         if (!versioned)
             return false;
         frmItemHistory form(owner);
@@ -28,12 +26,12 @@ void Install(mdiMain& main) {
         return form.RenameItem(database, strName, strOwner);
     };
     main.Factories().Undelete = [window](TARMODatabase&, QWidget* owner) {
-        auto* dispatch = dynamic_cast<CoreDispatch*>(window->Dispatch());
-        if (!dispatch)
+        TARMODatabaseObjects* objects = window->Dispatch() ? window->Dispatch()->DatabaseObjects() : nullptr;
+        if (!objects)
             return false;
         frmUndelete form(owner);
         form.SetHelp(window->Factories().Help);
-        return form.ShowDeletedItems(dispatch->Objects());
+        return form.ShowDeletedItems(*objects);
     };
 }
 

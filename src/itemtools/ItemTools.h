@@ -3,8 +3,8 @@
 class mdiMain;
 
 namespace ItemTools {
-// Puts the history window into the edit window's hook, and the rename and undelete dialogs into the
-// main window's factories. The undelete dialog needs the core's object half, which it finds through
-// the main window's dispatch when it opens.
+// Puts the history window and the rename and undelete dialogs into the main window's factories.
+// The undelete dialog works on the core's object lists, which it asks the main window's dispatch
+// for when it opens.
 void Install(mdiMain& main);
 } // namespace ItemTools

@@ -1,6 +1,6 @@
 #include "ChildWindowArea.h"
 
-#include "ChildWindowContract.h"
+#include "EditorChildWindow.h"
 
 #include <QDateTime>
 #include <QMdiSubWindow>
@@ -15,7 +15,7 @@ ChildWindowArea::ChildWindowArea(QWidget* parent)
 }
 
 ChildWindowContract* ChildWindowArea::Contract(QWidget* form) {
-    return dynamic_cast<ChildWindowContract*>(form);
+    return qobject_cast<EditorChildWindow*>(form);
 }
 
 bool ChildWindowArea::IsEditChild(QWidget* form) {
@@ -44,10 +44,10 @@ void ChildWindowArea::BringToFront(QWidget* child) {
     }
 }
 
-QWidget* ChildWindowArea::FindChild(const QString& strTag, const QString& strKey, long lngFormType) const {
+QWidget* ChildWindowArea::FindChild(const QString& strTag, const QString& strKey, FormType formType) const {
     for (QMdiSubWindow* sub : subWindowList(CreationOrder)) {
         ChildWindowContract* child = Contract(sub->widget());
-        if (child && !sub->isHidden() && child->Tag() == allowEdit && child->FormType() == lngFormType &&
+        if (child && !sub->isHidden() && child->Tag() == allowEdit && child->FormType() == formType &&
             child->ObjectTag() == strTag && child->ObjectKey() == strKey)
             return sub->widget();
     }

@@ -5,16 +5,18 @@
 #include <QMdiArea>
 
 class ChildWindowContract;
+enum class FormType : long;
 class QMdiSubWindow;
 
 // The area of the main window that holds the child windows, with the operations the commands ask
 // of it: tiling both ways, cascading, arranging, activating the next window, the window list.
-// A child is any widget; those that implement ChildWindowContract take part in the commands.
+// A child is any widget; those built on EditorChildWindow take part in the commands.
 class ChildWindowArea : public QMdiArea {
     Q_OBJECT
 public:
     explicit ChildWindowArea(QWidget* parent = nullptr);
 
+    // The contract of a child built on EditorChildWindow, else nullptr.
     static ChildWindowContract* Contract(QWidget* form);
     // A child that takes the edit commands: its Tag is "ALLOWEDIT".
     static bool IsEditChild(QWidget* form);
@@ -24,7 +26,7 @@ public:
     QWidget* ActiveForm() const;
     void BringToFront(QWidget* child);
     // The first open edit child that shows the object in that kind of window.
-    QWidget* FindChild(const QString& strTag, const QString& strKey, long lngFormType) const;
+    QWidget* FindChild(const QString& strTag, const QString& strKey, FormType formType) const;
     void RefreshForms();
 
     // Horizontal tiling stacks the windows one above the other, vertical sets them side by side.

@@ -6,18 +6,21 @@
 
 class DispatchedObject;
 
+// The kinds of child window. The values travel with window lists and commands, so they stay fixed.
+enum class FormType : long { ObjectEdit = 1, Permission = 2, Query = 3 };
+
 // What every child window of the main window offers, so that the main window reaches an object
 // window, a permission window and a query window alike. The main window asks the active child
-// through this every tick what it can do, and hands it the commands that concern a text.
-// A child implements this beside its QWidget base; the main window finds it with dynamic_cast.
+// through this what it can do whenever the child reports a change of its command state, and hands
+// it the commands that concern a text. Child windows implement it through EditorChildWindow.
 class ChildWindowContract {
 public:
     virtual ~ChildWindowContract() = default;
 
     // "ALLOWEDIT" for a window that takes the edit commands.
     virtual QString Tag() const = 0;
-    // 1 object edit window, 2 permission window, 3 query window.
-    virtual long FormType() const = 0;
+    // The member hides the type's name inside classes, hence the qualified return type.
+    virtual ::FormType FormType() const = 0;
     virtual QString ObjectTag() const = 0;
     virtual QString ObjectKey() const = 0;
     virtual std::shared_ptr<DispatchedObject> CurrentObject() const = 0;

@@ -27,6 +27,7 @@ public:
     bool SyncAdd(long lngLocation) override { return mRef.SyncAdd(lngLocation); }
     bool SyncChange(long lngLocation) override { return mRef.SyncChange(lngLocation); }
     bool SyncRemove(long lngLocation) override { return mRef.SyncRemove(lngLocation); }
+    std::shared_ptr<TARMOObjectVSS> Versioned() const override { return mRef.Versioned(); }
 
 private:
     TARMOObjectRef mRef;
@@ -54,6 +55,7 @@ public:
     bool RenameItem(const QString& ObjectTag, const QString& ObjectKey, const QString& NewName) override;
     bool DeleteItem(const QString& ObjectTag, const QString& ObjectKey) override;
     void SetStatusListener(DispatchStatusListener* listener) override;
+    TARMODatabaseObjects* DatabaseObjects() override { return &Objects(); }
 
 private:
     TARMODatabase& mDatabase;

@@ -8,6 +8,8 @@
 
 #include <memory>
 
+class TARMODatabaseObjects;
+
 // What the main window asks of an object that the core handed out by tag and key. A table answers
 // too: it is not editable and lives in SQL Server only.
 class DispatchedObject {
@@ -32,6 +34,9 @@ public:
     virtual bool SyncAdd(long lngLocation) = 0;
     virtual bool SyncChange(long lngLocation) = 0;
     virtual bool SyncRemove(long lngLocation) = 0;
+    // The versioned object behind it, for the windows that edit it and show its history; nullptr for
+    // a table or any object that the version store doesn't keep.
+    virtual std::shared_ptr<TARMOObjectVSS> Versioned() const = 0;
 };
 
 // The progress of the object lists while a tree node is filled.
@@ -72,4 +77,7 @@ public:
     virtual bool DeleteItem(const QString& ObjectTag, const QString& ObjectKey) = 0;
     // Where the three status events go; nullptr stops them.
     virtual void SetStatusListener(DispatchStatusListener* listener) = 0;
+    // The core's object lists themselves, for the dialogs that work across all of them (undelete);
+    // nullptr when there are none behind this dispatch.
+    virtual TARMODatabaseObjects* DatabaseObjects() = 0;
 };

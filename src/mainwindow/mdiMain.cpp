@@ -3,6 +3,7 @@
 #include "ChildWindowArea.h"
 #include "ChildWindowContract.h"
 #include "DatabaseTree.h"
+#include "EditorChildWindow.h"
 #include "ExplorerBar.h"
 #include "Globals.h"
 #include "GuiHelpers.h"
@@ -84,8 +85,9 @@ mdiMain::mdiMain(QWidget* parent)
     connect(mMenus, &MainMenus::CommandChosen, this,
             [this](Command command, const QString& parameter) { DoCommand(command, parameter, 23); });
     connect(mMenus, &MainMenus::MenuOpening, this, &mdiMain::onMenuOpening);
-    mtmr.setInterval(10);
-    connect(&mtmr, &QTimer::timeout, this, &mdiMain::tmr_Timer);
+    connect(mMdiArea, &QMdiArea::subWindowActivated, this, &mdiMain::UpdateCommands);
+    // Queued: the repair waits until every window has taken in the focus change.
+    connect(qApp, &QApplication::focusChanged, this, &mdiMain::repairCurrentChild, Qt::QueuedConnection);
     qApp->installEventFilter(this);
 }
 
@@ -257,7 +259,6 @@ void mdiMain::ShowWindow() {
         showMaximized();
     else
         show();
-    mtmr.start();
 }
 
 void mdiMain::HideWindow() {
@@ -447,7 +448,7 @@ void mdiMain::CompletedCurrentStatus(const QString&, const QString&) {
     msbrMain->SetPanelText(QStringLiteral("DBT:STATUS"), QString());
 }
 
-// --- Keys, drops and the tick (the commands themselves are in mdiMainCommands.cpp)
+// --- Keys, drops and the current child (the commands themselves are in mdiMainCommands.cpp)
 
 bool mdiMain::eventFilter(QObject* watched, QEvent* event) {
     const QEvent::Type type = event->type();
@@ -498,9 +499,8 @@ bool mdiMain::acceptsTreeDrop(const QMimeData* dropped) const {
            mDispatch->CanOpenObject(DatabaseTree::NodeTag(source), DatabaseTree::NodeKey(source));
 }
 
-void mdiMain::tmr_Timer() {
+void mdiMain::repairCurrentChild() {
     mMdiArea->BringBack(mCurrentChild);
-    UpdateCommands();
 }
 
 // --- Child windows
@@ -512,11 +512,17 @@ QWidget* mdiMain::addChildForFactory(QWidget* child) {
 }
 
 QMdiSubWindow* mdiMain::AddChildWindow(QWidget* child) {
+    if (auto* form = qobject_cast<EditorChildWindow*>(child))
+        connect(form, &EditorChildWindow::CommandStateChanged, this, [this, form] {
+            // A child in the background changes nothing that the menus show.
+            if (ActiveForm() == form)
+                UpdateCommands();
+        });
     return mMdiArea->AddChildWindow(child);
 }
 
-QWidget* mdiMain::FindChild(const QString& strTag, const QString& strKey, long lngFormType) const {
-    return mMdiArea->FindChild(strTag, strKey, lngFormType);
+QWidget* mdiMain::FindChild(const QString& strTag, const QString& strKey, FormType formType) const {
+    return mMdiArea->FindChild(strTag, strKey, formType);
 }
 
 void mdiMain::RefreshForms() {
@@ -533,7 +539,6 @@ bool mdiMain::unloadWindow() {
     mbUnloadDone = false;
     if (!mMdiArea->CloseChildren())
         return false;
-    mtmr.stop();
     mbUnloadDone = true;
     return true;
 }
@@ -569,8 +574,5 @@ void mdiMain::ChangeProject(long index, const QString& name) {
     if (opened) {
         mbMenusDisabled = false;
         mbUnloadDone = false;
-    } else {
-        // The old project stays, without the windows that closed.
-        mtmr.start();
     }
 }

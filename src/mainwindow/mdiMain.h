@@ -10,11 +10,11 @@
 
 #include <QMainWindow>
 #include <QPointer>
-#include <QTimer>
 
 #include <vector>
 
 class ChildWindowContract;
+enum class FormType : long;
 class DatabaseTree;
 class ExplorerBar;
 class ChildWindowArea;
@@ -27,7 +27,7 @@ class StatusPanels;
 // The main window: the Database Tree with its context panel on the left, the area of child windows
 // on the right, menus, toolbars and status panels. Everything the user starts here comes down to a
 // Command and runs through DoCommand, which looks it up in one table (mdiMainCommands.cpp); the
-// active child is asked every tick what it can do.
+// active child is asked what it can do whenever it reports a change or another child comes to the front.
 class mdiMain : public QMainWindow, public MainWindowContract, public DispatchStatusListener {
     Q_OBJECT
 public:
@@ -84,12 +84,12 @@ public:
     struct CommandRow {
         Command command;
         CommandRule rule;
-        // With ChildCan the guard; on any row with a button or an entry, what the tick sets them to.
+        // With ChildCan the guard; on any row with a button or an entry, what UpdateCommands sets them to.
         bool (ChildWindowContract::*can)() const;
         void (ChildWindowContract::*childAction)();
         CommandHandler handler;
-        const char* button; // toolbar button that the tick switches, or nullptr
-        const char* entry;  // menu entry that the tick switches, or nullptr
+        const char* button; // toolbar button that UpdateCommands switches, or nullptr
+        const char* entry;  // menu entry that UpdateCommands switches, or nullptr
     };
     static const std::vector<CommandRow>& CommandTable();
     // The row of the command; nullptr for a number that no command has.
@@ -101,8 +101,6 @@ public:
     // Every window hands its keys here; a key that fired a command comes back as 0.
     void KeyPreview(bool bKeyDown, int& KeyCode, int Shift, long lngHelpContext = 23);
     void UpdateCommands();
-    // One tick of tmr: bring the current child back if the focus went astray, then UpdateCommands.
-    void tmr_Timer();
     // A child reports that its object changed; the node is read again (its parent with bUseParent).
     void RefreshItem(const QString& strTag, const QString& strKey, bool bUseParent = false);
     // Position of a key in the image list, from 1; one less with bZeroBased; -1 if unknown.
@@ -117,8 +115,9 @@ public:
     // RefreshCaption on every edit child.
     void RefreshForms();
     // The first open window other than this one that shows the object in that kind of window.
-    QWidget* FindChild(const QString& strTag, const QString& strKey, long lngFormType) const;
-    // Places a child window in the window area and shows it.
+    QWidget* FindChild(const QString& strTag, const QString& strKey, FormType formType) const;
+    // Places a child window in the window area and shows it; from then on its reports of a changed
+    // command state update the menus while it is the active one.
     QMdiSubWindow* AddChildWindow(QWidget* child);
     // The child that last came to the front; children set it and clear it when they unload.
     void SetCurrentChild(QWidget* child) { mCurrentChild = child; }
@@ -131,7 +130,6 @@ public:
     ChildWindowArea* MdiArea() const { return mMdiArea; }
     MainMenus& Menus() { return *mMenus; }
     const ShortcutTable& Shortcuts() const { return mShortcuts; }
-    QTimer& tmr() { return mtmr; }
     // The window that the commands concern: the active child window's widget, or nullptr.
     QWidget* ActiveForm() const;
     // Builds the pop-up menu for a node (nullptr: no node) as the right button shows it.
@@ -178,6 +176,9 @@ private:
     void showStatusProgress(const QString& verb, const QString& displayName, long current, long total);
     bool acceptsTreeDrop(const QMimeData* dropped) const;
     QWidget* addChildForFactory(QWidget* child);
+    // An embedded editor can take the focus without its window becoming the active one; the current
+    // child is then brought back once the focus has settled.
+    void repairCurrentChild();
 
     TARMODatabase* msdbCurrent = nullptr;
     ObjectDispatch* mDispatch = nullptr;
@@ -193,7 +194,6 @@ private:
     ExplorerBar* mebcExtraInfo = nullptr;
     ChildWindowArea* mMdiArea = nullptr;
     StatusPanels* msbrMain = nullptr;
-    QTimer mtmr;
 
     bool mbLoading = false;
     bool mbDatabaseTreeVisible = true;

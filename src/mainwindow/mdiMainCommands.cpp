@@ -17,7 +17,7 @@
 #include <algorithm>
 
 // The commands of the main window: one table of what each command does and when it is enabled, the
-// enabling of the tick, and the commands on tree nodes.
+// enabling of menus and buttons, and the commands on tree nodes.
 
 namespace {
 const QString vendorWebAddress = QStringLiteral("https://www.tarmo-integration.com/");
@@ -363,7 +363,7 @@ void mdiMain::EditObject(QTreeWidgetItem* Node) {
     auto object = mDispatch->GetObject(tag, key);
     if (!object || !object->IsEditable() || !(object->InSQL() && object->InVSS()))
         return;
-    if (QWidget* open = FindChild(tag, key, 1)) {
+    if (QWidget* open = FindChild(tag, key, FormType::ObjectEdit)) {
         mMdiArea->BringToFront(open);
         return;
     }
@@ -439,7 +439,7 @@ void mdiMain::DeleteObject(QTreeWidgetItem* Node) {
 
 void mdiMain::AfterChange(QTreeWidgetItem* Node, bool bClose) {
     const QString tag = DatabaseTree::NodeTag(Node), key = DatabaseTree::NodeKey(Node);
-    for (long formType : {1L, 2L}) {
+    for (FormType formType : {FormType::ObjectEdit, FormType::Permission}) {
         ChildWindowContract* child = ChildWindowArea::Contract(FindChild(tag, key, formType));
         if (!child)
             continue;
@@ -502,7 +502,7 @@ void mdiMain::EditPermissions(const QString& strTag, const QString& strKey,
         key = child->ObjectKey();
     }
     BusyCursor busy;
-    if (QWidget* open = FindChild(tag, key, 2)) {
+    if (QWidget* open = FindChild(tag, key, FormType::Permission)) {
         mMdiArea->BringToFront(open);
         return;
     }

@@ -12,12 +12,8 @@
 #include "multiGrid.h"
 
 #include <QAction>
-#include <QApplication>
-#include <QClipboard>
-#include <QCloseEvent>
+#include <QEvent>
 #include <QFontMetrics>
-#include <QMdiSubWindow>
-#include <QMimeData>
 #include <QShortcut>
 #include <QSplitter>
 #include <QToolBar>
@@ -31,17 +27,13 @@ constexpr int statusBarTwips = 250;
 constexpr int splitterSize = 10;
 const QString sqlFilter = QStringLiteral("All SQL Files (*.sql);;All Files (*)");
 
-double twipsPerPixelX() {
-    return ScreenMetrics::Current().twipsPerPixelX;
-}
 double twipsPerPixelY() {
     return ScreenMetrics::Current().twipsPerPixelY;
 }
 } // namespace
 
 frmSQLQuery::frmSQLQuery(mdiMain& main, QWidget* parent)
-    : QWidget(parent)
-    , mMain(main)
+    : EditorChildWindow(main, parent)
     , mtbrQuery(new QToolBar(this))
     , mpicContainer(new QWidget(this))
     , mSplitter(new QSplitter(Qt::Vertical, mpicContainer))
@@ -50,7 +42,6 @@ frmSQLQuery::frmSQLQuery(mdiMain& main, QWidget* parent)
     , mcmdSplit(new QToolButton(mpicContainer))
     , mStatusBar(new StatusPanels(this)) {
     setObjectName(QStringLiteral("frmSQLQuery"));
-    setAttribute(Qt::WA_DeleteOnClose, false);
     mtbrQuery->setObjectName(QStringLiteral("tbrQuery"));
     mpicContainer->setObjectName(QStringLiteral("picContainer"));
     mtxtSQL->setObjectName(QStringLiteral("txtSQL"));
@@ -80,7 +71,8 @@ frmSQLQuery::frmSQLQuery(mdiMain& main, QWidget* parent)
     layout->addWidget(mtbrQuery);
     layout->addWidget(mpicContainer, 1);
     layout->addWidget(mStatusBar);
-    setFocusProxy(mtxtSQL);
+    SetEditor(mtxtSQL);
+    SetStatusPanels(mStatusBar);
 
     connect(mSplitter, &QSplitter::splitterMoved, this, [this](int position) {
         const int available = mSplitter->height() - mSplitter->handleWidth();
@@ -93,12 +85,6 @@ frmSQLQuery::frmSQLQuery(mdiMain& main, QWidget* parent)
         mStatusBar->SetPanelText(QStringLiteral("Caret"),
                                  QStringLiteral("Ln %1, Col %2").arg(line + 1).arg(column + 1));
     });
-    connect(mtxtSQL, &SQLTextEditor::bcClick, this, [this] { becomeActive(); });
-    connect(mtxtSQL, &SQLTextEditor::bcGotFocus, this, [this] {
-        mbEditorHasFocus = true;
-        becomeActive();
-    });
-    connect(mtxtSQL, &SQLTextEditor::bcLostFocus, this, [this] { mbEditorHasFocus = false; });
 
     // Alt+X runs the query wherever the focus is inside the window.
     auto* execute = new QShortcut(QKeySequence(Qt::ALT | Qt::Key_X), this);
@@ -124,17 +110,10 @@ void frmSQLQuery::Install(mdiMain& main) {
     };
 }
 
-QMdiSubWindow* frmSQLQuery::subWindow() const {
-    return qobject_cast<QMdiSubWindow*>(parentWidget());
-}
-
 // --- Opening
 
 void frmSQLQuery::OpenSQLQuery(TARMODatabase& sdbCurrent) {
-    // Loading stays set until the window stands in its place in the window area, so that the first
-    // size changes aren't taken for the user's.
-    mbLoading = true;
-    msdbCurrent = &sdbCurrent;
+    BeginOpening(sdbCurrent);
 
     const QFontMetrics metrics(mStatusBar->font());
     mStatusBar->ClearPanels();
@@ -143,7 +122,6 @@ void frmSQLQuery::OpenSQLQuery(TARMODatabase& sdbCurrent) {
                          metrics.horizontalAdvance(QStringLiteral("Ln 99999, Col 99999")) + 12);
     SetStatus(QString());
     RefreshCaption();
-    mbClosing = mbEditorHasFocus = false;
     mstrFileName.clear();
 
     // A scratch file the editor stays bound to; it is emptied by every new window.
@@ -160,10 +138,8 @@ void frmSQLQuery::OpenSQLQuery(TARMODatabase& sdbCurrent) {
     buildToolBand();
     const long icon = CurrentIcon();
     if (icon > 0)
-        setWindowIcon(mMain.Images().IconAt(static_cast<int>(icon)));
+        setWindowIcon(Main().Images().IconAt(static_cast<int>(icon)));
     ShowResultsPanel(true);
-    if (!subWindow())
-        mbLoading = false;
 }
 
 void frmSQLQuery::buildToolBand() {
@@ -190,7 +166,7 @@ void frmSQLQuery::buildToolBand() {
             mtbrQuery->addSeparator()->setObjectName(QString::fromLatin1(b.key));
             continue;
         }
-        QAction* action = mtbrQuery->addAction(mMain.Images().Icon(QString::fromLatin1(b.icon)),
+        QAction* action = mtbrQuery->addAction(Main().Images().Icon(QString::fromLatin1(b.icon)),
                                                QString::fromLatin1(b.caption));
         action->setObjectName(QString::fromLatin1(b.key));
         action->setToolTip(QString::fromLatin1(b.tip));
@@ -212,7 +188,7 @@ void frmSQLQuery::RefreshCaption() {
 }
 
 long frmSQLQuery::CurrentIcon() const {
-    return mMain.GetIconIndex(QStringLiteral("SQLQUERY"), false);
+    return Main().GetIconIndex(QStringLiteral("SQLQUERY"), false);
 }
 
 // --- Running
@@ -288,64 +264,6 @@ void frmSQLQuery::layoutContainer() {
     mcmdSplit->raise();
 }
 
-// --- Status
-
-void frmSQLQuery::SetStatus(const QString& text) {
-    mStatusBar->SetPanelText(QStringLiteral("Status"),
-                             text.isEmpty() ? QStringLiteral("Ready.") : text + QStringLiteral(" ..."));
-    mStatusBar->repaint();
-}
-
-// --- Contract members
-
-bool frmSQLQuery::CanUndo() const {
-    return mtxtSQL->CanUndo();
-}
-bool frmSQLQuery::CanRedo() const {
-    return mtxtSQL->CanRedo();
-}
-bool frmSQLQuery::CanCut() const {
-    return !mtxtSQL->Locked() && mtxtSQL->HasSelection();
-}
-bool frmSQLQuery::CanCopy() const {
-    return mtxtSQL->HasSelection();
-}
-bool frmSQLQuery::CanPaste() const {
-    const QMimeData* clip = QApplication::clipboard()->mimeData();
-    return !mtxtSQL->Locked() && clip && clip->hasText();
-}
-void frmSQLQuery::Undo() {
-    mtxtSQL->Undo();
-}
-void frmSQLQuery::Redo() {
-    mtxtSQL->Redo();
-}
-void frmSQLQuery::CutText() {
-    mtxtSQL->bcCut();
-}
-void frmSQLQuery::CopyText() {
-    mtxtSQL->bcCopy();
-}
-void frmSQLQuery::PasteText() {
-    mtxtSQL->bcPaste();
-}
-void frmSQLQuery::Find() {
-    mtxtSQL->Find();
-}
-void frmSQLQuery::FindNext() {
-    mtxtSQL->FindNext();
-}
-void frmSQLQuery::FindPrevious() {
-    mtxtSQL->FindPrevious();
-}
-void frmSQLQuery::Replace() {
-    mtxtSQL->Replace();
-}
-void frmSQLQuery::SetFocusOfChild() {
-    if (!mbEditorHasFocus)
-        mtxtSQL->setFocus();
-}
-
 // --- Files
 
 void frmSQLQuery::OpenText() {
@@ -404,85 +322,9 @@ bool frmSQLQuery::ClosingCheck() {
     }
 }
 
-bool frmSQLQuery::CloseItem(bool bForce) {
-    SetStatus(QStringLiteral("Closing SQL Query Window"));
-    if (!bForce && !ClosingCheck()) {
-        SetStatus(QString());
-        return false;
-    }
-    mbClosing = true;
-    if (QMdiSubWindow* sub = subWindow())
-        sub->close();
-    else
-        close();
-    return true;
-}
-
-void frmSQLQuery::closeEvent(QCloseEvent* event) {
-    if (!mbClosing && !ClosingCheck()) {
-        event->ignore();
-        return;
-    }
-    mbClosing = true;
-    if (mMain.CurrentChild() == this)
-        mMain.SetCurrentChild(nullptr);
-    event->accept();
-}
-
-// --- Geometry and activation
+// --- Showing
 
 void frmSQLQuery::showEvent(QShowEvent* event) {
-    QWidget::showEvent(event);
-    if (!mbPlaced && subWindow())
-        placeWindow();
+    EditorChildWindow::showEvent(event);
     layoutContainer();
-}
-
-void frmSQLQuery::placeWindow() {
-    mbPlaced = true;
-    QMdiSubWindow* sub = subWindow();
-    connect(sub, &QMdiSubWindow::windowStateChanged, this,
-            [this](Qt::WindowStates oldState, Qt::WindowStates newState) {
-                if ((newState & Qt::WindowActive) && !(oldState & Qt::WindowActive))
-                    becomeActive();
-                if (!mbLoading)
-                    storeGeometry();
-            });
-    sub->setWindowIcon(windowIcon());
-    if (msdbCurrent && !(sub->windowState() & (Qt::WindowMaximized | Qt::WindowMinimized))) {
-        sub->resize(static_cast<int>(msdbCurrent->ChildWindowWidth() / twipsPerPixelX()),
-                    static_cast<int>(msdbCurrent->ChildWindowHeight() / twipsPerPixelY()));
-        if (msdbCurrent->ChildWindowState() == 2)
-            sub->showMaximized();
-    }
-    mbLoading = false;
-    becomeActive();
-}
-
-void frmSQLQuery::storeGeometry() {
-    QMdiSubWindow* sub = subWindow();
-    if (!sub || !msdbCurrent || mbLoading || sub->isMinimized())
-        return;
-    const bool maximised = sub->isMaximized();
-    msdbCurrent->SetChildWindowState(maximised ? 2 : 0);
-    if (!maximised) {
-        msdbCurrent->SetChildWindowWidth(static_cast<long>(sub->width() * twipsPerPixelX()));
-        msdbCurrent->SetChildWindowHeight(static_cast<long>(sub->height() * twipsPerPixelY()));
-    }
-}
-
-void frmSQLQuery::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
-    if (QMdiSubWindow* sub = subWindow(); sub && sub->isMinimized())
-        return;
-    storeGeometry();
-}
-
-void frmSQLQuery::focusInEvent(QFocusEvent* event) {
-    QWidget::focusInEvent(event);
-    becomeActive();
-}
-
-void frmSQLQuery::becomeActive() {
-    mMain.SetCurrentChild(this);
 }

@@ -1,11 +1,8 @@
 #pragma once
 
-#include "ChildWindowContract.h"
-
-#include <QWidget>
+#include "EditorChildWindow.h"
 
 class QAction;
-class QMdiSubWindow;
 class QSplitter;
 class QToolBar;
 class QToolButton;
@@ -18,7 +15,7 @@ class multiGrid;
 // The child window in which the user types Transact-SQL against the project's database, checks its
 // syntax or runs it, and reads the answer in the result area below the text. It holds no object;
 // each command that opens a query makes a new one.
-class frmSQLQuery : public QWidget, public ChildWindowContract {
+class frmSQLQuery : public EditorChildWindow {
     Q_OBJECT
 public:
     explicit frmSQLQuery(mdiMain& main, QWidget* parent = nullptr);
@@ -30,8 +27,7 @@ public:
     void OpenSQLQuery(TARMODatabase& sdbCurrent);
 
     // --- The contract
-    QString Tag() const override { return QStringLiteral("ALLOWEDIT"); }
-    long FormType() const override { return 3; }
+    ::FormType FormType() const override { return ::FormType::Query; }
     QString ObjectTag() const override { return {}; }
     QString ObjectKey() const override { return {}; }
     std::shared_ptr<DispatchedObject> CurrentObject() const override { return nullptr; }
@@ -40,12 +36,6 @@ public:
     QString OpenFileText() const override { return QStringLiteral("Open"); }
     QString SaveFileText() const override { return QStringLiteral("Save"); }
 
-    bool CanUndo() const override;
-    bool CanRedo() const override;
-    bool CanCut() const override;
-    bool CanCopy() const override;
-    bool CanPaste() const override;
-    bool CanFind() const override { return true; }
     bool CanReplace() const override { return true; }
     bool CanOpenFile() const override { return true; }
     bool CanSaveFile() const override { return true; }
@@ -58,15 +48,6 @@ public:
     bool CanPermissions() const override { return false; }
     bool CanDescription() const override { return false; }
 
-    void Undo() override;
-    void Redo() override;
-    void CutText() override;
-    void CopyText() override;
-    void PasteText() override;
-    void Find() override;
-    void FindNext() override;
-    void FindPrevious() override;
-    void Replace() override;
     void OpenText() override;
     void SaveText() override { SaveText(false); }
     // Nothing of these concerns a query.
@@ -77,9 +58,8 @@ public:
     void UndoCheckout() override {}
     void ShowHistory() override {}
     void ChangeDescription() override {}
-    // bForce closes without the question about unsaved text.
-    bool CloseItem(bool bForce = false) override;
-    void SetFocusOfChild() override;
+    // Closes with the question about unsaved text; no command of the main window forces it.
+    bool CloseItem(bool bForce = false) override { return EditorChildWindow::CloseItem(bForce); }
     void RefreshCaption() override;
 
     bool SaveText(bool bPrompt);
@@ -90,7 +70,6 @@ public:
     void ShowResultsPanel(bool bShow);
 
     // --- Parts, for the main window and tests
-    SQLTextEditor* txtSQL() const { return mtxtSQL; }
     multiGrid* grdResults() const { return mgrdResults; }
     StatusPanels* StatusBar() const { return mStatusBar; }
     QToolBar* tbrQuery() const { return mtbrQuery; }
@@ -102,31 +81,18 @@ public:
     QString Caption() const { return windowTitle(); }
 
 protected:
-    void closeEvent(QCloseEvent* event) override;
+    bool ClosingCheck() override;
+    QString ClosingStatus() const override { return QStringLiteral("Closing SQL Query Window"); }
     void showEvent(QShowEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void buildToolBand();
     void runQuery(bool bExecute);
-    void SetStatus(const QString& text);
-    bool ClosingCheck();
     void layoutContainer();
-    void placeWindow();
-    void storeGeometry();
-    void becomeActive();
-    QMdiSubWindow* subWindow() const;
 
-    mdiMain& mMain;
-    TARMODatabase* msdbCurrent = nullptr;
     QString mstrFileName;
-    bool mbLoading = false;
-    bool mbEditorHasFocus = false;
-    bool mbClosing = false;
     bool mbSplitterPlaced = false;
-    bool mbPlaced = false;
     double mdblProportion = 0.5; // share of the text half while the panel shows
     QToolBar* mtbrQuery;
     QWidget* mpicContainer;

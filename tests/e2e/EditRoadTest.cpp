@@ -54,7 +54,6 @@ protected:
         window.resize(1000, 700);
         window.SetLoading(false);
         window.ShowWindow();
-        window.tmr().stop();
     }
     void TearDown() override {
         for (QMdiSubWindow* sub : window.MdiArea()->subWindowList())
@@ -108,7 +107,7 @@ protected:
         return activeEditWindow();
     }
     std::shared_ptr<TARMOObjectVSS> versioned(frmEditObjectText* form) {
-        return dynamic_cast<CoreObject&>(*form->CurrentObject()).Ref().Versioned();
+        return form->CurrentObject()->Versioned();
     }
     QString serverText(const QString& name) {
         auto rows = project->SQL().OpenRecordset(

@@ -146,29 +146,29 @@ TEST_F(MainWindowTest, ChildCommandsAndTheirEntriesFollowTheActiveChild) {
     struct State {
         const char* name;
         QString tag; // "" no child at all
-        long formType;
+        FormType formType;
         QList<int> can; // members that answer true; {-1} all of them
         QList<C> runs;  // the commands that reach the child
     };
     const QList<State> states = {
-        {"no child", {}, 1, {}, {}},
-        {"a window that doesn't take edit commands", QStringLiteral("OTHER"), 1, {-1}, {}},
-        {"an object window that can do everything", QStringLiteral("ALLOWEDIT"), 1, {-1}, everyChildCommand},
-        {"an object window that can do nothing", QStringLiteral("ALLOWEDIT"), 1, {}, {}},
+        {"no child", {}, FormType::ObjectEdit, {}, {}},
+        {"a window that doesn't take edit commands", QStringLiteral("OTHER"), FormType::ObjectEdit, {-1}, {}},
+        {"an object window that can do everything", QStringLiteral("ALLOWEDIT"), FormType::ObjectEdit, {-1}, everyChildCommand},
+        {"an object window that can do nothing", QStringLiteral("ALLOWEDIT"), FormType::ObjectEdit, {}, {}},
         {"an object window that can check in",
          QStringLiteral("ALLOWEDIT"),
-         1,
+         FormType::ObjectEdit,
          {FakeChild::kCheckIn},
          {C::CheckIn}},
         {"an object window that can't check in",
          QStringLiteral("ALLOWEDIT"),
-         1,
+         FormType::ObjectEdit,
          {FakeChild::kCheckOut, FakeChild::kGetLatest, FakeChild::kShowHistory, FakeChild::kPermissions,
           FakeChild::kDescription},
          {C::GetLatest, C::CheckOut, C::Description, C::History}},
         {"a query window",
          QStringLiteral("ALLOWEDIT"),
-         3,
+         FormType::Query,
          {FakeChild::kUndo, FakeChild::kRedo, FakeChild::kCut, FakeChild::kCopy, FakeChild::kPaste,
           FakeChild::kFind, FakeChild::kReplace, FakeChild::kOpenFile, FakeChild::kSaveFile,
           FakeChild::kTestSQL},

@@ -74,7 +74,6 @@ protected:
         window.resize(900, 600);
         window.SetLoading(false);
         window.ShowWindow();
-        window.tmr().stop();
     }
     void TearDown() override { VSSBulkReader::Release(); }
 

@@ -255,8 +255,10 @@ bool FakeDispatch::DeleteItem(const QString&, const QString& ObjectKey) {
     return mObjects.remove(bare(ObjectKey)) > 0;
 }
 
-FakeChild::FakeChild(QStringList& log, const QString& tag, const QString& key, long formType)
-    : mLog(log)
+FakeChild::FakeChild(mdiMain& main, QStringList& log, const QString& tag, const QString& key,
+                     ::FormType formType)
+    : EditorChildWindow(main)
+    , mLog(log)
     , mObjectTag(tag)
     , mObjectKey(key)
     , mFormType(formType) {}

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "ChildWindowContract.h"
+#include "EditorChildWindow.h"
 #include "ObjectDispatch.h"
 
 #include <QMap>
-#include <QWidget>
 
 #include <functional>
 
@@ -31,6 +30,7 @@ public:
     bool SyncAdd(long lngLocation) override;
     bool SyncChange(long) override { return true; }
     bool SyncRemove(long) override { return true; }
+    std::shared_ptr<TARMOObjectVSS> Versioned() const override { return nullptr; }
     QString IconName() const;
 };
 
@@ -55,6 +55,7 @@ public:
     bool RenameItem(const QString& ObjectTag, const QString& ObjectKey, const QString& NewName) override;
     bool DeleteItem(const QString& ObjectTag, const QString& ObjectKey) override;
     void SetStatusListener(DispatchStatusListener* listener) override { mListener = listener; }
+    TARMODatabaseObjects* DatabaseObjects() override { return nullptr; }
 
     std::shared_ptr<FakeObject> Object(const QString& dbid) { return mObjects.value(dbid); }
     // The object was dropped and made again under a new id; its old key still finds it once.
@@ -74,13 +75,14 @@ private:
 };
 
 // A child window that answers the contract from fields and logs every action.
-class FakeChild : public QWidget, public ChildWindowContract {
+class FakeChild : public EditorChildWindow {
 public:
-    explicit FakeChild(QStringList& log, const QString& tag = {}, const QString& key = {}, long formType = 1);
+    explicit FakeChild(mdiMain& main, QStringList& log, const QString& tag = {}, const QString& key = {},
+                       ::FormType formType = ::FormType::ObjectEdit);
 
     QStringList& mLog;
     QString mTag = QStringLiteral("ALLOWEDIT"), mObjectTag, mObjectKey;
-    long mFormType;
+    ::FormType mFormType;
     bool mCan[17] = {};
     bool mRefuseClose = false;
     std::shared_ptr<DispatchedObject> mObject;
@@ -106,7 +108,7 @@ public:
     };
 
     QString Tag() const override { return mTag; }
-    long FormType() const override { return mFormType; }
+    ::FormType FormType() const override { return mFormType; }
     QString ObjectTag() const override { return mObjectTag; }
     QString ObjectKey() const override { return mObjectKey; }
     std::shared_ptr<DispatchedObject> CurrentObject() const override { return mObject; }

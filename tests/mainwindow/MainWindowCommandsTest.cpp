@@ -110,9 +110,12 @@ TEST_F(MainWindowTest, EditOpensOneWindowPerObjectAndOnlyForObjectsInBothStores)
     window->DoCommand(Command::Edit);
     window->DoCommand(Command::Edit);
     ASSERT_EQ(window->MdiArea()->subWindowList().size(), 1) << "a second Edit brings the same window forward";
-    EXPECT_EQ(window->FindChild(QStringLiteral("StoredProcedure"), QStringLiteral("I101"), 1),
-              window->ActiveForm());
-    EXPECT_EQ(window->FindChild(QStringLiteral("StoredProcedure"), QStringLiteral("I101"), 2), nullptr);
+    EXPECT_EQ(
+        window->FindChild(QStringLiteral("StoredProcedure"), QStringLiteral("I101"), FormType::ObjectEdit),
+        window->ActiveForm());
+    EXPECT_EQ(
+        window->FindChild(QStringLiteral("StoredProcedure"), QStringLiteral("I101"), FormType::Permission),
+        nullptr);
 
     for (const QStringList& path :
          {QStringList{QStringLiteral("Stored Procedures"), QStringLiteral("usp_Archive")},
@@ -201,7 +204,7 @@ TEST_F(MainWindowTest, PermissionsCommandFindsItsObjectByParameter) {
     window->Factories().PermissionWindow = [&](TARMODatabase&, std::shared_ptr<DispatchedObject>,
                                                const QString& tag, const QString& key) -> QWidget* {
         asked << tag + QLatin1Char('|') + key;
-        return new FakeChild(log, tag, key, 2);
+        return new FakeChild(*window, log, tag, key, FormType::Permission);
     };
     open({QStringLiteral("Tables")});
     window->DoCommand(Command::Permissions, QStringLiteral("mnuPopupEditPermission"));
@@ -210,7 +213,8 @@ TEST_F(MainWindowTest, PermissionsCommandFindsItsObjectByParameter) {
     window->DoCommand(Command::Permissions, QStringLiteral("Table|I201"));
     window->DoCommand(Command::Permissions, QStringLiteral("a|b|c"));
     EXPECT_EQ(asked, QStringList{QStringLiteral("Table|I201")}) << "one permission window per object";
-    EXPECT_NE(window->FindChild(QStringLiteral("Table"), QStringLiteral("I201"), 2), nullptr);
+    EXPECT_NE(window->FindChild(QStringLiteral("Table"), QStringLiteral("I201"), FormType::Permission),
+              nullptr);
 }
 
 TEST_F(MainWindowTest, WindowListNumbersVisibleChildrenAndKeysThemByIndex) {
@@ -352,32 +356,62 @@ TEST_F(MainWindowTest, FileMenuListsNewKindsAndRecentProjectsAndAChangeStopsAtAR
 
     FakeChild* stubborn = addChild(QStringLiteral("stubborn"));
     stubborn->mRefuseClose = true;
-    window->tmr().start();
     window->Menus().Entry(QStringLiteral("MOSTRECENT:1"))->trigger();
     EXPECT_TRUE(log.isEmpty()) << "the open project is position 1: nothing closes";
     window->Menus().Entry(QStringLiteral("MOSTRECENT:2"))->trigger();
     EXPECT_EQ(log, QStringList{QStringLiteral("stubborn:refused")});
     EXPECT_EQ(database->Project()->Name(), QStringLiteral("Sales")) << "the old project stays";
     EXPECT_EQ(window->MdiArea()->subWindowList().size(), 1);
-    EXPECT_TRUE(window->tmr().isActive()) << "the window goes on working";
-    window->tmr().stop();
 }
 
-TEST_F(MainWindowTest, TheTickBringsTheCurrentChildBack) {
+TEST_F(MainWindowTest, AFocusChangeBringsTheCurrentChildBackOnceItSettled) {
     struct FocusChild : FakeChild {
         using FakeChild::FakeChild;
         void SetFocusOfChild() override { mLog << QStringLiteral("focus"); }
     };
-    auto* editor = new FocusChild(log);
+    auto* editor = new FocusChild(*window, log);
     editor->setWindowTitle(QStringLiteral("editor"));
     window->AddChildWindow(editor);
     addChild(QStringLiteral("other"));
+    // The editor of the window behind took the focus, but its window stayed behind; the focus then
+    // moves on somewhere that is no child's.
     window->SetCurrentChild(editor);
-    window->tmr_Timer();
+    ASSERT_NE(window->ActiveForm(), editor);
+    emit qApp->focusChanged(nullptr, nullptr);
+    EXPECT_TRUE(log.isEmpty()) << "nothing happens inside the focus change itself";
+    QCoreApplication::processEvents();
     EXPECT_EQ(window->ActiveForm(), editor);
     EXPECT_EQ(log, QStringList{QStringLiteral("focus")});
-    window->tmr_Timer();
+    emit qApp->focusChanged(nullptr, nullptr);
+    QCoreApplication::processEvents();
     EXPECT_EQ(log.size(), 1) << "nothing to repair while it is the active one";
+}
+
+TEST_F(MainWindowTest, TheMenusFollowTheActiveChildsReportsAndTheWindowChanges) {
+    FakeChild* first = addChild(QStringLiteral("first"));
+    QAction* checkIn = window->Menus().Entry(QStringLiteral("mnuCheckIn"));
+    QAction* undo = window->Menus().Entry(QStringLiteral("EDITBAR:UNDO"));
+    first->mCan[FakeChild::kCheckIn] = true;
+    EXPECT_FALSE(checkIn->isEnabled()) << "no report yet";
+    emit first->CommandStateChanged();
+    EXPECT_TRUE(checkIn->isEnabled());
+
+    FakeChild* second = addChild(QStringLiteral("second"));
+    second->mCan[FakeChild::kUndo] = true;
+    EXPECT_FALSE(checkIn->isEnabled()) << "the new active window came with its own answers";
+    emit second->CommandStateChanged();
+    EXPECT_TRUE(undo->isEnabled());
+    second->mCan[FakeChild::kUndo] = false;
+    emit first->CommandStateChanged();
+    EXPECT_TRUE(undo->isEnabled()) << "a window behind doesn't speak for the active one";
+
+    window->MdiArea()->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(first->parentWidget()));
+    EXPECT_TRUE(checkIn->isEnabled());
+    EXPECT_FALSE(undo->isEnabled());
+    for (FakeChild* child : {first, second})
+        child->parentWidget()->close();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(checkIn->isEnabled()) << "with the last window gone, nothing is left to check in";
 }
 
 #include "MainWindowCommandsTest.moc"

@@ -34,7 +34,8 @@ protected:
         window->SetDispatch(&dispatch);
         window->Factories().OpenObjectWindow = [this](TARMODatabase&,
                                                       std::shared_ptr<DispatchedObject> object) {
-            auto* child = new FakeChild(log, object->ObjectType(), QStringLiteral("I") + object->DBID());
+            auto* child =
+                new FakeChild(*window, log, object->ObjectType(), QStringLiteral("I") + object->DBID());
             child->setWindowTitle(object->Name());
             child->mObject = object;
             return child;
@@ -46,7 +47,6 @@ protected:
         window->SetGeometry(8580, 12000, 0);
         window->SetLoading(false);
         window->ShowWindow();
-        window->tmr().stop(); // the tests tick themselves
     }
 
     DatabaseTree& tree() { return *window->tvwDBT(); }
@@ -94,7 +94,7 @@ protected:
         return texts;
     }
     FakeChild* addChild(const QString& title, const QString& tag = {}, const QString& key = {}) {
-        auto* child = new FakeChild(log, tag, key);
+        auto* child = new FakeChild(*window, log, tag, key);
         child->setWindowTitle(title);
         window->AddChildWindow(child);
         return child;

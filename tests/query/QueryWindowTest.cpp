@@ -43,7 +43,6 @@ protected:
         window.resize(1000, 700);
         window.SetLoading(false);
         window.ShowWindow();
-        window.tmr().stop();
     }
     void TearDown() override {
         for (QMdiSubWindow* sub : window.MdiArea()->subWindowList())
@@ -70,7 +69,7 @@ TEST_F(QueryWindowTest, ExecuteShowsGridsAndParseOnlyChecks) {
     frmSQLQuery* form = openQuery();
     ASSERT_TRUE(form);
     EXPECT_EQ(form->Caption(), QStringLiteral("SQL Query Window"));
-    EXPECT_EQ(form->FormType(), 3);
+    EXPECT_EQ(form->FormType(), FormType::Query);
     EXPECT_EQ(form->StatusBar()->PanelText(QStringLiteral("Status")), QStringLiteral("Ready."));
 
     form->txtSQL()->SetText(
