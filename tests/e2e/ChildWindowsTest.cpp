@@ -1,3 +1,4 @@
+#include "Commands.h"
 #include "ChildWindowArea.h"
 #include "CoreDispatch.h"
 #include "DatabaseTree.h"
@@ -73,14 +74,14 @@ protected:
             for (int j = 0; j < list->childCount(); ++j)
                 if (list->child(j)->text(0) == name) {
                     tree.setCurrentItem(list->child(j));
-                    window.DoCommand(2);
+                    window.DoCommand(Command::Edit);
                     return qobject_cast<frmEditObjectText*>(window.ActiveForm());
                 }
         }
         return nullptr;
     }
     frmSQLQuery* openQuery() {
-        window.DoCommand(53);
+        window.DoCommand(Command::NewQueryWindow);
         return qobject_cast<frmSQLQuery*>(window.ActiveForm());
     }
     static QMdiSubWindow* sub(QWidget* form) { return qobject_cast<QMdiSubWindow*>(form->parentWidget()); }
