@@ -559,10 +559,10 @@ void frmEditObjectText::placeWindow() {
         sub->resize(static_cast<int>(msdbCurrent->ChildWindowWidth() / twipsPerPixelX()),
                     static_cast<int>(msdbCurrent->ChildWindowHeight() / twipsPerPixelY()));
         switch (msdbCurrent->ChildWindowState()) {
-        case 1:
+        case WindowState::Minimized:
             sub->showMinimized();
             break;
-        case 2:
+        case WindowState::Maximized:
             sub->showMaximized();
             break;
         default:
@@ -578,7 +578,7 @@ void frmEditObjectText::storeGeometry() {
     if (!sub || !msdbCurrent || mbLoading || sub->isMinimized())
         return;
     const bool maximised = sub->isMaximized();
-    msdbCurrent->SetChildWindowState(maximised ? 2 : 0);
+    msdbCurrent->SetChildWindowState(maximised ? WindowState::Maximized : WindowState::Normal);
     if (!maximised) {
         msdbCurrent->SetChildWindowWidth(static_cast<long>(sub->width() * twipsPerPixelX()));
         msdbCurrent->SetChildWindowHeight(static_cast<long>(sub->height() * twipsPerPixelY()));

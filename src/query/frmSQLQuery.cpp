@@ -452,7 +452,7 @@ void frmSQLQuery::placeWindow() {
     if (msdbCurrent && !(sub->windowState() & (Qt::WindowMaximized | Qt::WindowMinimized))) {
         sub->resize(static_cast<int>(msdbCurrent->ChildWindowWidth() / twipsPerPixelX()),
                     static_cast<int>(msdbCurrent->ChildWindowHeight() / twipsPerPixelY()));
-        if (msdbCurrent->ChildWindowState() == 2)
+        if (msdbCurrent->ChildWindowState() == WindowState::Maximized)
             sub->showMaximized();
     }
     mbLoading = false;
@@ -464,7 +464,7 @@ void frmSQLQuery::storeGeometry() {
     if (!sub || !msdbCurrent || mbLoading || sub->isMinimized())
         return;
     const bool maximised = sub->isMaximized();
-    msdbCurrent->SetChildWindowState(maximised ? 2 : 0);
+    msdbCurrent->SetChildWindowState(maximised ? WindowState::Maximized : WindowState::Normal);
     if (!maximised) {
         msdbCurrent->SetChildWindowWidth(static_cast<long>(sub->width() * twipsPerPixelX()));
         msdbCurrent->SetChildWindowHeight(static_cast<long>(sub->height() * twipsPerPixelY()));
