@@ -1,7 +1,7 @@
 # cmake -DTARMO_SRC=<folder> -P CheckUses.cmake
 #
 # Keeps the folder READMEs true. Every folder of sources under TARMO_SRC (src/<name> and
-# src/platform/<name>) has one line in its README.md of the form
+# src/platform/<name>) has a README.md, and in it one line of the form
 #     Uses: platform/common, sql, Qt Widgets
 # naming the other folders it may use, by their path under src/; names that are no folder (Qt, SQLite,
 # unixODBC, QScintilla, ...) are ignored. Includes are by bare file name, so a quoted include names
@@ -14,14 +14,16 @@ if(NOT TARMO_SRC)
 endif()
 get_filename_component(TARMO_SRC "${TARMO_SRC}" ABSOLUTE)
 
-# The folders: every folder with a README directly under src/ or src/platform/.
-file(GLOB readmes "${TARMO_SRC}/*/README.md" "${TARMO_SRC}/platform/*/README.md")
+# The folders: every folder with sources or a README directly under src/ or src/platform/.
+file(GLOB members "${TARMO_SRC}/*/*.h" "${TARMO_SRC}/*/*.cpp" "${TARMO_SRC}/*/README.md"
+     "${TARMO_SRC}/platform/*/*.h" "${TARMO_SRC}/platform/*/*.cpp" "${TARMO_SRC}/platform/*/README.md")
 set(folders)
-foreach(readme ${readmes})
-  get_filename_component(dir "${readme}" DIRECTORY)
+foreach(member ${members})
+  get_filename_component(dir "${member}" DIRECTORY)
   file(RELATIVE_PATH folder "${TARMO_SRC}" "${dir}")
   list(APPEND folders "${folder}")
 endforeach()
+list(REMOVE_DUPLICATES folders)
 list(SORT folders)
 
 set(problems)
@@ -41,6 +43,10 @@ endforeach()
 
 foreach(folder ${folders})
   set(readme "${TARMO_SRC}/${folder}/README.md")
+  if(NOT EXISTS "${readme}")
+    list(APPEND problems "src/${folder} has no README.md to say what it holds and uses")
+    continue()
+  endif()
   file(STRINGS "${readme}" uses_lines REGEX "^Uses:")
   list(LENGTH uses_lines count)
   if(NOT count EQUAL 1)
