@@ -3,6 +3,7 @@
 #include "Globals.h"
 #include "OdbcConnection.h"
 #include "ProjectWindow.h"
+#include "ScreenMetrics.h"
 #include "TARMODatabase.h"
 #include "TARMOSQL.h"
 #include "TARMOVSS.h"
@@ -87,6 +88,7 @@ void frmInitialize::tmr_Timer() {
 
     SetStatus(QStringLiteral("Initializing %1 Database").arg(product));
     gDatabase = std::make_unique<TARMODatabase>();
+    gDatabase->SetScreen(ScreenMetrics::Current());
     // The settings choose the ODBC driver for real servers; the environment still can when they don't.
     if (!gDatabase->ODBCDriver().isEmpty())
         OdbcConnection::SetDriverName(gDatabase->ODBCDriver());

@@ -20,9 +20,6 @@ double twipsPerPixelX() {
 double twipsPerPixelY() {
     return ScreenMetrics::Current().twipsPerPixelY;
 }
-// What the settings keep as the child windows' state.
-constexpr long stateNormal = 0;
-constexpr long stateMaximized = 2;
 } // namespace
 
 EditorChildWindow::EditorChildWindow(mdiMain& main, QWidget* parent)
@@ -191,7 +188,7 @@ void EditorChildWindow::placeWindow() {
         sub->resize(static_cast<int>(msdbCurrent->ChildWindowWidth() / twipsPerPixelX()),
                     static_cast<int>(msdbCurrent->ChildWindowHeight() / twipsPerPixelY()));
         // The settings know normal and maximized only: a window never opens minimized.
-        if (msdbCurrent->ChildWindowState() == stateMaximized)
+        if (msdbCurrent->ChildWindowState() == WindowState::Maximized)
             sub->showMaximized();
     }
     mbPlacing = false;
@@ -205,7 +202,7 @@ void EditorChildWindow::storeGeometry() {
     if (!sub || !msdbCurrent || !mbPlaced || mbPlacing || mbClosing || sub->isMinimized())
         return;
     const bool maximised = sub->isMaximized();
-    msdbCurrent->SetChildWindowState(maximised ? stateMaximized : stateNormal);
+    msdbCurrent->SetChildWindowState(maximised ? WindowState::Maximized : WindowState::Normal);
     if (!maximised) {
         msdbCurrent->SetChildWindowWidth(static_cast<long>(sub->width() * twipsPerPixelX()));
         msdbCurrent->SetChildWindowHeight(static_cast<long>(sub->height() * twipsPerPixelY()));

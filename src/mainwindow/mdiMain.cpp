@@ -12,8 +12,6 @@
 #include "TARMODatabase.h"
 #include "TARMOError.h"
 #include "TARMOProject.h"
-#include "TARMOSQL.h"
-#include "TARMOVSS.h"
 #include "UserPrompts.h"
 #include "frmAbout.h"
 #include "frmProjectBrowser.h"
@@ -215,29 +213,20 @@ void mdiMain::buildStatusBar() {
     msbrMain->AddPanel(QString(), 64, true);
     const TARMOProject* project = msdbCurrent ? msdbCurrent->Project().get() : nullptr;
     if (project) {
-        TARMOSQL& sql = project->SQL();
-        QString user = sql.UserName();
-        QString databaseUser;
-        try {
-            databaseUser = sql.DatabaseUserName();
-        } catch (const TARMOError&) {
-            // The status bar shows what it can; a lost connection tells the user elsewhere.
-        }
-        if (!databaseUser.isEmpty() && databaseUser.toLower() != user.toLower())
-            user += QStringLiteral(" (") + databaseUser + QLatin1Char(')');
-        msbrMain->SetPanelText(2, project->Name());
-        msbrMain->SetPanelText(3, sql.Server());
-        msbrMain->SetPanelText(4, sql.Database());
-        msbrMain->SetPanelText(5, user);
-        msbrMain->SetPanelText(7, project->VSS().Project());
-        msbrMain->SetPanelText(8, project->VSS().UserName());
+        const ProjectSummary summary = project->Summary();
+        msbrMain->SetPanelText(2, summary.name);
+        msbrMain->SetPanelText(3, summary.server);
+        msbrMain->SetPanelText(4, summary.database);
+        msbrMain->SetPanelText(5, summary.user);
+        msbrMain->SetPanelText(7, summary.storeProject);
+        msbrMain->SetPanelText(8, summary.storeUser);
     }
     msbrMain->setVisible(!msdbCurrent || msdbCurrent->ShowMainStatusBar());
 }
 
-void mdiMain::SetGeometry(long height, long width, long windowState) {
+void mdiMain::SetGeometry(long height, long width, ::WindowState windowState) {
     resize(toPixels(width), toPixels(height));
-    setWindowState(windowState == 2 ? Qt::WindowMaximized : Qt::WindowNoState);
+    setWindowState(windowState == ::WindowState::Maximized ? Qt::WindowMaximized : Qt::WindowNoState);
 }
 
 void mdiMain::SetDatabaseTreeVisible(bool visible) {
@@ -293,9 +282,9 @@ void mdiMain::resizeEvent(QResizeEvent* event) {
     if (mbLoading || !msdbCurrent || !isVisible())
         return;
     if (windowState() & Qt::WindowMaximized) {
-        msdbCurrent->SetWindowState(2);
+        msdbCurrent->SetWindowState(::WindowState::Maximized);
     } else if (!(windowState() & Qt::WindowMinimized)) {
-        msdbCurrent->SetWindowState(0);
+        msdbCurrent->SetWindowState(::WindowState::Normal);
         msdbCurrent->SetWindowHeight(toTwips(height()));
         msdbCurrent->SetWindowWidth(toTwips(width()));
     }
@@ -305,7 +294,8 @@ void mdiMain::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
     if (event->type() == QEvent::WindowStateChange && !mbLoading && msdbCurrent && isVisible() &&
         !(windowState() & Qt::WindowMinimized))
-        msdbCurrent->SetWindowState(windowState() & Qt::WindowMaximized ? 2 : 0);
+        msdbCurrent->SetWindowState(windowState() & Qt::WindowMaximized ? ::WindowState::Maximized
+                                                                        : ::WindowState::Normal);
 }
 
 // --- The tree and its panel

@@ -50,7 +50,7 @@ public:
     // Builds the tree, the context panel, the menus, toolbars, status bar and the shortcut table for
     // the project just opened. A width (twips) above 0 becomes the tree panel's width.
     void InitDBT(long lngWidth = -1) override;
-    void SetGeometry(long height, long width, long windowState) override;
+    void SetGeometry(long height, long width, ::WindowState windowState) override;
     void SetDatabaseTreeVisible(bool visible) override;
     void SetExtraPanelVisible(bool visible) override;
     void ShowWindow() override;

@@ -339,7 +339,7 @@ TEST_F(EditRoadTest, AWindowOpensAtTheSizeTheUserLastGaveOne) {
     const double twips = ScreenMetrics::Current().twipsPerPixelX;
     EXPECT_EQ(database.ChildWindowWidth(), static_cast<long>(600 * twips));
     EXPECT_EQ(database.ChildWindowHeight(), static_cast<long>(420 * ScreenMetrics::Current().twipsPerPixelY));
-    EXPECT_EQ(database.ChildWindowState(), 0);
+    EXPECT_EQ(database.ChildWindowState(), WindowState::Normal);
     form->CloseItem(false);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 

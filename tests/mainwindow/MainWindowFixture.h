@@ -44,7 +44,7 @@ protected:
         window->Init(*database);
         window->SetCaption(QStringLiteral("Sales - TARMO"));
         window->InitDBT(2865);
-        window->SetGeometry(8580, 12000, 0);
+        window->SetGeometry(8580, 12000, WindowState::Normal);
         window->SetLoading(false);
         window->ShowWindow();
     }

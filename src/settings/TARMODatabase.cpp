@@ -2,7 +2,6 @@
 
 #include "GeneralHelpers.h"
 #include "KeyStore.h"
-#include "ScreenMetrics.h"
 
 #include <QDir>
 
@@ -29,6 +28,11 @@ std::optional<long> asLong(const QString& text) {
     if (!value || *value < std::numeric_limits<int>::min() || *value > std::numeric_limits<int>::max())
         return std::nullopt;
     return static_cast<long>(std::nearbyint(*value));
+}
+
+// A window is put back normal or maximized; anything else stored (minimized too) means normal.
+WindowState restoredState(long stored) {
+    return stored == static_cast<long>(WindowState::Maximized) ? WindowState::Maximized : WindowState::Normal;
 }
 
 } // namespace
@@ -105,29 +109,28 @@ void TARMODatabase::SetOpenMostRecent(bool value) {
 }
 
 long TARMODatabase::WindowHeight() const {
-    return readBounded(QStringLiteral("WinHeight"), 8580, 1001, ScreenMetrics::Current().HeightTwips());
+    return readBounded(QStringLiteral("WinHeight"), 8580, 1001, mScreen.HeightTwips());
 }
 void TARMODatabase::SetWindowHeight(long value) {
     writeLong(QStringLiteral("WinHeight"), value);
 }
 
 long TARMODatabase::WindowWidth() const {
-    return readBounded(QStringLiteral("WinWidth"), 10320, 1001, ScreenMetrics::Current().WidthTwips());
+    return readBounded(QStringLiteral("WinWidth"), 10320, 1001, mScreen.WidthTwips());
 }
 void TARMODatabase::SetWindowWidth(long value) {
     writeLong(QStringLiteral("WinWidth"), value);
 }
 
-long TARMODatabase::WindowState() const {
-    const auto value = asLong(SettingText(QStringLiteral("WinState")));
-    return value && (*value == 0 || *value == 2) ? *value : 0;
+::WindowState TARMODatabase::WindowState() const {
+    return restoredState(asLong(SettingText(QStringLiteral("WinState"))).value_or(0));
 }
-void TARMODatabase::SetWindowState(long value) {
-    writeLong(QStringLiteral("WinState"), value);
+void TARMODatabase::SetWindowState(::WindowState value) {
+    writeLong(QStringLiteral("WinState"), static_cast<long>(value));
 }
 
 long TARMODatabase::DBTWidth() const {
-    return readBounded(QStringLiteral("DatabaseListWidth"), 2865, 1, ScreenMetrics::Current().WidthTwips());
+    return readBounded(QStringLiteral("DatabaseListWidth"), 2865, 1, mScreen.WidthTwips());
 }
 void TARMODatabase::SetDBTWidth(long value) {
     writeLong(QStringLiteral("DatabaseListWidth"), value);
@@ -148,7 +151,7 @@ void TARMODatabase::SetExtraPanelVisible(bool value) {
 }
 
 long TARMODatabase::ExtraPanelHeight() const {
-    return readBounded(QStringLiteral("ExtraInfoHeight"), -1, 1, ScreenMetrics::Current().heightPixels);
+    return readBounded(QStringLiteral("ExtraInfoHeight"), -1, 1, mScreen.heightPixels);
 }
 void TARMODatabase::SetExtraPanelHeight(long value) {
     writeLong(QStringLiteral("ExtraInfoHeight"), value);
@@ -252,12 +255,11 @@ void TARMODatabase::SetShowPermissionsInEditor(int value) {
     writeLong(QStringLiteral("ShowPermissionsInEditor"), value);
 }
 
-long TARMODatabase::ChildWindowState() const {
-    const long value = readWhole(QStringLiteral("ChildWindowState"), 0, 0);
-    return value == 0 || value == 2 ? value : 0;
+::WindowState TARMODatabase::ChildWindowState() const {
+    return restoredState(readWhole(QStringLiteral("ChildWindowState"), 0, 0));
 }
-void TARMODatabase::SetChildWindowState(long value) {
-    writeLong(QStringLiteral("ChildWindowState"), value);
+void TARMODatabase::SetChildWindowState(::WindowState value) {
+    writeLong(QStringLiteral("ChildWindowState"), static_cast<long>(value));
 }
 
 long TARMODatabase::ChildWindowWidth() const {
@@ -275,30 +277,28 @@ void TARMODatabase::SetChildWindowHeight(long value) {
 }
 
 long TARMODatabase::diffLeft() const {
-    return readBounded(QStringLiteral("DiffLeft"), 100, 1, ScreenMetrics::Current().widthPixels);
+    return readBounded(QStringLiteral("DiffLeft"), 100, 1, mScreen.widthPixels);
 }
 void TARMODatabase::SetdiffLeft(long value) {
     writeLong(QStringLiteral("DiffLeft"), value);
 }
 
 long TARMODatabase::diffTop() const {
-    return readBounded(QStringLiteral("DiffTop"), 100, 1, ScreenMetrics::Current().heightPixels);
+    return readBounded(QStringLiteral("DiffTop"), 100, 1, mScreen.heightPixels);
 }
 void TARMODatabase::SetdiffTop(long value) {
     writeLong(QStringLiteral("DiffTop"), value);
 }
 
 long TARMODatabase::diffRight() const {
-    return readBounded(QStringLiteral("DiffRight"), 600, diffLeft() + 1,
-                       ScreenMetrics::Current().widthPixels);
+    return readBounded(QStringLiteral("DiffRight"), 600, diffLeft() + 1, mScreen.widthPixels);
 }
 void TARMODatabase::SetdiffRight(long value) {
     writeLong(QStringLiteral("DiffRight"), value);
 }
 
 long TARMODatabase::diffBottom() const {
-    return readBounded(QStringLiteral("DiffBottom"), 400, diffTop() + 1,
-                       ScreenMetrics::Current().heightPixels);
+    return readBounded(QStringLiteral("DiffBottom"), 400, diffTop() + 1, mScreen.heightPixels);
 }
 void TARMODatabase::SetdiffBottom(long value) {
     writeLong(QStringLiteral("DiffBottom"), value);

@@ -3,19 +3,8 @@
 #include <QGuiApplication>
 #include <QScreen>
 
-#include <optional>
-
-namespace {
-std::optional<ScreenMetrics>& overridden() {
-    static std::optional<ScreenMetrics> metrics;
-    return metrics;
-}
-} // namespace
-
-ScreenMetrics ScreenMetrics::Current() {
-    if (overridden())
-        return *overridden();
-    ScreenMetrics metrics;
+ScreenSize ScreenMetrics::Current() {
+    ScreenSize metrics;
     if (qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
         if (const QScreen* screen = QGuiApplication::primaryScreen()) {
             const auto size = screen->size();
@@ -28,11 +17,4 @@ ScreenMetrics ScreenMetrics::Current() {
         }
     }
     return metrics;
-}
-
-void ScreenMetrics::Override(const ScreenMetrics* metrics) {
-    if (metrics)
-        overridden() = *metrics;
-    else
-        overridden().reset();
 }

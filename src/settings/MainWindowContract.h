@@ -1,5 +1,7 @@
 #pragma once
 
+#include "WindowState.h"
+
 #include <QString>
 
 #include <functional>
@@ -19,8 +21,8 @@ public:
     virtual void SetCaption(const QString& caption) = 0;
     // Builds the top of the Database Tree; the width is in twips.
     virtual void InitDBT(long dbtWidth) = 0;
-    // Height and width in twips; state 0 normal, 2 maximized. Applied in this order.
-    virtual void SetGeometry(long height, long width, long windowState) = 0;
+    // Height and width in twips, then the state (normal or maximized).
+    virtual void SetGeometry(long height, long width, WindowState windowState) = 0;
     virtual void SetDatabaseTreeVisible(bool visible) = 0;
     virtual void SetExtraPanelVisible(bool visible) = 0;
     virtual void ShowWindow() = 0;

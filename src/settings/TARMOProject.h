@@ -7,6 +7,18 @@
 class TARMOSQL;
 class TARMOVSS;
 
+// Where an open project points, as the windows above the core show it, so that they need not reach
+// into the two gateways themselves.
+struct ProjectSummary {
+    QString name;
+    QString server;
+    QString database;
+    // The login, followed by " (<database user>)" when the database knows it under another name.
+    QString user;
+    QString storeProject;
+    QString storeUser;
+};
+
 // One project: a SQL Server database, a version store project and a working folder, with the
 // logins for both. It owns its two connections, which are not connected at creation.
 class TARMOProject {
@@ -27,6 +39,9 @@ public:
 
     TARMOSQL& SQL() const { return *mSQL; }
     TARMOVSS& VSS() const { return *mVSS; }
+
+    // Reads the database user from the server; without a connection the login stands alone.
+    ProjectSummary Summary() const;
 
     // True unless the store is connected and its SyncHistory item holds something.
     bool IsFirstUserToConnect() const;

@@ -154,8 +154,8 @@ public:
     void Init(TARMODatabase&) override { calls << QStringLiteral("Init"); }
     void SetCaption(const QString& caption) override { calls << caption; }
     void InitDBT(long width) override { calls << QStringLiteral("InitDBT %1").arg(width); }
-    void SetGeometry(long h, long w, long state) override {
-        calls << QStringLiteral("%1x%2 %3").arg(h).arg(w).arg(state);
+    void SetGeometry(long h, long w, WindowState state) override {
+        calls << QStringLiteral("%1x%2 %3").arg(h).arg(w).arg(static_cast<long>(state));
     }
     void SetDatabaseTreeVisible(bool v) override { calls << QStringLiteral("Tree=%1").arg(v); }
     void SetExtraPanelVisible(bool v) override { calls << QStringLiteral("Extra=%1").arg(v); }

@@ -1,6 +1,5 @@
 #include "GeneralHelpers.h"
 #include "KeyStore.h"
-#include "ScreenMetrics.h"
 #include "TARMODatabase.h"
 #include "TestSupport.h"
 
@@ -13,11 +12,7 @@ namespace {
 // A screen of 1000 x 600 pixels at 15 twips per pixel: 15000 x 9000 twips.
 class SettingsTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ScreenMetrics screen{1000, 600, 15.0, 15.0};
-        ScreenMetrics::Override(&screen);
-    }
-    void TearDown() override { ScreenMetrics::Override(nullptr); }
+    void SetUp() override { db.SetScreen(ScreenSize{1000, 600, 15.0, 15.0}); }
 
     void store(const QString& name, const QString& text) {
         db.SettingsRegistry().WriteValue(Registry::HKEY_CURRENT_USER, TARMODatabase::SettingsKey, name, text);
@@ -33,7 +28,7 @@ TEST_F(SettingsTest, EmptyStoreGivesEveryDefault) {
     EXPECT_FALSE(db.OpenMostRecent());
     EXPECT_EQ(db.WindowHeight(), 8580);
     EXPECT_EQ(db.WindowWidth(), 10320);
-    EXPECT_EQ(db.WindowState(), 0);
+    EXPECT_EQ(db.WindowState(), WindowState::Normal);
     EXPECT_EQ(db.DBTWidth(), 2865);
     EXPECT_TRUE(db.DBTVisible());
     EXPECT_TRUE(db.ExtraPanelVisible());
@@ -68,22 +63,21 @@ TEST_F(SettingsTest, ScreenBoundsOnReading) {
     store(QStringLiteral("ExtraInfoHeight"), QStringLiteral("600"));
     EXPECT_EQ(db.ExtraPanelHeight(), -1);
     EXPECT_EQ(db.SettingText(QStringLiteral("ExtraInfoHeight")), QStringLiteral("600"));
-    ScreenMetrics larger{1000, 800, 15.0, 15.0};
-    ScreenMetrics::Override(&larger);
+    db.SetScreen(ScreenSize{1000, 800, 15.0, 15.0});
     EXPECT_EQ(db.ExtraPanelHeight(), 600) << "bounds are taken at the time of each read";
 }
 
 TEST_F(SettingsTest, CodesAndWholeNumbers) {
     store(QStringLiteral("WinState"), QStringLiteral("1"));
-    EXPECT_EQ(db.WindowState(), 0);
+    EXPECT_EQ(db.WindowState(), WindowState::Normal);
     store(QStringLiteral("WinState"), QStringLiteral("2"));
-    EXPECT_EQ(db.WindowState(), 2);
+    EXPECT_EQ(db.WindowState(), WindowState::Maximized);
     store(QStringLiteral("ChildWindowWidth"), QStringLiteral("12.5"));
     EXPECT_EQ(db.ChildWindowWidth(), 5000);
     store(QStringLiteral("ChildWindowWidth"), QStringLiteral(" 600 "));
     EXPECT_EQ(db.ChildWindowWidth(), 600);
     store(QStringLiteral("ChildWindowState"), QStringLiteral("1"));
-    EXPECT_EQ(db.ChildWindowState(), 0);
+    EXPECT_EQ(db.ChildWindowState(), WindowState::Normal);
     store(QStringLiteral("ShowPermissionsInDBT"), QStringLiteral("3"));
     EXPECT_EQ(db.ShowPermissionsInDBT(), 0);
     db.SetShowPermissionsInDBT(2);
@@ -131,4 +125,20 @@ TEST_F(SettingsTest, DefaultTextsLiveInTheUsersFolder) {
     EXPECT_EQ(db.GetDefaultText(QStringLiteral("STOREDPROCEDURE")),
               QStringLiteral("CREATE PROCEDURE <NAME>\r\nAS\r\n"));
     EXPECT_TRUE(QFile::exists(UserFolder() + QStringLiteral("/STOREDPROCEDURE.default")));
+}
+
+TEST_F(SettingsTest, WindowsComeBackNormalOrMaximizedOnly) {
+    db.SetWindowState(WindowState::Maximized);
+    db.SetChildWindowState(WindowState::Maximized);
+    EXPECT_EQ(db.WindowState(), WindowState::Maximized);
+    EXPECT_EQ(db.ChildWindowState(), WindowState::Maximized);
+    db.SetWindowState(WindowState::Minimized);
+    db.SetChildWindowState(WindowState::Minimized);
+    EXPECT_EQ(db.WindowState(), WindowState::Normal);
+    EXPECT_EQ(db.ChildWindowState(), WindowState::Normal);
+    // The main window's state was always read rounded, a child window's only as a whole number.
+    store(QStringLiteral("WinState"), QStringLiteral("2.4"));
+    store(QStringLiteral("ChildWindowState"), QStringLiteral("2.4"));
+    EXPECT_EQ(db.WindowState(), WindowState::Maximized);
+    EXPECT_EQ(db.ChildWindowState(), WindowState::Normal);
 }

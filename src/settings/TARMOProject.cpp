@@ -1,5 +1,6 @@
 #include "TARMOProject.h"
 
+#include "TARMOError.h"
 #include "TARMOSQL.h"
 #include "TARMOVSS.h"
 
@@ -12,6 +13,25 @@ TARMOProject::TARMOProject()
     , mVSS(std::make_unique<TARMOVSS>()) {}
 
 TARMOProject::~TARMOProject() = default;
+
+ProjectSummary TARMOProject::Summary() const {
+    ProjectSummary summary;
+    summary.name = mName;
+    summary.server = mSQL->Server();
+    summary.database = mSQL->Database();
+    summary.user = mSQL->UserName();
+    QString databaseUser;
+    try {
+        databaseUser = mSQL->DatabaseUserName();
+    } catch (const TARMOError&) {
+        // A summary shows what it can; a lost connection tells the user elsewhere.
+    }
+    if (!databaseUser.isEmpty() && databaseUser.toLower() != summary.user.toLower())
+        summary.user += QStringLiteral(" (") + databaseUser + QLatin1Char(')');
+    summary.storeProject = mVSS->Project();
+    summary.storeUser = mVSS->UserName();
+    return summary;
+}
 
 bool TARMOProject::IsFirstUserToConnect() const {
     if (!mVSS->ConnectionOpen() || !mVSS->ItemExists(SyncHistoryItem))

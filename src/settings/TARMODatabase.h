@@ -2,8 +2,10 @@
 
 #include "MainWindowContract.h"
 #include "Registry.h"
+#include "ScreenSize.h"
 #include "TARMOProject.h"
 #include "TARMOProjects.h"
+#include "WindowState.h"
 
 #include <QString>
 #include <QStringList>
@@ -21,6 +23,10 @@ public:
     explicit TARMODatabase(std::shared_ptr<KeyStore> store);
 
     Registry& SettingsRegistry() { return mRegistry; }
+
+    // The screen that bounds the remembered window sizes and places.
+    const ScreenSize& Screen() const { return mScreen; }
+    void SetScreen(const ScreenSize& screen) { mScreen = screen; }
 
     // --- Projects
     const std::shared_ptr<TARMOProject>& Project() const { return mProject; }
@@ -59,8 +65,8 @@ public:
     void SetWindowHeight(long value);
     long WindowWidth() const;
     void SetWindowWidth(long value);
-    long WindowState() const;
-    void SetWindowState(long value);
+    ::WindowState WindowState() const; // Normal or Maximized
+    void SetWindowState(::WindowState value);
     long DBTWidth() const;
     void SetDBTWidth(long value);
     bool DBTVisible() const;
@@ -101,8 +107,8 @@ public:
     void SetShowPermissionsInEditor(int value);
 
     // --- Child windows (twips)
-    long ChildWindowState() const;
-    void SetChildWindowState(long value);
+    ::WindowState ChildWindowState() const; // Normal or Maximized
+    void SetChildWindowState(::WindowState value);
     long ChildWindowWidth() const;
     void SetChildWindowWidth(long value);
     long ChildWindowHeight() const;
@@ -157,6 +163,7 @@ private:
     std::shared_ptr<RegistryKey> ProjectsRoot(bool withValues) const;
 
     Registry mRegistry;
+    ScreenSize mScreen;
     std::shared_ptr<TARMOProject> mProject;
     MainWindowFactory mMainWindowFactory;
     MainWindowContract* mMainWindow = nullptr;
