@@ -41,7 +41,7 @@ protected:
         ASSERT_EQ(project->VSS().OpenConnection(), QString());
         database.SetProject(project);
         database.SetShowCommentPrompt(false);
-        database.SetChildWindowState(0);
+        database.SetChildWindowState(WindowState::Normal);
 
         window.AdoptDispatch(std::make_unique<CoreDispatch>(database));
         frmEditObjectText::Install(window);
@@ -119,15 +119,15 @@ TEST_F(ChildWindowsTest, BothKindsOpenAtTheSizeAndStateTheOtherKindLeft) {
 
     // Minimizing keeps what was remembered; maximizing is remembered as a state, not a size.
     sub(second)->showMinimized();
-    EXPECT_EQ(database.ChildWindowState(), 0);
+    EXPECT_EQ(database.ChildWindowState(), WindowState::Normal);
     EXPECT_EQ(database.ChildWindowWidth(), static_cast<long>(520 * twipsX));
     sub(second)->showMaximized();
-    EXPECT_EQ(database.ChildWindowState(), 2);
+    EXPECT_EQ(database.ChildWindowState(), WindowState::Maximized);
     EXPECT_EQ(database.ChildWindowWidth(), static_cast<long>(520 * twipsX));
 
     // Back to normal, the size from before comes back with the next window.
     sub(second)->showNormal();
-    EXPECT_EQ(database.ChildWindowState(), 0);
+    EXPECT_EQ(database.ChildWindowState(), WindowState::Normal);
     closeAll();
     query = openQuery();
     ASSERT_NE(query, nullptr);
