@@ -227,6 +227,22 @@ void TARMOObjectList::refresh(bool& bCancel, bool withDescriptions) {
         CompletedCurrentStatus();
 }
 
+bool TARMOObjectList::rekeyFile(const QString& fileName, const QString& newFileName) {
+    StoreTraffic::StoreCall();
+    if (!mVSS->RenameItem(fileName, newFileName))
+        return false;
+    const QString description = fileName + TARMODescription::Extension;
+    const QString newDescription = newFileName + TARMODescription::Extension;
+    StoreTraffic::StoreCall();
+    mVSS->RenameItem(description, newDescription, true, true);
+    if (auto text = mDescriptions.find(description.toLower()); text != mDescriptions.end()) {
+        const QString value = *text;
+        mDescriptions.erase(text);
+        mDescriptions.insert(newDescription.toLower(), value);
+    }
+    return true;
+}
+
 void TARMOObjectList::refreshFromStore(TARMOVSSItems& files, long& current, long total, bool& bCancel) {
     const QString ext = mKind->VSSExt();
     // The files that no object of the catalogue explains: their texts in one read.
@@ -253,11 +269,7 @@ void TARMOObjectList::refreshFromStore(TARMOVSSItems& files, long& current, long
             StoreTraffic::Statements();
             const QString id = mSQL->GetObjectID(name, owner);
             if (!id.isEmpty()) {
-                StoreTraffic::StoreCall();
-                if (mVSS->RenameItem(fileName, id + ext)) {
-                    StoreTraffic::StoreCall();
-                    mVSS->RenameItem(fileName + TARMODescription::Extension,
-                                     id + ext + TARMODescription::Extension, true, true);
+                if (rekeyFile(fileName, id + ext)) {
                     base = id;
                     fileName = id + ext;
                     StoreTraffic::StoreCall();
@@ -283,8 +295,7 @@ void TARMOObjectList::refreshFromStore(TARMOVSSItems& files, long& current, long
             const QString id = found.isEmpty() ? QString() : FindIDByName(found);
             if (!id.isEmpty()) {
                 // Dropped and created again: the file takes the new id.
-                StoreTraffic::StoreCall();
-                if (mVSS->RenameItem(fileName, id + ext)) {
+                if (rekeyFile(fileName, id + ext)) {
                     if (Object recreated = exact(id)) {
                         recreated->SetInVSS(true);
                         recreated->SetCheckedOutBy(holder);

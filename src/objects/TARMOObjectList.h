@@ -135,6 +135,8 @@ private:
     void refresh(bool& bCancel, bool withDescriptions);
     void refreshFromCatalogue(long& current, long total, bool& bCancel);
     void refreshFromStore(TARMOVSSItems& files, long& current, long total, bool& bCancel);
+    // Gives a file the name of a new id; its description item (and the text read of it) goes along.
+    bool rekeyFile(const QString& fileName, const QString& newFileName);
     void dropObjectsInNeitherStore();
     QString nameInText(const QString& text) const;
 

@@ -35,6 +35,11 @@ public:
     // "" for a table, which has none.
     QString Description() const;
     // A table has no second store: the synchronizations give False.
+    bool SyncAdd(StoreLocation location) const;
+    bool SyncChange(StoreLocation location) const;
+    bool SyncRemove(StoreLocation location) const;
+    // The number form that the main window's command table passes; a number that names no store
+    // gives False.
     bool SyncAdd(long lngLocation) const;
     bool SyncChange(long lngLocation) const;
     bool SyncRemove(long lngLocation) const;

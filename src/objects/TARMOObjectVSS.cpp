@@ -213,16 +213,18 @@ bool TARMOObjectVSS::SQLAndVSSDiffer() {
     return !modParser::SQLTextsEqual(stored, compiled, true, true);
 }
 
-QString TARMOObjectVSS::GetContent(int getContentLocation, long VersionNumber, bool GetAlterContent) {
+QString TARMOObjectVSS::GetContent(StoreLocation getContentLocation, long VersionNumber,
+                                   bool GetAlterContent) {
     QString text;
-    if (getContentLocation == LocationVSS) {
+    switch (getContentLocation) {
+    case StoreLocation::VersionStore:
         StoreTraffic::StoreCall();
         text = mVSS->ItemContent(ItemName(), false, VersionNumber);
-    } else if (getContentLocation == LocationSQL) {
+        break;
+    case StoreLocation::SqlServer:
         StoreTraffic::Statements(2);
         text = mSQL->GetObjectText(mDBID);
-    } else {
-        return QString();
+        break;
     }
     if (GetAlterContent)
         text = modParser::ReplaceFirstWord(text, QStringLiteral("CREATE"), QStringLiteral("ALTER"));
@@ -574,7 +576,7 @@ QString TARMOObjectVSS::qualifiedDisplayName() const {
     return mOwner.isEmpty() ? mName : mOwner + QLatin1Char('.') + mName;
 }
 
-bool TARMOObjectVSS::SyncAdd(long addLocation) {
+bool TARMOObjectVSS::SyncAdd(StoreLocation addLocation) {
     const QString where = addLocation == LocationVSS ? QStringLiteral("VSS") : QStringLiteral("SQL");
     try {
         if (addLocation == LocationVSS) {
@@ -586,15 +588,29 @@ bool TARMOObjectVSS::SyncAdd(long addLocation) {
             mInVSS = true;
             return true;
         }
-        if (addLocation != LocationSQL)
-            return false;
         StoreTraffic::StoreCall();
         const QString text = mVSS->ItemContent(ItemName(), false);
+        // The item is renamed after the id of what the text creates: a text that creates nothing
+        // would leave it under a name no list shows.
+        if (modParser::FindNameAfterKeywords(mParse, text).isEmpty()) {
+            critical(QStringLiteral("Could not add the item ") + qualifiedDisplayName() +
+                         QStringLiteral(" to SQL: its text holds no ") + KeywordListText(mParse) +
+                         QStringLiteral(" statement."),
+                     QStringLiteral("Item not added"));
+            return false;
+        }
         StoreTraffic::Statements();
         mSQL->ExecuteSQL(text);
-        mInSQL = true;
         StoreTraffic::Statements();
         const QString id = mSQL->GetObjectID(mName, mOwner.isEmpty() ? QStringLiteral("dbo") : mOwner);
+        if (id.isEmpty()) {
+            critical(QStringLiteral("Could not add the item ") + qualifiedDisplayName() +
+                         QStringLiteral(" to SQL: after running its text, the object could not be located "
+                                        "in the database."),
+                     QStringLiteral("Item not added"));
+            return false;
+        }
+        mInSQL = true;
         if (id != mDBID) {
             // The file is named by the id, which the server gives anew; the description goes with it.
             const QString oldItem = ItemName();
@@ -614,20 +630,17 @@ bool TARMOObjectVSS::SyncAdd(long addLocation) {
     }
 }
 
-bool TARMOObjectVSS::SyncRemove(long removeLocation) {
+bool TARMOObjectVSS::SyncRemove(StoreLocation removeLocation) {
     if (removeLocation == LocationVSS) {
         StoreTraffic::StoreCall();
         return mVSS->RemoveItem(ItemName(), false);
     }
-    if (removeLocation == LocationSQL) {
-        StoreTraffic::Statements();
-        mSQL->ExecuteSQL(DropScript());
-        return true;
-    }
-    return false;
+    StoreTraffic::Statements();
+    mSQL->ExecuteSQL(DropScript());
+    return true;
 }
 
-bool TARMOObjectVSS::SyncChange(long chngLocation) {
+bool TARMOObjectVSS::SyncChange(StoreLocation chngLocation) {
     const QString where = chngLocation == LocationVSS ? QStringLiteral("VSS") : QStringLiteral("SQL");
     try {
         if (chngLocation == LocationVSS) {
@@ -636,8 +649,6 @@ bool TARMOObjectVSS::SyncChange(long chngLocation) {
             StoreTraffic::StoreCall();
             return mVSS->ChangeItemContent(ItemName(), text, QStringLiteral("Synchronization"), false);
         }
-        if (chngLocation != LocationSQL)
-            return false;
         StoreTraffic::StoreCall();
         const QString text = mVSS->ItemContent(ItemName(), false);
         StoreTraffic::Statements();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "StoreLocation.h"
 #include "TARMODescription.h"
 #include "TARMOFields.h"
 #include "TARMOHistoryData.h"
@@ -53,9 +54,9 @@ struct TARMODateSummaryEntry {
 // matched through the name inside its text.
 class TARMOObjectVSS {
 public:
-    // Store numbers wherever a location is passed.
-    static constexpr int LocationVSS = 1;
-    static constexpr int LocationSQL = 2;
+    // The short names the windows use for the two stores.
+    static constexpr StoreLocation LocationVSS = StoreLocation::VersionStore;
+    static constexpr StoreLocation LocationSQL = StoreLocation::SqlServer;
 
     virtual ~TARMOObjectVSS();
     TARMOObjectVSS(const TARMOObjectVSS&) = delete;
@@ -135,8 +136,8 @@ public:
     // Re-reads the object and gives the record of its node.
     std::unique_ptr<TARMODBTItem> Refresh(bool bShowOwnerInName);
     bool SQLAndVSSDiffer();
-    // Location 1 the store (VersionNumber -1 the latest), 2 SQL Server, other "".
-    QString GetContent(int getContentLocation = LocationVSS, long VersionNumber = -1,
+    // From the store, VersionNumber -1 the latest; SQL Server has only its present text.
+    QString GetContent(StoreLocation getContentLocation = LocationVSS, long VersionNumber = -1,
                        bool GetAlterContent = false);
     virtual TARMOFields GetFields(bool bIncludeNullable = true);
     // The children of the object's node.
@@ -169,12 +170,13 @@ public:
     // strContent is the whole CREATE text. A new object is created and added to the store; an
     // existing one is altered and checked in.
     virtual bool CheckIn(const QString& strContent, const QString& strComment);
-    // Location 1 the store, 2 SQL Server: the object is added there from the other store.
-    bool SyncAdd(long addLocation);
+    // The object is added to the store named from the other store. Adding to SQL Server refuses a
+    // text that creates no object of the kind, and leaves the store item as it was.
+    bool SyncAdd(StoreLocation addLocation);
     // Removes the object from the store named; a failing statement goes to the caller.
-    bool SyncRemove(long removeLocation);
+    bool SyncRemove(StoreLocation removeLocation);
     // The store named takes the other store's text.
-    bool SyncChange(long chngLocation);
+    bool SyncChange(StoreLocation chngLocation);
     // Empty for a kind without permissions, a new object and one that isn't in SQL Server.
     TARMOPermissions GetPermissions(bool bOnlyShowSetPermissions = true, long ListFilter = 0);
 

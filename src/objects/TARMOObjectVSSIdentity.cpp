@@ -220,6 +220,9 @@ bool TARMOObjectVSS::UnDelete(bool) {
     const QString oldItem = ItemName();
     StoreTraffic::StoreCall();
     const QString text = mVSS->ItemContent(oldItem, true, -1, false, true);
+    // An unreadable text was reported by the store; there is nothing to create.
+    if (text.isEmpty())
+        return false;
     QString newID;
     try {
         StoreTraffic::Statements();
@@ -238,13 +241,22 @@ bool TARMOObjectVSS::UnDelete(bool) {
              aborted, Prompt::Icon::Critical);
         return false;
     }
-    mInSQL = true;
     StoreTraffic::StoreCall();
     if (!mVSS->RenameItem(oldItem, newID + mVSSExt, false, false, true)) {
+        // The object made a moment ago goes again, so the deleted object stays as it was; where
+        // the server refuses, the object is what stands in SQL Server, for a synchronization to show.
+        try {
+            StoreTraffic::Statements();
+            mSQL->ExecuteSQL(DropScript());
+        } catch (const TARMOError&) {
+            mDBID = newID;
+            mInSQL = true;
+        }
         show(QStringLiteral("Cannot undelete the Item! There was a problem renaming the VSS file!"), aborted,
              Prompt::Icon::Critical);
         return false;
     }
+    mInSQL = true;
     mDBID = newID;
     mInVSS = true;
     return true;

@@ -37,6 +37,15 @@ QString descriptionOf(const std::exception& e) {
     return QString::fromUtf8(e.what());
 }
 
+// Gives back a check-out after a failed step; the failure that led here is the one to report.
+void undoQuietly(StoreItem& item) {
+    try {
+        item.UndoCheckout(QString());
+    } catch (const std::exception&) {
+        // the store is out of reach: the first error says so
+    }
+}
+
 // A name for a version's text in the working folder that no item has: the time to the second and a
 // random number.
 QString temporaryVersionName() {
@@ -118,7 +127,7 @@ QString TARMOVSS::OpenConnection(const QString& strIniFile, const QString& strUs
     mUserName = userName;
     mPassword = password;
     mProject = project;
-    mGeneralWorkingFolder = folder;
+    SetGeneralWorkingFolder(folder);
     mHasConnected = true;
     return {};
 }
@@ -171,11 +180,12 @@ bool TARMOVSS::RenameItem(const QString& OldName, const QString& NewName, bool b
                         StoreItem item = GetVSSItem(OldName, ItemIsDeleted);
                         if (item.IsCheckedOut() != VSSFILE_NOTCHECKEDOUT)
                             return false;
-                        // A deleted item takes its new name before it comes back, so that a living
-                        // item of the old name can't stand in the way.
-                        item.SetName(NewName);
+                        // A deleted item takes its new name as it comes back, so that a living item of
+                        // the old name can't stand in the way; one step, so a refusal leaves it deleted.
                         if (ItemIsDeleted && item.Deleted())
-                            item.SetDeleted(false);
+                            item.RecoverAs(NewName);
+                        else
+                            item.SetName(NewName);
                         return true;
                     });
 }
@@ -184,8 +194,14 @@ void TARMOVSS::checkinText(StoreItem& item, const QString& ItemName, const QStri
                            const QString& comment) {
     const QString file = GetItemFileName(ItemName);
     item.Checkout(QString(), file);
-    WriteTextFile(file, content);
-    item.Checkin(comment, file);
+    try {
+        WriteTextFile(file, content);
+        item.Checkin(comment, file);
+    } catch (...) {
+        // A text that didn't get in must not leave the item held by nobody's editor.
+        undoQuietly(item);
+        throw;
+    }
 }
 
 bool TARMOVSS::RenameItemWithNewContent(const QString& OldName, const QString& NewName,
@@ -221,10 +237,20 @@ bool TARMOVSS::AddItem(const QString& ItemName, const QString& strContent, bool 
                         QStringLiteral("'."),
                     [&] {
                         if (ItemExists(ItemName, true)) {
-                            // The old item comes back with its history, and the text as a new version.
+                            // The old item comes back with its history, and the text as a new version;
+                            // without the text it goes back to being deleted.
                             StoreItem item = GetVSSItem(ItemName, true);
                             item.SetDeleted(false);
-                            checkinText(item, ItemName, strContent, strComment);
+                            try {
+                                checkinText(item, ItemName, strContent, strComment);
+                            } catch (...) {
+                                try {
+                                    item.SetDeleted(true);
+                                } catch (const std::exception&) {
+                                    // the first error is the one to report
+                                }
+                                throw;
+                            }
                             return true;
                         }
                         const QString file = GetItemFileName(ItemName);

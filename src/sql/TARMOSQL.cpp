@@ -367,14 +367,16 @@ bool TARMOSQL::IsValidObjectName(const QString& ObjectName) {
 
 QStringList TARMOSQL::ExtractOwnerAndItemName(const QString& ObjectName) {
     qsizetype separator = -1;
-    bool inBrackets = false;
+    QChar closing;
     for (qsizetype i = 0; i < ObjectName.size() && separator < 0; ++i) {
         const QChar c = ObjectName[i];
-        if (inBrackets) {
-            if (c == QLatin1Char(']'))
-                inBrackets = false;
+        if (!closing.isNull()) {
+            if (c == closing)
+                closing = QChar();
         } else if (c == QLatin1Char('[')) {
-            inBrackets = true;
+            closing = QLatin1Char(']');
+        } else if (c == QLatin1Char('"')) {
+            closing = QLatin1Char('"');
         } else if (c == QLatin1Char('.')) {
             separator = i;
         }
@@ -382,6 +384,13 @@ QStringList TARMOSQL::ExtractOwnerAndItemName(const QString& ObjectName) {
     QString owner = separator < 0 ? QString() : ObjectName.left(separator);
     QString name = separator < 0 ? ObjectName : ObjectName.mid(separator + 1);
     for (QString* s : {&owner, &name}) {
+        const bool quoted = s->startsWith(QLatin1Char('"')) && s->endsWith(QLatin1Char('"'));
+        const bool bracketed = s->startsWith(QLatin1Char('[')) && s->endsWith(QLatin1Char(']'));
+        if (s->size() >= 2 && (quoted || bracketed)) {
+            const QString delimiter = s->right(1);
+            *s = s->mid(1, s->size() - 2).replace(delimiter + delimiter, delimiter);
+            continue;
+        }
         s->remove(QLatin1Char('['));
         s->remove(QLatin1Char(']'));
     }

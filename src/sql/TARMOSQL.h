@@ -99,7 +99,7 @@ public:
     // or " NULL". lDataType: 0 text, 1 or 3 number, 2 date, 12 always NULL, others "".
     static QString sqlFMTOUT(const QVariant& vData, long lDataType = 0, bool bAddComma = false);
     static bool IsValidObjectName(const QString& ObjectName);
-    // Element 0 the owner, element 1 the name, both without brackets.
+    // Element 0 the owner, element 1 the name, both without brackets or double quotes.
     static QStringList ExtractOwnerAndItemName(const QString& ObjectName);
     // The database user of the present login; "" while closed.
     QString DatabaseUserName();

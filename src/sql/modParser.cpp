@@ -135,19 +135,26 @@ qsizetype findNameRow(const SQLKeywords& keywords, const SQLTokens& rows) {
     return -1;
 }
 
-// Length of the name that starts at row nameRow: the rows that touch each other, optionally
-// stopping at one that opens a parenthesis.
-int nameLength(const SQLTokens& rows, qsizetype nameRow, bool stopAtParenthesis) {
+bool togglesQuotes(const SQLToken& row) {
+    return row.Kind == TokenKind::Word && row.Text.count(QLatin1Char('"')) % 2 == 1;
+}
+
+// Length of the name that starts at row nameRow: the rows that touch each other up to one that opens
+// a parameter list, as in "dbo.P(@a int)". Inside a double-quoted name neither a blank nor a
+// parenthesis ends it.
+int nameLength(const SQLTokens& rows, qsizetype nameRow) {
     const int start = rows[nameRow].Start;
-    int length = rows[nameRow].Length;
+    int end = start + rows[nameRow].Length;
+    bool quoted = togglesQuotes(rows[nameRow]);
     for (qsizetype i = nameRow + 1; i < rows.size(); ++i) {
-        if (rows[i].Start != start + length)
+        const SQLToken& row = rows[i];
+        if (!quoted && (row.Start != end || row.Text.startsWith(QLatin1Char('('))))
             break;
-        if (stopAtParenthesis && rows[i].Text.startsWith(QLatin1Char('(')))
-            break;
-        length += rows[i].Length;
+        end = row.Start + row.Length;
+        if (togglesQuotes(row))
+            quoted = !quoted;
     }
-    return length;
+    return end - start;
 }
 
 } // namespace
@@ -177,7 +184,7 @@ QString FindNameAfterKeywords(const SQLKeywords& keywords, const QString& text) 
     const qsizetype nameRow = findNameRow(keywords, rows);
     if (nameRow < 0)
         return QString();
-    return text.mid(rows[nameRow].Start - 1, nameLength(rows, nameRow, true));
+    return text.mid(rows[nameRow].Start - 1, nameLength(rows, nameRow));
 }
 
 QString ReplaceNameAfterKeywords(const SQLKeywords& keywords, const QString& text, const QString& newName,
@@ -187,7 +194,7 @@ QString ReplaceNameAfterKeywords(const SQLKeywords& keywords, const QString& tex
     if (nameRow < 0)
         return QString();
     const qsizetype start = rows[nameRow].Start - 1;
-    const int length = nameLength(rows, nameRow, false);
+    const int length = nameLength(rows, nameRow);
     oldName = text.mid(start, length);
     return text.left(start) + newName + text.mid(start + length);
 }

@@ -32,7 +32,7 @@ SQLTokens TokenizeSQL(const QString& text, bool keepComments);
 QStringList SplitSQLBatches(const QString& text);
 
 // The name written after the first matching keyword sequence, as written ([dbo].[x], dbo.x, ...);
-// "" when no sequence matches.
+// "" when no sequence matches. A parameter list written right after the name is not part of it.
 QString FindNameAfterKeywords(const SQLKeywords& keywords, const QString& text);
 
 // The text with the name after the first matching sequence replaced by newName; "" when no sequence

@@ -257,7 +257,6 @@ TEST_F(ObjectsTest, SynchronizationAddsChangesAndRemovesInEitherStore) {
 
     ASSERT_TRUE(view->SyncRemove(TARMOObjectVSS::LocationVSS));
     EXPECT_FALSE(vss.ItemExists(newId + QStringLiteral(".vw")));
-    EXPECT_FALSE(view->SyncRemove(7));
 }
 
 TEST_F(ObjectsTest, UndoCheckoutFetchesTheLatestTextAgain) {

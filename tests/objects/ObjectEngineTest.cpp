@@ -224,17 +224,16 @@ TEST_F(ObjectsTest, ContentsDifferencesDropScriptAndDates) {
     auto object = list.Item(id);
 
     EXPECT_FALSE(object->SQLAndVSSDiffer()) << "trailing line breaks don't count";
-    EXPECT_EQ(object->GetContent(2), text);
+    EXPECT_EQ(object->GetContent(StoreLocation::SqlServer), text);
     EXPECT_EQ(
-        object->GetContent(1, -1, true),
+        object->GetContent(StoreLocation::VersionStore, -1, true),
         QStringLiteral("/* CREATE here is a comment */\r\nALTER PROCEDURE dbo.Same AS SELECT 1\r\n\r\n"));
-    EXPECT_EQ(object->GetContent(3), QString());
 
     ASSERT_TRUE(vss.ChangeItemContent(id + QStringLiteral(".sp"),
                                       QStringLiteral("ALTER PROCEDURE dbo.Same AS SELECT 1"),
                                       QStringLiteral("second"), true));
     EXPECT_TRUE(object->SQLAndVSSDiffer());
-    EXPECT_EQ(object->GetContent(1, 1), text + QStringLiteral("\r\n\r\n"));
+    EXPECT_EQ(object->GetContent(StoreLocation::VersionStore, 1), text + QStringLiteral("\r\n\r\n"));
 
     EXPECT_EQ(
         object->DropScript(),

@@ -133,7 +133,7 @@ TEST_F(ObjectsTest, OldStyleFilesTakeTheirIdWithTheirDescriptionAndOwnerCaseDoes
     EXPECT_TRUE(prompts->Records().isEmpty());
 }
 
-TEST_F(ObjectsTest, FileOfARecreatedProcedureMovesToTheNewIdAndItsDescriptionStays) {
+TEST_F(ObjectsTest, FileOfARecreatedProcedureMovesToTheNewIdWithItsDescription) {
     Exec(procText(QStringLiteral("dbo.Again")));
     const QString oldId = IdOf(QStringLiteral("Again"));
     AddFile(oldId + QStringLiteral(".sp"),
@@ -147,18 +147,21 @@ TEST_F(ObjectsTest, FileOfARecreatedProcedureMovesToTheNewIdAndItsDescriptionSta
     ASSERT_NE(newId, oldId);
     // A list that never saw the old object (one that did keeps it, broken on the SQL side, until
     // the object's own refresh finds the new id).
+    // The tree's read: the descriptions are read with the files, before the file is re-keyed.
     TARMOStoredProcedures list;
     Bind(list);
-    Refresh(list);
+    auto records = list.GetItemInfo(false);
 
     ASSERT_EQ(list.Count(), 1);
+    EXPECT_EQ(records->Item(QStringLiteral("I") + newId).ToolTipText(), QStringLiteral("kept"));
     auto object = list.Item(newId);
     EXPECT_TRUE(object->InSQL());
     EXPECT_TRUE(object->InVSS());
     EXPECT_EQ(list.Item(oldId, false, true), nullptr);
     EXPECT_TRUE(FileExists(newId + QStringLiteral(".sp")));
     EXPECT_FALSE(FileExists(oldId + QStringLiteral(".sp")));
-    EXPECT_TRUE(FileExists(oldId + QStringLiteral(".sp.desc")));
+    EXPECT_FALSE(FileExists(oldId + QStringLiteral(".sp.desc")));
+    EXPECT_EQ(object->Description(), QStringLiteral("kept"));
 }
 
 TEST_F(ObjectsTest, FilesThatNoObjectExplainsShowAsBrokenOnTheSqlSide) {

@@ -39,6 +39,8 @@ TEST(ObjectNames, OwnerAndNameTakenApart) {
     EXPECT_EQ(parts("proc"), QStringList({"", "proc"}));
     EXPECT_EQ(parts("[my proc]"), QStringList({"", "my proc"}));
     EXPECT_EQ(parts("a.b.c"), QStringList({"a", "b.c"}));
+    EXPECT_EQ(parts("[a]]b].[c]]]"), QStringList({"a]b", "c]"}));
+    EXPECT_EQ(parts("\"my.own\".\"we(ird \"\"x\"\"\""), QStringList({"my.own", "we(ird \"x\""}));
     EXPECT_EQ(parts(""), QStringList({"", ""}));
 }
 

@@ -158,13 +158,30 @@ TEST(ReplaceNameAfterKeywords, ReplacesTheNameAndReportsTheOldOne) {
               QStringLiteral("/* h */\r\ncreate proc [dbo].[tmp_1] as select 1"));
     EXPECT_EQ(old, "[dbo].[a]");
 
-    // Without the parenthesis rule what touches the name goes with it.
+    // A parameter list written against the name stays; only the name is replaced.
     EXPECT_EQ(ReplaceNameAfterKeywords(kProc, QStringLiteral("create proc dbo.x(@a int) as"), "y", old),
-              "create proc y int) as");
-    EXPECT_EQ(old, "dbo.x(@a");
+              "create proc y(@a int) as");
+    EXPECT_EQ(old, "dbo.x");
+    EXPECT_EQ(
+        ReplaceNameAfterKeywords(kProc, QStringLiteral("CREATE PROC [dbo].[Twice](@a int) AS"), "[t]", old),
+        "CREATE PROC [t](@a int) AS");
+    EXPECT_EQ(old, "[dbo].[Twice]");
 
     old = "unchanged";
     EXPECT_EQ(ReplaceNameAfterKeywords(kProc, QStringLiteral("select 1"), "y", old), "");
+}
+
+TEST(ReplaceNameAfterKeywords, ParenthesesInsideDelimitedNamesBelongToTheName) {
+    QString old;
+    EXPECT_EQ(
+        ReplaceNameAfterKeywords(kProc, QStringLiteral("create proc dbo.[we(ird](@a int) as"), "y", old),
+        "create proc y(@a int) as");
+    EXPECT_EQ(old, "dbo.[we(ird]");
+    EXPECT_EQ(
+        ReplaceNameAfterKeywords(kProc, QStringLiteral("create proc \"dbo\".\"we(ird x\"(@a int)"), "y", old),
+        "create proc y(@a int)");
+    EXPECT_EQ(old, "\"dbo\".\"we(ird x\"");
+    EXPECT_EQ(FindNameAfterKeywords(kProc, QStringLiteral("create proc \"a\"\"(\" as")), "\"a\"\"(\"");
 }
 
 TEST(ReplaceFirstWord, PassesOverCommentsAndStrings) {

@@ -341,7 +341,7 @@ int CliCommands::objectCommand(const QString& command, QStringList args) {
     if (command == QLatin1String("permissions"))
         return permissions(object, script);
     if (sync) {
-        const long location =
+        const StoreLocation location =
             to == QLatin1String("sql") ? TARMOObjectVSS::LocationSQL : TARMOObjectVSS::LocationVSS;
         const bool done = command == QLatin1String("sync-add")      ? object.SyncAdd(location)
                           : command == QLatin1String("sync-remove") ? object.SyncRemove(location)
@@ -455,9 +455,10 @@ int CliCommands::get(const TARMOObjectRef& object, const QString& from, const QS
     const long number = version.isEmpty() ? -1 : version.toLong(&ok);
     if (!ok)
         return usageError(QStringLiteral("--version takes a number"));
-    const int location = from == QLatin1String("sql")                         ? TARMOObjectVSS::LocationSQL
-                         : from == QLatin1String("vss") || versioned->InVSS() ? TARMOObjectVSS::LocationVSS
-                                                                              : TARMOObjectVSS::LocationSQL;
+    const StoreLocation location = from == QLatin1String("sql") ? TARMOObjectVSS::LocationSQL
+                                   : from == QLatin1String("vss") || versioned->InVSS()
+                                       ? TARMOObjectVSS::LocationVSS
+                                       : TARMOObjectVSS::LocationSQL;
     mOut << versioned->GetContent(location, number);
     mOut.flush();
     return 0;

@@ -3,6 +3,9 @@
 #include "StoreErrors.h"
 #include "TARMOError.h"
 
+#include <QFile>
+#include <QFileInfo>
+
 #include <sqlite3.h>
 
 namespace {
@@ -45,9 +48,44 @@ CREATE TABLE IF NOT EXISTS checkouts(
 INSERT OR IGNORE INTO items(id, parent, name, type) VALUES(1, NULL, '$', 0);
 )SQL";
 
+[[noreturn]] void damaged(const QString& databaseFile, const QString& why) {
+    throw TARMOError(StoreErrors::Database, QStringLiteral("VersionStore"),
+                     QStringLiteral("The store's data '%1' is damaged or is not a store's data file (%2).")
+                         .arg(databaseFile, why));
+}
+
+quint32 bigEndian(const QByteArray& bytes, int at, int size) {
+    quint32 value = 0;
+    for (int i = 0; i < size; ++i)
+        value = (value << 8) | static_cast<quint8>(bytes[at + i]);
+    return value;
+}
+
+// Looked at before SQLite touches the file: SQLite takes an empty file for a new database and would
+// write into it, and a cut-off file shows only when a missing page is read, deep inside some later
+// operation.
+void checkDataFile(const QString& databaseFile) {
+    QFile file(databaseFile);
+    if (!file.open(QIODevice::ReadOnly))
+        return; // SQLite says why
+    const QByteArray header = file.read(100);
+    if (header.size() < 100 || !header.startsWith(QByteArrayLiteral("SQLite format 3\0")))
+        damaged(databaseFile, QStringLiteral("no database header"));
+    // While a WAL file stands the main file may lag behind a checkpoint; only a closed store is exact.
+    if (QFileInfo::exists(databaseFile + QStringLiteral("-wal")))
+        return;
+    const quint32 pageSize = bigEndian(header, 16, 2) == 1 ? 65536 : bigEndian(header, 16, 2);
+    const bool countValid = bigEndian(header, 24, 4) == bigEndian(header, 92, 4);
+    const qint64 expected = static_cast<qint64>(pageSize) * bigEndian(header, 28, 4);
+    if (countValid && file.size() < expected)
+        damaged(databaseFile, QStringLiteral("%1 of %2 bytes").arg(file.size()).arg(expected));
+}
+
 } // namespace
 
 StoreConnection::StoreConnection(const QString& databaseFile, int busyTimeoutMs, bool create) {
+    if (!create)
+        checkDataFile(databaseFile);
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
     if (sqlite3_open_v2(databaseFile.toUtf8().constData(), &mDb, flags, nullptr) != SQLITE_OK) {
         const QString text = mDb ? QString::fromUtf8(sqlite3_errmsg(mDb)) : QStringLiteral("out of memory");
@@ -59,6 +97,9 @@ StoreConnection::StoreConnection(const QString& databaseFile, int busyTimeoutMs,
     }
     sqlite3_busy_timeout(mDb, busyTimeoutMs);
     try {
+        // Read only: a file that isn't a store's is left as it was found.
+        if (!create)
+            checkSchema();
         Execute("PRAGMA journal_mode=WAL");
         Execute("PRAGMA synchronous=NORMAL");
         Execute("PRAGMA foreign_keys=ON");
@@ -82,6 +123,15 @@ void StoreConnection::createSchema() {
     Transaction transaction(*this);
     Execute(schema);
     transaction.Commit();
+}
+
+void StoreConnection::checkSchema() {
+    Statement tables(*this, "SELECT COUNT(*) FROM sqlite_master WHERE type = 'table' AND name IN "
+                            "('users', 'items', 'history', 'checkouts')");
+    if (!tables.Step() || tables.Int(0) != 4)
+        throw TARMOError(StoreErrors::Database, QStringLiteral("VersionStore"),
+                         QStringLiteral("The file '%1' is not a store's data file (its tables are missing).")
+                             .arg(QString::fromUtf8(sqlite3_db_filename(mDb, "main"))));
 }
 
 void StoreConnection::Execute(const char* sql) {

@@ -22,6 +22,7 @@ public:
 
 private:
     void createSchema();
+    void checkSchema();
 
     sqlite3* mDb = nullptr;
 };

@@ -81,6 +81,24 @@ void StoreItem::SetDeleted(bool deleted) {
     transaction.Commit();
 }
 
+void StoreItem::RecoverAs(const QString& name) {
+    StoreSession::CheckName(name);
+    Transaction transaction(*mSession->db);
+    if (!Deleted())
+        StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is not deleted.").arg(Spec()));
+    if (mSession->NameTaken(mSession->ParentOf(mId), name))
+        StoreSession::Raise(StoreErrors::NameExists,
+                            QStringLiteral("An item named '%1' already exists in that project.").arg(name));
+    const QString old = Name();
+    Statement update(*mSession->db, "UPDATE items SET name = ?2, deleted = 0, deleted_at = 0 WHERE id = ?1");
+    update.Bind(1, mId).Bind(2, name).Run();
+    const QByteArray head = mSession->HeadContent(mId);
+    if (old != name)
+        mSession->Record(mId, QStringLiteral("Renamed '%1' to '%2'").arg(old, name), QString(), head);
+    mSession->Record(mId, QStringLiteral("Recovered"), QString(), head);
+    transaction.Commit();
+}
+
 QStringList StoreItem::Holders() const {
     return mSession->Holders(mId);
 }
@@ -157,7 +175,6 @@ void StoreItem::Get(QString& local) const {
 void StoreItem::Checkout(const QString& comment, const QString& local) {
     requireType(File);
     const QString path = CleanLocalPath(local);
-    QByteArray head;
     {
         Transaction transaction(*mSession->db);
         if (Deleted())
@@ -175,11 +192,11 @@ void StoreItem::Checkout(const QString& comment, const QString& local) {
             "INSERT INTO checkouts(item, user, date, local, comment) VALUES(?1, ?2, ?3, ?4, ?5)");
         insert.Bind(1, mId).Bind(2, mSession->userName).Bind(3, StoreSession::Now()).Bind(4, path);
         insert.Bind(5, comment).Run();
-        head = mSession->HeadContent(mId);
+        // Written before the commit: a check-out whose working file can't be written never happened.
+        if (!path.isEmpty())
+            WriteWorkingFile(path, mSession->HeadContent(mId), false);
         transaction.Commit();
     }
-    if (!path.isEmpty())
-        WriteWorkingFile(path, head, false);
 }
 
 void StoreItem::Checkin(const QString& comment, const QString& local) {

@@ -34,6 +34,9 @@ public:
     bool Deleted() const;
     // True deletes (keeping item and history), False recovers under the item's name.
     void SetDeleted(bool deleted);
+    // Recovers a deleted item under a new name in one step: it either comes back named so, or stays
+    // deleted under its old name.
+    void RecoverAs(const QString& name);
     QStringList Holders() const;
     int IsCheckedOut() const; // CheckoutStatus, relative to the connected user
     QList<StoreCheckout> Checkouts() const;

@@ -178,8 +178,13 @@ void WriteWorkingFile(const QString& path, const QByteArray& content, bool readO
     if (FileExists(path) && IsReadOnlyFile(path))
         SetReadOnlyFile(path, false);
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit())
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit()) {
+        const QString folder = QFileInfo(path).absolutePath();
+        const QString reason = QFileInfo(folder).isDir()
+                                   ? file.errorString()
+                                   : QStringLiteral("the working folder '%1' does not exist").arg(folder);
         StoreSession::Raise(StoreErrors::LocalFile,
-                            QStringLiteral("The file '%1' cannot be written.").arg(path));
+                            QStringLiteral("The file '%1' cannot be written: %2.").arg(path, reason));
+    }
     SetReadOnlyFile(path, readOnly);
 }
