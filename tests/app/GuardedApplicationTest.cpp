@@ -9,8 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
-
 namespace {
 
 class FailingWidget : public QWidget {
@@ -47,7 +45,7 @@ TEST(GuardedApplication, WhatHandlersSlotsAndTimersThrowIsShownAndTheProgramGoes
     bool fired = false;
     QTimer::singleShot(0, [&] {
         fired = true;
-        throw std::runtime_error("the server went away");
+        throw TARMOError(-2147467259, QStringLiteral("TARMOSQL"), QStringLiteral("The server went away"));
     });
     ASSERT_TRUE(serveUntil(fired));
 
@@ -57,7 +55,8 @@ TEST(GuardedApplication, WhatHandlersSlotsAndTimersThrowIsShownAndTheProgramGoes
     EXPECT_EQ(records[0].text, QStringLiteral("No current record"));
     EXPECT_EQ(records[1].title, QStringLiteral("CreateTextFile"));
     EXPECT_EQ(records[1].text, QStringLiteral("Path/File access error: /gone/x.sp"));
-    EXPECT_TRUE(records[2].text.contains(QStringLiteral("the server went away")));
+    EXPECT_EQ(records[2].title, QStringLiteral("TARMOSQL"));
+    EXPECT_EQ(records[2].text, QStringLiteral("The server went away"));
     for (const auto& record : records)
         EXPECT_EQ(record.icon, Prompt::Icon::Critical);
 
