@@ -1,16 +1,17 @@
 #include "AppPrompts.h"
 #include "CoreDispatch.h"
 #include "Globals.h"
+#include "GuardedApplication.h"
 #include "ItemTools.h"
+#include "LastResortHandlers.h"
 #include "ProjectWindow.h"
+#include "RecoveryFiles.h"
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
 #include "frmEditObjectText.h"
 #include "frmInitialize.h"
 #include "frmSQLQuery.h"
 #include "mdiMain.h"
-
-#include <QApplication>
 
 #include <cstdio>
 #include <cstring>
@@ -59,12 +60,14 @@ int main(int argc, char* argv[]) {
     if (const int answered = handleArguments(argc, argv); answered >= 0)
         return answered;
 
-    QApplication app(argc, argv);
+    GuardedApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("tarmo"));
     QApplication::setApplicationDisplayName(QStringLiteral("TARMO"));
     QApplication::setApplicationVersion(App::VersionText());
 
     installPrompts(std::make_unique<AppPrompts>());
+    RecoveryFiles recovery;
+    InstallLastResortHandlers(recovery);
     SystemComponents::RegisterPlatformComponents();
     SetProjectWindowFactory([] {
         auto* window = new mdiMain;
