@@ -112,7 +112,7 @@ void BenchProject::build() {
                    .arg(1 + i % tables));
     say(QStringLiteral("  %1 objects in the database (%2 s)")
             .arg(texts.size())
-            .arg(timer.elapsed() / 1000.0));
+            .arg(double(timer.elapsed()) / 1000.0));
 
     const QString ini =
         VersionStore::Create(mFolder + QStringLiteral("/store"), QStringLiteral("bench-admin"));
@@ -163,5 +163,5 @@ void BenchProject::build() {
         }
     }
     QDir(staging).removeRecursively();
-    say(QStringLiteral("  %1 objects versioned (%2 s)").arg(n).arg(timer.elapsed() / 1000.0));
+    say(QStringLiteral("  %1 objects versioned (%2 s)").arg(n).arg(double(timer.elapsed()) / 1000.0));
 }

@@ -1,12 +1,33 @@
 # Shared settings for the project's own targets.
 
-# tarmo_defaults(target): warnings as errors and the optional sanitizers.
+# tarmo_defaults(target): warnings as errors and the optional sanitizers or fuzzing instrumentation.
+# Undefined behaviour aborts instead of printing and going on, so a test that meets it fails.
 function(tarmo_defaults target)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Werror)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
   if(TARMO_SANITIZE)
-    target_compile_options(${target} PRIVATE -fsanitize=address,undefined -fno-omit-frame-pointer)
+    target_compile_options(${target} PRIVATE
+      -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=address,undefined -fno-sanitize-recover=undefined)
+  endif()
+  if(TARMO_FUZZ)
+    target_compile_options(${target} PRIVATE
+      -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=address,undefined)
   endif()
+endfunction()
+
+# tarmo_fuzzer(name SOURCES... LIBS ...): a libFuzzer binary, configured only with TARMO_FUZZ (clang).
+# Not a test: scripts/fuzz runs each one for a while.
+function(tarmo_fuzzer name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  if(NOT TARMO_FUZZ)
+    return()
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+  tarmo_defaults(${name})
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
 endfunction()
 
 # tarmo_library(name SOURCES... [LIBS ...]): one static library per subsystem folder.
@@ -34,6 +55,10 @@ function(tarmo_test name)
   add_test(NAME ${name} COMMAND ${name})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 300)
+  endif()
+  if(TARMO_SANITIZE)
+    # The instrumented code runs a few times slower.
+    math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * 3")
   endif()
   set_tests_properties(${name} PROPERTIES
     TIMEOUT ${ARG_TIMEOUT}

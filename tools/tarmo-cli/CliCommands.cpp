@@ -348,7 +348,7 @@ int CliCommands::objectCommand(const QString& command, QStringList args) {
                                                                     : object.SyncChange(location);
         return outcome(done, command);
     }
-    const std::shared_ptr<TARMOObjectVSS> versioned = object.Versioned();
+    const std::shared_ptr<TARMOObjectVSS>& versioned = object.Versioned();
     if (!versioned) {
         mErr << "tarmo-cli: a " << tag << " isn't kept in the version store" << Qt::endl;
         return 1;

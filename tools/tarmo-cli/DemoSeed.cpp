@@ -135,7 +135,7 @@ bool seedServer(const QString& serverFolder, Result& result) {
 }
 
 QString seedStore(const QString& storeFolder, const QString& workFolder, Result& result) {
-    const QString ini = storeFolder + QStringLiteral("/srcsafe.ini");
+    QString ini = storeFolder + QStringLiteral("/srcsafe.ini");
     if (!FileExists(ini)) {
         VersionStore::Create(storeFolder, kAdminPassword);
         result.log << QStringLiteral("Version store %1 made: user Admin.").arg(storeFolder);

@@ -246,7 +246,7 @@ QVariant readValue(SQLHSTMT stmt, SQLUSMALLINT column, Fetch fetch) {
             if (rc == SQL_NO_DATA || !succeeded(rc) || indicator == SQL_NULL_DATA)
                 return rc == SQL_NO_DATA ? QVariant(value) : QVariant();
             const bool more = indicator == SQL_NO_TOTAL || indicator > static_cast<SQLLEN>(sizeof buffer);
-            value.append(buffer, more ? sizeof buffer : indicator);
+            value.append(buffer, more ? qsizetype(sizeof buffer) : qsizetype(indicator));
             if (!more)
                 return QVariant(value);
         }
@@ -383,7 +383,7 @@ QString OdbcConnection::ChosenDriverName() {
         if (settings().driverSet)
             return settings().driver;
     }
-    const QString fromEnvironment = qEnvironmentVariable("TARMO_ODBC_DRIVER");
+    QString fromEnvironment = qEnvironmentVariable("TARMO_ODBC_DRIVER");
     if (!fromEnvironment.isEmpty())
         return fromEnvironment;
     return DefaultDriverName(InstalledDrivers());

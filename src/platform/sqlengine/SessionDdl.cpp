@@ -128,7 +128,7 @@ bool SessionState::CanCreate(const QString& kind) {
 int SessionState::OwnerUid(const QStringList& name, int) {
     if (name.size() < 2 || name[name.size() - 2].isEmpty())
         return mUid == 2 ? 1 : mUid;
-    const QString owner = name[name.size() - 2];
+    const QString& owner = name[name.size() - 2];
     const QVariant uid =
         mDb->Scalar(QStringLiteral("SELECT uid FROM sysusers WHERE name = ? AND issqlrole = 0"), {owner});
     if (!uid.isValid())

@@ -42,7 +42,7 @@ QString Stored(const TableColumn& c, const QString& sql) {
 QString FindTargetAlias(const QList<SqlTableRefP>& from, const QString& target) {
     for (const SqlTableRefP& r : from) {
         if (r->kind == SqlTableRef::Kind::Join) {
-            const QString a = FindTargetAlias({r->left, r->right}, target);
+            QString a = FindTargetAlias({r->left, r->right}, target);
             if (!a.isEmpty())
                 return a;
             continue;
@@ -63,7 +63,7 @@ QStringList AliasedTable(const QList<SqlTableRefP>& from, const QStringList& tar
         return target;
     for (const SqlTableRefP& r : from) {
         if (r->kind == SqlTableRef::Kind::Join) {
-            const QStringList inner = AliasedTable({r->left, r->right}, target);
+            QStringList inner = AliasedTable({r->left, r->right}, target);
             if (inner != target)
                 return inner;
             continue;
@@ -88,7 +88,7 @@ CatalogueObject SessionState::TargetTable(const QStringList& name, int, const ch
     if (!dbName.isEmpty() && dbName.compare(database, Qt::CaseInsensitive) != 0)
         throw ServerError::Unsupported(QStringLiteral("changing data of another database"));
     const QString owner = name.size() >= 2 ? name[name.size() - 2] : QString();
-    const CatalogueObject o = Catalogue::FindObject(*mDb, Schema(), name.last(), owner, mUid);
+    CatalogueObject o = Catalogue::FindObject(*mDb, Schema(), name.last(), owner, mUid);
     if (!o.IsValid())
         throw ServerError::InvalidObject(written);
     if (o.xtype != QLatin1String("U") && o.xtype != QLatin1String("V"))

@@ -306,7 +306,7 @@ ServerError SessionState::MapSqliteError(const SqliteError& e, const QString& ve
         const int dot = int(physical.indexOf(u'.'));
         *column = physical.mid(dot + 1);
         const int id = physical.mid(1, dot - 1).toInt();
-        const CatalogueObject o = Catalogue::ObjectById(*mDb, Schema(), id);
+        CatalogueObject o = Catalogue::ObjectById(*mDb, Schema(), id);
         return o;
     };
     if (m.startsWith(QLatin1String("NOT NULL constraint failed: "))) {
@@ -917,7 +917,7 @@ QString SessionState::SchemaFor(const QString& databaseName, int) {
     const QString path = mServer->DatabasePath(databaseName);
     if (path.isEmpty())
         return {};
-    const QString schema = QStringLiteral("db%1").arg(mAttached.size() + 1);
+    QString schema = QStringLiteral("db%1").arg(mAttached.size() + 1);
     mDb->Exec(QStringLiteral("ATTACH DATABASE ? AS %1").arg(schema), {path});
     mAttached.insert(key, schema);
     return schema;

@@ -300,7 +300,7 @@ QString DatePartName(const QString& p) {
 
 QDateTime DateArg(sqlite3_context* ctx, sqlite3_value* v, bool* ok) {
     *ok = true;
-    const QDateTime d = ParseDate(Text(v));
+    QDateTime d = ParseDate(Text(v));
     if (!d.isValid()) {
         *ok = false;
         ResultError(
@@ -466,7 +466,7 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     if (!t)
         return ResultError(ctx, 243, QStringLiteral("Type %1 is not a defined system type.").arg(type));
     const QString name = QString::fromLatin1(t->name);
-    auto typeText = [&]() { return name; };
+    auto typeText = [&]() -> const QString& { return name; };
     if (name == QLatin1String("int") || name == QLatin1String("bigint") ||
         name == QLatin1String("smallint") || name == QLatin1String("tinyint") ||
         name == QLatin1String("bit")) {

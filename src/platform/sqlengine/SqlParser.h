@@ -48,7 +48,7 @@ private:
     SqlStatementP ParseModule(bool first, bool alter, const SqlToken& keyword);
     SqlStatementP ParseCreateTable(SqlStatementP s);
     void ParseColumnDef(SqlColumnDef& c);
-    void ParseTableBody(SqlStatementP s);
+    void ParseTableBody(const SqlStatementP& s);
     SqlStatementP ParseDrop();
     SqlStatementP ParseIf();
     SqlStatementP ParseDeclare();

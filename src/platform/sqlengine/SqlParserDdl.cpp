@@ -390,8 +390,8 @@ void SqlParser::ParseColumnDef(SqlColumnDef& c) {
         Unsupported(QStringLiteral("computed columns"), Peek().line);
     c.type = ParseTypeSpec();
     for (;;) {
-        if (AcceptWord("COLLATE")) {
-            ParseName();
+        if (AcceptWord("COLLATE") || AcceptWord("CONSTRAINT")) {
+            ParseName(); // a collation or a constraint's name, read and let go
         } else if (AcceptWord("NULL")) {
             c.nullable = true;
             c.nullGiven = true;
@@ -420,8 +420,6 @@ void SqlParser::ParseColumnDef(SqlColumnDef& c) {
                 c.seed = seed.text.toLongLong() * (negSeed ? -1 : 1);
                 c.increment = inc.text.toLongLong() * (negInc ? -1 : 1);
             }
-        } else if (AcceptWord("CONSTRAINT")) {
-            ParseName();
         } else if (AcceptWord("PRIMARY")) {
             ExpectWord("KEY");
             c.primaryKey = true;
@@ -460,7 +458,7 @@ void SqlParser::ParseColumnDef(SqlColumnDef& c) {
     }
 }
 
-void SqlParser::ParseTableBody(SqlStatementP s) {
+void SqlParser::ParseTableBody(const SqlStatementP& s) {
     ExpectSymbol("(");
     do {
         if (Peek().IsSymbol(")"))

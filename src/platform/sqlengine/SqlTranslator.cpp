@@ -7,6 +7,9 @@ const QString kNoName = QStringLiteral("__noname_");
 }
 
 QString SqlTranslator::Quote(const QString& name) {
+    // SQLite reads a statement only up to a NUL, and a name has no other way to hold one.
+    if (name.contains(QChar(0)))
+        throw ServerError::Unsupported(QStringLiteral("a name with a NUL character"));
     QString n = name;
     n.replace(u'"', QStringLiteral("\"\""));
     return u'"' + n + u'"';
@@ -15,6 +18,10 @@ QString SqlTranslator::Quote(const QString& name) {
 QString SqlTranslator::Literal(const QString& text) {
     QString t = text;
     t.replace(u'\'', QStringLiteral("''"));
+    // SQLite reads a statement only up to a NUL, so a NUL in a string is spelled out.
+    if (t.contains(QChar(0)))
+        return QStringLiteral("('") + t.replace(QChar(0), QStringLiteral("' || char(0) || '")) +
+               QStringLiteral("')");
     return u'\'' + t + u'\'';
 }
 

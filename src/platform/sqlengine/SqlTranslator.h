@@ -61,5 +61,4 @@ private:
     QVariantList mParams;
     QHash<QString, QString> mOverrides;
     int mNoName = 0;
-    int mUnique = 0;
 };

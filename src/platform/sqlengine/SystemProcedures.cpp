@@ -224,8 +224,8 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
         if (Top().hasReturnValue)
             rc = Top().returnValue.isValid() ? Top().returnValue : QVariant(0);
         QList<QVariant> outs;
-        for (int i = 0; i < params.size(); ++i)
-            outs.append(Top().vars.value(params[i].name.toLower()).value);
+        for (const auto& param : params)
+            outs.append(Top().vars.value(param.name.toLower()).value);
         leave();
         for (int i = 0; i < params.size(); ++i)
             if (!outputTo[i].isEmpty())

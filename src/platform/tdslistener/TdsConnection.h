@@ -25,7 +25,7 @@ public:
     bool Finished() const { return mFinished; }
 
     // The largest message a client may send; beyond it the connection ends.
-    static constexpr qsizetype kMaxMessage = 64 * 1024 * 1024;
+    static constexpr qsizetype kMaxMessage = qsizetype(64) * 1024 * 1024;
 
 private:
     struct Message {

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <gtest/gtest.h>
+#include <optional>
 
 namespace {
 
@@ -18,11 +19,12 @@ QList<SqlMessage> Errors(const SqlBatchResults& results) {
     return errors;
 }
 
-const SqlRowSet* FirstRows(const SqlBatchResults& results) {
+// A copy: the results are mostly a temporary that ends with the statement.
+std::optional<SqlRowSet> FirstRows(const SqlBatchResults& results) {
     for (const SqlResult& r : results)
         if (r.kind == SqlResult::Kind::RowSet)
-            return &r.rowSet;
-    return nullptr;
+            return r.rowSet;
+    return std::nullopt;
 }
 
 class ServerFolder : public ::testing::Test {
@@ -115,7 +117,7 @@ TEST_F(ServerFolder, TrustedConnectionIsTheFolderOwnerAsAdministrator) {
     ASSERT_TRUE(session);
     EXPECT_EQ(session->LoginName(), GetWindowsUserName());
     EXPECT_EQ(session->UserName(), QStringLiteral("dbo"));
-    const SqlRowSet* rows = FirstRows(session->Execute(
+    std::optional<SqlRowSet> rows = FirstRows(session->Execute(
         QStringLiteral("SELECT sysadmin, isntname FROM master.dbo.syslogins WHERE name = SUSER_SNAME()")));
     ASSERT_TRUE(rows);
     ASSERT_EQ(rows->rows.size(), 1);
@@ -137,7 +139,7 @@ TEST_F(ServerFolder, TwoSessionsShareOneFolder) {
         ASSERT_TRUE(Errors(a->Execute(QStringLiteral("INSERT INTO T VALUES (1)"))).isEmpty());
         ASSERT_TRUE(Errors(b->Execute(QStringLiteral("INSERT INTO T VALUES (2)"))).isEmpty());
     }
-    const SqlRowSet* rows =
+    std::optional<SqlRowSet> rows =
         FirstRows(b->Execute(QStringLiteral("SELECT n, COUNT(*) FROM T GROUP BY n ORDER BY n")));
     ASSERT_TRUE(rows);
     ASSERT_EQ(rows->rows.size(), 2);
@@ -163,7 +165,7 @@ TEST_F(ServerFolder, ParseReportsEverySyntaxErrorAndRunsNothing) {
     EXPECT_EQ(errors[1].number, 156);
     EXPECT_EQ(errors[1].line, 4);
     EXPECT_TRUE(sa->Parse(QStringLiteral("CREATE TABLE Never (a int)")).isEmpty());
-    const SqlRowSet* rows =
+    std::optional<SqlRowSet> rows =
         FirstRows(sa->Execute(QStringLiteral("SELECT COUNT(*) FROM sysobjects WHERE name = 'Never'")));
     ASSERT_TRUE(rows);
     EXPECT_EQ(rows->rows[0][0].toLongLong(), 0);
@@ -185,7 +187,7 @@ TEST_F(ServerFolder, ResultColumnsCarryServerTypes) {
                            "CREATE TABLE Typed (i int, s nvarchar(30), d datetime, m money, b bit)\n"
                            "INSERT INTO Typed VALUES (1, N'x', '2024-01-02 03:04:05', 2.5, 1)")))
                     .isEmpty());
-    const SqlRowSet* rows =
+    std::optional<SqlRowSet> rows =
         FirstRows(sa->Execute(QStringLiteral("SELECT i, s, d, m, b, GETDATE() AS now FROM Typed")));
     ASSERT_TRUE(rows);
     ASSERT_EQ(rows->columns.size(), 6);

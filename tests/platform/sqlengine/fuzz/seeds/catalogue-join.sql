@@ -1,0 +1,1 @@
+SELECT so.id, so.name, su.name AS [UserName] FROM sysobjects so INNER JOIN sysusers su ON so.uid = su.uid WHERE OBJECTPROPERTY(so.id, N'IsProcedure') = 1

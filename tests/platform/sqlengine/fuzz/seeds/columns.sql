@@ -1,0 +1,1 @@
+SELECT c.name AS ColName, c.length AS ColLength, t.name AS ColType FROM syscolumns c INNER JOIN systypes t ON c.xusertype = t.xusertype WHERE t.status <> 1 AND c.id = 5 ORDER BY c.colid

@@ -1,0 +1,1 @@
+CREATE TABLE T (a int IDENTITY(1,1) PRIMARY KEY, b varchar(max) NULL DEFAULT ('x'), c decimal(10, 2))

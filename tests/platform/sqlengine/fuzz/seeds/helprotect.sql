@@ -1,0 +1,1 @@
+EXECUTE sp_helprotect  '[dbo].[P]', 'public'

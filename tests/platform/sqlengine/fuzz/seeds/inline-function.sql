@@ -1,0 +1,1 @@
+CREATE FUNCTION F (@x int) RETURNS TABLE AS RETURN (SELECT name FROM sysobjects WHERE id > @x)

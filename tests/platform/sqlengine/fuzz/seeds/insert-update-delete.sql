@@ -1,0 +1,1 @@
+INSERT INTO T (a, b) VALUES (1, N'it''s'), (2, NULL) UPDATE T SET b = 'y' WHERE a IN (1, 2) DELETE T

@@ -1,0 +1,1 @@
+SELECT su.name AS [DatabaseUserName] FROM [dbo].[sysusers] su INNER JOIN [master].[dbo].[syslogins] sl ON su.sid = sl.sid WHERE LOWER(sl.name) =  'sa'

@@ -1,0 +1,1 @@
+select ObjectProperty( id, 'ExecIsInsertTrigger') AS 'ISINSERT' from sysobjects where id = 3

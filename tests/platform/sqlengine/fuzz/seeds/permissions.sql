@@ -1,0 +1,1 @@
+REVOKE SELECT ON [dbo].[T] TO [public] DENY INSERT ON T TO guest GRANT EXECUTE ON P TO public

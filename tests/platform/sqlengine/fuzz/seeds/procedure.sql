@@ -1,0 +1,1 @@
+CREATE PROCEDURE dbo.P @a int = 1, @b nvarchar(10) OUTPUT AS BEGIN IF @a > 0 SELECT @b = 'x' ELSE RETURN 2 END

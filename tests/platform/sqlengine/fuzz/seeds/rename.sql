@@ -1,0 +1,1 @@
+EXEC sp_rename 'T', 'T2' EXEC sp_rename 'T2.a', 'z', 'COLUMN'

@@ -1,0 +1,1 @@
+CREATE FUNCTION dbo.S (@x money) RETURNS money AS BEGIN DECLARE @y money SET @y = @x * 2 RETURN @y END

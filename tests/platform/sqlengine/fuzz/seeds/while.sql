@@ -1,0 +1,1 @@
+DECLARE @i int SET @i = 0 WHILE @i < 2 BEGIN SET @i = @i + 1 PRINT @i END
