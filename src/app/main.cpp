@@ -8,8 +8,8 @@
 #include "ProjectWindow.h"
 #include "RecoveryFiles.h"
 #include "SystemComponents.h"
-#include "TARMOError.h"
 #include "TARMODatabase.h"
+#include "TARMOError.h"
 #include "frmEditObjectText.h"
 #include "frmInitialize.h"
 #include "frmSQLQuery.h"
@@ -94,8 +94,9 @@ int main(int argc, char* argv[]) {
     });
 
     auto* splash = new frmInitialize;
-    QObject::connect(splash, &frmInitialize::Finished, &app, [&recovery] { offerLostTexts(recovery); },
-                     Qt::QueuedConnection);
+    QObject::connect(
+        splash, &frmInitialize::Finished, &app, [&recovery] { offerLostTexts(recovery); },
+        Qt::QueuedConnection);
     splash->StartTARMO();
     return app.exec();
 }

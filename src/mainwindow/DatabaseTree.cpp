@@ -115,7 +115,8 @@ bool DatabaseTree::fillNode(QTreeWidgetItem* node, const QString& strExpanded, b
     std::unique_ptr<TARMODBTItems> items;
     // A read that fails leaves the node as it was, placeholder and all, so that opening it again
     // tries again; it is closed, since it shows nothing it could hold.
-    const bool read = Guarded([&] { items = mDispatch->GetItemInfo(NodeTag(node), NodeKey(node), false, true); });
+    const bool read =
+        Guarded([&] { items = mDispatch->GetItemInfo(NodeTag(node), NodeKey(node), false, true); });
     mbFillingTree = wasFilling;
     if (!read) {
         if (hasPlaceholder(node))

@@ -104,7 +104,8 @@ void EditorChildWindow::ShowRecoveredText(const QString& title, const QString& t
 void EditorChildWindow::TextSaved() {
     if (mTypingPause)
         mTypingPause->stop();
-    forgetUnsavedText();
+    // A save that failed has told the user and left the text unsaved: it is kept on.
+    KeepUnsavedText();
 }
 
 void EditorChildWindow::forgetUnsavedText() {
@@ -220,7 +221,8 @@ void EditorChildWindow::closeEvent(QCloseEvent* event) {
     }
     mbClosing = true;
     Unloading();
-    TextSaved();
+    // Saved or given up by the user's own choice: nothing of it is offered again.
+    forgetUnsavedText();
     if (mMain.CurrentChild() == this)
         mMain.SetCurrentChild(nullptr);
     event->accept();

@@ -76,7 +76,8 @@ protected:
     // "" shows "Ready.", any other text is followed by " ...".
     void SetStatus(const QString& text);
     void NotifyCommandState() { emit CommandStateChanged(); }
-    // The text was saved or checked in: what the recovery files held of it goes.
+    // After a save, check-in or reload: what the recovery files held of the text goes, unless the
+    // text is still unsaved.
     void TextSaved();
     // The file or object the unsaved text belongs to, for the recovery files.
     virtual QString TextOrigin() const { return {}; }

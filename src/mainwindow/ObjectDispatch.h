@@ -1,8 +1,8 @@
 #pragma once
 
+#include "StoreLocation.h"
 #include "TARMODBTItem.h"
 #include "TARMODBTItems.h"
-#include "StoreLocation.h"
 #include "TARMOObjectVSS.h"
 
 #include <QString>

@@ -402,7 +402,8 @@ void mdiMain::PopupSetup(QTreeWidgetItem* Node) {
     QTreeWidgetItem* selected = mtvwDBT->SelectedNode();
     if (Node && selected && mDispatch)
         Guarded([&] {
-            menu = mDispatch->GetContextMenu(DatabaseTree::NodeTag(selected), DatabaseTree::NodeKey(selected));
+            menu =
+                mDispatch->GetContextMenu(DatabaseTree::NodeTag(selected), DatabaseTree::NodeKey(selected));
         });
     mMenus->PopupSetup(Node != nullptr, menu);
 }
@@ -499,7 +500,9 @@ bool mdiMain::acceptsTreeDrop(const QMimeData* dropped) const {
     if (!source || !mDispatch || !dropped || !dropped->hasText() || dropped->text() != source->text(0))
         return false;
     bool canOpen = false;
-    Guarded([&] { canOpen = mDispatch->CanOpenObject(DatabaseTree::NodeTag(source), DatabaseTree::NodeKey(source)); });
+    Guarded([&] {
+        canOpen = mDispatch->CanOpenObject(DatabaseTree::NodeTag(source), DatabaseTree::NodeKey(source));
+    });
     return canOpen;
 }
 

@@ -80,13 +80,21 @@ const std::vector<mdiMain::CommandRow>& mdiMain::CommandTable() {
                     w.refreshTree();
             }),
         own(C::AddToVersionStore, R::NeedsSelectedNode,
-            [](mdiMain& w, const CommandCall& call) { w.SyncroniseAction(call.selected, 1, StoreLocation::VersionStore); }),
+            [](mdiMain& w, const CommandCall& call) {
+                w.SyncroniseAction(call.selected, 1, StoreLocation::VersionStore);
+            }),
         own(C::AddToSqlServer, R::NeedsSelectedNode,
-            [](mdiMain& w, const CommandCall& call) { w.SyncroniseAction(call.selected, 1, StoreLocation::SqlServer); }),
+            [](mdiMain& w, const CommandCall& call) {
+                w.SyncroniseAction(call.selected, 1, StoreLocation::SqlServer);
+            }),
         own(C::RemoveFromVersionStore, R::NeedsSelectedNode,
-            [](mdiMain& w, const CommandCall& call) { w.SyncroniseAction(call.selected, 3, StoreLocation::VersionStore); }),
+            [](mdiMain& w, const CommandCall& call) {
+                w.SyncroniseAction(call.selected, 3, StoreLocation::VersionStore);
+            }),
         own(C::RemoveFromSqlServer, R::NeedsSelectedNode,
-            [](mdiMain& w, const CommandCall& call) { w.SyncroniseAction(call.selected, 3, StoreLocation::SqlServer); }),
+            [](mdiMain& w, const CommandCall& call) {
+                w.SyncroniseAction(call.selected, 3, StoreLocation::SqlServer);
+            }),
         own(C::TileHorizontally, R::Always, [](mdiMain& w, const CommandCall&) { w.mMdiArea->Tile(true); }),
         own(C::TileVertically, R::Always, [](mdiMain& w, const CommandCall&) { w.mMdiArea->Tile(false); }),
         own(C::Cascade, R::Always, [](mdiMain& w, const CommandCall&) { w.mMdiArea->cascadeSubWindows(); }),

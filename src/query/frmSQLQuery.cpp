@@ -173,7 +173,8 @@ void frmSQLQuery::buildToolBand() {
         action->setToolTip(QString::fromLatin1(b.tip));
         action->setCheckable(b.check);
         const int command = b.command;
-        connect(action, &QAction::triggered, this, [this, command] { Guarded([&] { ToolbarCommand(command); }); });
+        connect(action, &QAction::triggered, this,
+                [this, command] { Guarded([&] { ToolbarCommand(command); }); });
     }
 }
 
