@@ -1,3 +1,4 @@
+#include "ChildWindowArea.h"
 #include "CoreDispatch.h"
 #include "DatabaseTree.h"
 #include "DemoSeed.h"
@@ -93,8 +94,8 @@ protected:
         EXPECT_NE(procedures(), nullptr);
         EXPECT_FALSE(window.tvwDBT()->isHidden());
     }
-    qsizetype messages() const { return prompts->Records().size(); }
-    QString lastMessage() const {
+    qsizetype messages() { return prompts->Records().size(); }
+    QString lastMessage() {
         return prompts->Records().isEmpty() ? QString() : prompts->Records().last().text;
     }
 
