@@ -215,18 +215,9 @@ const mdiMain::CommandRow* mdiMain::FindCommand(Command command) {
     return nullptr;
 }
 
-namespace {
-// The busy state ends with the command, however the command ends.
-struct BusyWhileCommand {
-    BusyWhileCommand() { prompts().SetBusy(true); }
-    ~BusyWhileCommand() { prompts().SetBusy(false); }
-    BusyWhileCommand(const BusyWhileCommand&) = delete;
-    BusyWhileCommand& operator=(const BusyWhileCommand&) = delete;
-};
-} // namespace
-
 void mdiMain::DoCommand(Command command, const QString& strParameter, long lngHelpContext) {
-    BusyWhileCommand busy;
+    // The busy state ends with the command, however the command ends.
+    BusyCursor busy;
     int index = 0;
     if (!strParameter.isEmpty()) {
         bool numeric = false;

@@ -93,6 +93,7 @@ protected:
         window.DoCommand(Command::RefreshTree);
         EXPECT_NE(procedures(), nullptr);
         EXPECT_FALSE(window.tvwDBT()->isHidden());
+        EXPECT_EQ(prompts->BusyDepth(), 0) << "the busy state ended with the failed command";
     }
     qsizetype messages() { return prompts->Records().size(); }
     QString lastMessage() {
