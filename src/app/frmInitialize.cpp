@@ -1,5 +1,6 @@
 #include "frmInitialize.h"
 
+#include "ErrorReport.h"
 #include "Globals.h"
 #include "OdbcConnection.h"
 #include "ProjectWindow.h"
@@ -84,6 +85,13 @@ bool frmInitialize::ConnectProject(TARMOProject& project, const QString&) {
 
 void frmInitialize::tmr_Timer() {
     mtmr.stop();
+    // A step that fails is told; the start goes on as far as it can, so that the user always ends in
+    // a window from which to go on.
+    if (!Guarded([this] { startUp(); }))
+        Unload();
+}
+
+void frmInitialize::startUp() {
     const QString product = App::ProductName();
 
     SetStatus(QStringLiteral("Initializing %1 Database").arg(product));
@@ -107,13 +115,21 @@ void frmInitialize::tmr_Timer() {
     }
 
     SetStatus(QStringLiteral("Finding Most Recent %1 Project").arg(product));
-    if (auto project = gDatabase->GetDefaultProject()) {
-        if (ConnectProject(*project, product)) {
-            SetStatus(QStringLiteral("Opening Most Recent Project"));
-            OpenProjectWindow(project);
-            Unload();
-            return;
+    bool opened = false;
+    // The most recent project that fails to open is told and the browser follows, as for one that
+    // can't be reached.
+    Guarded([&] {
+        if (auto project = gDatabase->GetDefaultProject()) {
+            if (ConnectProject(*project, product)) {
+                SetStatus(QStringLiteral("Opening Most Recent Project"));
+                OpenProjectWindow(project);
+                opened = true;
+            }
         }
+    });
+    if (opened) {
+        Unload();
+        return;
     }
 
     // A project that can't be reached never blocks the start: its connection has told the user why.

@@ -32,6 +32,7 @@ Q_SIGNALS:
 
 private:
     void tmr_Timer();
+    void startUp();
     void SetStatus(const QString& text);
     // Opens both connections of the project that isn't open yet; False when one of them fails.
     bool ConnectProject(TARMOProject& project, const QString& product);

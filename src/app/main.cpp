@@ -4,10 +4,12 @@
 #include "GuardedApplication.h"
 #include "ItemTools.h"
 #include "LastResortHandlers.h"
+#include "OfferRecovery.h"
 #include "ProjectWindow.h"
 #include "RecoveryFiles.h"
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
+#include "TARMOError.h"
 #include "frmEditObjectText.h"
 #include "frmInitialize.h"
 #include "frmSQLQuery.h"
@@ -54,6 +56,19 @@ int handleArguments(int argc, char* argv[]) {
     return -1;
 }
 
+// Once the start is over and a project window stands, the texts that an earlier run lost are offered
+// back, each in a query window of its own. Without a project window they wait for the next start.
+void offerLostTexts(RecoveryFiles& recovery) {
+    auto* main = gDatabase ? dynamic_cast<mdiMain*>(gDatabase->MainWindow()) : nullptr;
+    if (!main)
+        return;
+    OfferRecovery(recovery, [main](const RecoveredText& entry) {
+        if (!main->OpenRecoveredText(entry.title, entry.text))
+            throw TARMOError(TARMOErrors::InvalidProcedureCall, QStringLiteral("Reopen Text"),
+                             QStringLiteral("No query window could be opened for the text."));
+    });
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -79,6 +94,9 @@ int main(int argc, char* argv[]) {
     });
 
     auto* splash = new frmInitialize;
+    QObject::connect(
+        splash, &frmInitialize::Finished, &app, [&recovery] { offerLostTexts(recovery); },
+        Qt::QueuedConnection);
     splash->StartTARMO();
     return app.exec();
 }

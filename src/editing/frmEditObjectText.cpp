@@ -124,6 +124,8 @@ void frmEditObjectText::LoadItem(const QString& strDefaultText) {
             sub->setWindowIcon(windowIcon());
     }
     RefreshCaption();
+    // Read again from its file, the text holds nothing unsaved.
+    TextSaved();
     SetStatus(QString());
     NotifyCommandState();
 }
@@ -220,6 +222,10 @@ QString frmEditObjectText::ObjectKey() const {
     return object().IsNew() ? QStringLiteral("NEW") : QStringLiteral("I") + object().DBID();
 }
 
+QString frmEditObjectText::TextOrigin() const {
+    return mVersioned ? object().FileName() : QString();
+}
+
 bool frmEditObjectText::CanShowHistory() const {
     return !mbNewObject && Main().Factories().HistoryWindow != nullptr;
 }
@@ -275,6 +281,7 @@ bool frmEditObjectText::SaveText(bool bPrompt) {
         SetStatus(QStringLiteral("Saving Text"));
         mtxtSQL->SaveFile();
     }
+    TextSaved();
     SetStatus(QString());
     if (bPrompt)
         prompts().MessageBox(QStringLiteral("Text has been successfully Saved"), Prompt::Buttons::OK,

@@ -79,6 +79,7 @@ public:
 
 protected:
     bool ClosingCheck() override;
+    QString TextOrigin() const override;
     void Unloading() override;
     void BecameActive(bool bToFront) override;
 

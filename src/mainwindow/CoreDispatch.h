@@ -24,9 +24,9 @@ public:
     bool InVSS() const override { return mRef.InVSS(); }
     bool IsCheckedOutByMe() const override { return mRef.IsCheckedOutByMe(); }
     QString Description() override { return mRef.Description(); }
-    bool SyncAdd(long lngLocation) override { return mRef.SyncAdd(lngLocation); }
-    bool SyncChange(long lngLocation) override { return mRef.SyncChange(lngLocation); }
-    bool SyncRemove(long lngLocation) override { return mRef.SyncRemove(lngLocation); }
+    bool SyncAdd(StoreLocation location) override { return mRef.SyncAdd(location); }
+    bool SyncChange(StoreLocation location) override { return mRef.SyncChange(location); }
+    bool SyncRemove(StoreLocation location) override { return mRef.SyncRemove(location); }
     std::shared_ptr<TARMOObjectVSS> Versioned() const override { return mRef.Versioned(); }
 
 private:

@@ -1,5 +1,6 @@
 #include "DatabaseTree.h"
 
+#include "ErrorReport.h"
 #include "ImageList.h"
 #include "ObjectDispatch.h"
 #include "UserPrompts.h"
@@ -102,18 +103,30 @@ bool DatabaseTree::hasPlaceholder(const QTreeWidgetItem* node) const {
     return node->childCount() > 0 && NodeTag(node->child(0)) == placeholderTag;
 }
 
-void DatabaseTree::fillNode(QTreeWidgetItem* node, const QString& strExpanded, bool bNested) {
-    RemoveChildNodes(node);
-    if (!mDispatch)
-        return;
+bool DatabaseTree::fillNode(QTreeWidgetItem* node, const QString& strExpanded, bool bNested) {
+    if (!mDispatch) {
+        RemoveChildNodes(node);
+        return true;
+    }
     // The read itself can be long and lets events through: an opening meanwhile must not start a
     // second fill.
     const bool wasFilling = mbFillingTree;
     mbFillingTree = true;
-    auto items = mDispatch->GetItemInfo(NodeTag(node), NodeKey(node), false, true);
+    std::unique_ptr<TARMODBTItems> items;
+    // A read that fails leaves the node as it was, placeholder and all, so that opening it again
+    // tries again; it is closed, since it shows nothing it could hold.
+    const bool read =
+        Guarded([&] { items = mDispatch->GetItemInfo(NodeTag(node), NodeKey(node), false, true); });
     mbFillingTree = wasFilling;
+    if (!read) {
+        if (hasPlaceholder(node))
+            node->setExpanded(false);
+        return false;
+    }
+    RemoveChildNodes(node);
     if (items)
         AddItems(*items, node, strExpanded, bNested);
+    return true;
 }
 
 void DatabaseTree::nodeExpanded(QTreeWidgetItem* node) {
@@ -149,8 +162,8 @@ void DatabaseTree::RefreshNode(QTreeWidgetItem* Node) {
     if (!Node || !mDispatch)
         return;
     BusyCursor busy;
-    auto record = mDispatch->RefreshItem(NodeTag(Node), NodeKey(Node));
-    if (!record)
+    std::unique_ptr<TARMODBTItem> record;
+    if (!Guarded([&] { record = mDispatch->RefreshItem(NodeTag(Node), NodeKey(Node)); }) || !record)
         return;
     if (record->RemoveItem) {
         if (mnodDragSource == Node)

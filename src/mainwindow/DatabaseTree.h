@@ -68,7 +68,8 @@ protected:
 private:
     void nodeExpanded(QTreeWidgetItem* node);
     bool hasPlaceholder(const QTreeWidgetItem* node) const;
-    void fillNode(QTreeWidgetItem* node, const QString& strExpanded, bool bNested);
+    // False when the read failed and the node kept what it had.
+    bool fillNode(QTreeWidgetItem* node, const QString& strExpanded, bool bNested);
     void openFromFill(QTreeWidgetItem* node);
     void applyRecordIcon(QTreeWidgetItem* node, const QString& imageName);
 

@@ -1,5 +1,7 @@
 #include "EditorChildWindow.h"
 
+#include "ErrorReport.h"
+#include "RecoveryFiles.h"
 #include "SQLTextEditor.h"
 #include "ScreenMetrics.h"
 #include "StatusPanels.h"
@@ -11,6 +13,7 @@
 #include <QCloseEvent>
 #include <QMdiSubWindow>
 #include <QMimeData>
+#include <QTimer>
 
 namespace {
 // The settings keep the child window's size in twips, the unit of the older settings files.
@@ -19,6 +22,14 @@ double twipsPerPixelX() {
 }
 double twipsPerPixelY() {
     return ScreenMetrics::Current().twipsPerPixelY;
+}
+
+// Long enough that a typist is not interrupted, short enough that little is lost.
+constexpr int typingPauseMs = 2000;
+
+QString nextRecoveryId() {
+    static int number = 0;
+    return QStringLiteral("editor-%1").arg(++number);
 }
 } // namespace
 
@@ -33,7 +44,10 @@ EditorChildWindow::EditorChildWindow(mdiMain& main, QWidget* parent)
 
 // The main window holds its current child by a guarded pointer, which clears itself when the window
 // goes; the main window may be half destroyed by then, so it isn't asked.
-EditorChildWindow::~EditorChildWindow() = default;
+EditorChildWindow::~EditorChildWindow() {
+    // The source reads this window's editor, which is about to go.
+    forgetUnsavedText();
+}
 
 void EditorChildWindow::SetEditor(SQLTextEditor* editor) {
     mEditor = editor;
@@ -53,6 +67,53 @@ void EditorChildWindow::SetEditor(SQLTextEditor* editor) {
         emit CommandStateChanged();
     });
     connect(editor, &SQLTextEditor::bcChange, this, &EditorChildWindow::CommandStateChanged);
+    // A single shot restarted on every edit: the text is taken once typing pauses, not on every key.
+    mTypingPause = new QTimer(this);
+    mTypingPause->setSingleShot(true);
+    mTypingPause->setInterval(typingPauseMs);
+    connect(mTypingPause, &QTimer::timeout, this, [this] { Guarded([this] { KeepUnsavedText(); }); });
+    connect(editor, &SQLTextEditor::bcChange, mTypingPause, qOverload<>(&QTimer::start));
+}
+
+void EditorChildWindow::KeepUnsavedText() {
+    RecoveryFiles* files = InstalledRecoveryFiles();
+    if (!mEditor || !files)
+        return;
+    if (!mEditor->IsModified()) {
+        forgetUnsavedText();
+        return;
+    }
+    if (mRecoveryId.isEmpty())
+        mRecoveryId = nextRecoveryId();
+    // Registered again each time, so that the title and origin follow a rename or a save as.
+    files->Register(mRecoveryId, windowTitle(), TextOrigin(), [this]() -> QString {
+        return mEditor && mEditor->IsModified() ? mEditor->Text() : QString();
+    });
+    mbRecoveryRegistered = true;
+    files->TextChanged(mRecoveryId);
+}
+
+void EditorChildWindow::ShowRecoveredText(const QString& title, const QString& text) {
+    if (!mEditor)
+        return;
+    mEditor->SetText(text);
+    setWindowTitle(QStringLiteral("Recovered - ") + title);
+    KeepUnsavedText();
+}
+
+void EditorChildWindow::TextSaved() {
+    if (mTypingPause)
+        mTypingPause->stop();
+    // A save that failed has told the user and left the text unsaved: it is kept on.
+    KeepUnsavedText();
+}
+
+void EditorChildWindow::forgetUnsavedText() {
+    if (!mbRecoveryRegistered)
+        return;
+    mbRecoveryRegistered = false;
+    if (RecoveryFiles* files = InstalledRecoveryFiles())
+        files->Forget(mRecoveryId);
 }
 
 void EditorChildWindow::BeginOpening(TARMODatabase& sdbCurrent) {
@@ -160,6 +221,8 @@ void EditorChildWindow::closeEvent(QCloseEvent* event) {
     }
     mbClosing = true;
     Unloading();
+    // Saved or given up by the user's own choice: nothing of it is offered again.
+    forgetUnsavedText();
     if (mMain.CurrentChild() == this)
         mMain.SetCurrentChild(nullptr);
     event->accept();

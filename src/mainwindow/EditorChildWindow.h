@@ -5,6 +5,7 @@
 #include <QWidget>
 
 class QMdiSubWindow;
+class QTimer;
 class SQLTextEditor;
 class StatusPanels;
 class TARMODatabase;
@@ -48,6 +49,14 @@ public:
     void SetFocusOfChild() override;
 
     SQLTextEditor* txtSQL() const { return mEditor; }
+
+    // Hands the editor's unsaved text to the installed recovery files (or lets them forget it when
+    // there is none). A pause in typing calls it; it is public for the start-up reopening.
+    void KeepUnsavedText();
+    // Shows a text that an earlier run lost as this window's unsaved text.
+    void ShowRecoveredText(const QString& title, const QString& text);
+    // Runs out some time after the last edit; KeepUnsavedText follows.
+    QTimer* TypingPause() const { return mTypingPause; }
     bool EditorHasFocus() const { return mbEditorHasFocus; }
 
 signals:
@@ -67,6 +76,11 @@ protected:
     // "" shows "Ready.", any other text is followed by " ...".
     void SetStatus(const QString& text);
     void NotifyCommandState() { emit CommandStateChanged(); }
+    // After a save, check-in or reload: what the recovery files held of the text goes, unless the
+    // text is still unsaved.
+    void TextSaved();
+    // The file or object the unsaved text belongs to, for the recovery files.
+    virtual QString TextOrigin() const { return {}; }
 
     // True when the window may go; it may ask the user and act on the answer.
     virtual bool ClosingCheck() { return true; }
@@ -86,11 +100,16 @@ private:
     void placeWindow();
     void storeGeometry();
     void becomeActive(bool bToFront);
+    void forgetUnsavedText();
 
     mdiMain& mMain;
     TARMODatabase* msdbCurrent = nullptr;
     SQLTextEditor* mEditor = nullptr;
     StatusPanels* mStatusPanels = nullptr;
+    QTimer* mTypingPause = nullptr;
+    // The window's name among the recovery files, and whether they know it.
+    QString mRecoveryId;
+    bool mbRecoveryRegistered = false;
     bool mbEditorHasFocus = false;
     bool mbClosing = false;
     bool mbPlaced = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "StoreLocation.h"
 #include "TARMODBTItem.h"
 #include "TARMODBTItems.h"
 #include "TARMOObjectVSS.h"
@@ -31,9 +32,9 @@ public:
     // Read from the version store at each call.
     virtual QString Description() = 0;
     // Repairs between the stores; location 1 the version store, 2 SQL Server.
-    virtual bool SyncAdd(long lngLocation) = 0;
-    virtual bool SyncChange(long lngLocation) = 0;
-    virtual bool SyncRemove(long lngLocation) = 0;
+    virtual bool SyncAdd(StoreLocation location) = 0;
+    virtual bool SyncChange(StoreLocation location) = 0;
+    virtual bool SyncRemove(StoreLocation location) = 0;
     // The versioned object behind it, for the windows that edit it and show its history; nullptr for
     // a table or any object that the version store doesn't keep.
     virtual std::shared_ptr<TARMOObjectVSS> Versioned() const = 0;

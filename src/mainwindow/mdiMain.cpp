@@ -1,5 +1,7 @@
 #include "mdiMain.h"
 
+#include "ErrorReport.h"
+
 #include "ChildWindowArea.h"
 #include "ChildWindowContract.h"
 #include "DatabaseTree.h"
@@ -321,6 +323,13 @@ void mdiMain::RefreshItem(const QString& strTag, const QString& strKey, bool bUs
 }
 
 void mdiMain::UpdateContextPanel() {
+    // The panel follows every click; an object that cannot be read leaves it as it was.
+    if (!Guarded([this] { fillContextPanel(); }))
+        mnodPanelItem = nullptr;
+    mebcExtraInfo->SetRedraw(true);
+}
+
+void mdiMain::fillContextPanel() {
     QTreeWidgetItem* node = mtvwDBT->SelectedNode();
     std::shared_ptr<DispatchedObject> object;
     if (node && mDispatch)
@@ -392,7 +401,10 @@ void mdiMain::PopupSetup(QTreeWidgetItem* Node) {
     TARMOContextMenu menu;
     QTreeWidgetItem* selected = mtvwDBT->SelectedNode();
     if (Node && selected && mDispatch)
-        menu = mDispatch->GetContextMenu(DatabaseTree::NodeTag(selected), DatabaseTree::NodeKey(selected));
+        Guarded([&] {
+            menu =
+                mDispatch->GetContextMenu(DatabaseTree::NodeTag(selected), DatabaseTree::NodeKey(selected));
+        });
     mMenus->PopupSetup(Node != nullptr, menu);
 }
 
@@ -474,7 +486,7 @@ bool mdiMain::eventFilter(QObject* watched, QEvent* event) {
                 return false;
             QTreeWidgetItem* source = mtvwDBT->DragSource();
             drop->acceptProposedAction();
-            EditObject(source);
+            Guarded([&] { EditObject(source); });
             mtvwDBT->setCurrentItem(source);
             mtvwDBT->ClearDragSource();
             return true;
@@ -485,8 +497,13 @@ bool mdiMain::eventFilter(QObject* watched, QEvent* event) {
 
 bool mdiMain::acceptsTreeDrop(const QMimeData* dropped) const {
     QTreeWidgetItem* source = mtvwDBT->DragSource();
-    return source && mDispatch && dropped && dropped->hasText() && dropped->text() == source->text(0) &&
-           mDispatch->CanOpenObject(DatabaseTree::NodeTag(source), DatabaseTree::NodeKey(source));
+    if (!source || !mDispatch || !dropped || !dropped->hasText() || dropped->text() != source->text(0))
+        return false;
+    bool canOpen = false;
+    Guarded([&] {
+        canOpen = mDispatch->CanOpenObject(DatabaseTree::NodeTag(source), DatabaseTree::NodeKey(source));
+    });
+    return canOpen;
 }
 
 void mdiMain::repairCurrentChild() {
@@ -494,6 +511,16 @@ void mdiMain::repairCurrentChild() {
 }
 
 // --- Child windows
+
+bool mdiMain::OpenRecoveredText(const QString& title, const QString& text) {
+    if (!msdbCurrent || !mFactories.QueryWindow)
+        return false;
+    auto* form = qobject_cast<EditorChildWindow*>(addChildForFactory(mFactories.QueryWindow(*msdbCurrent)));
+    if (!form)
+        return false;
+    form->ShowRecoveredText(title, text);
+    return true;
+}
 
 QWidget* mdiMain::addChildForFactory(QWidget* child) {
     if (child)

@@ -108,7 +108,7 @@ public:
     const ImageList& Images() const { return miltAll; }
     void EditPermissions(const QString& strTag = {}, const QString& strKey = {},
                          std::shared_ptr<DispatchedObject> objItem = nullptr);
-    void SyncroniseAction(QTreeWidgetItem* Node, long lngAction, long lngLocation);
+    void SyncroniseAction(QTreeWidgetItem* Node, long lngAction, StoreLocation location);
     // Tries to unload the window with its children; False when a child refused.
     bool CloseProject();
     void ChangeProject(long index, const QString& name);
@@ -119,6 +119,8 @@ public:
     // Places a child window in the window area and shows it; from then on its reports of a changed
     // command state update the menus while it is the active one.
     QMdiSubWindow* AddChildWindow(QWidget* child);
+    // Opens a query window on a text that an earlier run lost; false when no query window can open.
+    bool OpenRecoveredText(const QString& title, const QString& text);
     // The child that last came to the front; children set it and clear it when they unload.
     void SetCurrentChild(QWidget* child) { mCurrentChild = child; }
     QWidget* CurrentChild() const { return mCurrentChild; }
@@ -170,6 +172,7 @@ private:
     void refreshTree();
     bool unloadWindow();
     void treeDoubleClicked(QTreeWidgetItem* node);
+    void fillContextPanel();
     void treeRightReleased(QTreeWidgetItem* node, const QPoint& globalPos);
     void panelEntryClicked(const QString& entryKey, long command);
     void storeSplitterSizes();

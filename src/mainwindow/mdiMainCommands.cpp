@@ -3,6 +3,7 @@
 #include "ChildWindowArea.h"
 #include "ChildWindowContract.h"
 #include "DatabaseTree.h"
+#include "ErrorReport.h"
 #include "Globals.h"
 #include "GuiHelpers.h"
 #include "TARMODatabase.h"
@@ -79,13 +80,21 @@ const std::vector<mdiMain::CommandRow>& mdiMain::CommandTable() {
                     w.refreshTree();
             }),
         own(C::AddToVersionStore, R::NeedsSelectedNode,
-            [](mdiMain& w, const CommandCall& call) { w.SyncroniseAction(call.selected, 1, 1); }),
+            [](mdiMain& w, const CommandCall& call) {
+                w.SyncroniseAction(call.selected, 1, StoreLocation::VersionStore);
+            }),
         own(C::AddToSqlServer, R::NeedsSelectedNode,
-            [](mdiMain& w, const CommandCall& call) { w.SyncroniseAction(call.selected, 1, 2); }),
+            [](mdiMain& w, const CommandCall& call) {
+                w.SyncroniseAction(call.selected, 1, StoreLocation::SqlServer);
+            }),
         own(C::RemoveFromVersionStore, R::NeedsSelectedNode,
-            [](mdiMain& w, const CommandCall& call) { w.SyncroniseAction(call.selected, 3, 1); }),
+            [](mdiMain& w, const CommandCall& call) {
+                w.SyncroniseAction(call.selected, 3, StoreLocation::VersionStore);
+            }),
         own(C::RemoveFromSqlServer, R::NeedsSelectedNode,
-            [](mdiMain& w, const CommandCall& call) { w.SyncroniseAction(call.selected, 3, 2); }),
+            [](mdiMain& w, const CommandCall& call) {
+                w.SyncroniseAction(call.selected, 3, StoreLocation::SqlServer);
+            }),
         own(C::TileHorizontally, R::Always, [](mdiMain& w, const CommandCall&) { w.mMdiArea->Tile(true); }),
         own(C::TileVertically, R::Always, [](mdiMain& w, const CommandCall&) { w.mMdiArea->Tile(false); }),
         own(C::Cascade, R::Always, [](mdiMain& w, const CommandCall&) { w.mMdiArea->cascadeSubWindows(); }),
@@ -207,7 +216,8 @@ const mdiMain::CommandRow* mdiMain::FindCommand(Command command) {
 }
 
 void mdiMain::DoCommand(Command command, const QString& strParameter, long lngHelpContext) {
-    prompts().SetBusy(true);
+    // The busy state ends with the command, however the command ends.
+    BusyCursor busy;
     int index = 0;
     if (!strParameter.isEmpty()) {
         bool numeric = false;
@@ -215,10 +225,12 @@ void mdiMain::DoCommand(Command command, const QString& strParameter, long lngHe
         if (numeric)
             index = value;
     }
-    if (actsThroughObjectWindow(command, strParameter))
-        EditObject();
-    runCommand(command, strParameter, lngHelpContext, index);
-    prompts().SetBusy(false);
+    // What the core could not do is told, and the window stays as usable as before the command.
+    Guarded([&] {
+        if (actsThroughObjectWindow(command, strParameter))
+            EditObject();
+        runCommand(command, strParameter, lngHelpContext, index);
+    });
 }
 
 void mdiMain::runCommand(Command command, const QString& strParameter, long lngHelpContext, int index) {
@@ -452,18 +464,18 @@ void mdiMain::AfterChange(QTreeWidgetItem* Node, bool bClose) {
     }
 }
 
-void mdiMain::SyncroniseAction(QTreeWidgetItem* Node, long lngAction, long lngLocation) {
+void mdiMain::SyncroniseAction(QTreeWidgetItem* Node, long lngAction, StoreLocation location) {
     if (!Node || !mDispatch)
         return;
     auto object = mDispatch->GetObject(DatabaseTree::NodeTag(Node), DatabaseTree::NodeKey(Node));
     if (!object)
         return;
     if (lngAction == 1)
-        object->SyncAdd(lngLocation);
+        object->SyncAdd(location);
     else if (lngAction == 2)
-        object->SyncChange(lngLocation);
+        object->SyncChange(location);
     else if (lngAction == 3)
-        object->SyncRemove(lngLocation);
+        object->SyncRemove(location);
     if (Node == mnodPanelItem)
         mnodPanelItem = nullptr;
     mtvwDBT->RefreshNode(Node);

@@ -48,28 +48,6 @@ bool TARMOObjectRef::SyncRemove(StoreLocation location) const {
     return mVersioned && mVersioned->SyncRemove(location);
 }
 
-namespace {
-
-// Only the numbers of the two stores become a location.
-bool knownLocation(long number) {
-    return number == static_cast<long>(StoreLocation::VersionStore) ||
-           number == static_cast<long>(StoreLocation::SqlServer);
-}
-
-} // namespace
-
-bool TARMOObjectRef::SyncAdd(long lngLocation) const {
-    return knownLocation(lngLocation) && SyncAdd(static_cast<StoreLocation>(lngLocation));
-}
-
-bool TARMOObjectRef::SyncChange(long lngLocation) const {
-    return knownLocation(lngLocation) && SyncChange(static_cast<StoreLocation>(lngLocation));
-}
-
-bool TARMOObjectRef::SyncRemove(long lngLocation) const {
-    return knownLocation(lngLocation) && SyncRemove(static_cast<StoreLocation>(lngLocation));
-}
-
 TARMOPermissions TARMOObjectRef::GetPermissions(bool bOnlyShowSetPermissions, long ListFilter) const {
     if (mVersioned)
         return mVersioned->GetPermissions(bOnlyShowSetPermissions, ListFilter);

@@ -38,11 +38,6 @@ public:
     bool SyncAdd(StoreLocation location) const;
     bool SyncChange(StoreLocation location) const;
     bool SyncRemove(StoreLocation location) const;
-    // The number form that the main window's command table passes; a number that names no store
-    // gives False.
-    bool SyncAdd(long lngLocation) const;
-    bool SyncChange(long lngLocation) const;
-    bool SyncRemove(long lngLocation) const;
     TARMOPermissions GetPermissions(bool bOnlyShowSetPermissions = true, long ListFilter = 0) const;
     TARMOContextMenu GetContextMenu() const;
 

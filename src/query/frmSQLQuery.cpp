@@ -1,5 +1,6 @@
 #include "frmSQLQuery.h"
 
+#include "ErrorReport.h"
 #include "GeneralHelpers.h"
 #include "SQLTextEditor.h"
 #include "ScreenMetrics.h"
@@ -89,7 +90,7 @@ frmSQLQuery::frmSQLQuery(mdiMain& main, QWidget* parent)
     // Alt+X runs the query wherever the focus is inside the window.
     auto* execute = new QShortcut(QKeySequence(Qt::ALT | Qt::Key_X), this);
     execute->setContext(Qt::WidgetWithChildrenShortcut);
-    connect(execute, &QShortcut::activated, this, [this] { ExecuteSQL(); });
+    connect(execute, &QShortcut::activated, this, [this] { Guarded([this] { ExecuteSQL(); }); });
     // The editor sees its keys before any shortcut does.
     connect(mtxtSQL, &SQLTextEditor::bcKeyDown, this, [this](int& KeyCode, int& Shift) {
         if (KeyCode == Qt::Key_X && (Shift & 4) && !(Shift & 2)) {
@@ -172,7 +173,8 @@ void frmSQLQuery::buildToolBand() {
         action->setToolTip(QString::fromLatin1(b.tip));
         action->setCheckable(b.check);
         const int command = b.command;
-        connect(action, &QAction::triggered, this, [this, command] { ToolbarCommand(command); });
+        connect(action, &QAction::triggered, this,
+                [this, command] { Guarded([&] { ToolbarCommand(command); }); });
     }
 }
 
@@ -299,6 +301,7 @@ bool frmSQLQuery::SaveText(bool bPrompt) {
                              QStringLiteral("Save SQL Query"));
         return false;
     }
+    TextSaved();
     if (bPrompt)
         prompts().MessageBox(QStringLiteral("SQL Query has been successfully Saved"), Prompt::Buttons::OK,
                              Prompt::Icon::Information, QStringLiteral("SQL Query Saved"));

@@ -82,6 +82,7 @@ public:
 
 protected:
     bool ClosingCheck() override;
+    QString TextOrigin() const override { return mstrFileName; }
     QString ClosingStatus() const override { return QStringLiteral("Closing SQL Query Window"); }
     void showEvent(QShowEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -2,13 +2,13 @@
 
 #include <QCloseEvent>
 
-bool FakeObject::SyncAdd(long lngLocation) {
-    if (lngLocation == 2)
+bool FakeObject::SyncAdd(StoreLocation location) {
+    if (location == StoreLocation::SqlServer)
         mInSQL = true;
     else
         mInVSS = true;
     if (mLog)
-        *mLog << QStringLiteral("SyncAdd %1 %2").arg(mDBID).arg(lngLocation);
+        *mLog << QStringLiteral("SyncAdd %1 %2").arg(mDBID).arg(static_cast<long>(location));
     return true;
 }
 

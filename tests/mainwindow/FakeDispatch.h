@@ -27,9 +27,9 @@ public:
     bool InVSS() const override { return mInVSS; }
     bool IsCheckedOutByMe() const override { return mByMe; }
     QString Description() override { return mDescription; }
-    bool SyncAdd(long lngLocation) override;
-    bool SyncChange(long) override { return true; }
-    bool SyncRemove(long) override { return true; }
+    bool SyncAdd(StoreLocation location) override;
+    bool SyncChange(StoreLocation) override { return true; }
+    bool SyncRemove(StoreLocation) override { return true; }
     std::shared_ptr<TARMOObjectVSS> Versioned() const override { return nullptr; }
     QString IconName() const;
 };

@@ -1,6 +1,7 @@
 #include "MainWindowFixture.h"
 
 #include "StatusPanels.h"
+#include "TARMOError.h"
 
 #include <QCoreApplication>
 #include <QMenu>
@@ -225,4 +226,39 @@ TEST_F(MainWindowTest, StatusPanelShowsTheListProgress) {
     dispatch.mListener->CompletedCurrentStatus(QStringLiteral("Views"), QStringLiteral("Views"));
     EXPECT_EQ(window->sbrMain()->PanelText(QStringLiteral("DBT:STATUS")), QString());
     EXPECT_FALSE(cancel) << "the tree never cancels";
+}
+
+TEST_F(MainWindowTest, AFailedReadIsToldAndTheNodeReadsAgainOnTheNextOpening) {
+    QTreeWidgetItem* views = node({QStringLiteral("Views")});
+    ASSERT_NE(views, nullptr);
+    bool fail = true;
+    dispatch.DuringRead[QStringLiteral("Views|Views")] = [&] {
+        if (fail)
+            throw TARMOError(70, QStringLiteral("Store"), QStringLiteral("The store can't be read."));
+    };
+    views->setExpanded(true);
+    ASSERT_EQ(prompts->Records().size(), 1);
+    EXPECT_EQ(prompts->Records().first().text, QStringLiteral("The store can't be read."));
+    EXPECT_FALSE(views->isExpanded());
+    ASSERT_EQ(views->childCount(), 1);
+    EXPECT_EQ(DatabaseTree::NodeTag(views->child(0)), QStringLiteral("temp"));
+
+    fail = false;
+    views->setExpanded(true);
+    EXPECT_EQ(dispatch.Reads.count(QStringLiteral("Views|Views")), 2);
+    for (int i = 0; i < views->childCount(); ++i)
+        EXPECT_NE(DatabaseTree::NodeTag(views->child(i)), QStringLiteral("temp"));
+}
+
+TEST_F(MainWindowTest, ACommandThatFailsIsToldAndEndsTheBusyState) {
+    open({QStringLiteral("Tables"), QStringLiteral("Customers")});
+    dispatch.DuringRead[QStringLiteral("Table|I201")] = [] {
+        throw TARMOError(17, QStringLiteral("Server"), QStringLiteral("The server is gone."));
+    };
+    window->DoCommand(Command::RefreshTree);
+    EXPECT_EQ(prompts->BusyDepth(), 0);
+    ASSERT_FALSE(prompts->Records().isEmpty());
+    EXPECT_EQ(prompts->Records().first().text, QStringLiteral("The server is gone."));
+    EXPECT_NE(node({QStringLiteral("Tables"), QStringLiteral("Customers")}), nullptr)
+        << "the tree keeps what it showed";
 }

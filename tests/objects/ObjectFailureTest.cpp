@@ -72,8 +72,8 @@ TEST_F(FailureTest, AddToSqlRefusesATextThatCreatesNoObject) {
     ASSERT_TRUE(orphan);
     ASSERT_FALSE(orphan->InSQL());
 
-    // The main window passes the store by its number.
-    EXPECT_FALSE(TARMOObjectRef(orphan).SyncAdd(2L));
+    // The main window reaches it through the reference.
+    EXPECT_FALSE(TARMOObjectRef(orphan).SyncAdd(StoreLocation::SqlServer));
     EXPECT_FALSE(orphan->SyncAdd(StoreLocation::SqlServer));
     ASSERT_EQ(prompts->Records().size(), 2);
     EXPECT_EQ(prompts->Records()[1].text, prompts->Records()[0].text);

@@ -77,8 +77,19 @@ void EmbeddedConnection::Open(const DbLogin& login) {
         throw DbError(first.number, kSource, DbDriver::ErrorText(kPrefix, first),
                       DbDriver::ClassifyServerError(first), messages);
     }
+    mFolder = folder;
     mServer = std::move(server);
     mSession = std::move(session);
+}
+
+// The open files of a removed folder would still answer, and what is written to them would be lost
+// with the last handle.
+void EmbeddedConnection::requireServer() {
+    RequireOpen();
+    if (!EmbeddedServer::IsServerFolder(mFolder)) {
+        Close();
+        noServer();
+    }
 }
 
 void EmbeddedConnection::Close() {
@@ -91,19 +102,19 @@ bool EmbeddedConnection::IsOpen() const {
 }
 
 SqlBatchResults EmbeddedConnection::ExecuteBatch(const QString& batch) {
-    RequireOpen();
+    requireServer();
     roundTrip();
     return mSession->Execute(batch);
 }
 
 SqlBatchResults EmbeddedConnection::ParseBatch(const QString& batch) {
-    RequireOpen();
+    requireServer();
     roundTrip();
     return mSession->Parse(batch);
 }
 
 QStringList EmbeddedConnection::ListDatabases() {
-    RequireOpen();
+    requireServer();
     roundTrip();
     return mServer->DatabaseNames();
 }

@@ -32,7 +32,10 @@ public:
 
 private:
     void roundTrip() const;
+    // A server whose folder went away while connected is gone, as a server on a dropped network is.
+    void requireServer();
 
+    QString mFolder;
     std::unique_ptr<EmbeddedServer> mServer;
     std::unique_ptr<EmbeddedSession> mSession;
 };
