@@ -1,5 +1,5 @@
-#include "Commands.h"
 #include "ChildWindowArea.h"
+#include "Commands.h"
 #include "CoreDispatch.h"
 #include "DatabaseTree.h"
 #include "DemoSeed.h"

@@ -153,7 +153,11 @@ TEST_F(MainWindowTest, ChildCommandsAndTheirEntriesFollowTheActiveChild) {
     const QList<State> states = {
         {"no child", {}, FormType::ObjectEdit, {}, {}},
         {"a window that doesn't take edit commands", QStringLiteral("OTHER"), FormType::ObjectEdit, {-1}, {}},
-        {"an object window that can do everything", QStringLiteral("ALLOWEDIT"), FormType::ObjectEdit, {-1}, everyChildCommand},
+        {"an object window that can do everything",
+         QStringLiteral("ALLOWEDIT"),
+         FormType::ObjectEdit,
+         {-1},
+         everyChildCommand},
         {"an object window that can do nothing", QStringLiteral("ALLOWEDIT"), FormType::ObjectEdit, {}, {}},
         {"an object window that can check in",
          QStringLiteral("ALLOWEDIT"),
