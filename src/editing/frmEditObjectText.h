@@ -1,6 +1,7 @@
 #pragma once
 
 #include "EditorChildWindow.h"
+#include "HelpTopics.h"
 
 #include <memory>
 
@@ -35,7 +36,7 @@ public:
     QString ObjectKey() const override;
     std::shared_ptr<DispatchedObject> CurrentObject() const override { return mobjCurrent; }
     long CurrentIcon() const override { return mlngIcon; }
-    long HelpContextID() const override { return 35; }
+    long HelpContextID() const override { return HelpId(HelpTopic::ObjectEditWindow); }
     QString OpenFileText() const override { return QStringLiteral("Load Text"); }
     QString SaveFileText() const override { return QStringLiteral("Save Text"); }
 

@@ -1,5 +1,6 @@
 #include "frmItemHistory.h"
 
+#include "HelpTopics.h"
 #include "TARMOError.h"
 #include "TARMOObjectVSS.h"
 #include "UserPrompts.h"
@@ -323,7 +324,7 @@ void frmItemHistory::Rollback() {
 
 void frmItemHistory::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_F1 && mHelp) {
-        mHelp(this, 48);
+        mHelp(this, HelpId(HelpTopic::History));
         return;
     }
     QDialog::keyPressEvent(event);

@@ -1,5 +1,6 @@
 #include "frmRenameObject.h"
 
+#include "HelpTopics.h"
 #include "UserPrompts.h"
 
 #include <QEvent>
@@ -119,7 +120,7 @@ bool frmRenameObject::eventFilter(QObject* watched, QEvent* event) {
 
 void frmRenameObject::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_F1 && mHelp) {
-        mHelp(this, 45);
+        mHelp(this, HelpId(HelpTopic::Rename));
         return;
     }
     QDialog::keyPressEvent(event);

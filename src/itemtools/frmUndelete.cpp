@@ -1,5 +1,6 @@
 #include "frmUndelete.h"
 
+#include "HelpTopics.h"
 #include "TARMODBTItems.h"
 #include "TARMODatabaseObjects.h"
 #include "TARMOError.h"
@@ -145,7 +146,7 @@ void frmUndelete::cmdUndelete_Click() {
 
 void frmUndelete::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_F1 && mHelp) {
-        mHelp(this, 47);
+        mHelp(this, HelpId(HelpTopic::Undelete));
         return;
     }
     QDialog::keyPressEvent(event);

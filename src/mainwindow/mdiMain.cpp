@@ -82,8 +82,9 @@ mdiMain::mdiMain(QWidget* parent)
     setObjectName(QStringLiteral("mdiMain"));
     setWindowTitle(QStringLiteral("TARMO"));
     buildFrame();
-    connect(mMenus, &MainMenus::CommandChosen, this,
-            [this](Command command, const QString& parameter) { DoCommand(command, parameter, 23); });
+    connect(mMenus, &MainMenus::CommandChosen, this, [this](Command command, const QString& parameter) {
+        DoCommand(command, parameter, HelpId(HelpTopic::MainWindow));
+    });
     connect(mMenus, &MainMenus::MenuOpening, this, &mdiMain::onMenuOpening);
     connect(mMdiArea, &QMdiArea::subWindowActivated, this, &mdiMain::UpdateCommands);
     // Queued: the repair waits until every window has taken in the focus change.
@@ -265,7 +266,7 @@ void mdiMain::CheckProjectSyncInfo() {
                            "Synchronize?"),
             Prompt::Buttons::YesNo, Prompt::Icon::Question,
             QStringLiteral("Start Synchronization Process?")) == Prompt::Answer::Yes)
-        DoCommand(Command::Synchronize, QString(), 23);
+        DoCommand(Command::Synchronize, QString(), HelpId(HelpTopic::MainWindow));
     else
         msdbCurrent->Project()->ProjectWasSyncronized(QStringLiteral("NoSyncWanted"));
 }
@@ -393,7 +394,7 @@ void mdiMain::fillContextPanel() {
 }
 
 void mdiMain::panelEntryClicked(const QString& entryKey, long command) {
-    DoCommand(CommandFromNumber(command), entryKey, 23);
+    DoCommand(CommandFromNumber(command), entryKey, HelpId(HelpTopic::MainWindow));
     UpdateContextPanel();
 }
 
@@ -418,11 +419,12 @@ void mdiMain::treeDoubleClicked(QTreeWidgetItem* node) {
     if (node) {
         if (DatabaseTree::NodeTag(node) == QLatin1String("Permission")) {
             QTreeWidgetItem* parentNode = node->parent();
-            DoCommand(
-                Command::Permissions,
-                DatabaseTree::NodeTag(parentNode) + QLatin1Char('|') + DatabaseTree::NodeKey(parentNode), 23);
+            DoCommand(Command::Permissions,
+                      DatabaseTree::NodeTag(parentNode) + QLatin1Char('|') +
+                          DatabaseTree::NodeKey(parentNode),
+                      HelpId(HelpTopic::MainWindow));
         } else {
-            DoCommand(Command::Edit, QString(), 23);
+            DoCommand(Command::Edit, QString(), HelpId(HelpTopic::MainWindow));
         }
     }
     UpdateContextPanel();
@@ -462,7 +464,7 @@ bool mdiMain::eventFilter(QObject* watched, QEvent* event) {
         int keyCode = KeyCodeFromQt(key->key());
         if (!keyCode)
             return false;
-        long helpContext = 23;
+        long helpContext = HelpId(HelpTopic::MainWindow);
         for (QWidget* w = widget; w && w != this; w = w->parentWidget())
             if (auto* child = dynamic_cast<ChildWindowContract*>(w)) {
                 helpContext = child->HelpContextID();

@@ -2,6 +2,7 @@
 
 #include "ChildWindowFactories.h"
 #include "Commands.h"
+#include "HelpTopics.h"
 #include "ImageList.h"
 #include "MainMenus.h"
 #include "MainWindowContract.h"
@@ -97,9 +98,11 @@ public:
 
     // The one way in: the command, the key of the entry that started it, the help topic of the
     // window it came from (23 the main window).
-    void DoCommand(Command command, const QString& strParameter = {}, long lngHelpContext = 23);
+    void DoCommand(Command command, const QString& strParameter = {},
+                   long lngHelpContext = HelpId(HelpTopic::MainWindow));
     // Every window hands its keys here; a key that fired a command comes back as 0.
-    void KeyPreview(bool bKeyDown, int& KeyCode, int Shift, long lngHelpContext = 23);
+    void KeyPreview(bool bKeyDown, int& KeyCode, int Shift,
+                    long lngHelpContext = HelpId(HelpTopic::MainWindow));
     void UpdateCommands();
     // A child reports that its object changed; the node is read again (its parent with bUseParent).
     void RefreshItem(const QString& strTag, const QString& strKey, bool bUseParent = false);

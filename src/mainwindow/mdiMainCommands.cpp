@@ -339,14 +339,14 @@ void mdiMain::onMenuOpening(const QString& menuKey) {
         mMenus->Entry(QStringLiteral("mnuToolbarEdit"))
             ->setChecked(mMenus->tbrEdit() && !mMenus->tbrEdit()->isHidden());
     } else if (menuKey == QLatin1String("mnuWindows")) {
-        DoCommand(Command::RebuildWindowList, QString(), 23);
+        DoCommand(Command::RebuildWindowList, QString(), HelpId(HelpTopic::MainWindow));
     }
 }
 
 void mdiMain::showHelp(long lngHelpContext) {
     long topic = lngHelpContext;
-    if (topic == 23 && QApplication::focusWidget() == mtvwDBT)
-        topic = 34;
+    if (topic == HelpId(HelpTopic::MainWindow) && QApplication::focusWidget() == mtvwDBT)
+        topic = HelpId(HelpTopic::DatabaseTree);
     if (mFactories.Help)
         mFactories.Help(this, topic);
 }

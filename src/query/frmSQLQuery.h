@@ -1,6 +1,7 @@
 #pragma once
 
 #include "EditorChildWindow.h"
+#include "HelpTopics.h"
 
 class QAction;
 class QSplitter;
@@ -32,7 +33,7 @@ public:
     QString ObjectKey() const override { return {}; }
     std::shared_ptr<DispatchedObject> CurrentObject() const override { return nullptr; }
     long CurrentIcon() const override;
-    long HelpContextID() const override { return 56; }
+    long HelpContextID() const override { return HelpId(HelpTopic::QueryWindow); }
     QString OpenFileText() const override { return QStringLiteral("Open"); }
     QString SaveFileText() const override { return QStringLiteral("Save"); }
 

@@ -45,7 +45,9 @@ public:
     std::unique_ptr<TARMOProjects> FindAllProjects(bool bGetProjectValues = true,
                                                    bool bGetAllSubProjects = true) const;
     bool ProjectNameExists(const QString& strNewName, const QString& strOldName) const;
-    // Gives a new record the next free number, then writes its thirteen values.
+    // Gives a new record the next free number and writes its thirteen values, all in one step of the
+    // store. The changes of records below (save, remove, move to top) each happen whole or not at all
+    // and throw TARMOError when the store can't be written or stays locked by another copy.
     void SaveProject(TARMOProject& spToSave);
     // The highest project number in use; 0 when there is none.
     long GetRegistryProjectCount() const;

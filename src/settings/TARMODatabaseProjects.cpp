@@ -1,5 +1,6 @@
 #include "TARMODatabase.h"
 
+#include "KeyStore.h"
 #include "TARMOSQL.h"
 #include "TARMOVSS.h"
 
@@ -19,6 +20,38 @@ std::optional<long> projectNumber(const QString& keyName) {
     bool ok = false;
     const long number = keyName.trimmed().toLong(&ok);
     return ok ? std::optional<long>(number) : std::nullopt;
+}
+
+QString recordPath(long number) {
+    return TARMODatabase::SettingsKey + QLatin1Char('\\') + QString::number(number);
+}
+
+QString valueText(const QList<KeyStore::Value>& values, const QString& name) {
+    for (const auto& v : values)
+        if (v.name == name && v.type == KeyStore::String)
+            return v.text;
+    return {};
+}
+
+// The records as the batch holds them, by number; only keys with a number and a name are records.
+QMap<long, QList<KeyStore::Value>> records(const KeyStore::Batch& batch) {
+    QMap<long, QList<KeyStore::Value>> found;
+    for (const auto& name :
+         batch.SubKeys(Registry::HKEY_CURRENT_USER, TARMODatabase::SettingsKey).value_or(QStringList())) {
+        const auto number = projectNumber(name);
+        if (!number)
+            continue;
+        const auto values =
+            batch.Values(Registry::HKEY_CURRENT_USER, TARMODatabase::SettingsKey + QLatin1Char('\\') + name);
+        if (values && !valueText(*values, QStringLiteral("PrjName")).trimmed().isEmpty())
+            found.insert(*number, *values);
+    }
+    return found;
+}
+
+void writeRecord(KeyStore::Batch& batch, long number, const QList<KeyStore::Value>& values) {
+    for (const auto& v : values)
+        batch.SetValue(Registry::HKEY_CURRENT_USER, recordPath(number), v);
 }
 
 } // namespace
@@ -136,12 +169,9 @@ long TARMODatabase::GetRegistryProjectCount() const {
 }
 
 void TARMODatabase::SaveProject(TARMOProject& spToSave) {
-    if (spToSave.Sequence() == -1)
-        spToSave.SetSequence(GetRegistryProjectCount() + 1);
-    const QString path = SettingsKey + QLatin1Char('\\') + QString::number(spToSave.Sequence());
     const TARMOSQL& sql = spToSave.SQL();
     const TARMOVSS& vss = spToSave.VSS();
-    const std::pair<const char*, QString> values[] = {
+    const std::pair<const char*, QString> fields[] = {
         {"PrjName", spToSave.Name()},
         {"LastServer", sql.Server()},
         {"LastDatabase", sql.Database()},
@@ -156,40 +186,51 @@ void TARMODatabase::SaveProject(TARMOProject& spToSave) {
         {"VSSSavePassword", flagText(vss.StorePassword())},
         {"PathInit", vss.GeneralWorkingFolder()},
     };
-    for (const auto& [name, text] : values)
-        mRegistry.WriteValue(Registry::HKEY_CURRENT_USER, path, QString::fromLatin1(name), text);
+    QList<KeyStore::Value> values;
+    for (const auto& [name, text] : fields)
+        values.append({QString::fromLatin1(name), KeyStore::String, text, {}});
+    // The new number and the values go in together: another copy that saves a record at the same
+    // time gets the next number, never this one.
+    long number = spToSave.Sequence();
+    mRegistry.Store()->Update([&](KeyStore::Batch& batch) {
+        if (number == -1) {
+            const auto existing = records(batch);
+            number = existing.isEmpty() ? 1 : existing.lastKey() + 1;
+        }
+        writeRecord(batch, number, values);
+        return true;
+    });
+    spToSave.SetSequence(number);
 }
 
 void TARMODatabase::RemoveProject(const TARMOProject& spToRemove) {
-    const long last = GetRegistryProjectCount();
-    for (long number = spToRemove.Sequence() + 1; number <= last; ++number) {
-        if (auto project = FindProjectByID(number)) {
-            project->SetSequence(number - 1);
-            SaveProject(*project);
-        }
-    }
-    mRegistry.DeleteKey(Registry::HKEY_CURRENT_USER, SettingsKey + QLatin1Char('\\') + QString::number(last));
+    mRegistry.Store()->Update([&](KeyStore::Batch& batch) {
+        const auto existing = records(batch);
+        if (existing.isEmpty())
+            return false;
+        const long last = existing.lastKey();
+        for (long number = spToRemove.Sequence() + 1; number <= last; ++number)
+            if (existing.contains(number))
+                writeRecord(batch, number - 1, existing.value(number));
+        batch.DeleteKey(Registry::HKEY_CURRENT_USER, recordPath(last));
+        return true;
+    });
 }
 
 void TARMODatabase::MoveProjectToTop(long n) {
     if (n < 2)
         return;
-    QMap<long, std::shared_ptr<TARMOProject>> table;
-    const auto projects = FindAllProjects();
-    for (const auto& project : *projects)
-        if (project->Sequence() <= n)
-            table.insert(project->Sequence(), project);
-    // Downward, so that no record is overwritten before it has been copied up.
-    for (long i = n - 1; i >= 1; --i) {
-        if (auto project = table.value(i)) {
-            project->SetSequence(i + 1);
-            SaveProject(*project);
-        }
-    }
-    if (auto opened = table.value(n)) {
-        opened->SetSequence(1);
-        SaveProject(*opened);
-    }
+    mRegistry.Store()->Update([&](KeyStore::Batch& batch) {
+        // Every record is read before any is written, so the order of writing doesn't matter.
+        const auto existing = records(batch);
+        if (!existing.contains(n))
+            return false;
+        for (long i = n - 1; i >= 1; --i)
+            if (existing.contains(i))
+                writeRecord(batch, i + 1, existing.value(i));
+        writeRecord(batch, 1, existing.value(n));
+        return true;
+    });
 }
 
 QStringList TARMODatabase::GetMostRecentProject() const {

@@ -2,10 +2,12 @@
 #include "CliPrompts.h"
 #include "DemoSeed.h"
 #include "GeneralHelpers.h"
+#include "KeyStore.h"
 #include "ScriptedPrompts.h"
 #include "TestSupport.h"
 
 #include <QDir>
+#include <QLockFile>
 
 #include <gtest/gtest.h>
 
@@ -187,6 +189,17 @@ TEST_F(CliTest, ProjectRecordsAndPasswordsFromTheEnvironment) {
                              QStringLiteral("$\\Demo\\"),
                              QStringLiteral("--working-folder"),
                              dir.Path(QStringLiteral("mine"))};
+    {
+        // Another copy holds the settings and doesn't go on: the record is reported not saved.
+        KeyStore::SetDefaultLockTimeout(50);
+        QLockFile held(KeyStore::DefaultPath() + QStringLiteral(".lock"));
+        ASSERT_TRUE(held.tryLock(0));
+        const Call locked = cli(add);
+        KeyStore::SetDefaultLockTimeout(5000);
+        EXPECT_EQ(locked.code, 1);
+        EXPECT_TRUE(locked.err.contains(QStringLiteral("registry.json.lock"))) << qPrintable(locked.err);
+        EXPECT_FALSE(locked.out.contains(QStringLiteral("saved")));
+    }
     ASSERT_EQ(cli(add).code, 0);
     EXPECT_EQ(cli(add).code, 1) << "the name is taken";
     EXPECT_EQ(cli({QStringLiteral("project"), QStringLiteral("add"), QStringLiteral("Half"),

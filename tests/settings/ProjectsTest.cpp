@@ -1,8 +1,13 @@
 #include "KeyStore.h"
 #include "TARMODatabase.h"
+#include "TARMOError.h"
 #include "TARMOSQL.h"
 #include "TARMOVSS.h"
 #include "TestSupport.h"
+
+#include <QLockFile>
+#include <QProcess>
+#include <QSet>
 
 #include <gtest/gtest.h>
 
@@ -189,4 +194,69 @@ TEST_F(ProjectsTest, OpeningBringsUpTheMainWindowInOrder) {
     EXPECT_EQ(made, 1) << "the main window is made once";
     EXPECT_EQ(window.calls.mid(0, 2), (QStringList{QStringLiteral("Loading=1"), QStringLiteral("Hide")}));
     EXPECT_EQ(namesInOrder(), (QStringList{QStringLiteral("A"), QStringLiteral("B")}));
+}
+
+// Two running copies save records at once: every record either reported saved is there, under a
+// number of its own, with all of its values (not some of them, not another record's).
+TEST_F(ProjectsTest, TwoCopiesSavingAtOnceLoseNothing) {
+    constexpr int each = 50;
+    QProcess first, second;
+    const QString path = dir.Path(QStringLiteral("registry.json"));
+    first.start(QStringLiteral(PROJECT_WRITER), {path, QStringLiteral("A"), QString::number(each)});
+    second.start(QStringLiteral(PROJECT_WRITER), {path, QStringLiteral("B"), QString::number(each)});
+    for (QProcess* p : {&first, &second}) {
+        ASSERT_TRUE(p->waitForFinished(120000));
+        EXPECT_EQ(p->exitCode(), 0) << p->readAllStandardError().constData();
+    }
+    EXPECT_EQ(db.GetRegistryProjectCount(), 2 * each);
+    QSet<QString> names;
+    for (long n = 1; n <= 2 * each; ++n) {
+        const auto p = db.FindProjectByID(n);
+        ASSERT_TRUE(p) << "gap at " << n;
+        const QString name = p->Name();
+        names.insert(name);
+        const bool even = name.mid(1).toInt() % 2 == 0;
+        EXPECT_EQ(p->SQL().Server(), name + QStringLiteral("-server"));
+        EXPECT_EQ(p->SQL().Database(), name + QStringLiteral("-db"));
+        EXPECT_EQ(p->SQL().UseWinNTAuth(), even);
+        if (!even) {
+            EXPECT_EQ(p->SQL().UserName(), name + QStringLiteral("-user"));
+        }
+        EXPECT_EQ(p->SQL().Password(), name + QStringLiteral("-pw"));
+        EXPECT_EQ(p->VSS().IniFile(), name + QStringLiteral(".ini"));
+        EXPECT_EQ(p->VSS().UserName(), name + QStringLiteral("-vssuser"));
+        EXPECT_EQ(p->VSS().Password(), name + QStringLiteral("-vsspw"));
+        EXPECT_EQ(p->VSS().Project(), QStringLiteral("$/") + name);
+        EXPECT_EQ(p->VSS().GeneralWorkingFolder(), QStringLiteral("/work/") + name + QLatin1Char('/'));
+    }
+    EXPECT_EQ(names.size(), 2 * each);
+}
+
+// While another copy holds the lock and doesn't go on, changes of records fail with an error that
+// names the lock file, and change nothing.
+TEST_F(ProjectsTest, ALockThatIsNeverGivenUpIsAnErrorNotALoss) {
+    save(QStringLiteral("A"));
+    save(QStringLiteral("B"));
+    db.SettingsRegistry().Store()->SetLockTimeout(50);
+    QLockFile held(dir.Path(QStringLiteral("registry.json.lock")));
+    ASSERT_TRUE(held.tryLock(0));
+
+    TARMOProject c;
+    c.SetName(QStringLiteral("C"));
+    try {
+        db.SaveProject(c);
+        ADD_FAILURE() << "the save must fail";
+    } catch (const TARMOError& e) {
+        EXPECT_TRUE(e.Description().contains(QStringLiteral("registry.json.lock")))
+            << qPrintable(e.Description());
+    }
+    EXPECT_EQ(c.Sequence(), -1) << "no number was given";
+    EXPECT_THROW(db.RemoveProject(*db.FindProjectByID(1)), TARMOError);
+    EXPECT_THROW(db.MoveProjectToTop(2), TARMOError);
+    EXPECT_EQ(namesInOrder(), (QStringList{QStringLiteral("A"), QStringLiteral("B")}));
+
+    held.unlock();
+    db.SaveProject(c);
+    db.MoveProjectToTop(3);
+    EXPECT_EQ(namesInOrder(), (QStringList{QStringLiteral("C"), QStringLiteral("A"), QStringLiteral("B")}));
 }

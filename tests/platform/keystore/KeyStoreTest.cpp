@@ -1,9 +1,14 @@
 #include "KeyStore.h"
+#include "ScriptedPrompts.h"
+#include "TARMOError.h"
 #include "TestSupport.h"
 
+#include <QDir>
 #include <QFile>
 #include <QJsonDocument>
+#include <QLockFile>
 #include <QProcess>
+#include <QSysInfo>
 
 #include <gtest/gtest.h>
 
@@ -54,18 +59,116 @@ TEST(KeyStore, BinaryValuesAndKeyDeletion) {
     EXPECT_FALSE(store.KeyExists(HKCU, QStringLiteral("K")));
 }
 
-TEST(KeyStore, DamagedFileIsKeptAsideNotLost) {
+namespace {
+QStringList damagedCopies(const TempFolder& dir) {
+    return QDir(dir.Path()).entryList({QStringLiteral("r.json.damaged-*")}, QDir::Files);
+}
+
+void overwrite(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(bytes);
+}
+} // namespace
+
+// A file cut short after good writes: the last good contents come back, the damaged file is kept,
+// and the user hears of it once, not on every read.
+TEST(KeyStore, DamagedFileComesBackFromTheLastGoodCopy) {
+    ScriptedPromptsScope scope;
     TempFolder dir;
     const QString path = dir.Path(QStringLiteral("r.json"));
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("{ not json");
-    file.close();
     KeyStore store(path);
-    EXPECT_FALSE(store.KeyExists(HKCU, QStringLiteral("K")));
+    ASSERT_TRUE(store.SetValue(HKCU, QStringLiteral("K"), text(QStringLiteral("a"), QStringLiteral("1"))));
+    ASSERT_TRUE(store.SetValue(HKCU, QStringLiteral("K"), text(QStringLiteral("b"), QStringLiteral("2"))));
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray whole = file.readAll();
+    file.close();
+    overwrite(path, whole.left(whole.size() / 2));
+
+    const auto values = store.Values(HKCU, QStringLiteral("K"));
+    ASSERT_TRUE(values);
+    EXPECT_EQ(values->size(), 2);
+    EXPECT_TRUE(store.KeyExists(HKCU, QStringLiteral("K")));
+    ASSERT_EQ(scope->Records().size(), 1);
+    EXPECT_TRUE(scope->Records().first().text.contains(QStringLiteral("last good copy")));
+    ASSERT_EQ(damagedCopies(dir).size(), 1);
+    QFile aside(dir.Path(damagedCopies(dir).first()));
+    ASSERT_TRUE(aside.open(QIODevice::ReadOnly));
+    EXPECT_EQ(aside.readAll(), whole.left(whole.size() / 2)) << "the damaged file is kept as it was";
+
+    ASSERT_TRUE(store.SetValue(HKCU, QStringLiteral("K"), text(QStringLiteral("c"), QStringLiteral("3"))));
+    EXPECT_EQ(store.Values(HKCU, QStringLiteral("K"))->size(), 3);
+}
+
+// Garbage and no copy to go back to: the store starts empty, but only after keeping the garbage and
+// saying so; an empty file counts as damaged too.
+TEST(KeyStore, DamagedFileWithoutACopyIsKeptAsideAndTold) {
+    for (const QByteArray& bytes : {QByteArray("{ not json"), QByteArray("[1, 2]"), QByteArray()}) {
+        ScriptedPromptsScope scope;
+        TempFolder dir;
+        const QString path = dir.Path(QStringLiteral("r.json"));
+        overwrite(path, bytes);
+        KeyStore store(path);
+        EXPECT_TRUE(
+            store.SetValue(HKCU, QStringLiteral("K"), text(QStringLiteral("v"), QStringLiteral("x"))));
+        EXPECT_EQ(store.Values(HKCU, QStringLiteral("K"))->size(), 1);
+        ASSERT_EQ(damagedCopies(dir).size(), 1) << bytes.constData();
+        ASSERT_EQ(scope->Records().size(), 1);
+        EXPECT_TRUE(scope->Records().first().text.contains(QStringLiteral("no good copy")));
+    }
+}
+
+// The settings hold passwords: the folder, the file and its copy are the user's alone.
+TEST(KeyStore, FilesArePrivate) {
+    TempFolder dir;
+    const QString path = dir.Path(QStringLiteral("new/r.json"));
+    KeyStore store(path);
+    ASSERT_TRUE(store.SetValue(HKCU, QStringLiteral("K"), text(QStringLiteral("v"), QStringLiteral("x"))));
+    const auto owner = QFile::ReadOwner | QFile::WriteOwner;
+    const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
+                        QFile::WriteOther | QFile::ExeOther;
+    for (const QString& file : {path, path + QStringLiteral(".bak")}) {
+        EXPECT_EQ(QFile::permissions(file) & owner, owner) << qPrintable(file);
+        EXPECT_EQ(QFile::permissions(file) & others, 0) << qPrintable(file);
+    }
+    EXPECT_EQ(QFile::permissions(dir.Path(QStringLiteral("new"))) & others, 0);
+}
+
+// A writer that holds the lock and doesn't go on (stopped, hung) makes the others fail with an error
+// naming the lock file instead of writing over its change or dropping theirs quietly; a lock left by
+// a process that has ended is taken over.
+TEST(KeyStore, LockOfAStoppedWriterIsAnErrorAndOfAnEndedOneIsTakenOver) {
+    TempFolder dir;
+    const QString path = dir.Path(QStringLiteral("r.json"));
+    KeyStore store(path);
+    store.SetLockTimeout(50);
+    {
+        QLockFile held(path + QStringLiteral(".lock"));
+        ASSERT_TRUE(held.tryLock(0));
+        try {
+            store.Update([](KeyStore::Batch& batch) {
+                batch.SetValue(HKCU, QStringLiteral("K"), text(QStringLiteral("v"), QStringLiteral("x")));
+                return true;
+            });
+            ADD_FAILURE() << "a held lock must stop the write";
+        } catch (const TARMOError& e) {
+            EXPECT_TRUE(e.Description().contains(QStringLiteral("r.json.lock")))
+                << qPrintable(e.Description());
+        }
+        EXPECT_FALSE(
+            store.SetValue(HKCU, QStringLiteral("K"), text(QStringLiteral("v"), QStringLiteral("x"))));
+        EXPECT_FALSE(store.KeyExists(HKCU, QStringLiteral("K")));
+    }
+
+    QProcess ended;
+    ended.start(QStringLiteral(KEYSTORE_WRITER), {});
+    ASSERT_TRUE(ended.waitForStarted());
+    const qint64 pid = ended.processId();
+    ASSERT_TRUE(ended.waitForFinished());
+    overwrite(path + QStringLiteral(".lock"),
+              QStringLiteral("%1\nkeystore_writer\n%2\n").arg(pid).arg(QSysInfo::machineHostName()).toUtf8());
     EXPECT_TRUE(store.SetValue(HKCU, QStringLiteral("K"), text(QStringLiteral("v"), QStringLiteral("x"))));
-    EXPECT_TRUE(QFile::exists(path + QStringLiteral(".damaged")));
-    EXPECT_EQ(store.Values(HKCU, QStringLiteral("K"))->size(), 1);
 }
 
 // Several processes write to one store at once: every value of every writer must be there and the

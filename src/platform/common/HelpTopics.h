@@ -1,0 +1,17 @@
+#pragma once
+
+// The topics of the help file. The numbers are the topic ids the help file was built with, so they
+// must not change; the help factory takes them as long.
+enum class HelpTopic : long {
+    MainWindow = 23,
+    DatabaseTree = 34,
+    ObjectEditWindow = 35,
+    Rename = 45,
+    Undelete = 47,
+    History = 48,
+    QueryWindow = 56,
+};
+
+constexpr long HelpId(HelpTopic topic) {
+    return static_cast<long>(topic);
+}
