@@ -11,7 +11,7 @@ namespace ItemTools {
 void Install(mdiMain& main) {
     mdiMain* window = &main;
     main.Factories().HistoryWindow = [window](TARMODatabase&, QWidget* owner,
-                                              std::shared_ptr<DispatchedObject> object) {
+                                              const std::shared_ptr<DispatchedObject>& object) {
         const std::shared_ptr<TARMOObjectVSS> versioned = object ? object->Versioned() : nullptr;
         if (!versioned)
             return false;

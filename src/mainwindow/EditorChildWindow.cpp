@@ -248,8 +248,9 @@ void EditorChildWindow::placeWindow() {
             });
     sub->setWindowIcon(windowIcon());
     if (msdbCurrent && !(sub->windowState() & (Qt::WindowMaximized | Qt::WindowMinimized))) {
-        sub->resize(static_cast<int>(msdbCurrent->ChildWindowWidth() / twipsPerPixelX()),
-                    static_cast<int>(msdbCurrent->ChildWindowHeight() / twipsPerPixelY()));
+        sub->resize(
+            static_cast<int>(static_cast<double>(msdbCurrent->ChildWindowWidth()) / twipsPerPixelX()),
+            static_cast<int>(static_cast<double>(msdbCurrent->ChildWindowHeight()) / twipsPerPixelY()));
         // The settings know normal and maximized only: a window never opens minimized.
         if (msdbCurrent->ChildWindowState() == WindowState::Maximized)
             sub->showMaximized();

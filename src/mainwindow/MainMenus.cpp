@@ -410,11 +410,11 @@ void MainMenus::SetWindowList(const QList<WindowEntry>& windows) {
     if (!menu)
         return;
     const auto actions = menu->actions();
-    for (auto it = actions.crbegin(); it != actions.crend(); ++it)
-        if ((*it)->objectName().startsWith(windowListPrefix)) {
-            mEntries.remove((*it)->objectName());
-            menu->removeAction(*it);
-            (*it)->deleteLater();
+    for (QAction* action : actions)
+        if (action->objectName().startsWith(windowListPrefix)) {
+            mEntries.remove(action->objectName());
+            menu->removeAction(action);
+            action->deleteLater();
         }
     if (!windows.isEmpty())
         addSeparator(menu, windowListPrefix + QStringLiteral("Spacer"));

@@ -39,7 +39,7 @@ double twipsPerPixel() {
     return ScreenMetrics::Current().twipsPerPixelX;
 }
 int toPixels(long twips) {
-    return static_cast<int>(twips / twipsPerPixel());
+    return static_cast<int>(static_cast<double>(twips) / twipsPerPixel());
 }
 long toTwips(int pixels) {
     return static_cast<long>(pixels * twipsPerPixel());

@@ -126,7 +126,7 @@ void TARMOObjectVSS::SetIsNew(bool value) {
 QString TARMOObjectVSS::FileName() {
     if (mIsNew)
         return NewObjectFileName();
-    const QString path = mVSS ? mVSS->GetItemFileName(ItemName()) : QString();
+    QString path = mVSS ? mVSS->GetItemFileName(ItemName()) : QString();
     if (!FileExists(path))
         GetLatestVersion();
     return path;

@@ -36,7 +36,7 @@ bool IsBlankBatch(const QString& batch) {
 }
 
 QString TranslateBatchError(const QString& description, int batchNumber, const QStringList& batches) {
-    const QString text = withoutPrefixes(description);
+    QString text = withoutPrefixes(description);
     const qsizetype colon = text.indexOf(QLatin1Char(':'));
     if (!text.startsWith(QLatin1String("line "), Qt::CaseInsensitive) || colon < 0)
         return text;

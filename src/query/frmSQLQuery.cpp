@@ -20,6 +20,7 @@
 #include <QToolBar>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <cmath>
 
 #include <algorithm>
 
@@ -260,7 +261,7 @@ void frmSQLQuery::layoutContainer() {
         mbSplitterPlaced = true;
         mdblProportion = 0.5;
     }
-    const int textHeight = static_cast<int>(available * mdblProportion + 0.5);
+    const int textHeight = static_cast<int>(std::lround(available * mdblProportion));
     mSplitter->setSizes({textHeight, available - textHeight});
     mcmdSplit->move(buttonX, mSplitter->handle(1)->y());
     mcmdSplit->raise();

@@ -10,13 +10,14 @@
 #include <QScrollBar>
 #include <QTableWidget>
 #include <QVBoxLayout>
+#include <cmath>
 
 #include <algorithm>
 
 namespace {
 // The distances of the layout are in twips; the grid heights of a stack are in pixels.
 int px(int twips) {
-    return std::max(1, static_cast<int>(twips / ScreenMetrics::Current().twipsPerPixelX + 0.5));
+    return std::max(1, static_cast<int>(std::lround(twips / ScreenMetrics::Current().twipsPerPixelX)));
 }
 
 QFont resultFont() {

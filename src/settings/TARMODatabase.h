@@ -33,7 +33,7 @@ public:
     void SetProject(std::shared_ptr<TARMOProject> project) { mProject = std::move(project); }
     // Makes the project current and number 1 of the most-recent order and brings up the main window
     // on it. Its connections are open.
-    bool OpenProject(std::shared_ptr<TARMOProject> prjToOpen);
+    bool OpenProject(const std::shared_ptr<TARMOProject>& prjToOpen);
     // How the main window is made on first use; without a factory, opening a project shows no window.
     void SetMainWindowFactory(MainWindowFactory factory) { mMainWindowFactory = std::move(factory); }
     MainWindowContract* MainWindow() const { return mMainWindow; }

@@ -89,7 +89,7 @@ std::shared_ptr<TARMOProject> TARMODatabase::LoadProjectFromKey(const RegistryKe
     return project;
 }
 
-bool TARMODatabase::OpenProject(std::shared_ptr<TARMOProject> prjToOpen) {
+bool TARMODatabase::OpenProject(const std::shared_ptr<TARMOProject>& prjToOpen) {
     if (!mMainWindow && mMainWindowFactory) {
         mMainWindow = mMainWindowFactory();
         mMainWindow->SetLoading(true);

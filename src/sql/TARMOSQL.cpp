@@ -140,14 +140,14 @@ QString TARMOSQL::OpenConnection(const QString& strServer, const QString& strDat
     // Once connected the password is known, so a reconnection never asks again.
     if (password.isEmpty() && !trusted && !mHasConnected && !mStorePassword) {
         if (!prompts().SQLLogin(server, database, userName, password)) {
-            const QString text = QStringLiteral("Password was not entered!");
+            QString text = QStringLiteral("Password was not entered!");
             if (!bSilent)
                 prompts().MessageBox(text, Prompt::Buttons::OK, Prompt::Icon::Critical, kConnectionError);
             return text;
         }
     }
 
-    const QString failure = TestConnection(server, database, userName, password, trusted);
+    QString failure = TestConnection(server, database, userName, password, trusted);
     if (!failure.isEmpty()) {
         if (!bSilent)
             prompts().MessageBox(FormatSQLError(failure), Prompt::Buttons::OK, Prompt::Icon::Critical,
