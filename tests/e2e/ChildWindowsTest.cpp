@@ -3,6 +3,7 @@
 #include "CoreDispatch.h"
 #include "DatabaseTree.h"
 #include "DemoSeed.h"
+#include "DemoWindowFixture.h"
 #include "ModalAnswer.h"
 #include "SQLTextEditor.h"
 #include "ScreenMetrics.h"
@@ -30,39 +31,9 @@
 
 // The object window and the query window side by side in one main window over the demo project:
 // what they share they must do alike.
-class ChildWindowsTest : public ::testing::Test {
+class ChildWindowsTest : public DemoWindowFixture {
 protected:
-    void SetUp() override {
-        const auto seeded = DemoSeed::Seed(folder.Path(QStringLiteral("demo")), false);
-        ASSERT_TRUE(seeded.ok) << qPrintable(seeded.error);
-        project = database.GetDefaultProject();
-        ASSERT_TRUE(project);
-        ASSERT_EQ(project->SQL().OpenConnection(), QString());
-        ASSERT_EQ(project->VSS().OpenConnection(), QString());
-        database.SetProject(project);
-        database.SetShowCommentPrompt(false);
-        database.SetChildWindowState(WindowState::Normal);
-
-        window.AdoptDispatch(std::make_unique<CoreDispatch>(database));
-        frmEditObjectText::Install(window);
-        frmSQLQuery::Install(window);
-        window.SetLoading(true);
-        window.Init(database);
-        window.InitDBT(2865);
-        window.resize(1000, 700);
-        window.SetLoading(false);
-        window.ShowWindow();
-    }
-    void TearDown() override {
-        closeAll();
-        VSSBulkReader::Release();
-    }
-    void closeAll() {
-        for (QMdiSubWindow* sub : window.MdiArea()->subWindowList())
-            if (auto* form = qobject_cast<EditorChildWindow*>(sub->widget()))
-                form->CloseItem(true);
-        QCoreApplication::processEvents();
-    }
+    void Configure() override { database.SetChildWindowState(WindowState::Normal); }
 
     frmEditObjectText* openProcedure(const QString& name) {
         DatabaseTree& tree = *window.tvwDBT();
@@ -90,13 +61,6 @@ protected:
         QTest::keyClicks(editor->ctrlHWnd(), text);
         QTest::keyClick(editor->ctrlHWnd(), Qt::Key_Return);
     }
-
-    IsolatedUserFolders folders;
-    TempFolder folder;
-    ScriptedPromptsScope prompts;
-    TARMODatabase database;
-    std::shared_ptr<TARMOProject> project;
-    mdiMain window;
 };
 
 TEST_F(ChildWindowsTest, BothKindsOpenAtTheSizeAndStateTheOtherKindLeft) {

@@ -2,6 +2,7 @@
 #include "CoreDispatch.h"
 #include "DatabaseTree.h"
 #include "DemoSeed.h"
+#include "DemoWindowFixture.h"
 #include "ModalAnswer.h"
 #include "SQLTextEditor.h"
 #include "ScreenMetrics.h"
@@ -32,35 +33,9 @@
 
 // The main road over the demo project, driven as a user drives it: a click in the tree, the shortcut
 // keys in the editor, the comment typed into its dialog.
-class EditRoadTest : public ::testing::Test {
+class EditRoadTest : public DemoWindowFixture {
 protected:
-    void SetUp() override {
-        const auto seeded = DemoSeed::Seed(folder.Path(QStringLiteral("demo")), false);
-        ASSERT_TRUE(seeded.ok) << qPrintable(seeded.error);
-        project = database.GetDefaultProject();
-        ASSERT_TRUE(project);
-        ASSERT_EQ(project->SQL().OpenConnection(), QString());
-        ASSERT_EQ(project->VSS().OpenConnection(), QString());
-        database.SetProject(project);
-        database.SetShowCommentPrompt(true);
-        database.SetShowDescriptionPrompt(false);
-        database.SetShowPermissionsOnNewObjectCreate(false);
-
-        window.AdoptDispatch(std::make_unique<CoreDispatch>(database));
-        frmEditObjectText::Install(window);
-        window.SetLoading(true);
-        window.Init(database);
-        window.InitDBT(2865);
-        window.resize(1000, 700);
-        window.SetLoading(false);
-        window.ShowWindow();
-    }
-    void TearDown() override {
-        for (QMdiSubWindow* sub : window.MdiArea()->subWindowList())
-            if (auto* form = qobject_cast<frmEditObjectText*>(sub->widget()))
-                form->CloseItem(true);
-        VSSBulkReader::Release();
-    }
+    void Configure() override { database.SetShowCommentPrompt(true); }
 
     QTreeWidgetItem* procedures() {
         for (int i = 0; i < window.tvwDBT()->topLevelItemCount(); ++i)
@@ -128,13 +103,6 @@ protected:
             form->cmdOK()->click();
         });
     }
-
-    IsolatedUserFolders folders;
-    TempFolder folder;
-    ScriptedPromptsScope prompts;
-    TARMODatabase database;
-    std::shared_ptr<TARMOProject> project;
-    mdiMain window;
 };
 
 TEST_F(EditRoadTest, OpenCheckOutEditTestAndCheckInAProcedure) {

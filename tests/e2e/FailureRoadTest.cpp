@@ -2,6 +2,7 @@
 #include "CoreDispatch.h"
 #include "DatabaseTree.h"
 #include "DemoSeed.h"
+#include "DemoWindowFixture.h"
 #include "GeneralHelpers.h"
 #include "LastResortHandlers.h"
 #include "RecoveryFiles.h"
@@ -31,37 +32,8 @@
 
 // What goes away under a running program: the store, the working folder, the server, the right to
 // write a file. Each road ends in a message and a window that still takes the next command.
-class FailureRoadTest : public ::testing::Test {
+class FailureRoadTest : public DemoWindowFixture {
 protected:
-    void SetUp() override {
-        const auto seeded = DemoSeed::Seed(folder.Path(QStringLiteral("demo")), false);
-        ASSERT_TRUE(seeded.ok) << qPrintable(seeded.error);
-        project = database.GetDefaultProject();
-        ASSERT_TRUE(project);
-        ASSERT_EQ(project->SQL().OpenConnection(), QString());
-        ASSERT_EQ(project->VSS().OpenConnection(), QString());
-        database.SetProject(project);
-        database.SetShowCommentPrompt(false);
-        database.SetShowDescriptionPrompt(false);
-        database.SetShowPermissionsOnNewObjectCreate(false);
-
-        window.AdoptDispatch(std::make_unique<CoreDispatch>(database));
-        frmEditObjectText::Install(window);
-        frmSQLQuery::Install(window);
-        window.SetLoading(true);
-        window.Init(database);
-        window.InitDBT(2865);
-        window.resize(1000, 700);
-        window.SetLoading(false);
-        window.ShowWindow();
-    }
-    void TearDown() override {
-        for (QMdiSubWindow* sub : window.MdiArea()->subWindowList())
-            if (auto* form = dynamic_cast<ChildWindowContract*>(sub->widget()))
-                form->CloseItem(true);
-        VSSBulkReader::Release();
-    }
-
     QTreeWidgetItem* topNode(const QString& text) {
         for (int i = 0; i < window.tvwDBT()->topLevelItemCount(); ++i)
             if (window.tvwDBT()->topLevelItem(i)->text(0) == text)
@@ -99,13 +71,6 @@ protected:
     QString lastMessage() {
         return prompts->Records().isEmpty() ? QString() : prompts->Records().last().text;
     }
-
-    IsolatedUserFolders folders;
-    TempFolder folder;
-    ScriptedPromptsScope prompts;
-    TARMODatabase database;
-    std::shared_ptr<TARMOProject> project;
-    mdiMain window;
 };
 
 TEST_F(FailureRoadTest, AStoreRemovedUnderAnOpenProjectIsToldOnExpandingAndTheNodeTriesAgain) {
