@@ -14,6 +14,7 @@
 #include "frmSQLQuery.h"
 #include "mdiMain.h"
 
+#include <QCoreApplication>
 #include <QMdiSubWindow>
 
 #include <gtest/gtest.h>
