@@ -4,9 +4,11 @@
 
 bool AppPrompts::SQLLogin(const QString& server, const QString& database, QString& userName,
                           QString& password) {
+    const ArrowWhileAsking arrow;
     return frmSQLPassword::GetUserNameAndPassword(server, database, userName, password);
 }
 
 bool AppPrompts::VSSLogin(const QString& iniFile, QString& userName, QString& password) {
+    const ArrowWhileAsking arrow;
     return frmVSSPassword::GetUserNameAndPassword(iniFile, userName, password);
 }

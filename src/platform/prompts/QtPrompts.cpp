@@ -71,6 +71,7 @@ QMessageBox::Icon iconOf(Prompt::Icon icon) {
 
 Prompt::Answer QtPrompts::MessageBox(const QString& text, Prompt::Buttons buttons, Prompt::Icon icon,
                                      const QString& title, int defaultButton) {
+    const ArrowWhileAsking arrow;
     QMessageBox box(iconOf(icon), title, text, QMessageBox::NoButton, owner());
     const auto list = buttonsOf(buttons);
     for (auto b : list)
@@ -81,23 +82,38 @@ Prompt::Answer QtPrompts::MessageBox(const QString& text, Prompt::Buttons button
 }
 
 QString QtPrompts::OpenFileName(const QString& title, const QString& filter, const QString& initialPath) {
+    const ArrowWhileAsking arrow;
     return QFileDialog::getOpenFileName(owner(), title, initialPath, filter);
 }
 
 QString QtPrompts::SaveFileName(const QString& title, const QString& filter, const QString& initialPath) {
+    const ArrowWhileAsking arrow;
     return QFileDialog::getSaveFileName(owner(), title, initialPath, filter);
 }
 
 QString QtPrompts::FolderName(const QString& title, const QString& initialPath) {
+    const ArrowWhileAsking arrow;
     return QFileDialog::getExistingDirectory(owner(), title, initialPath);
 }
 
 bool QtPrompts::InputText(const QString& title, const QString& label, QString& text) {
+    const ArrowWhileAsking arrow;
     bool ok = false;
     const QString typed = QInputDialog::getText(owner(), title, label, QLineEdit::Normal, text, &ok);
     if (ok)
         text = typed;
     return ok;
+}
+
+ArrowWhileAsking::ArrowWhileAsking()
+    : mBusy(QGuiApplication::overrideCursor() != nullptr) {
+    if (mBusy)
+        QGuiApplication::setOverrideCursor(Qt::ArrowCursor);
+}
+
+ArrowWhileAsking::~ArrowWhileAsking() {
+    if (mBusy)
+        QGuiApplication::restoreOverrideCursor();
 }
 
 void QtPrompts::SetBusy(bool busy) {

@@ -2,6 +2,19 @@
 
 #include "UserPrompts.h"
 
+// A question asked while a command shows the hourglass gets the arrow back for as long as it is open:
+// the user has to point at its buttons. The hourglass returns when the answer is given.
+class ArrowWhileAsking {
+public:
+    ArrowWhileAsking();
+    ~ArrowWhileAsking();
+    ArrowWhileAsking(const ArrowWhileAsking&) = delete;
+    ArrowWhileAsking& operator=(const ArrowWhileAsking&) = delete;
+
+private:
+    bool mBusy;
+};
+
 // The GUI's message boxes, file dialogs and hourglass, modal over the active window. The program
 // adds its own login windows in a class of its own.
 class QtPrompts : public UserPrompts {
