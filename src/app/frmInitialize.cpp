@@ -11,8 +11,10 @@
 #include "frmProjectBrowser.h"
 #include "frmSystem.h"
 
+#include <QApplication>
 #include <QLabel>
 #include <QThread>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace {
@@ -91,12 +93,30 @@ void frmInitialize::tmr_Timer() {
         Unload();
 }
 
+namespace {
+
+// Told once the event that saved it is done (a close event can't show a box), and once for a burst:
+// closing a window saves several values, and each meets the same fault.
+void tellSettingNotSaved(const TARMOError& error) {
+    static bool pending = false;
+    if (pending)
+        return;
+    pending = true;
+    QTimer::singleShot(0, qApp, [error] {
+        pending = false;
+        ReportError(error);
+    });
+}
+
+} // namespace
+
 void frmInitialize::startUp() {
     const QString product = App::ProductName();
 
     SetStatus(QStringLiteral("Initializing %1 Database").arg(product));
     gDatabase = std::make_unique<TARMODatabase>();
     gDatabase->SetScreen(ScreenMetrics::Current());
+    gDatabase->SetWriteFailureHandler(tellSettingNotSaved);
     // The settings choose the ODBC driver for real servers; the environment still can when they don't.
     if (!gDatabase->ODBCDriver().isEmpty())
         OdbcConnection::SetDriverName(gDatabase->ODBCDriver());

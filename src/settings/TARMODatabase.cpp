@@ -2,10 +2,12 @@
 
 #include "GeneralHelpers.h"
 #include "KeyStore.h"
+#include "TARMOError.h"
 
 #include <QDir>
 
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <optional>
 
@@ -48,7 +50,22 @@ QString TARMODatabase::SettingText(const QString& valueName) const {
 }
 
 void TARMODatabase::writeSetting(const QString& valueName, const QString& text) {
-    mRegistry.WriteValue(Registry::HKEY_CURRENT_USER, SettingsKey, valueName, text);
+    KeyStore::Value value;
+    value.name = valueName;
+    value.type = KeyStore::String;
+    value.text = text;
+    try {
+        mRegistry.Store()->Update([&](KeyStore::Batch& batch) {
+            batch.SetValue(Registry::HKEY_CURRENT_USER, SettingsKey, value);
+            return true;
+        });
+    } catch (const TARMOError& error) {
+        if (mWriteFailed)
+            mWriteFailed(error);
+        else
+            std::fprintf(stderr, "tarmo: the setting %s was not saved: %s\n", qPrintable(valueName),
+                         qPrintable(error.Description()));
+    }
 }
 
 void TARMODatabase::writeBool(const QString& valueName, bool value) {

@@ -10,6 +10,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
+class TARMOError;
+
 // The core object of the running system. It holds the settings: every preference and remembered
 // window geometry is a property backed by one value under "Software\Tarmo Integration". Nothing is
 // cached: each read asks the store and each write goes to it at once, so two running instances see
@@ -27,6 +31,12 @@ public:
     // The screen that bounds the remembered window sizes and places.
     const ScreenSize& Screen() const { return mScreen; }
     void SetScreen(const ScreenSize& screen) { mScreen = screen; }
+
+    // Where a preference that couldn't be saved is told (a lock held by a stopped copy, a full disk).
+    // The setters never throw, since many run from close events; without a handler the failure goes
+    // to standard error. The value is then not saved: the next write tries again.
+    using WriteFailureHandler = std::function<void(const TARMOError&)>;
+    void SetWriteFailureHandler(WriteFailureHandler handler) { mWriteFailed = std::move(handler); }
 
     // --- Projects
     const std::shared_ptr<TARMOProject>& Project() const { return mProject; }
@@ -169,4 +179,5 @@ private:
     std::shared_ptr<TARMOProject> mProject;
     MainWindowFactory mMainWindowFactory;
     MainWindowContract* mMainWindow = nullptr;
+    WriteFailureHandler mWriteFailed;
 };

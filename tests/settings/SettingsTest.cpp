@@ -4,6 +4,7 @@
 #include "TestSupport.h"
 
 #include <QFile>
+#include <QLockFile>
 
 #include <gtest/gtest.h>
 
@@ -141,4 +142,22 @@ TEST_F(SettingsTest, WindowsComeBackNormalOrMaximizedOnly) {
     store(QStringLiteral("ChildWindowState"), QStringLiteral("2.4"));
     EXPECT_EQ(db.WindowState(), WindowState::Maximized);
     EXPECT_EQ(db.ChildWindowState(), WindowState::Normal);
+}
+
+// A preference that can't be saved is told, never dropped silently, and the setter still returns.
+TEST_F(SettingsTest, APreferenceThatCannotBeSavedIsTold) {
+    QStringList told;
+    db.SetWriteFailureHandler([&](const TARMOError& error) { told << error.Description(); });
+    db.SettingsRegistry().Store()->SetLockTimeout(50);
+    {
+        QLockFile held(db.SettingsRegistry().Store()->FilePath() + QStringLiteral(".lock"));
+        ASSERT_TRUE(held.tryLock(0));
+        db.SetWindowWidth(9000);
+    }
+    ASSERT_EQ(told.size(), 1);
+    EXPECT_TRUE(told.first().contains(QStringLiteral("registry.json.lock"))) << told.first().toStdString();
+
+    db.SetWindowWidth(9000);
+    EXPECT_EQ(told.size(), 1);
+    EXPECT_EQ(db.WindowWidth(), 9000);
 }
