@@ -327,12 +327,15 @@ QString TARMODatabase::diffRect() const {
 
 void TARMODatabase::SetdiffRect(const QString& value) {
     const auto parts = value.split(QLatin1Char(','));
-    using Setter = void (TARMODatabase::*)(long);
-    const Setter setters[] = {&TARMODatabase::SetdiffLeft, &TARMODatabase::SetdiffTop,
-                              &TARMODatabase::SetdiffRight, &TARMODatabase::SetdiffBottom};
-    for (int i = 0; i < 4 && i < parts.size(); ++i)
-        if (const auto number = asLong(parts[i]))
-            (this->*setters[i])(*number);
+    const auto part = [&parts](int i) { return i < parts.size() ? asLong(parts[i]) : std::nullopt; };
+    if (const auto left = part(0))
+        SetdiffLeft(*left);
+    if (const auto top = part(1))
+        SetdiffTop(*top);
+    if (const auto right = part(2))
+        SetdiffRight(*right);
+    if (const auto bottom = part(3))
+        SetdiffBottom(*bottom);
 }
 
 bool TARMODatabase::diffMaximized() const {

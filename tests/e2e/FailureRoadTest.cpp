@@ -5,6 +5,7 @@
 #include "DemoWindowFixture.h"
 #include "GeneralHelpers.h"
 #include "LastResortHandlers.h"
+#include "OdbcConnection.h"
 #include "RecoveryFiles.h"
 #include "SQLTextEditor.h"
 #include "ScriptedPrompts.h"
@@ -14,6 +15,7 @@
 #include "TARMOProject.h"
 #include "TARMOSQL.h"
 #include "TARMOVSS.h"
+#include "TdsListener.h"
 #include "TestSupport.h"
 #include "VSSBulkReader.h"
 #include "frmEditObjectText.h"
@@ -223,4 +225,49 @@ TEST_F(FailureRoadTest, ARecoveredTextOpensAsAnUnsavedQueryWindow) {
     EXPECT_TRUE(query->Caption().contains(QLatin1String("Orders")));
     EXPECT_EQ(query->txtSQL()->Text(), QStringLiteral("SELECT 1 AS lost"));
     EXPECT_TRUE(query->txtSQL()->IsModified()) << "closing it asks before the text is lost";
+}
+
+namespace {
+
+// The demo's server served over TDS and reached through ODBC, as a real server is: the listener can
+// then stop under the running program.
+class StoppedServerRoadTest : public FailureRoadTest {
+protected:
+    void Configure() override {
+        if (!OdbcConnection::InstalledDrivers().contains(QStringLiteral("FreeTDS")))
+            GTEST_SKIP() << "the FreeTDS ODBC driver is not installed (scripts/setup installs it)";
+        QString served = project->SQL().Server();
+        ASSERT_TRUE(served.startsWith(QLatin1String("embedded:")));
+        served.remove(0, int(qstrlen("embedded:")));
+        listener = std::make_unique<TdsListener>(served);
+        const uint16_t port = listener->Start(QStringLiteral("127.0.0.1"), 0);
+        OdbcConnection::SetDriverName(QStringLiteral("FreeTDS"));
+        project->SQL().CloseConnection();
+        ASSERT_EQ(project->SQL().OpenConnection(QStringLiteral("127.0.0.1,%1").arg(port),
+                                                QStringLiteral("Demo"), QStringLiteral("sa"),
+                                                QStringLiteral("demo"), 0, true),
+                  QString());
+    }
+    void TearDown() override {
+        FailureRoadTest::TearDown();
+        OdbcConnection::SetDriverName(QString());
+    }
+
+    std::unique_ptr<TdsListener> listener;
+};
+
+} // namespace
+
+TEST_F(StoppedServerRoadTest, AServerStoppedMidSessionIsToldAndTheWindowGoesOn) {
+    procedures()->setExpanded(true);
+    ASSERT_GT(procedures()->childCount(), 0) << "the lists came through the listener";
+    ASSERT_EQ(messages(), 0);
+    listener->Stop();
+
+    window.DoCommand(Command::RefreshTree);
+    openProcedure(QStringLiteral("AddOrder"));
+    ASSERT_GT(messages(), 0) << "a refresh or an opening tells that the server stopped";
+    EXPECT_TRUE(prompts->Records().first().text.contains(QStringLiteral("connection to the server was lost")))
+        << qPrintable(prompts->Records().first().text);
+    expectStillAnswers();
 }

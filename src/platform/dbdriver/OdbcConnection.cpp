@@ -124,6 +124,13 @@ QList<Diagnostic> diagnostics(SQLSMALLINT type, SQLHANDLE handle, bool freeTds, 
     return out;
 }
 
+// The driver's own view of the link; a driver that can't tell is taken at its word that it's alive.
+bool connectionLost(SQLHDBC dbc) {
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    return succeeded(SQLGetConnectAttrW(dbc, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) &&
+           dead == SQL_CD_TRUE;
+}
+
 void appendMessages(SqlBatchResults& results, const QList<Diagnostic>& diags) {
     for (const Diagnostic& d : diags) {
         SqlMessage m = d.message;
@@ -544,6 +551,19 @@ SqlBatchResults OdbcConnection::run(const QString& batch) {
                       DbFailure::Driver);
     }
     SQLRETURN rc = SQLExecDirectW(stmt, const_cast<SQLWCHAR*>(wide(batch)), SQL_NTS);
+    if (rc == SQL_ERROR && connectionLost(static_cast<SQLHDBC>(mDbc))) {
+        // A server that stopped or a network that went answers with whatever the socket said
+        // ("Unknown error" from some drivers); the user needs to hear that the connection is gone.
+        const QList<Diagnostic> diags = diagnostics(SQL_HANDLE_STMT, stmt, freeTds, true);
+        SQLFreeHandle(SQL_HANDLE_STMT, stmt);
+        const QString said =
+            diags.isEmpty() ? QString() : DbDriver::StripDriverPrefixes(diags.first().message.text);
+        throw DbError(0, mDriver,
+                      QStringLiteral("The connection to the server was lost%1. Open the project again when "
+                                     "the server can be reached.")
+                          .arg(said.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(said)),
+                      DbFailure::NoServer);
+    }
     // Each statement of the batch is a result of its own: rows, or a count, with the messages that
     // came before it; SQLMoreResults walks them until the batch is drained.
     for (int guard = 0; guard < 100000; ++guard) {
