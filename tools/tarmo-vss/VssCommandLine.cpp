@@ -1,6 +1,7 @@
 #include "VssCommandLine.h"
 
 #include "StoreErrors.h"
+#include "StoreRights.h"
 #include "TARMOError.h"
 #include "VersionStore.h"
 
@@ -36,6 +37,16 @@ QString stamp(const QDateTime& date) {
 // The item path and the local file for a project path and a name in it.
 QString defaultLocal(const StoreItem& item) {
     return QDir::current().absoluteFilePath(item.Name());
+}
+
+// One user's rights in a project and where they come from.
+QString rightsLine(const VersionStore::UserRights& entry) {
+    QString from = entry.From;
+    if (entry.Administrator)
+        from = QStringLiteral("administrator");
+    else if (from.isEmpty())
+        from = QStringLiteral("default");
+    return entry.UserName + QLatin1Char('\t') + StoreRights::Format(entry.Rights) + QLatin1Char('\t') + from;
 }
 
 } // namespace
@@ -201,8 +212,9 @@ void VssCommandLine::runCommand() {
     } else if (mCommand == QLatin1String("checkin")) {
         needPositionals(2);
         StoreItem item = store.Item(positional(0, "ITEM"));
-        item.Checkin(comment, positional(1, "LOCALFILE"));
-        mOut << item.Spec() << "\t" << item.VersionNumber() << "\n";
+        // The number the check-in made: asked for afterwards, another user's rename could have come first.
+        const int number = item.Checkin(comment, positional(1, "LOCALFILE"));
+        mOut << item.Spec() << "\t" << number << "\n";
     } else if (mCommand == QLatin1String("undocheckout")) {
         needPositionals(1);
         StoreItem item = store.Item(positional(0, "ITEM"));
@@ -226,8 +238,8 @@ void VssCommandLine::runCommand() {
     } else if (mCommand == QLatin1String("label")) {
         needPositionals(2);
         StoreItem item = store.Item(positional(0, "ITEM"));
-        item.Label(positional(1, "NAME"), comment);
-        mOut << item.Spec() << "\t" << item.VersionNumber() << "\n";
+        const int number = item.Label(positional(1, "NAME"), comment);
+        mOut << item.Spec() << "\t" << number << "\n";
     } else if (mCommand == QLatin1String("delete")) {
         needPositionals(1);
         StoreItem item = store.Item(positional(0, "ITEM"));
@@ -243,8 +255,68 @@ void VssCommandLine::runCommand() {
         StoreItem item = store.Item(positional(0, "ITEM"));
         item.SetName(positional(1, "NEW"));
         mOut << item.Spec() << "\n";
+    } else if (mCommand == QLatin1String("destroy")) {
+        needPositionals(1);
+        StoreItem item = store.Item(positional(0, "ITEM"), flag(QStringLiteral("--deleted")));
+        const QString spec = item.Spec();
+        item.Destroy();
+        mOut << spec << "\n";
+    } else if (mCommand == QLatin1String("rights")) {
+        runRights(store);
+    } else if (mCommand == QLatin1String("option")) {
+        runOption(store);
     } else {
         throw UsageError{QStringLiteral("unknown command %1").arg(mCommand)};
+    }
+}
+
+void VssCommandLine::runRights(VersionStore& store) {
+    const QString project = positional(0, "PROJECT");
+    if (mPositionals.size() == 1) {
+        for (const VersionStore::UserRights& entry : store.Rights(project))
+            mOut << rightsLine(entry) << "\n";
+        return;
+    }
+    needPositionals(3);
+    const QString user = positional(1, "USER");
+    const QString rights = positional(2, "RIGHTS");
+    int parsed = StoreRights::None;
+    if (rights.compare(QLatin1String("inherit"), Qt::CaseInsensitive) == 0)
+        store.InheritRights(project, user);
+    else if (StoreRights::Parse(rights, parsed))
+        store.SetRights(project, user, parsed);
+    else
+        throw UsageError{
+            QStringLiteral("rights are read,checkout,add,destroy (any of them), none or inherit")};
+    for (const VersionStore::UserRights& entry : store.Rights(project))
+        if (entry.UserName.compare(user, Qt::CaseInsensitive) == 0)
+            mOut << rightsLine(entry) << "\n";
+}
+
+void VssCommandLine::runOption(VersionStore& store) {
+    const QString name = positional(0, "NAME");
+    const bool set = mPositionals.size() > 1;
+    needPositionals(2);
+    if (name.compare(QLatin1String("MultipleCheckouts"), Qt::CaseInsensitive) == 0) {
+        if (set) {
+            const QString value = positional(1, "VALUE").toLower();
+            if (value != QLatin1String("yes") && value != QLatin1String("no"))
+                throw UsageError{QStringLiteral("MultipleCheckouts is yes or no")};
+            store.SetMultipleCheckouts(value == QLatin1String("yes"));
+        }
+        mOut << "MultipleCheckouts\t" << (store.MultipleCheckouts() ? "yes" : "no") << "\n";
+    } else if (name.compare(QLatin1String("DefaultRights"), Qt::CaseInsensitive) == 0) {
+        if (set) {
+            int rights = StoreRights::None;
+            if (!StoreRights::Parse(positional(1, "VALUE"), rights))
+                throw UsageError{
+                    QStringLiteral("rights are read,checkout,add,destroy (any of them) or none")};
+            store.SetDefaultRights(rights);
+        }
+        mOut << "DefaultRights\t" << StoreRights::Format(store.DefaultRights()) << "\n";
+    } else {
+        throw UsageError{
+            QStringLiteral("unknown option %1; the store has MultipleCheckouts and DefaultRights").arg(name)};
     }
 }
 
@@ -257,6 +329,9 @@ void VssCommandLine::usage() const {
             "          checkout $/P/FILE [--to LOCAL] | checkin $/P/FILE LOCALFILE [-c COMMENT]\n"
             "          undocheckout $/P/FILE | status $/P/FILE | history $/P/FILE [--deleted]\n"
             "          label $/P/FILE NAME [-c COMMENT] | delete $/P/FILE | recover $/P/FILE | rename "
-            "$/P/OLD NEW\n";
+            "$/P/OLD NEW\n"
+            "          destroy $/P/ITEM [--deleted] | rights $/P [USER "
+            "read,checkout,add,destroy|none|inherit]\n"
+            "          option MultipleCheckouts|DefaultRights [VALUE]\n";
     mErr.flush();
 }

@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <QTextStream>
 
+class VersionStore;
+
 // The command line of the version store: parses the arguments, runs one command against a store and
 // writes plain text, one record a line. Errors go to the error stream; Run gives the exit code.
 class VssCommandLine {
@@ -21,6 +23,8 @@ private:
     bool flag(const QString& name) const;
     QString positional(int index, const char* what) const;
     void needPositionals(int count) const;
+    void runRights(VersionStore& store);
+    void runOption(VersionStore& store);
     void usage() const;
 
     QTextStream& mOut;

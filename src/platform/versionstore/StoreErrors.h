@@ -20,4 +20,6 @@ constexpr long Database = 0x8004D6B2;             // the data files can't be ope
 constexpr long NotOpen = 0x8004D6B3;              // no database is open
 constexpr long Permission = 0x8004D6B4;           // an administrator's step by another user
 constexpr long NoVersion = 0x8004D6B5;            // no version of that number
+constexpr long NoRight = 0x8004D6B6;              // the user lacks the project right the step needs
+constexpr long DamagedText = 0x8004D6B7;          // a stored text no longer matches its checksum
 } // namespace StoreErrors

@@ -69,9 +69,8 @@ void StoreIni::Write(const StoreIni& ini) {
         data = ini.dataFolder;
     const QString text = QStringLiteral("# TARMO version store\n"
                                         "DataFolder = %1\n"
-                                        "MultipleCheckouts = %2\n"
-                                        "BusyTimeout = %3\n")
-                             .arg(data, ini.multipleCheckouts ? QStringLiteral("yes") : QStringLiteral("no"))
+                                        "BusyTimeout = %2\n")
+                             .arg(data)
                              .arg(ini.busyTimeoutMs);
     QSaveFile file(ini.iniFile);
     if (!file.open(QIODevice::WriteOnly) || file.write(text.toUtf8()) < 0 || !file.commit())

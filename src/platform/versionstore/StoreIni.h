@@ -8,6 +8,7 @@
 struct StoreIni {
     QString iniFile;    // absolute path of the ini itself
     QString dataFolder; // absolute; written relative to the ini's folder when inside it
+    // Read only to seed a store that doesn't keep the option itself yet; the store's own value wins.
     bool multipleCheckouts = false;
     int busyTimeoutMs = 30000; // how long a step waits for another user's transaction
 

@@ -2,6 +2,7 @@
 
 #include "GeneralHelpers.h"
 #include "StoreErrors.h"
+#include "StoreRights.h"
 #include "StoreSession.h"
 
 #include <QFileInfo>
@@ -42,6 +43,8 @@ void StoreItem::SetName(const QString& name) {
     if (mId == StoreSession::rootId)
         StoreSession::Raise(StoreErrors::InvalidName, QStringLiteral("The root project cannot be renamed."));
     Transaction transaction(*mSession->db);
+    mSession->Require(mId, StoreRights::Add);
+    mSession->RequireNotHeldByOthers(mId);
     const QString old = Name();
     if (!Deleted() && mSession->NameTaken(mSession->ParentOf(mId), name, mId))
         StoreSession::Raise(StoreErrors::NameExists,
@@ -61,13 +64,11 @@ void StoreItem::SetDeleted(bool deleted) {
     if (mId == StoreSession::rootId)
         StoreSession::Raise(StoreErrors::InvalidName, QStringLiteral("The root project cannot be deleted."));
     Transaction transaction(*mSession->db);
+    mSession->Require(mId, StoreRights::Add);
     if (Deleted() == deleted)
         return;
     if (deleted) {
-        if (mSession->CheckoutState(mId) == CheckedOut)
-            StoreSession::Raise(StoreErrors::CheckedOutByOther,
-                                QStringLiteral("'%1' is checked out by %2.")
-                                    .arg(Spec(), mSession->Holders(mId).join(QStringLiteral(", "))));
+        mSession->RequireNotHeldByOthers(mId);
         Statement release(*mSession->db, "DELETE FROM checkouts WHERE item = ?1");
         release.Bind(1, mId).Run();
     } else if (mSession->NameTaken(mSession->ParentOf(mId), Name())) {
@@ -84,6 +85,7 @@ void StoreItem::SetDeleted(bool deleted) {
 void StoreItem::RecoverAs(const QString& name) {
     StoreSession::CheckName(name);
     Transaction transaction(*mSession->db);
+    mSession->Require(mId, StoreRights::Add);
     if (!Deleted())
         StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is not deleted.").arg(Spec()));
     if (mSession->NameTaken(mSession->ParentOf(mId), name))
@@ -108,6 +110,7 @@ int StoreItem::IsCheckedOut() const {
 }
 
 QList<StoreCheckout> StoreItem::Checkouts() const {
+    mSession->Require(mId, StoreRights::Read);
     Statement s(*mSession->db,
                 "SELECT user, date, local, comment FROM checkouts WHERE item = ?1 ORDER BY date, rowid");
     s.Bind(1, mId);
@@ -122,6 +125,7 @@ int StoreItem::VersionNumber() const {
 }
 
 QList<StoreVersion> StoreItem::Versions() const {
+    mSession->Require(mId, StoreRights::Read);
     Statement s(*mSession->db, "SELECT seq, number, is_label, user, action, date, comment, label_comment "
                                "FROM history WHERE item = ?1 ORDER BY seq DESC");
     s.Bind(1, mId);
@@ -145,6 +149,7 @@ QList<StoreVersion> StoreItem::Versions() const {
 
 QList<StoreItem> StoreItem::Items(bool includeDeleted) const {
     requireType(Project);
+    mSession->Require(mId, StoreRights::Read);
     Statement s(*mSession->db, "SELECT id FROM items WHERE parent = ?1 AND (deleted = 0 OR ?2) ORDER BY "
                                "name, deleted, deleted_at DESC, id");
     s.Bind(1, mId).Bind(2, includeDeleted ? 1 : 0);
@@ -158,6 +163,7 @@ void StoreItem::Get(QString& local) const {
     requireType(File);
     const QString path = CleanLocalPath(local);
     Transaction snapshot(*mSession->db, Transaction::Read);
+    mSession->Require(mId, StoreRights::Read);
     const QString working = mSession->CheckoutLocal(mId);
     const bool mine = mSession->CheckoutState(mId) == CheckedOutMe;
     const QByteArray head = mSession->HeadContent(mId);
@@ -177,13 +183,14 @@ void StoreItem::Checkout(const QString& comment, const QString& local) {
     const QString path = CleanLocalPath(local);
     {
         Transaction transaction(*mSession->db);
+        mSession->Require(mId, StoreRights::Checkout);
         if (Deleted())
             StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is deleted.").arg(Spec()));
         const int state = mSession->CheckoutState(mId);
         if (state == CheckedOutMe)
             StoreSession::Raise(StoreErrors::AlreadyCheckedOut,
                                 QStringLiteral("You currently have '%1' checked out.").arg(Spec()));
-        if (state == CheckedOut && !mSession->ini.multipleCheckouts)
+        if (state == CheckedOut && !mSession->MultipleCheckouts())
             StoreSession::Raise(StoreErrors::CheckedOutByOther,
                                 QStringLiteral("'%1' is checked out by %2.")
                                     .arg(Spec(), mSession->Holders(mId).join(QStringLiteral(", "))));
@@ -199,8 +206,9 @@ void StoreItem::Checkout(const QString& comment, const QString& local) {
     }
 }
 
-void StoreItem::Checkin(const QString& comment, const QString& local) {
+int StoreItem::Checkin(const QString& comment, const QString& local) {
     requireType(File);
+    mSession->Require(mId, StoreRights::Checkout);
     const QString path = CleanLocalPath(local);
     auto requireMine = [this] {
         if (mSession->CheckoutState(mId) != CheckedOutMe)
@@ -213,11 +221,12 @@ void StoreItem::Checkin(const QString& comment, const QString& local) {
     const QByteArray content = ReadWorkingFile(path);
     Transaction transaction(*mSession->db);
     requireMine();
-    mSession->Record(mId, QStringLiteral("Checked in"), comment, content);
+    const int number = mSession->Record(mId, QStringLiteral("Checked in"), comment, content);
     Statement release(*mSession->db, "DELETE FROM checkouts WHERE item = ?1 AND user = ?2");
     release.Bind(1, mId).Bind(2, mSession->userName).Run();
     transaction.Commit();
     SetReadOnlyFile(path, true);
+    return number;
 }
 
 void StoreItem::UndoCheckout(const QString& local) {
@@ -226,6 +235,7 @@ void StoreItem::UndoCheckout(const QString& local) {
     QByteArray head;
     {
         Transaction transaction(*mSession->db);
+        mSession->Require(mId, StoreRights::Checkout);
         if (mSession->CheckoutState(mId) != CheckedOutMe)
             StoreSession::Raise(StoreErrors::NotCheckedOut,
                                 QStringLiteral("You do not have '%1' checked out.").arg(Spec()));
@@ -238,15 +248,17 @@ void StoreItem::UndoCheckout(const QString& local) {
         WriteWorkingFile(path, head, true);
 }
 
-void StoreItem::Label(const QString& label, const QString& comment) {
+int StoreItem::Label(const QString& label, const QString& comment) {
     if (label.trimmed().isEmpty())
         StoreSession::Raise(StoreErrors::InvalidName, QStringLiteral("A label needs a name."));
     Transaction transaction(*mSession->db);
+    mSession->Require(mId, StoreRights::Checkout);
     if (Deleted())
         StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is deleted.").arg(Spec()));
-    mSession->Record(mId, QStringLiteral("Labeled '%1'").arg(label), QString(), mSession->HeadContent(mId),
-                     true, comment);
+    const int number = mSession->Record(mId, QStringLiteral("Labeled '%1'").arg(label), QString(),
+                                        mSession->HeadContent(mId), true, comment);
     transaction.Commit();
+    return number;
 }
 
 StoreItem StoreItem::Add(const QString& local, const QString& comment) {
@@ -256,6 +268,7 @@ StoreItem StoreItem::Add(const QString& local, const QString& comment) {
     StoreSession::CheckName(name);
     const QByteArray content = ReadWorkingFile(path);
     Transaction transaction(*mSession->db);
+    mSession->Require(mId, StoreRights::Add);
     if (Deleted())
         StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is deleted.").arg(Spec()));
     if (mSession->NameTaken(mId, name))
@@ -274,6 +287,7 @@ StoreItem StoreItem::NewSubproject(const QString& name, const QString& comment) 
     requireType(Project);
     StoreSession::CheckName(name);
     Transaction transaction(*mSession->db);
+    mSession->Require(mId, StoreRights::Add);
     if (Deleted())
         StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is deleted.").arg(Spec()));
     if (mSession->NameTaken(mId, name))
@@ -285,4 +299,30 @@ StoreItem StoreItem::NewSubproject(const QString& name, const QString& comment) 
     mSession->Record(id, QStringLiteral("Created"), comment, QByteArray());
     transaction.Commit();
     return StoreItem(mSession, id);
+}
+
+void StoreItem::Destroy() {
+    if (mId == StoreSession::rootId)
+        StoreSession::Raise(StoreErrors::InvalidName,
+                            QStringLiteral("The root project cannot be destroyed."));
+    Transaction transaction(*mSession->db);
+    mSession->Require(mId, StoreRights::Destroy);
+    mSession->RequireNotHeldByOthers(mId, true);
+    QList<qint64> tree;
+    Statement find(*mSession->db,
+                   "WITH RECURSIVE tree(id, depth) AS (SELECT ?1, 0 UNION ALL "
+                   "SELECT items.id, tree.depth + 1 FROM items JOIN tree ON items.parent = tree.id) "
+                   "SELECT id FROM tree ORDER BY depth DESC");
+    find.Bind(1, mId);
+    while (find.Step())
+        tree << find.Int(0);
+    // Deepest first, so that no row is left pointing at an item that is gone.
+    for (const qint64 id : tree)
+        for (const char* sql :
+             {"DELETE FROM checkouts WHERE item = ?1", "DELETE FROM history WHERE item = ?1",
+              "DELETE FROM rights WHERE item = ?1", "DELETE FROM items WHERE id = ?1"}) {
+            Statement remove(*mSession->db, sql);
+            remove.Bind(1, id).Run();
+        }
+    transaction.Commit();
 }

@@ -20,7 +20,10 @@ struct StoreCheckout {
 
 // A project or a file of the store. The object names the item, not a copy of it: every property reads
 // the store afresh, and every change is one transaction that looks at the state it depends on first.
-// Failures raise TARMOError with the numbers of StoreErrors.h.
+// Every step needs its right (StoreRights) in the item's project: reading its texts, history, check-outs
+// or contents needs read; check out, check in, undo and label need checkout; add, new project, rename,
+// delete and recover need add; destroy needs destroy. A user may not rename or delete what another
+// user holds. Failures raise TARMOError with the numbers of StoreErrors.h.
 class StoreItem {
 public:
     enum Type { Project = 0, File = 1 };
@@ -37,6 +40,9 @@ public:
     // Recovers a deleted item under a new name in one step: it either comes back named so, or stays
     // deleted under its old name.
     void RecoverAs(const QString& name);
+    // Removes the item for good, with its history and, for a project, everything in it. Needs the
+    // destroy right; refused while another user holds anything in it.
+    void Destroy();
     QStringList Holders() const;
     int IsCheckedOut() const; // CheckoutStatus, relative to the connected user
     QList<StoreCheckout> Checkouts() const;
@@ -48,9 +54,10 @@ public:
     // check-out; it never replaces the working file of the user's check-out while that is writable.
     void Get(QString& local) const;
     void Checkout(const QString& comment, const QString& local);
-    void Checkin(const QString& comment, const QString& local);
+    // Gives the number of the version it made, as the check-in made it.
+    int Checkin(const QString& comment, const QString& local);
     void UndoCheckout(const QString& local);
-    void Label(const QString& label, const QString& comment);
+    int Label(const QString& label, const QString& comment); // the number of the labelled version
 
     // Projects: add a local file as a new item, or make a project inside this one.
     StoreItem Add(const QString& local, const QString& comment);

@@ -34,6 +34,9 @@ struct StoreSession {
     // Latest version number (labels share the number of the version they label), and its text.
     int HeadNumber(qint64 id) const;
     QByteArray HeadContent(qint64 id) const;
+    // The text of one history entry, checked against the checksum kept with it; a text that doesn't
+    // match raises DamagedText naming the item and the version.
+    QByteArray ContentOf(qint64 seq) const;
     // Appends a history entry with the next number (or the present one for a label); inside a transaction.
     int Record(qint64 id, const QString& action, const QString& comment, const QByteArray& content,
                bool isLabel = false, const QString& labelComment = QString());
@@ -46,6 +49,20 @@ struct StoreSession {
 
     // A living item of that name directly in the project, other than `except`.
     bool NameTaken(qint64 parent, const QString& name, qint64 except = 0) const;
+
+    // Rights (StoreRights): raises NoRight unless the connected user has `right` where the item is
+    // governed (a file by its project, a project by itself).
+    void Require(qint64 id, int right) const;
+    // A user's rights in a project, and the project whose entry gave them (0 for the store's default).
+    int RightsIn(qint64 project, const QString& user, qint64* source = nullptr) const;
+    // Raises CheckedOutByOther when another user holds the item or, for a project, anything living in
+    // it (with `deletedToo`, anything at all).
+    void RequireNotHeldByOthers(qint64 id, bool deletedToo = false) const;
+
+    // The options the store keeps for all its users.
+    QString Option(const QString& name) const;
+    void SetOption(const QString& name, const QString& value);
+    bool MultipleCheckouts() const;
 
     // Raises NameStructure or InvalidName for names the store doesn't take.
     static void CheckName(const QString& name);

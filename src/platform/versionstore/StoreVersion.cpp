@@ -2,17 +2,17 @@
 
 #include "GeneralHelpers.h"
 #include "StoreErrors.h"
+#include "StoreRights.h"
 #include "StoreSession.h"
 
 QByteArray StoreVersion::Text() const {
-    Statement s(*mSession->db, "SELECT content FROM history WHERE seq = ?1");
-    s.Bind(1, mSeq);
-    QByteArray content = s.Step() ? s.Blob(0) : QByteArray();
-    return content.isNull() ? QByteArray("") : content;
+    mSession->Require(mItem, StoreRights::Read);
+    return mSession->ContentOf(mSeq);
 }
 
 void StoreVersion::Get(QString& local) const {
     const QString path = CleanLocalPath(local);
+    mSession->Require(mItem, StoreRights::Read);
     if (mSession->CheckoutState(mItem) == 2 && path == mSession->CheckoutLocal(mItem) && FileExists(path) &&
         !IsReadOnlyFile(path))
         StoreSession::Raise(

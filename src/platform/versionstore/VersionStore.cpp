@@ -1,6 +1,7 @@
 #include "VersionStore.h"
 
 #include "StoreErrors.h"
+#include "StoreSchema.h"
 #include "StoreSession.h"
 #include "TARMOError.h"
 
@@ -76,6 +77,7 @@ QString VersionStore::Create(const QString& folder, const QString& adminPassword
                             QStringLiteral("The folder '%1' cannot be made.").arg(ini.dataFolder));
     {
         StoreConnection db(ini.DatabaseFile(), ini.busyTimeoutMs, true);
+        UpgradeStore(db, multipleCheckouts);
         Transaction transaction(db);
         writeUser(db, QStringLiteral("Admin"), adminPassword, true, true);
         transaction.Commit();
@@ -94,6 +96,7 @@ void VersionStore::Open(const QString& iniFile, const QString& userName, const Q
             StoreErrors::IniFile,
             QStringLiteral("The store's data '%1' does not exist.").arg(s->ini.DatabaseFile()));
     s->db = std::make_unique<StoreConnection>(s->ini.DatabaseFile(), s->ini.busyTimeoutMs, false);
+    UpgradeStore(*s->db, s->ini.multipleCheckouts);
     Statement find(*s->db, "SELECT name, salt, hash, admin FROM users WHERE name = ?1");
     find.Bind(1, userName.trimmed());
     if (!find.Step())
@@ -133,7 +136,7 @@ bool VersionStore::IsAdmin() const {
 }
 
 bool VersionStore::MultipleCheckouts() const {
-    return session().ini.multipleCheckouts;
+    return session().MultipleCheckouts();
 }
 
 QString VersionStore::CurrentProject() const {

@@ -30,7 +30,11 @@ public:
     QString IniFile() const;
     QString UserName() const; // as the store spells it
     bool IsAdmin() const;
+    // Options the store keeps for all its users; only the administrator may change them.
     bool MultipleCheckouts() const;
+    void SetMultipleCheckouts(bool allowed);
+    int DefaultRights() const; // StoreRights of a user with no entry on a project's path
+    void SetDefaultRights(int rights);
 
     // The project that relative paths start from; "$/" at first. Set in any accepted form; read back
     // as "$/A/B" (or "$/" for the root), to which "/" and a name can be joined.
@@ -45,7 +49,23 @@ public:
     void SetPassword(const QString& name, const QString& password);
     QStringList Users() const;
 
+    // Project rights (StoreRights). Only the administrator may set them; inheriting drops the user's
+    // entry on that project, so that the projects above it decide again.
+    void SetRights(const QString& project, const QString& user, int rights);
+    void InheritRights(const QString& project, const QString& user);
+    struct UserRights {
+        QString UserName;
+        int Rights = 0;
+        QString From; // the project whose entry gives them; "" for the default or the administrator
+        bool Administrator = false;
+    };
+    // Every user's rights in a project, by name. Needs the read right there.
+    QList<UserRights> Rights(const QString& project) const;
+
 private:
     StoreSession& session() const;
+    StoreSession& adminSession(const QString& what) const;
+    qint64 projectOf(const QString& spec) const;
+    QString storedUserName(const QString& name, bool* admin = nullptr) const;
     std::shared_ptr<StoreSession> mSession;
 };

@@ -181,3 +181,48 @@ TEST_F(StoreDamageTest, ARecoveryUnderATakenNameLeavesTheItemDeleted) {
 }
 
 } // namespace
+
+namespace {
+
+// A text damaged on disk is never handed out as the version it was: every read names the file and the
+// version instead, and nothing new is built on it.
+TEST_F(StoreDamageTest, ADamagedVersionIsNamedNeverGiven) {
+    // Version 3 is 20000 'c's: one of them changes in the file itself, as a bad disk would do it.
+    QByteArray bytes = readBytes(data);
+    const qsizetype at = bytes.indexOf(QByteArray(2000, 'c'));
+    ASSERT_GE(at, 0);
+    bytes[at + 1000] = 'x';
+    writeBytes(data, bytes);
+    // The latest, version 4, changes through SQLite, as another program would do it.
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(data.toUtf8().constData(), &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(db, "UPDATE history SET content = CAST('changed' AS BLOB) WHERE number = 4",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(db);
+
+    VersionStore store;
+    store.Open(ini, QStringLiteral("Admin"), QStringLiteral("pw"));
+    StoreItem item = store.Item(QStringLiteral("$/a.sp"));
+    const QList<StoreVersion> versions = item.Versions();
+    ASSERT_EQ(versions.size(), 4);
+    const Failure third = failureOf([&] { versions[1].Text(); });
+    EXPECT_EQ(third.number, StoreErrors::DamagedText);
+    EXPECT_EQ(
+        third.text,
+        QStringLiteral("Version 3 of '$/a.sp' is damaged: its stored text does not match its checksum."));
+    EXPECT_EQ(versions[2].Text(), QByteArray(20000, 'b')) << "the others read as ever";
+
+    QString local = folder.Path(QStringLiteral("work/got.sp"));
+    const Failure latest = failureOf([&] { item.Get(local); });
+    EXPECT_EQ(latest.number, StoreErrors::DamagedText);
+    EXPECT_TRUE(latest.text.startsWith(QStringLiteral("Version 4 of '$/a.sp'"))) << latest.text.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(local));
+    EXPECT_EQ(failureOf([&] { item.Checkout(QString(), local); }).number, StoreErrors::DamagedText);
+    EXPECT_EQ(item.IsCheckedOut(), StoreItem::NotCheckedOut);
+    EXPECT_EQ(failureOf([&] { item.SetName(QStringLiteral("b.sp")); }).number, StoreErrors::DamagedText)
+        << "a rename would carry the damaged text on under a good checksum";
+    EXPECT_EQ(item.Versions().size(), 4);
+}
+
+} // namespace
