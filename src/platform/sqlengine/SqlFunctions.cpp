@@ -701,17 +701,25 @@ void ObjectPropertyFn(sqlite3_context* ctx, int, sqlite3_value** a) {
     const QString schema = Text(a[2]);
     try {
         SqliteDb& db = Connection(ctx);
-        const QList<QVariantList> rows =
-            db.Rows(QStringLiteral("SELECT xtype, uid FROM \"%1\".sysobjects WHERE id = ?").arg(schema),
-                    {qlonglong(sqlite3_value_int64(a[0]))});
-        if (rows.isEmpty())
-            return sqlite3_result_null(ctx);
-        const QString x = rows.first().value(0).toString().trimmed();
-        const int uid = rows.first().value(1).toInt();
+        // Called once per row of a list of the catalogue: one step of a prepared statement, read
+        // without building rows of variants.
+        QString x;
+        int uid = 0;
+        {
+            CachedStatement s = db.Prepare(
+                QStringLiteral("SELECT xtype, uid FROM \"%1\".sysobjects WHERE id = ?").arg(schema));
+            sqlite3_bind_int64(s->Handle(), 1, sqlite3_value_int64(a[0]));
+            if (!s->Step())
+                return sqlite3_result_null(ctx);
+            x = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(s->Handle(), 0)),
+                                  sqlite3_column_bytes(s->Handle(), 0))
+                    .trimmed();
+            uid = sqlite3_column_int(s->Handle(), 1);
+        }
         auto flag = [&](bool b) { sqlite3_result_int(ctx, b ? 1 : 0); };
-        const bool module = QStringList{QStringLiteral("P"),  QStringLiteral("TR"), QStringLiteral("V"),
-                                        QStringLiteral("FN"), QStringLiteral("IF"), QStringLiteral("TF")}
-                                .contains(x);
+        static const QStringList modules{QStringLiteral("P"),  QStringLiteral("TR"), QStringLiteral("V"),
+                                         QStringLiteral("FN"), QStringLiteral("IF"), QStringLiteral("TF")};
+        const bool module = modules.contains(x);
         if (prop == QLatin1String("isprocedure"))
             return flag(x == QLatin1String("P"));
         if (prop == QLatin1String("istrigger"))
