@@ -1,5 +1,6 @@
 #include "BenchProject.h"
 #include "BenchRefresh.h"
+#include "BenchTest.h"
 #include "TARMOError.h"
 
 #include <QCoreApplication>
@@ -11,7 +12,9 @@
 namespace {
 
 int usage() {
-    std::fprintf(stderr, "Usage: tarmo-bench refresh [--scale F] [--rtt-ms M] [--cache DIR]\n"
+    std::fprintf(stderr, "Usage: tarmo-bench refresh|test [--scale F] [--rtt-ms M] [--cache DIR]\n"
+                         "  refresh      refreshes the four lists of the project\n"
+                         "  test         tests the syntax of one procedure and checks it in\n"
                          "  --scale F    size of the project; 1 is 5,000 procedures, 1,000 views, 1,000\n"
                          "               functions and 2,000 triggers on 500 tables (default 1)\n"
                          "  --rtt-ms M   round trip added to every statement and store call (default 0)\n"
@@ -24,7 +27,8 @@ int usage() {
 int main(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
     QStringList args = app.arguments().mid(1);
-    if (args.isEmpty() || args.takeFirst() != QLatin1String("refresh"))
+    const QString command = args.isEmpty() ? QString() : args.takeFirst();
+    if (command != QLatin1String("refresh") && command != QLatin1String("test"))
         return usage();
     double scale = 1;
     int rtt = 0;
@@ -50,6 +54,8 @@ int main(int argc, char* argv[]) {
     try {
         BenchProject project(cache, scale);
         project.Ensure();
+        if (command == QLatin1String("test"))
+            return RunTestBenchmark(project);
         return RunRefreshBenchmark(project, rtt);
     } catch (const TARMOError& e) {
         std::fprintf(stderr, "tarmo-bench: %s\n", qPrintable(e.Description()));

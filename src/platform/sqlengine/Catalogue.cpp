@@ -5,6 +5,8 @@
 #include <QDateTime>
 #include <QRegularExpression>
 
+#include <iterator>
+
 namespace {
 
 const SystemType kTypes[] = {
@@ -79,9 +81,55 @@ const char* kCatalogueDdl[] = {
     "CREATE TABLE engine_info (name text PRIMARY KEY, value)",
 };
 
+// The look-ups the server answers from an index: an object by name and owner, the parts of an
+// object (text, columns, permissions, triggers of a table) by its id, a user by name or uid.
+// Without them every name look-up reads the whole catalogue, and one CREATE costs more the bigger
+// the database.
+const char* kCatalogueIndexes[] = {
+    "CREATE INDEX IF NOT EXISTS sysobjects_name ON sysobjects (name, uid)",
+    "CREATE INDEX IF NOT EXISTS sysobjects_parent ON sysobjects (parent_obj)",
+    "CREATE INDEX IF NOT EXISTS syscomments_id ON syscomments (id, number, colid)",
+    "CREATE INDEX IF NOT EXISTS syscolumns_id ON syscolumns (id, colid)",
+    "CREATE INDEX IF NOT EXISTS sysprotects_id ON sysprotects (id, uid)",
+    "CREATE INDEX IF NOT EXISTS sysusers_name ON sysusers (name)",
+    "CREATE INDEX IF NOT EXISTS sysusers_uid ON sysusers (uid)",
+};
+
+void CreateIndexes(SqliteDb& db) {
+    for (const char* ddl : kCatalogueIndexes)
+        db.Exec(QString::fromLatin1(ddl));
+}
+
 } // namespace
 
 namespace Catalogue {
+
+void EnsureIndexes(SqliteDb& db) {
+    const qlonglong present =
+        db.Scalar(
+              QStringLiteral("SELECT COUNT(*) FROM main.sqlite_master WHERE type = 'index' AND name IN "
+                             "('sysobjects_name', 'sysobjects_parent', 'syscomments_id', 'syscolumns_id', "
+                             "'sysprotects_id', 'sysusers_name', 'sysusers_uid')"))
+            .toLongLong();
+    if (present == qlonglong(std::size(kCatalogueIndexes)))
+        return;
+    // A database from before the indexes: they come all at once, or not at all when another
+    // connection holds the file or it can't be written; the engine answers without them, only slower.
+    try {
+        db.Exec(QStringLiteral("BEGIN IMMEDIATE"));
+    } catch (const SqliteError&) {
+        return;
+    }
+    try {
+        CreateIndexes(db);
+        db.Exec(QStringLiteral("COMMIT"));
+    } catch (const SqliteError&) {
+        try {
+            db.Exec(QStringLiteral("ROLLBACK"));
+        } catch (const SqliteError&) {
+        }
+    }
+}
 
 const SystemType* FindType(const QString& name) {
     const QString n = name.toLower();
@@ -178,6 +226,7 @@ void CreateDatabaseCatalogue(SqliteDb& db, const QByteArray& ownerSid) {
     db.Exec(QStringLiteral("BEGIN"));
     for (const char* ddl : kCatalogueDdl)
         db.Exec(QString::fromLatin1(ddl));
+    CreateIndexes(db);
     for (const SystemType& t : kTypes) {
         const bool sysname = QLatin1String(t.name) == QLatin1String("sysname");
         db.Exec(QStringLiteral(

@@ -48,6 +48,8 @@ QString TypeText(const SqlTypeSpec& type);
 // Makes the catalogue of a new database whose owner has the login sid ownerSid.
 void CreateDatabaseCatalogue(SqliteDb& db, const QByteArray& ownerSid);
 void CreateMasterCatalogue(SqliteDb& db);
+// Gives a database made before the catalogue had its indexes the indexes, in one transaction.
+void EnsureIndexes(SqliteDb& db);
 
 bool IsCatalogueTable(const QString& name);
 bool IsMasterTable(const QString& name);

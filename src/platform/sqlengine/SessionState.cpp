@@ -108,7 +108,8 @@ QString SessionState::MasterSchema() const {
 
 void SessionState::OpenDatabase(const QString& name, const QString& path) {
     auto db = std::make_unique<SqliteDb>(path);
-    SqlFunctions::Register(db->Handle());
+    Catalogue::EnsureIndexes(*db);
+    SqlFunctions::Register(*db);
     sqlite3_create_function_v2(db->Handle(), "tsql_udf", -1, SQLITE_UTF8, this, UdfCallback, nullptr, nullptr,
                                nullptr);
     if (name.compare(QLatin1String("master"), Qt::CaseInsensitive) != 0)

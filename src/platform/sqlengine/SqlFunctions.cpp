@@ -17,6 +17,11 @@ QString Text(sqlite3_value* v) {
     return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(v)), sqlite3_value_bytes(v));
 }
 
+// The connection a catalogue function was registered on, whose cache keeps its look-ups prepared.
+SqliteDb& Connection(sqlite3_context* ctx) {
+    return *static_cast<SqliteDb*>(sqlite3_user_data(ctx));
+}
+
 bool IsNull(sqlite3_value* v) {
     return sqlite3_value_type(v) == SQLITE_NULL;
 }
@@ -646,12 +651,10 @@ void ObjectId(sqlite3_context* ctx, int, sqlite3_value** a) {
     }
     const QString owner = parts.size() >= 2 ? parts[parts.size() - 2] : QString();
     try {
-        sqlite3* db = sqlite3_context_db_handle(ctx);
+        SqliteDb& db = Connection(ctx);
         const int uid = int(sqlite3_value_int64(a[2]));
         auto lookup = [&](const QString& sql, const QVariantList& params) -> QVariant {
-            SqliteStatement s(db, sql);
-            s.BindAll(params);
-            return s.Step() ? s.Value(0) : QVariant();
+            return db.Scalar(sql, params);
         };
         const QString base = QStringLiteral("SELECT o.id FROM \"%1\".sysobjects o ").arg(schema);
         QVariant id;
@@ -676,10 +679,8 @@ void ObjectId(sqlite3_context* ctx, int, sqlite3_value** a) {
     }
 }
 
-QVariant LookupOne(sqlite3* db, const QString& sql, const QVariant& param) {
-    SqliteStatement s(db, sql);
-    s.Bind(1, param);
-    return s.Step() ? s.Value(0) : QVariant();
+QVariant LookupOne(SqliteDb& db, const QString& sql, const QVariant& param) {
+    return db.Scalar(sql, {param});
 }
 
 void ResultVariant(sqlite3_context* ctx, const QVariant& v) {
@@ -699,18 +700,26 @@ void ObjectPropertyFn(sqlite3_context* ctx, int, sqlite3_value** a) {
     const QString prop = Text(a[1]).toLower();
     const QString schema = Text(a[2]);
     try {
-        sqlite3* db = sqlite3_context_db_handle(ctx);
-        SqliteStatement s(
-            db, QStringLiteral("SELECT xtype, uid FROM \"%1\".sysobjects WHERE id = ?").arg(schema));
-        s.Bind(1, qlonglong(sqlite3_value_int64(a[0])));
-        if (!s.Step())
-            return sqlite3_result_null(ctx);
-        const QString x = s.Value(0).toString().trimmed();
-        const int uid = s.Value(1).toInt();
+        SqliteDb& db = Connection(ctx);
+        // Called once per row of a list of the catalogue: one step of a prepared statement, read
+        // without building rows of variants.
+        QString x;
+        int uid = 0;
+        {
+            CachedStatement s = db.Prepare(
+                QStringLiteral("SELECT xtype, uid FROM \"%1\".sysobjects WHERE id = ?").arg(schema));
+            sqlite3_bind_int64(s->Handle(), 1, sqlite3_value_int64(a[0]));
+            if (!s->Step())
+                return sqlite3_result_null(ctx);
+            x = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(s->Handle(), 0)),
+                                  sqlite3_column_bytes(s->Handle(), 0))
+                    .trimmed();
+            uid = sqlite3_column_int(s->Handle(), 1);
+        }
         auto flag = [&](bool b) { sqlite3_result_int(ctx, b ? 1 : 0); };
-        const bool module = QStringList{QStringLiteral("P"),  QStringLiteral("TR"), QStringLiteral("V"),
-                                        QStringLiteral("FN"), QStringLiteral("IF"), QStringLiteral("TF")}
-                                .contains(x);
+        static const QStringList modules{QStringLiteral("P"),  QStringLiteral("TR"), QStringLiteral("V"),
+                                         QStringLiteral("FN"), QStringLiteral("IF"), QStringLiteral("TF")};
+        const bool module = modules.contains(x);
         if (prop == QLatin1String("isprocedure"))
             return flag(x == QLatin1String("P"));
         if (prop == QLatin1String("istrigger"))
@@ -783,7 +792,7 @@ void LookupFn(sqlite3_context* ctx, int, sqlite3_value** a) {
         default:
             param = Text(a[2]);
         }
-        ResultVariant(ctx, LookupOne(sqlite3_context_db_handle(ctx), sql.arg(schema), param));
+        ResultVariant(ctx, LookupOne(Connection(ctx), sql.arg(schema), param));
     } catch (const SqliteError& e) {
         const QByteArray m = e.message.toUtf8();
         sqlite3_result_error(ctx, m.constData(), int(m.size()));
@@ -799,7 +808,11 @@ struct Entry {
 
 } // namespace
 
-void SqlFunctions::Register(sqlite3* db) {
+void SqlFunctions::Register(SqliteDb& db) {
+    // Deterministic means within one statement: SQLite then works out a call whose arguments are
+    // constant once per run of the statement instead of once per row. The catalogue look-ups are
+    // that too, since no statement changes the catalogue while it runs; a later statement of the
+    // same batch sees the objects the earlier ones created.
     const Entry entries[] = {
         {"tsql_add", 2, Add, true},
         {"tsql_len", 1, Len, true},
@@ -830,12 +843,12 @@ void SqlFunctions::Register(sqlite3* db) {
         {"tsql_convert", 5, Convert, true},
         {"tsql_like", 2, Like, true},
         {"tsql_like", 3, Like, true},
-        {"tsql_object_id", 5, ObjectId, false},
-        {"tsql_objectproperty", 3, ObjectPropertyFn, false},
-        {"tsql_lookup", 3, LookupFn, false},
+        {"tsql_object_id", 5, ObjectId, true},
+        {"tsql_objectproperty", 3, ObjectPropertyFn, true},
+        {"tsql_lookup", 3, LookupFn, true},
     };
     for (const Entry& e : entries)
-        sqlite3_create_function_v2(db, e.name, e.args,
-                                   SQLITE_UTF8 | (e.deterministic ? SQLITE_DETERMINISTIC : 0), nullptr, e.fn,
+        sqlite3_create_function_v2(db.Handle(), e.name, e.args,
+                                   SQLITE_UTF8 | (e.deterministic ? SQLITE_DETERMINISTIC : 0), &db, e.fn,
                                    nullptr, nullptr, nullptr);
 }

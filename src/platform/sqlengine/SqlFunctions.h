@@ -1,10 +1,12 @@
 #pragma once
 
-struct sqlite3;
+class SqliteDb;
 
 // The server's built-in functions that SQLite lacks or does differently, registered on a
 // connection under tsql_ names. A function that fails as the server would sets an error text of
-// the form "TSQL<number>:<text>", which the executor turns into that message.
+// the form "TSQL<number>:<text>", which the executor turns into that message. The catalogue's
+// look-ups run on db's statement cache, so db must outlive its connection's functions (it does:
+// closing db closes the connection).
 namespace SqlFunctions {
-void Register(sqlite3* db);
+void Register(SqliteDb& db);
 }

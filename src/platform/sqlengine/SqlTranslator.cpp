@@ -248,7 +248,7 @@ QString SqlTranslator::ObjectProperty(const SqlExpr& e) {
     if (e.args.size() != 2)
         throw ServerError::Make(174, 15,
                                 QStringLiteral("The objectproperty function requires 2 argument(s)."), true);
-    return QStringLiteral("tsql_objectproperty(%1, %2, %3)")
+    return QStringLiteral("(tsql_objectproperty(%1, %2, %3) COLLATE BINARY)")
         .arg(Expr(*e.args[0]), Expr(*e.args[1]), Literal(mContext.Schema()));
 }
 
@@ -375,7 +375,9 @@ QString SqlTranslator::Function(const SqlExpr& e) {
     }
     if (f == QLatin1String("OBJECT_ID")) {
         need(1, 2);
-        return QStringLiteral("tsql_object_id(%1, %2, %3, %4, %5)")
+        // A number: the name's text collation must not become the comparison's, or "id = OBJECT_ID(...)"
+        // compares as text and can't use the index on id.
+        return QStringLiteral("(tsql_object_id(%1, %2, %3, %4, %5) COLLATE BINARY)")
             .arg(arg(0), Literal(mContext.Schema()))
             .arg(mContext.UserUid())
             .arg(Literal(mContext.DatabaseName()), Literal(mContext.MasterSchema()));
@@ -390,8 +392,9 @@ QString SqlTranslator::Function(const SqlExpr& e) {
         if (e.args.isEmpty())
             return AddParam(mContext.Global(f));
         need(1, 1);
-        return QStringLiteral("tsql_lookup('%1', %2, %3)")
-            .arg(f.toLower(), Literal(mContext.Schema()), arg(0));
+        const QString lookup =
+            QStringLiteral("tsql_lookup('%1', %2, %3)").arg(f.toLower(), Literal(mContext.Schema()), arg(0));
+        return f == QLatin1String("USER_ID") ? u'(' + lookup + QStringLiteral(" COLLATE BINARY)") : lookup;
     }
     if (f == QLatin1String("DB_NAME")) {
         if (e.args.isEmpty())
@@ -404,7 +407,8 @@ QString SqlTranslator::Function(const SqlExpr& e) {
             return QStringLiteral("(SELECT dbid FROM \"%1\".sysdatabases WHERE name = %2)")
                 .arg(mContext.MasterSchema(), AddParam(mContext.DatabaseName()));
         need(1, 1);
-        return QStringLiteral("tsql_lookup('db_id', %1, %2)").arg(Literal(mContext.MasterSchema()), arg(0));
+        return QStringLiteral("(tsql_lookup('db_id', %1, %2) COLLATE BINARY)")
+            .arg(Literal(mContext.MasterSchema()), arg(0));
     }
     if (f == QLatin1String("SUSER_SNAME") || f == QLatin1String("SUSER_NAME") ||
         f == QLatin1String("SYSTEM_USER") || f == QLatin1String("CURRENT_USER") ||

@@ -3,6 +3,8 @@
 #include <QDateTime>
 #include <sqlite3.h>
 
+#include <algorithm>
+
 namespace {
 
 [[noreturn]] void Throw(sqlite3* db, int code) {
@@ -156,30 +158,87 @@ SqliteDb::SqliteDb(const QString& path, bool create)
 }
 
 SqliteDb::~SqliteDb() {
+    // The cached statements go first: a connection with statements left open would stay open.
+    mCache.clear();
     sqlite3_close_v2(mDb);
 }
 
+CachedStatement::CachedStatement(SqliteStatement* statement, bool* busy, std::unique_ptr<SqliteStatement> own)
+    : mStatement(statement)
+    , mBusy(busy)
+    , mOwn(std::move(own)) {}
+
+CachedStatement::CachedStatement(CachedStatement&& other) noexcept
+    : mStatement(other.mStatement)
+    , mBusy(other.mBusy)
+    , mOwn(std::move(other.mOwn)) {
+    other.mStatement = nullptr;
+    other.mBusy = nullptr;
+}
+
+CachedStatement::~CachedStatement() {
+    if (!mBusy || !mStatement)
+        return;
+    // Given back without a read transaction left open and without the last use's values.
+    sqlite3_reset(mStatement->Handle());
+    sqlite3_clear_bindings(mStatement->Handle());
+    *mBusy = false;
+}
+
+CachedStatement SqliteDb::Prepare(const QString& sql) {
+    for (auto it = mCache.begin(); it != mCache.end(); ++it) {
+        if (it->sql != sql)
+            continue;
+        if (it->busy)
+            break;
+        mCache.splice(mCache.begin(), mCache, it);
+        Cached& hit = mCache.front();
+        hit.busy = true;
+        return CachedStatement(hit.statement.get(), &hit.busy, nullptr);
+    }
+    auto statement = std::make_unique<SqliteStatement>(mDb, sql);
+    const bool inUse =
+        std::any_of(mCache.begin(), mCache.end(), [&](const Cached& c) { return c.sql == sql; });
+    if (inUse) {
+        SqliteStatement* raw = statement.get();
+        return CachedStatement(raw, nullptr, std::move(statement));
+    }
+    // The least recently used statement that nobody holds makes room.
+    if (int(mCache.size()) >= kCachedStatements) {
+        for (auto it = mCache.end(); it != mCache.begin();) {
+            --it;
+            if (!it->busy) {
+                mCache.erase(it);
+                break;
+            }
+        }
+    }
+    mCache.push_front(Cached{sql, std::move(statement), true});
+    Cached& added = mCache.front();
+    return CachedStatement(added.statement.get(), &added.busy, nullptr);
+}
+
 void SqliteDb::Exec(const QString& sql, const QVariantList& params) {
-    SqliteStatement s(mDb, sql);
-    s.BindAll(params);
-    while (s.Step()) {
+    CachedStatement s = Prepare(sql);
+    s->BindAll(params);
+    while (s->Step()) {
     }
 }
 
 QVariant SqliteDb::Scalar(const QString& sql, const QVariantList& params) {
-    SqliteStatement s(mDb, sql);
-    s.BindAll(params);
-    return s.Step() ? s.Value(0) : QVariant();
+    CachedStatement s = Prepare(sql);
+    s->BindAll(params);
+    return s->Step() ? s->Value(0) : QVariant();
 }
 
 QList<QVariantList> SqliteDb::Rows(const QString& sql, const QVariantList& params) {
-    SqliteStatement s(mDb, sql);
-    s.BindAll(params);
+    CachedStatement s = Prepare(sql);
+    s->BindAll(params);
     QList<QVariantList> rows;
-    while (s.Step()) {
+    while (s->Step()) {
         QVariantList r;
-        for (int i = 0; i < s.ColumnCount(); ++i)
-            r.append(s.Value(i));
+        for (int i = 0; i < s->ColumnCount(); ++i)
+            r.append(s->Value(i));
         rows.append(r);
     }
     return rows;

@@ -2,6 +2,9 @@
 
 #include <QString>
 #include <QVariant>
+
+#include <list>
+#include <memory>
 #include <stdexcept>
 
 struct sqlite3;
@@ -37,8 +40,32 @@ private:
     sqlite3_stmt* mStmt = nullptr;
 };
 
+class SqliteDb;
+
+// A statement of the connection's cache, lent for one use: reset and given back when it goes.
+class CachedStatement {
+public:
+    CachedStatement(const CachedStatement&) = delete;
+    CachedStatement& operator=(const CachedStatement&) = delete;
+    CachedStatement(CachedStatement&& other) noexcept;
+    CachedStatement& operator=(CachedStatement&&) = delete;
+    ~CachedStatement();
+
+    SqliteStatement* operator->() const { return mStatement; }
+    SqliteStatement& operator*() const { return *mStatement; }
+
+private:
+    friend class SqliteDb;
+    CachedStatement(SqliteStatement* statement, bool* busy, std::unique_ptr<SqliteStatement> own);
+
+    SqliteStatement* mStatement;
+    bool* mBusy;                           // the cache's mark, when the statement is the cache's
+    std::unique_ptr<SqliteStatement> mOwn; // one prepared for this use only
+};
+
 // One SQLite connection in WAL mode with a busy timeout, so that several sessions and processes
-// share a file.
+// share a file. The catalogue's queries and the built-in functions run the same few statements
+// over and over, often once per row of a query, so the connection keeps the last ones prepared.
 class SqliteDb {
 public:
     explicit SqliteDb(const QString& path, bool create = false); // throws SqliteError
@@ -49,14 +76,26 @@ public:
     void Exec(const QString& sql, const QVariantList& params = {});
     QVariant Scalar(const QString& sql, const QVariantList& params = {});
     QList<QVariantList> Rows(const QString& sql, const QVariantList& params = {});
+    // A prepared statement for sql from the cache, or prepared now; a statement still in use (a
+    // query whose rows call a function that runs the same text) is never lent twice.
+    CachedStatement Prepare(const QString& sql);
     long long Changes() const;
     long long LastInsertRowId() const;
     sqlite3* Handle() const { return mDb; }
     QString Path() const { return mPath; }
 
+    static constexpr int kCachedStatements = 48;
+
 private:
+    struct Cached {
+        QString sql;
+        std::unique_ptr<SqliteStatement> statement;
+        bool busy = false;
+    };
+
     sqlite3* mDb = nullptr;
     QString mPath;
+    std::list<Cached> mCache; // the most recently used first
 };
 
 // Every text column of the catalogue and of user tables compares like the server's default

@@ -1,0 +1,132 @@
+#include "EmbeddedServer.h"
+#include "SqliteDb.h"
+#include "TestSupport.h"
+
+#include <QDir>
+#include <QStringList>
+#include <gtest/gtest.h>
+
+namespace {
+
+const QStringList kIndexes{QStringLiteral("syscolumns_id"),   QStringLiteral("syscomments_id"),
+                           QStringLiteral("sysobjects_name"), QStringLiteral("sysobjects_parent"),
+                           QStringLiteral("sysprotects_id"),  QStringLiteral("sysusers_name"),
+                           QStringLiteral("sysusers_uid")};
+
+QStringList Indexes(const QString& file) {
+    SqliteDb db(file);
+    QStringList names;
+    for (const QVariantList& row :
+         db.Rows(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'index' AND name NOT LIKE "
+                                "'sqlite_autoindex%' ORDER BY name")))
+        names.append(row[0].toString());
+    return names;
+}
+
+QList<QVariantList> Rows(EmbeddedSession& session, const QString& batch) {
+    QList<QVariantList> rows;
+    for (const SqlResult& r : session.Execute(batch)) {
+        if (r.kind == SqlResult::Kind::Message && r.message.IsError())
+            ADD_FAILURE() << qPrintable(r.message.text);
+        if (r.kind == SqlResult::Kind::RowSet)
+            rows += r.rowSet.rows;
+    }
+    return rows;
+}
+
+class CatalogueFolder : public ::testing::Test {
+protected:
+    void SetUp() override {
+        folder = temp.Path(QStringLiteral("srv"));
+        EmbeddedServer::Create(folder, QStringLiteral("secret"));
+    }
+    QString File(const QString& name) const { return QDir(folder).filePath(name); }
+    TempFolder temp;
+    QString folder;
+};
+
+TEST_F(CatalogueFolder, NewDatabasesHaveTheIndexesAndOlderOnesGetThemOnOpen) {
+    {
+        EmbeddedServer server(folder);
+        auto sa = server.Connect(QStringLiteral("sa"), QStringLiteral("secret"), {});
+        ASSERT_TRUE(sa);
+        Rows(*sa, QStringLiteral("CREATE DATABASE Sales"));
+    }
+    EXPECT_EQ(Indexes(File(QStringLiteral("master.db"))), kIndexes);
+    EXPECT_EQ(Indexes(File(QStringLiteral("sales.db"))), kIndexes);
+
+    // A database from before the indexes.
+    {
+        SqliteDb old(File(QStringLiteral("sales.db")));
+        for (const QString& index : kIndexes)
+            old.Exec(QStringLiteral("DROP INDEX ") + index);
+    }
+    ASSERT_TRUE(Indexes(File(QStringLiteral("sales.db"))).isEmpty());
+    EmbeddedServer server(folder);
+    auto sa = server.Connect(QStringLiteral("sa"), QStringLiteral("secret"), QStringLiteral("Sales"));
+    ASSERT_TRUE(sa);
+    EXPECT_EQ(Indexes(File(QStringLiteral("sales.db"))), kIndexes);
+    EXPECT_EQ(Rows(*sa, QStringLiteral("SELECT COUNT(*) FROM sysobjects WHERE name = N'SYSOBJECTS'"))
+                  .value(0)
+                  .value(0)
+                  .toInt(),
+              1);
+}
+
+TEST_F(CatalogueFolder, LookupsSeeWhatEarlierStatementsOfTheBatchDid) {
+    EmbeddedServer server(folder);
+    auto sa = server.Connect(QStringLiteral("sa"), QStringLiteral("secret"), {});
+    ASSERT_TRUE(sa);
+    const QList<QVariantList> created =
+        Rows(*sa, QStringLiteral("SELECT OBJECT_ID(N'dbo.Orders')\n"
+                                 "CREATE TABLE Orders (id int)\n"
+                                 "SELECT OBJECT_ID(N'[DBO].[orders]'), OBJECTPROPERTY(OBJECT_ID(N'Orders'), "
+                                 "N'IsUserTable'), OBJECT_NAME(OBJECT_ID(N'Orders'))\n"
+                                 "SELECT id FROM sysobjects WHERE name = N'Orders'"));
+    ASSERT_EQ(created.size(), 3);
+    EXPECT_TRUE(created[0][0].isNull());
+    EXPECT_EQ(created[1][0].toLongLong(), created[2][0].toLongLong());
+    EXPECT_EQ(created[1][1].toInt(), 1);
+    EXPECT_EQ(created[1][2].toString(), QStringLiteral("Orders"));
+
+    // The drop guard the program sends, and what follows it in the same batch.
+    Rows(*sa, QStringLiteral("CREATE PROCEDURE dbo.spOrders AS SELECT id FROM Orders"));
+    const QList<QVariantList> dropped =
+        Rows(*sa, QStringLiteral(
+                      "IF EXISTS (SELECT * FROM dbo.sysobjects WHERE id = OBJECT_ID(N'[dbo].[spOrders]') "
+                      "AND OBJECTPROPERTY(id, N'IsProcedure') = 1) DROP PROCEDURE [dbo].[spOrders]\n"
+                      "SELECT COUNT(*) FROM sysobjects WHERE id = OBJECT_ID(N'[dbo].[spOrders]')\n"
+                      "IF EXISTS (SELECT * FROM dbo.sysobjects WHERE id = OBJECT_ID(N'[dbo].[Orders]') "
+                      "AND OBJECTPROPERTY(id, N'IsProcedure') = 1) DROP TABLE Orders\n"
+                      "SELECT COUNT(*) FROM sysobjects WHERE id = OBJECT_ID(N'Orders')"));
+    ASSERT_EQ(dropped.size(), 2);
+    EXPECT_EQ(dropped[0][0].toInt(), 0);
+    EXPECT_EQ(dropped[1][0].toInt(), 1); // a table is no procedure: the guard kept it
+}
+
+TEST(StatementCache, AStatementInUseIsNeverLentTwice) {
+    TempFolder temp;
+    SqliteDb db(temp.Path(QStringLiteral("cache.db")), true);
+    db.Exec(QStringLiteral("CREATE TABLE t (n int)"));
+    for (int i = 1; i <= 3; ++i)
+        db.Exec(QStringLiteral("INSERT INTO t VALUES (?)"), {i});
+    const QString sql = QStringLiteral("SELECT n FROM t WHERE n >= ? ORDER BY n");
+    {
+        CachedStatement outer = db.Prepare(sql);
+        outer->Bind(1, 2);
+        ASSERT_TRUE(outer->Step());
+        // Inside the outer statement's rows, the same text again: a statement of its own.
+        EXPECT_EQ(db.Rows(sql, {1}).size(), 3);
+        EXPECT_EQ(outer->Value(0).toInt(), 2);
+        ASSERT_TRUE(outer->Step());
+        EXPECT_EQ(outer->Value(0).toInt(), 3);
+    }
+    // Given back reset and without the last values; more texts than the cache keeps still run.
+    CachedStatement again = db.Prepare(sql);
+    EXPECT_FALSE(again->Step()); // n >= NULL
+    for (int i = 0; i < SqliteDb::kCachedStatements + 5; ++i)
+        EXPECT_EQ(db.Scalar(QStringLiteral("SELECT COUNT(*) + %1 FROM t").arg(i)).toInt(), 3 + i);
+    EXPECT_EQ(db.Rows(sql, {3}).size(), 1);
+}
+
+} // namespace
