@@ -5,6 +5,7 @@
 #include "GeneralHelpers.h"
 #include "Globals.h"
 #include "GuiHelpers.h"
+#include "SqlQuote.h"
 #include "TARMODatabase.h"
 #include "TARMOError.h"
 #include "TARMOProject.h"
@@ -681,8 +682,7 @@ void frmProjectDetails::cmdNewDatabase_Click() {
         auto connection = DbDriver::CreateConnection(txtSQLServer->text());
         connection->Open({txtSQLServer->text(), QString(), txtSQLUsername->text(), txtSQLPassword->text(),
                           chkUseWindowsAuth->isChecked()});
-        connection->Execute(QStringLiteral("CREATE DATABASE [%1]")
-                                .arg(QString(name).replace(QLatin1Char(']'), QStringLiteral("]]"))));
+        connection->Execute(QStringLiteral("CREATE DATABASE ") + SqlQuote::Name(name));
         connection->Close();
     } catch (const TARMOError& e) {
         MsgBox(TARMOSQL::FormatSQLError(e.Description()), Prompt::Buttons::OK, Prompt::Icon::Critical,

@@ -1,6 +1,7 @@
 #include "frmRenameObject.h"
 
 #include "HelpTopics.h"
+#include "SqlQuote.h"
 #include "UserPrompts.h"
 
 #include <QEvent>
@@ -73,9 +74,8 @@ void frmRenameObject::Setup(const QString& strOldName, const QString& strOwner) 
     mstrOldName = strOldName;
     mstrNewName.clear();
     mbCancelled = true;
-    mlblOldName->setText(QStringLiteral("[") + strOwner + QStringLiteral("].[") + strOldName +
-                         QStringLiteral("]"));
-    mlblOwner->setText(QStringLiteral("[") + strOwner + QStringLiteral("].["));
+    mlblOldName->setText(SqlQuote::TwoPartName(strOwner, strOldName));
+    mlblOwner->setText(SqlQuote::Name(strOwner) + QStringLiteral(".["));
     mtxtNewName->setText(strOldName);
     placeNameParts();
     mtxtNewName->selectAll();

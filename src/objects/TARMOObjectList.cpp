@@ -1,5 +1,6 @@
 #include "TARMOObjectList.h"
 
+#include "SqlQuote.h"
 #include "StoreTraffic.h"
 #include "TARMODBTItems.h"
 #include "TARMODescription.h"
@@ -125,11 +126,9 @@ bool TARMOObjectList::UnDeleteObject(const QString& ObjectID) {
 }
 
 QString TARMOObjectList::FindIDByName(const QString& name) {
-    QString quoted = name;
-    quoted.replace(QLatin1Char('\''), QStringLiteral("''"));
     std::unique_ptr<DbRecordset> rs = query(
         *mSQL, QStringLiteral("SELECT id FROM sysobjects WHERE category <> 2 AND ") + mFindByNameCondition +
-                   QStringLiteral(" AND id = OBJECT_ID(N'") + quoted + QStringLiteral("')"));
+                   QStringLiteral(" AND id = OBJECT_ID(") + SqlQuote::Literal(name) + QStringLiteral(")"));
     return rs && !rs->Eof() ? rs->Text(QStringLiteral("id")) : QString();
 }
 

@@ -1,5 +1,6 @@
 #include "TARMOObjectNonVSS.h"
 
+#include "SqlQuote.h"
 #include "StoreTraffic.h"
 #include "TARMODBTItems.h"
 #include "TARMOIcons.h"
@@ -36,7 +37,8 @@ QString TARMOObjectNonVSS::IconName(const QString& key) const {
 
 TARMOFields TARMOObjectNonVSS::GetFields() {
     TARMOFields fields;
-    std::unique_ptr<DbRecordset> rs = query(*mSQL, mParameterQuery1 + mDBID + mParameterQuery2);
+    std::unique_ptr<DbRecordset> rs =
+        query(*mSQL, mParameterQuery1 + TARMOSQL::sqlFMTOUT(mDBID, 1) + mParameterQuery2);
     for (; rs && !rs->Eof(); rs->MoveNext()) {
         const QString name = rs->Text(QStringLiteral("ColName"));
         if (name.isEmpty())
@@ -91,9 +93,9 @@ std::unique_ptr<TARMODBTItem> TARMOObjectNonVSS::Refresh(bool bShowOwnerInName) 
         mOwner = rs->Text(QStringLiteral("UserName"));
     } else {
         // Dropped, and maybe created anew under the same name and owner.
-        QString byName = mDBQueryByName + TARMOSQL::sqlFMTOUT(mName, 0, false);
+        QString byName = mDBQueryByName + SqlQuote::Literal(mName);
         if (!mOwner.isEmpty())
-            byName += mDBQueryByOwner + TARMOSQL::sqlFMTOUT(mOwner, 0, false);
+            byName += mDBQueryByOwner + SqlQuote::Literal(mOwner);
         std::unique_ptr<DbRecordset> again = query(*mSQL, byName);
         if (again && !again->Eof()) {
             keyChanged = mDBID;

@@ -1,6 +1,7 @@
 #include "TARMOObjectVSS.h"
 
 #include "GeneralHelpers.h"
+#include "SqlQuote.h"
 #include "StoreTraffic.h"
 #include "TARMODBTItems.h"
 #include "TARMOError.h"
@@ -45,7 +46,9 @@ void TARMOObjectVSS::SetSQLStrings(const QString& existsSQL2, const QString& dbQ
         "c.isnullable AS ColNullable, t.name AS ColType FROM syscolumns c INNER JOIN systypes t ON "
         "c.xusertype = t.xusertype WHERE t.status <> 1 AND c.id = ");
     mParameterQuery2 = QStringLiteral(" ORDER BY c.colid");
-    mExistsSQL1 = QStringLiteral("IF EXISTS (SELECT * FROM dbo.sysobjects WHERE id = OBJECT_ID(N'");
+    // The quoted name goes between the two halves as a literal (SqlQuote::Literal of the
+    // two-part name), and again after the drop words as an identifier.
+    mExistsSQL1 = QStringLiteral("IF EXISTS (SELECT * FROM dbo.sysobjects WHERE id = OBJECT_ID(");
     mExistsSQL2 = existsSQL2;
     mDBQueryStart = QStringLiteral("SELECT so.id, so.name, su.name AS [UserName] FROM sysobjects so INNER "
                                    "JOIN sysusers su ON so.uid = su.uid WHERE ") +
@@ -171,8 +174,8 @@ void TARMOObjectVSS::RefreshState() {
             owner = parts.value(0);
             name = parts.value(1);
             std::unique_ptr<DbRecordset> byName =
-                query(*mSQL, mDBQueryStart + mDBQueryByName + TARMOSQL::sqlFMTOUT(name, 0, false) +
-                                 mDBQueryByOwner + TARMOSQL::sqlFMTOUT(owner, 0, false));
+                query(*mSQL, mDBQueryStart + mDBQueryByName + SqlQuote::Literal(name) + mDBQueryByOwner +
+                                 SqlQuote::Literal(owner));
             if (byName && !byName->Eof()) {
                 mInSQL = true;
                 mDBID = byName->Text(QStringLiteral("id"));
@@ -233,7 +236,8 @@ QString TARMOObjectVSS::GetContent(StoreLocation getContentLocation, long Versio
 
 TARMOFields TARMOObjectVSS::GetFields(bool bIncludeNullable) {
     TARMOFields fields;
-    std::unique_ptr<DbRecordset> rs = query(*mSQL, mParameterQuery1 + mDBID + mParameterQuery2);
+    std::unique_ptr<DbRecordset> rs =
+        query(*mSQL, mParameterQuery1 + TARMOSQL::sqlFMTOUT(mDBID, 1) + mParameterQuery2);
     for (; rs && !rs->Eof(); rs->MoveNext()) {
         QString name = rs->Text(QStringLiteral("ColName"));
         const bool blankNamed = name.isEmpty();
@@ -403,10 +407,11 @@ QList<TARMODateSummaryEntry> TARMOObjectVSS::DateSummary(bool OrderByDateAsc) {
 }
 
 QString TARMOObjectVSS::DropScript() const {
-    QString full = QLatin1Char('[') + mName + QLatin1Char(']');
-    if (!mOwner.isEmpty())
-        full.prepend(QLatin1Char('[') + mOwner + QStringLiteral("]."));
-    return mDropSQL1 + full + mDropSQL2 + full;
+    return dropScriptFor(SqlQuote::TwoPartName(mOwner, mName));
+}
+
+QString TARMOObjectVSS::dropScriptFor(const QString& quotedName) const {
+    return mDropSQL1 + SqlQuote::Literal(quotedName) + mDropSQL2 + quotedName;
 }
 
 // --- Actions
@@ -473,7 +478,7 @@ bool TARMOObjectVSS::TestItem(const QString& strContent) {
     try {
         StoreTraffic::Statements(2);
         mSQL->ExecuteSQL(changed);
-        mSQL->ExecuteSQL(mDropSQL1 + temporary + mDropSQL2 + temporary);
+        mSQL->ExecuteSQL(dropScriptFor(temporary));
     } catch (const TARMOError& e) {
         critical(StripDriverPrefix(e.Description()), kSyntaxError);
         return false;
@@ -503,8 +508,7 @@ bool TARMOObjectVSS::CheckIn(const QString& strContent, const QString& strCommen
         if (mOwner.compare(mSQL->DatabaseUserName(), Qt::CaseInsensitive) != 0) {
             QString replaced;
             const QString qualified = modParser::ReplaceNameAfterKeywords(
-                mParse, content, QLatin1Char('[') + mOwner + QStringLiteral("].[") + mName + QLatin1Char(']'),
-                replaced);
+                mParse, content, SqlQuote::TwoPartName(mOwner, mName), replaced);
             if (TARMOSQL::ExtractOwnerAndItemName(replaced).value(0).isEmpty() && !qualified.isEmpty())
                 content = qualified;
         }

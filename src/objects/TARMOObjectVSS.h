@@ -97,6 +97,8 @@ public:
     bool IsEditable() const { return true; }
     const QString& ParameterQuery1() const { return mParameterQuery1; }
     const QString& ParameterQuery2() const { return mParameterQuery2; }
+    // The halves around SqlQuote::Literal(SqlQuote::TwoPartName(owner, name)); the drop halves take
+    // the same literal, then the quoted name again as the identifier to drop.
     const QString& ExistsSQL1() const { return mExistsSQL1; }
     const QString& ExistsSQL2() const { return mExistsSQL2; }
     const QString& DropSQL1() const { return mDropSQL1; }
@@ -248,6 +250,8 @@ private:
     void SetParentList(TARMOObjectList* list) { mParentList = list; }
 
     QString NewObjectFileName();
+    // The drop script of the kind for a name already quoted as an identifier.
+    QString dropScriptFor(const QString& quotedName) const;
     bool checkInNew(const QString& strContent, const QString& strComment);
     // "owner.name", or the name alone where the owner is "".
     QString qualifiedDisplayName() const;

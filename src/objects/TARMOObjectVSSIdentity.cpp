@@ -2,6 +2,7 @@
 // rename, undelete) and plain delete. Kept apart from the check-in actions for the size of the file.
 #include "TARMOObjectVSS.h"
 
+#include "SqlQuote.h"
 #include "StoreTraffic.h"
 #include "TARMOError.h"
 #include "TARMOSQL.h"
@@ -60,9 +61,8 @@ bool TARMOObjectVSS::RenameItem(const QString& NewName, bool) {
 
     const QString content = GetContent(LocationVSS, -1, false);
     QString oldName;
-    const QString renamed = modParser::ReplaceNameAfterKeywords(
-        mParse, content, QLatin1Char('[') + mOwner + QStringLiteral("].[") + NewName + QLatin1Char(']'),
-        oldName);
+    const QString renamed =
+        modParser::ReplaceNameAfterKeywords(mParse, content, SqlQuote::TwoPartName(mOwner, NewName), oldName);
     if (renamed.isEmpty()) {
         show(QStringLiteral("The ") + KeywordListText(mParse) + QStringLiteral(" could not be found!"),
              kRenameAborted, Prompt::Icon::Critical);

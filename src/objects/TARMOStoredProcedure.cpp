@@ -12,7 +12,7 @@ TARMOStoredProcedure::TARMOStoredProcedure() {
 
     SetParse({{QStringLiteral("CREATE"), QStringLiteral("PROC")},
               {QStringLiteral("CREATE"), QStringLiteral("PROCEDURE")}});
-    SetSQLStrings(QStringLiteral("') AND OBJECTPROPERTY(id, N'IsProcedure') = 1) "),
+    SetSQLStrings(QStringLiteral(") AND OBJECTPROPERTY(id, N'IsProcedure') = 1) "),
                   QStringLiteral("OBJECTPROPERTY(so.id, N'IsProcedure') = 1"),
                   QStringLiteral(" DROP PROCEDURE "));
 }

@@ -14,7 +14,7 @@ TARMOTrigger::TARMOTrigger() {
     SetPermissionMode(0);
     SetHasPermissions(false);
     SetParse({{QStringLiteral("CREATE"), QStringLiteral("TRIGGER")}});
-    SetSQLStrings(QStringLiteral("') AND OBJECTPROPERTY(id, N'IsTrigger') = 1) "),
+    SetSQLStrings(QStringLiteral(") AND OBJECTPROPERTY(id, N'IsTrigger') = 1) "),
                   QStringLiteral("OBJECTPROPERTY(so.id, N'IsTrigger') = 1"),
                   QStringLiteral(" DROP TRIGGER "));
 }
@@ -31,8 +31,8 @@ std::unique_ptr<TARMODBTItems> TARMOTrigger::GetItemInfo(bool bDisplayOwner, boo
     std::unique_ptr<DbRecordset> rs = ActiveDBConnection()->OpenRecordset(
         QStringLiteral("select ObjectProperty( id, 'ExecIsInsertTrigger') AS 'ISINSERT', ObjectProperty( id, "
                        "'ExecIsUpdateTrigger') AS 'ISUPDATE', ObjectProperty( id, 'ExecIsDeleteTrigger') AS "
-                       "'ISDELETE' from sysobjects where id = ") +
-        DBID());
+                       "'ISDELETE' from sysobjects where id =") +
+        TARMOSQL::sqlFMTOUT(DBID(), 1));
     if (!rs || rs->Eof())
         return items;
     for (const QString& word :

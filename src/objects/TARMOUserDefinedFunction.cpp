@@ -11,6 +11,6 @@ TARMOUserDefinedFunction::TARMOUserDefinedFunction() {
     SetHasPermissions(true);
     SetBlankFieldDisplayName(QStringLiteral("(Return Value)"));
     SetParse({{QStringLiteral("CREATE"), QStringLiteral("FUNCTION")}});
-    SetSQLStrings(QStringLiteral("') AND xtype IN (N'FN', N'IF', N'TF') ) "),
+    SetSQLStrings(QStringLiteral(") AND xtype IN (N'FN', N'IF', N'TF') ) "),
                   QStringLiteral("so.xtype IN (N'FN', N'IF', N'TF')"), QStringLiteral(" DROP FUNCTION "));
 }

@@ -11,6 +11,6 @@ TARMOView::TARMOView() {
     SetHasPermissions(true);
 
     SetParse({{QStringLiteral("CREATE"), QStringLiteral("VIEW")}});
-    SetSQLStrings(QStringLiteral("') AND OBJECTPROPERTY(id, N'IsView') = 1) "),
+    SetSQLStrings(QStringLiteral(") AND OBJECTPROPERTY(id, N'IsView') = 1) "),
                   QStringLiteral("OBJECTPROPERTY(so.id, N'IsView') = 1"), QStringLiteral(" DROP VIEW "));
 }

@@ -1,5 +1,7 @@
 #include "TARMOPermission.h"
 
+#include "SqlQuote.h"
+
 #include <QList>
 
 bool TARMOPermission::HasAnyPermissionSet() const {
@@ -77,6 +79,6 @@ QString TARMOPermission::StatementText(const QString& word, long state, const QS
     default:
         return QString();
     }
-    return prefix + word + QStringLiteral(" ON ") + qualifiedName + QStringLiteral(" TO [") + grantee +
-           QLatin1Char(']');
+    return prefix + word + QStringLiteral(" ON ") + qualifiedName + QStringLiteral(" TO ") +
+           SqlQuote::Name(grantee);
 }

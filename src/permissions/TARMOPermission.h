@@ -36,7 +36,8 @@ public:
     // Sets the state of a statement word (any case); False for a word the line doesn't carry.
     bool SetStateOf(const QString& word, long state);
 
-    // "GRANT EXECUTE ON [dbo].[x] TO [public]"; "" for LeaveOut.
+    // "GRANT EXECUTE ON [dbo].[x] TO [public]"; "" for LeaveOut. qualifiedName comes quoted
+    // (SqlQuote::TwoPartName); the grantee is quoted here.
     static QString StatementText(const QString& word, long state, const QString& qualifiedName,
                                  const QString& grantee);
 };

@@ -1,6 +1,7 @@
 #include "TARMOPermissions.h"
 
 #include "DbRecordset.h"
+#include "SqlQuote.h"
 #include "TARMOError.h"
 #include "TARMOSQL.h"
 
@@ -36,8 +37,7 @@ bool TARMOPermissions::resolveObject(QString& qualifiedName, QString& ownerName)
     if (!rs || rs->Eof())
         return false;
     ownerName = rs->Text(QStringLiteral("OwnerName"));
-    qualifiedName = QLatin1Char('[') + ownerName + QStringLiteral("].[") +
-                    rs->Text(QStringLiteral("ObjectName")) + QLatin1Char(']');
+    qualifiedName = SqlQuote::TwoPartName(ownerName, rs->Text(QStringLiteral("ObjectName")));
     return true;
 }
 
@@ -54,8 +54,8 @@ TARMOPermission TARMOPermissions::newLine(const QString& name, bool role, const 
 bool TARMOPermissions::isRole(const QString& name) const {
     // sysusers holds users as well as roles: only its role flag tells them apart.
     std::unique_ptr<DbRecordset> rs = ActiveDBConnection->OpenRecordset(
-        QStringLiteral("SELECT COUNT(*) As [Exists] FROM sysusers WHERE issqlrole = 1 AND name =") +
-        TARMOSQL::sqlFMTOUT(name, 0));
+        QStringLiteral("SELECT COUNT(*) As [Exists] FROM sysusers WHERE issqlrole = 1 AND name = ") +
+        SqlQuote::Literal(name));
     return rs && !rs->Eof() && rs->Field(QStringLiteral("Exists")).toInt() == 1;
 }
 
@@ -101,9 +101,9 @@ void TARMOPermissions::readAll(const QString& qualifiedName, const QString& owne
             previous = name;
             TARMOPermission line = newLine(name, source.roles, ownerName);
             std::unique_ptr<DbRecordset> granted =
-                helpProtect(*ActiveDBConnection, QStringLiteral("EXECUTE sp_helprotect") +
-                                                     TARMOSQL::sqlFMTOUT(qualifiedName, 0, true) +
-                                                     TARMOSQL::sqlFMTOUT(name, 0));
+                helpProtect(*ActiveDBConnection, QStringLiteral("EXECUTE sp_helprotect ") +
+                                                     SqlQuote::Literal(qualifiedName) + QStringLiteral(", ") +
+                                                     SqlQuote::Literal(name));
             for (; granted && !granted->Eof(); granted->MoveNext())
                 applyProtectRow(line, *granted);
             if (!mItems.Contains(name))
@@ -114,7 +114,7 @@ void TARMOPermissions::readAll(const QString& qualifiedName, const QString& owne
 
 void TARMOPermissions::readQuick(const QString& qualifiedName, const QString& ownerName) {
     std::unique_ptr<DbRecordset> rows = helpProtect(
-        *ActiveDBConnection, QStringLiteral("EXECUTE sp_helprotect") + TARMOSQL::sqlFMTOUT(qualifiedName, 0));
+        *ActiveDBConnection, QStringLiteral("EXECUTE sp_helprotect ") + SqlQuote::Literal(qualifiedName));
     bool inHand = false;
     TARMOPermission line;
     QString grantee;
@@ -154,8 +154,7 @@ bool TARMOPermissions::Save() {
 QString TARMOPermissions::CreateScript(const QString& strObjectName, const QString& strOwnerName) {
     QString qualifiedName;
     if (!strObjectName.isEmpty() && !strOwnerName.isEmpty()) {
-        qualifiedName =
-            QLatin1Char('[') + strOwnerName + QStringLiteral("].[") + strObjectName + QLatin1Char(']');
+        qualifiedName = SqlQuote::TwoPartName(strOwnerName, strObjectName);
     } else {
         QString ownerName;
         if (!resolveObject(qualifiedName, ownerName))

@@ -1,5 +1,6 @@
 #include "TARMOSQL.h"
 
+#include "SqlQuote.h"
 #include "UserPrompts.h"
 
 #include <QDateTime>
@@ -272,24 +273,20 @@ QString TARMOSQL::firstValue(const QString& query, const QString& column) {
 
 QString TARMOSQL::GetObjectOwnerName(const QString& ObjectID) {
     return firstValue(
-        QStringLiteral("SELECT name FROM sysusers WHERE uid IN (SELECT uid FROM sysobjects WHERE id = ") +
-            ObjectID + QStringLiteral(")"),
+        QStringLiteral("SELECT name FROM sysusers WHERE uid IN (SELECT uid FROM sysobjects WHERE id =") +
+            sqlFMTOUT(ObjectID, 1) + QStringLiteral(")"),
         QStringLiteral("name"));
 }
 
 QString TARMOSQL::GetObjectID(const QString& ObjectName, const QString& OwnerName) {
-    QString name = ObjectName;
-    QString owner = OwnerName;
-    for (QString* s : {&name, &owner}) {
-        s->remove(QLatin1Char('['));
-        s->remove(QLatin1Char(']'));
-    }
+    const QString name = SqlQuote::Unbracket(ObjectName);
+    const QString owner = SqlQuote::Unbracket(OwnerName);
     const QString query =
         owner.isEmpty()
-            ? QStringLiteral("SELECT id FROM sysobjects WHERE name = ") + sqlFMTOUT(name)
+            ? QStringLiteral("SELECT id FROM sysobjects WHERE name = ") + SqlQuote::Literal(name)
             : QStringLiteral(
                   "SELECT id FROM sysobjects so INNER JOIN sysusers su ON so.uid = su.uid WHERE so.name = ") +
-                  sqlFMTOUT(name) + QStringLiteral(" AND su.name = ") + sqlFMTOUT(owner);
+                  SqlQuote::Literal(name) + QStringLiteral(" AND su.name = ") + SqlQuote::Literal(owner);
     std::unique_ptr<DbRecordset> rs = OpenRecordset(query);
     // A name that two owners share has no id without its owner.
     if (!rs || rs->RecordCount() != 1)
@@ -304,15 +301,13 @@ QString TARMOSQL::GetObjectName(const QString& ObjectID, bool IncludeOwnerName) 
         sqlFMTOUT(ObjectID, 1));
     if (!rs || rs->Eof())
         return QString();
-    QString name = QStringLiteral("[") + rs->Text(QStringLiteral("ObjectName")) + QStringLiteral("]");
-    if (IncludeOwnerName)
-        name.prepend(QStringLiteral("[") + rs->Text(QStringLiteral("UserName")) + QStringLiteral("]."));
-    return name;
+    return SqlQuote::TwoPartName(IncludeOwnerName ? rs->Text(QStringLiteral("UserName")) : QString(),
+                                 rs->Text(QStringLiteral("ObjectName")));
 }
 
 QString TARMOSQL::GetObjectText(const QString& ObjectID) {
     const QString name = GetObjectName(ObjectID, true);
-    std::unique_ptr<DbRecordset> rs = OpenRecordset(QStringLiteral("sp_helptext ") + sqlFMTOUT(name));
+    std::unique_ptr<DbRecordset> rs = OpenRecordset(QStringLiteral("sp_helptext ") + SqlQuote::Literal(name));
     QString text;
     for (; rs && !rs->Eof(); rs->MoveNext())
         text += rs->Text(QStringLiteral("Text"));
@@ -371,7 +366,10 @@ QStringList TARMOSQL::ExtractOwnerAndItemName(const QString& ObjectName) {
     for (qsizetype i = 0; i < ObjectName.size() && separator < 0; ++i) {
         const QChar c = ObjectName[i];
         if (!closing.isNull()) {
-            if (c == closing)
+            // A doubled delimiter is part of the name ("[a]].b]" is the one name a].b).
+            if (c == closing && i + 1 < ObjectName.size() && ObjectName[i + 1] == closing)
+                ++i;
+            else if (c == closing)
                 closing = QChar();
         } else if (c == QLatin1Char('[')) {
             closing = QLatin1Char(']');
@@ -403,7 +401,7 @@ QString TARMOSQL::DatabaseUserName() {
     return firstValue(
         QStringLiteral("SELECT su.name AS [DatabaseUserName] FROM [dbo].[sysusers] su INNER JOIN "
                        "[master].[dbo].[syslogins] sl ON su.sid = sl.sid WHERE LOWER(sl.name) = ") +
-            sqlFMTOUT(mUserName.toLower()),
+            SqlQuote::Literal(mUserName.toLower()),
         QStringLiteral("DatabaseUserName"));
 }
 

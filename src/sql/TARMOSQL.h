@@ -95,8 +95,9 @@ public:
     QString GetObjectName(const QString& ObjectID, bool IncludeOwnerName = true);
     QString GetObjectText(const QString& ObjectID);
 
-    // The one way a value enters a statement text: with a leading blank, quoted as its type asks,
-    // or " NULL". lDataType: 0 text, 1 or 3 number, 2 date, 12 always NULL, others "".
+    // The one way a data value enters a statement text: with a leading blank, quoted as its type
+    // asks, or " NULL". Names and text that must stay Unicode go through SqlQuote instead. lDataType: 0 text,
+    // 1 or 3 number, 2 date, 12 always NULL, others "".
     static QString sqlFMTOUT(const QVariant& vData, long lDataType = 0, bool bAddComma = false);
     static bool IsValidObjectName(const QString& ObjectName);
     // Element 0 the owner, element 1 the name, both without brackets or double quotes.

@@ -60,7 +60,10 @@ SQLTokens tokenize(const QString& text) {
         case Mode::Brackets:
             row.Kind = TokenKind::BracketedName;
             row.Text += c;
-            if (c == QLatin1Char(']')) {
+            // "]]" is a "]" of the name, not its end.
+            if (c == QLatin1Char(']') && i + 1 < n && text[i + 1] == QLatin1Char(']')) {
+                row.Text += text[++i];
+            } else if (c == QLatin1Char(']')) {
                 mode = Mode::None;
                 ended = true;
             }

@@ -40,6 +40,7 @@ TEST(ObjectNames, OwnerAndNameTakenApart) {
     EXPECT_EQ(parts("[my proc]"), QStringList({"", "my proc"}));
     EXPECT_EQ(parts("a.b.c"), QStringList({"a", "b.c"}));
     EXPECT_EQ(parts("[a]]b].[c]]]"), QStringList({"a]b", "c]"}));
+    EXPECT_EQ(parts("[a]].b].[c]"), QStringList({"a].b", "c"})) << "a doubled ] keeps the dot inside";
     EXPECT_EQ(parts("\"my.own\".\"we(ird \"\"x\"\"\""), QStringList({"my.own", "we(ird \"x\""}));
     EXPECT_EQ(parts(""), QStringList({"", ""}));
 }

@@ -182,6 +182,12 @@ TEST(ReplaceNameAfterKeywords, ParenthesesInsideDelimitedNamesBelongToTheName) {
         "create proc y(@a int)");
     EXPECT_EQ(old, "\"dbo\".\"we(ird x\"");
     EXPECT_EQ(FindNameAfterKeywords(kProc, QStringLiteral("create proc \"a\"\"(\" as")), "\"a\"\"(\"");
+    // A doubled ] is part of the name: blanks, quotes and comment marks behind it are too.
+    const QString hostile = QStringLiteral("[dbo].[x]] p')) --\r\nDROP ]]]");
+    EXPECT_EQ(ReplaceNameAfterKeywords(
+                  kProc, QStringLiteral("create proc ") + hostile + QStringLiteral(" as"), "y", old),
+              "create proc y as");
+    EXPECT_EQ(old, hostile);
 }
 
 TEST(ReplaceFirstWord, PassesOverCommentsAndStrings) {

@@ -1,5 +1,6 @@
 #include "GeneralHelpers.h"
 #include "KeyedCollection.h"
+#include "SqlQuote.h"
 #include "TestSupport.h"
 
 #include <QFile>
@@ -76,4 +77,27 @@ TEST(GeneralHelpers, FoldersAndArrays) {
     const QVariantList source{QStringLiteral("ignored"), 12, QStringLiteral("b")};
     EXPECT_EQ(VariantToStringArray(source),
               (QStringList{QString(), QStringLiteral("12"), QStringLiteral("b")}));
+}
+
+// The delimiters are doubled and nothing else is touched: a name that ends in "]" or holds only
+// delimiters must still close where it should, and Unbracket must give back exactly what Name took.
+TEST(SqlQuote, DelimitersDoubledAndNamesRoundTrip) {
+    EXPECT_EQ(SqlQuote::Name(QStringLiteral("a]b")), QStringLiteral("[a]]b]"));
+    EXPECT_EQ(SqlQuote::Name(QStringLiteral("]")), QStringLiteral("[]]]"));
+    EXPECT_EQ(SqlQuote::Name(QString()), QStringLiteral("[]"));
+    EXPECT_EQ(SqlQuote::TwoPartName(QStringLiteral("o.x"), QStringLiteral("[n]")),
+              QStringLiteral("[o.x].[[n]]]"));
+    EXPECT_EQ(SqlQuote::TwoPartName(QString(), QStringLiteral("n")), QStringLiteral("[n]"));
+
+    EXPECT_EQ(SqlQuote::Literal(QStringLiteral("p')) --")), QStringLiteral("N'p'')) --'"));
+    EXPECT_EQ(SqlQuote::Literal(QString()), QStringLiteral("N''")) << "empty stays a value, not NULL";
+    const QString unicode = QStringLiteral("Päivä \u20ac \U0001F600");
+    EXPECT_EQ(SqlQuote::Literal(unicode), QStringLiteral("N'") + unicode + QLatin1Char('\''));
+
+    for (const QString& name : {QStringLiteral("a]b"), QStringLiteral("]]"), QStringLiteral("[x]"), unicode,
+                                QStringLiteral("line\r\nbreak"), QString()})
+        EXPECT_EQ(SqlQuote::Unbracket(SqlQuote::Name(name)), name) << name.toStdString();
+    EXPECT_EQ(SqlQuote::Unbracket(QStringLiteral("plain")), QStringLiteral("plain"));
+    EXPECT_EQ(SqlQuote::Unbracket(QStringLiteral("[a]b]")), QStringLiteral("[a]b]"))
+        << "a lone ] inside is no bracketed name: the text is the name";
 }
