@@ -12,16 +12,7 @@
 #include "frmSystem.h"
 
 #include <QLabel>
-#include <QThread>
 #include <QVBoxLayout>
-
-namespace {
-int statusPause = 100;
-}
-
-void frmInitialize::SetStatusPause(int milliseconds) {
-    statusPause = milliseconds;
-}
 
 frmInitialize::frmInitialize(QWidget* parent)
     : QWidget(parent) {
@@ -57,9 +48,9 @@ void frmInitialize::StartTARMO() {
 void frmInitialize::SetStatus(const QString& text) {
     mStatusHistory << text;
     mlblStatus->setText(text + QStringLiteral(" ..."));
-    mlblStatus->repaint();
-    if (statusPause > 0)
-        QThread::msleep(static_cast<unsigned long>(statusPause));
+    // The steps run without a pause: the splash is drawn at once so that each status is seen while its
+    // step works, and a fast step simply gives way to the next.
+    repaint();
 }
 
 void frmInitialize::Unload() {
