@@ -34,7 +34,9 @@ frmInitialize::frmInitialize(QWidget* parent)
     layout->addWidget(mlblStatus);
     resize(420, 200);
 
-    mtmr.setInterval(100);
+    // The steps begin as soon as the event loop runs, once the splash has been shown.
+    mtmr.setInterval(0);
+    mtmr.setSingleShot(true);
     connect(&mtmr, &QTimer::timeout, this, &frmInitialize::tmr_Timer);
 }
 

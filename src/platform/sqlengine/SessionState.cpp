@@ -723,9 +723,10 @@ SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
     QList<QVariantList> raw;
     while (st.Step()) {
         QVariantList row;
+        row.reserve(n);
         for (int i = 0; i < n; ++i)
             row.append(st.Value(i));
-        raw.append(row);
+        raw.append(std::move(row));
     }
     // A computed column has no declared type: it takes the widest kind of value any row holds,
     // so that a 0 in the first row doesn't make integers of the fractions below it.
@@ -768,12 +769,11 @@ SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
             c.precision = integer ? 10 : 0;
         }
     }
-    for (const QVariantList& values : raw) {
-        QVariantList row;
+    // In place: a large result is held once, not twice.
+    for (QVariantList& values : raw)
         for (int i = 0; i < n; ++i)
-            row.append(ToServerValue(values[i], rs.columns[i].typeId));
-        rs.rows.append(row);
-    }
+            values[i] = ToServerValue(values[i], rs.columns[i].typeId);
+    rs.rows = std::move(raw);
     return rs;
 }
 
