@@ -34,9 +34,7 @@ frmInitialize::frmInitialize(QWidget* parent)
     layout->addWidget(mlblStatus);
     resize(420, 200);
 
-    // The steps begin as soon as the event loop runs, once the splash has been shown.
-    mtmr.setInterval(0);
-    mtmr.setSingleShot(true);
+    mtmr.setInterval(100);
     connect(&mtmr, &QTimer::timeout, this, &frmInitialize::tmr_Timer);
 }
 
