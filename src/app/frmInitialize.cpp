@@ -34,15 +34,17 @@ frmInitialize::frmInitialize(QWidget* parent)
     layout->addWidget(mlblStatus);
     resize(420, 200);
 
-    mtmr.setInterval(100);
+    // The first step waits only for the splash to be shown.
+    mtmr.setInterval(0);
+    mtmr.setSingleShot(true);
     connect(&mtmr, &QTimer::timeout, this, &frmInitialize::tmr_Timer);
 }
 
 void frmInitialize::StartTARMO() {
-    mtmr.start();
     mlblStatus->clear();
     mlblVersion->setText(QStringLiteral("Version: ") + App::VersionText());
     show();
+    mtmr.start();
 }
 
 void frmInitialize::SetStatus(const QString& text) {
