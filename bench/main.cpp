@@ -1,9 +1,11 @@
 #include "BenchProject.h"
+#include "BenchQuery.h"
 #include "BenchRefresh.h"
+#include "BenchStartup.h"
 #include "BenchTest.h"
 #include "TARMOError.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QStandardPaths>
 #include <QStringList>
 
@@ -13,25 +15,41 @@ namespace {
 
 int usage() {
     std::fprintf(stderr, "Usage: tarmo-bench refresh|test [--scale F] [--rtt-ms M] [--cache DIR]\n"
+                         "       tarmo-bench startup [--runs N]\n"
+                         "       tarmo-bench query [--rows N] [--cache DIR]\n"
                          "  refresh      refreshes the four lists of the project\n"
                          "  test         tests the syntax of one procedure and checks it in\n"
+                         "  startup      starts the program on the demo until its main window shows\n"
+                         "  query        reads a large table into the query window\n"
                          "  --scale F    size of the project; 1 is 5,000 procedures, 1,000 views, 1,000\n"
                          "               functions and 2,000 triggers on 500 tables (default 1)\n"
                          "  --rtt-ms M   round trip added to every statement and store call (default 0)\n"
-                         "  --cache DIR  where the project is built once and kept\n");
+                         "  --runs N     timed starts after one to warm up (default 10)\n"
+                         "  --rows N     rows of the table that the query reads (default 100000)\n"
+                         "  --cache DIR  where the project or the table is built once and kept\n");
     return 2;
 }
 
 } // namespace
 
 int main(int argc, char* argv[]) {
-    QCoreApplication app(argc, argv);
+    // The windows of the benchmarks are drawn, but never on a screen.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
     QStringList args = app.arguments().mid(1);
-    const QString command = args.isEmpty() ? QString() : args.takeFirst();
-    if (command != QLatin1String("refresh") && command != QLatin1String("test"))
+    if (args.isEmpty())
+        return usage();
+    const QString command = args.takeFirst();
+    if (command == QLatin1String("bare-window"))
+        return RunBareWindow();
+    const bool onProject = command == QLatin1String("refresh") || command == QLatin1String("test");
+    if (!onProject && command != QLatin1String("startup") && command != QLatin1String("query"))
         return usage();
     double scale = 1;
     int rtt = 0;
+    int runs = 10;
+    int rows = 100000;
     QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
                     QStringLiteral("/tarmo-bench");
     for (int i = 0; i < args.size(); ++i) {
@@ -40,17 +58,25 @@ int main(int argc, char* argv[]) {
             return usage();
         const QString value = args[++i];
         bool ok = true;
-        if (option == QLatin1String("--scale"))
+        if (option == QLatin1String("--scale") && onProject)
             scale = value.toDouble(&ok);
-        else if (option == QLatin1String("--rtt-ms"))
+        else if (option == QLatin1String("--rtt-ms") && onProject)
             rtt = value.toInt(&ok);
-        else if (option == QLatin1String("--cache"))
+        else if (option == QLatin1String("--runs") && command == QLatin1String("startup"))
+            runs = value.toInt(&ok);
+        else if (option == QLatin1String("--rows") && command == QLatin1String("query"))
+            rows = value.toInt(&ok);
+        else if (option == QLatin1String("--cache") && command != QLatin1String("startup"))
             cache = value;
         else
             return usage();
-        if (!ok || scale <= 0 || rtt < 0)
+        if (!ok || scale <= 0 || rtt < 0 || runs < 1 || rows < 1)
             return usage();
     }
+    if (command == QLatin1String("startup"))
+        return RunStartupBenchmark(runs);
+    if (command == QLatin1String("query"))
+        return RunQueryBenchmark(cache, rows);
     try {
         BenchProject project(cache, scale);
         project.Ensure();

@@ -13,17 +13,8 @@
 
 #include <QApplication>
 #include <QLabel>
-#include <QThread>
 #include <QTimer>
 #include <QVBoxLayout>
-
-namespace {
-int statusPause = 100;
-}
-
-void frmInitialize::SetStatusPause(int milliseconds) {
-    statusPause = milliseconds;
-}
 
 frmInitialize::frmInitialize(QWidget* parent)
     : QWidget(parent) {
@@ -45,23 +36,25 @@ frmInitialize::frmInitialize(QWidget* parent)
     layout->addWidget(mlblStatus);
     resize(420, 200);
 
-    mtmr.setInterval(100);
+    // The first step waits only for the splash to be shown.
+    mtmr.setInterval(0);
+    mtmr.setSingleShot(true);
     connect(&mtmr, &QTimer::timeout, this, &frmInitialize::tmr_Timer);
 }
 
 void frmInitialize::StartTARMO() {
-    mtmr.start();
     mlblStatus->clear();
     mlblVersion->setText(QStringLiteral("Version: ") + App::VersionText());
     show();
+    mtmr.start();
 }
 
 void frmInitialize::SetStatus(const QString& text) {
     mStatusHistory << text;
     mlblStatus->setText(text + QStringLiteral(" ..."));
-    mlblStatus->repaint();
-    if (statusPause > 0)
-        QThread::msleep(static_cast<unsigned long>(statusPause));
+    // The steps run without a pause: the splash is drawn at once so that each status is seen while its
+    // step works, and a fast step simply gives way to the next.
+    repaint();
 }
 
 void frmInitialize::Unload() {

@@ -17,9 +17,6 @@ public:
     // Prepares and shows the window and arms the timer; returns at once.
     void StartTARMO();
 
-    // How long each status text stands before the next step (100 ms; tests set 0).
-    static void SetStatusPause(int milliseconds);
-
     QLabel* lblStatus() const { return mlblStatus; }
     QLabel* lblVersion() const { return mlblVersion; }
     QTimer& tmr() { return mtmr; }

@@ -69,6 +69,20 @@ void offerLostTexts(RecoveryFiles& recovery) {
     });
 }
 
+// With TARMO_EXIT_WHEN_SHOWN=1 the program ends as soon as its main window is shown, so that the
+// time of a start can be taken from outside.
+class ExitWhenShown : public QObject {
+public:
+    using QObject::QObject;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Show && qobject_cast<mdiMain*>(watched))
+            QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+        return false;
+    }
+};
+
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -92,6 +106,9 @@ int main(int argc, char* argv[]) {
         ItemTools::Install(*window);
         return window;
     });
+
+    if (qEnvironmentVariableIntValue("TARMO_EXIT_WHEN_SHOWN") == 1)
+        app.installEventFilter(new ExitWhenShown(&app));
 
     auto* splash = new frmInitialize;
     QObject::connect(

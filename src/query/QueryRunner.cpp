@@ -6,6 +6,10 @@
 
 #include <QDateTime>
 
+QString ResultGridData::Text(qsizetype row, qsizetype column) const {
+    return QueryRunner::CellText(values.at(column).at(row));
+}
+
 namespace QueryRunner {
 
 namespace {
@@ -71,17 +75,19 @@ QString CellText(const QVariant& value) {
     }
 }
 
-ResultGridData GridData(const SqlRowSet& rows) {
+ResultGridData GridData(SqlRowSet rows) {
     ResultGridData data;
+    data.rowCount = rows.rows.size();
     for (const SqlColumn& column : rows.columns)
         data.columns << (column.name.isEmpty() ? QString::fromLatin1(kNoColumnName) : column.name);
-    data.rows.reserve(rows.rows.size());
-    for (const QVariantList& row : rows.rows) {
-        QStringList cells;
-        cells.reserve(row.size());
-        for (const QVariant& value : row)
-            cells << CellText(value);
-        data.rows << cells;
+    data.values.resize(data.columns.size());
+    for (QVariantList& column : data.values)
+        column.reserve(data.rowCount);
+    for (QVariantList& row : rows.rows) {
+        for (qsizetype c = 0; c < data.values.size(); ++c)
+            data.values[c].append(c < row.size() ? std::move(row[c]) : QVariant());
+        // Each row is let go once its values are moved, so the result isn't held twice.
+        row = QVariantList();
     }
     return data;
 }
@@ -112,14 +118,16 @@ QueryOutcome Execute(DbConnection& connection, const QString& strQuery) {
         }
         // A row set is followed by the count of its own rows, which it has reported already.
         bool countOfRowSet = false;
-        for (const SqlResult& result : results) {
+        for (SqlResult& result : results) {
             switch (result.kind) {
-            case SqlResult::Kind::RowSet:
-                if (!result.rowSet.rows.isEmpty())
-                    outcome.grids << GridData(result.rowSet);
-                outcome.messages += RowsAffectedText(result.rowSet.rows.size());
+            case SqlResult::Kind::RowSet: {
+                const qsizetype rowCount = result.rowSet.rows.size();
+                if (rowCount > 0)
+                    outcome.grids << GridData(std::move(result.rowSet));
+                outcome.messages += RowsAffectedText(rowCount);
                 countOfRowSet = true;
                 continue;
+            }
             case SqlResult::Kind::RowCount:
                 if (!countOfRowSet)
                     outcome.messages += RowsAffectedText(result.rowCount);

@@ -8,10 +8,15 @@
 
 class DbConnection;
 
-// One result set as the grid shows it: every value already turned into its text.
+// One result set as the grid shows it: the header texts and the values, column by column. A value
+// becomes text only when its cell is drawn, so a large result costs its values and no more.
 struct ResultGridData {
     QStringList columns;
-    QList<QStringList> rows;
+    QList<QVariantList> values; // values[column][row]
+    qsizetype rowCount = 0;
+
+    // The text of a cell, as the grid shows it; rows and columns from 0.
+    QString Text(qsizetype row, qsizetype column) const;
 };
 
 // What a run of a query text gave back: the text of the Messages pane, the row sets with rows in the
@@ -47,8 +52,8 @@ QString RowsAffectedText(long long count);
 // A value as the grid shows it.
 QString CellText(const QVariant& value);
 
-// The header and the rows of a row set, as text.
-ResultGridData GridData(const SqlRowSet& rows);
+// The header and the values of a row set, which gives its rows up row by row as they are taken.
+ResultGridData GridData(SqlRowSet rows);
 
 // The answer of a syntax check as the Messages pane shows it.
 QString ParseAnswerText(const QString& answer);

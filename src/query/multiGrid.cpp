@@ -1,6 +1,7 @@
 #include "multiGrid.h"
 
 #include "QueryRunner.h"
+#include "ResultGridModel.h"
 #include "ScreenMetrics.h"
 #include "TARMOSQL.h"
 
@@ -8,7 +9,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
-#include <QTableWidget>
+#include <QTableView>
 #include <QVBoxLayout>
 #include <cmath>
 
@@ -80,7 +81,7 @@ void multiGrid::SetRedraw(bool bRedraw) {
     setUpdatesEnabled(bRedraw);
     mpicMessages->setUpdatesEnabled(bRedraw);
     mpicResults->setUpdatesEnabled(bRedraw);
-    for (QTableWidget* grid : mGrids)
+    for (QTableView* grid : mGrids)
         grid->setUpdatesEnabled(bRedraw);
 }
 
@@ -125,8 +126,9 @@ void multiGrid::ExecuteQuery(const QString& strQuery, const DbLogin* login) {
         QueryRunner::AppendFailure(outcome, tarmo ? tarmo->Description() : QString::fromUtf8(error.what()));
     }
 
-    for (const ResultGridData& gridData : outcome.grids)
-        AddResultGrid(gridData);
+    for (ResultGridData& gridData : outcome.grids)
+        AddResultGrid(std::move(gridData));
+    outcome.grids.clear();
     SetMessages(outcome.messages);
     ResizeContainer();
     ShowPane(mGrids.empty() || outcome.runFailed);
@@ -150,8 +152,8 @@ void multiGrid::SetMessages(const QString& text) {
     mtxtMessages->setPlainText(shown);
 }
 
-void multiGrid::AddResultGrid(const ResultGridData& gridData) {
-    auto* grid = new QTableWidget(mpicArea);
+void multiGrid::AddResultGrid(ResultGridData gridData) {
+    auto* grid = new QTableView(mpicArea);
     grid->hide();
     grid->setObjectName(QStringLiteral("grdResult%1").arg(mGrids.size() + 1));
     grid->setFont(resultFont());
@@ -159,27 +161,15 @@ void multiGrid::AddResultGrid(const ResultGridData& gridData) {
     grid->verticalHeader()->hide();
     grid->setUpdatesEnabled(mbRedraw);
 
-    const int columnCount = static_cast<int>(gridData.columns.size()) + 1;
-    const int rowCount = static_cast<int>(gridData.rows.size());
-    grid->setColumnCount(columnCount);
-    grid->setRowCount(rowCount);
-    QStringList captions{QString()};
-    captions << gridData.columns;
-    grid->setHorizontalHeaderLabels(captions);
+    const int rowCount = static_cast<int>(gridData.rowCount);
+    auto* model = new ResultGridModel(std::move(gridData), palette().color(QPalette::Button), grid);
+    grid->setModel(model);
+    // Rows of one height need no measuring, which a large result would feel.
+    grid->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
 
     // Header, rows and the empty piece behind the last row delimiter, as the fetched text splits.
     grid->setColumnWidth(0, 7 * digits(rowCount + 2) + 10);
-    const QColor buttonFace = palette().color(QPalette::Button);
-    for (int r = 0; r < rowCount; ++r) {
-        auto* number = new QTableWidgetItem(QString::number(r + 1));
-        number->setBackground(buttonFace);
-        number->setFlags(Qt::ItemIsEnabled);
-        grid->setItem(r, 0, number);
-        const QStringList& cells = gridData.rows[r];
-        for (int c = 0; c < cells.size() && c + 1 < columnCount; ++c)
-            grid->setItem(r, c + 1, new QTableWidgetItem(cells[c]));
-    }
-    for (int c = 1; c < columnCount; ++c)
+    for (int c = 1; c < model->columnCount(); ++c)
         grid->resizeColumnToContents(c);
     mGrids.push_back(grid);
     grid->show();
@@ -246,8 +236,8 @@ void multiGrid::layoutGrids(int paneHeight) {
     }
     const int gap = px(10);
     int total = 0;
-    for (QTableWidget* grid : mGrids)
-        total += StackedGridHeight(grid->rowCount());
+    for (QTableView* grid : mGrids)
+        total += StackedGridHeight(grid->model()->rowCount());
     if (!mGrids.empty())
         total += gap * static_cast<int>(mGrids.size() - 1);
 
@@ -256,12 +246,12 @@ void multiGrid::layoutGrids(int paneHeight) {
     const int areaWidth = mpicResults->width() - (mbScroll ? barWidth : 0);
     mpicArea->setGeometry(0, 0, areaWidth, mbScroll ? total : paneHeight);
     int top = 0;
-    for (QTableWidget* grid : mGrids) {
-        grid->setGeometry(left, top, areaWidth - 2 * left, StackedGridHeight(grid->rowCount()));
+    for (QTableView* grid : mGrids) {
+        grid->setGeometry(left, top, areaWidth - 2 * left, StackedGridHeight(grid->model()->rowCount()));
         top += grid->height() + gap;
     }
     if (!mGrids.empty() && !mbScroll) {
-        QTableWidget* last = mGrids.back();
+        QTableView* last = mGrids.back();
         last->setGeometry(last->x(), last->y(), last->width(), mpicArea->height() - gap - last->y());
     }
     mvsb->setGeometry(width() - barWidth, 0, barWidth, paneHeight);

@@ -10,7 +10,7 @@
 class QPlainTextEdit;
 class QPushButton;
 class QScrollBar;
-class QTableWidget;
+class QTableView;
 class TARMOSQL;
 struct ResultGridData;
 
@@ -42,7 +42,7 @@ public:
     QString MessagesText() const { return mstrMessages; }
     int GridCount() const { return static_cast<int>(mGrids.size()); }
     // By number from 1, in the order the server sent the row sets.
-    QTableWidget* Grid(int number) const { return mGrids.at(static_cast<size_t>(number - 1)); }
+    QTableView* Grid(int number) const { return mGrids.at(static_cast<size_t>(number - 1)); }
     QPushButton* cmdMessages() const { return mcmdMessages; }
     QPushButton* cmdResults() const { return mcmdResults; }
     QScrollBar* vsb() const { return mvsb; }
@@ -57,7 +57,7 @@ protected:
 
 private:
     void ClearResults();
-    void AddResultGrid(const ResultGridData& gridData);
+    void AddResultGrid(ResultGridData gridData);
     void ShowPane(bool bMessages);
     void SetMessages(const QString& text);
     void layoutGrids(int paneHeight);
@@ -68,7 +68,7 @@ private:
     bool mbScroll = false;
     bool mbRedraw = true;
     QString mstrMessages;
-    std::vector<QTableWidget*> mGrids;
+    std::vector<QTableView*> mGrids;
     QPlainTextEdit* mtxtMessages;
     QWidget* mpicMessages;
     QWidget* mpicResults;

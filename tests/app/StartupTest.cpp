@@ -144,7 +144,6 @@ TEST_F(ComponentCheck, CloseEndsTheRun) {
 TEST_F(ComponentCheck, FirstRunArrivesAtTheProjectChoice) {
     ScriptedPromptsScope prompts;
     SystemComponents::RegisterPlatformComponents();
-    frmInitialize::SetStatusPause(0);
     auto* splash = new frmInitialize;
     QSignalSpy finished(splash, &frmInitialize::Finished);
     splash->StartTARMO();
@@ -181,7 +180,6 @@ namespace {
 // Runs the start-up to its end and gives the statuses it showed.
 QStringList runStartup() {
     SystemComponents::RegisterPlatformComponents();
-    frmInitialize::SetStatusPause(0);
     auto* splash = new frmInitialize;
     QSignalSpy finished(splash, &frmInitialize::Finished);
     splash->StartTARMO();

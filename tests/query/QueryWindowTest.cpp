@@ -20,7 +20,7 @@
 #include <QMdiSubWindow>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QTableWidget>
+#include <QTableView>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -53,6 +53,9 @@ protected:
         window.DoCommand(Command::NewQueryWindow);
         return qobject_cast<frmSQLQuery*>(window.ActiveForm());
     }
+    static QString cell(const QTableView* grid, int row, int column) {
+        return grid->model()->index(row, column).data().toString();
+    }
     static void click(frmSQLQuery* form, const char* key) {
         form->ToolbarButton(QString::fromLatin1(key))->trigger();
     }
@@ -80,9 +83,9 @@ TEST_F(QueryWindowTest, ExecuteShowsGridsAndParseOnlyChecks) {
     ASSERT_EQ(grid->GridCount(), 2);
     EXPECT_FALSE(grid->MessagesShowing());
     EXPECT_TRUE(grid->cmdResults()->isVisible());
-    EXPECT_EQ(grid->Grid(1)->rowCount(), 2);
-    EXPECT_EQ(grid->Grid(2)->item(0, 2)->text(), QStringLiteral("(null)"));
-    EXPECT_EQ(grid->Grid(2)->item(0, 0)->text(), QStringLiteral("1"));
+    EXPECT_EQ(grid->Grid(1)->model()->rowCount(), 2);
+    EXPECT_EQ(cell(grid->Grid(2), 0, 2), QStringLiteral("(null)"));
+    EXPECT_EQ(cell(grid->Grid(2), 0, 0), QStringLiteral("1"));
     window.resize(1000, 800);
     QApplication::processEvents();
     Screenshot(&window, QStringLiteral("query-results"));
@@ -115,7 +118,7 @@ TEST_F(QueryWindowTest, ASelectionRunsAloneAndItsErrorLinesCountFromIt) {
     click(form, "SQWBAR:EXECUTE");
     multiGrid* grid = form->grdResults();
     ASSERT_EQ(grid->GridCount(), 1);
-    EXPECT_EQ(grid->Grid(1)->horizontalHeaderItem(1)->text(), QStringLiteral("first"));
+    EXPECT_EQ(grid->Grid(1)->model()->headerData(1, Qt::Horizontal).toString(), QStringLiteral("first"));
     // An error puts the Messages pane in front even though a grid was made.
     EXPECT_TRUE(grid->MessagesShowing());
     EXPECT_TRUE(grid->MessagesText().contains(QStringLiteral("(Line 3 in editor)")))
@@ -136,6 +139,39 @@ TEST_F(QueryWindowTest, ASelectionRunsAloneAndItsErrorLinesCountFromIt) {
     EXPECT_TRUE(grid->isVisible());
     EXPECT_TRUE(form->ToolbarButton(QStringLiteral("SQWBAR:PANEL"))->isChecked());
     EXPECT_EQ(grid->GridCount(), 1);
+}
+
+// A result far larger than a screen fills the grid's model whole, and datetimes read as stored.
+TEST_F(QueryWindowTest, ALargeResultFillsTheGridToItsLastRow) {
+    frmSQLQuery* form = openQuery();
+    ASSERT_TRUE(form);
+    form->txtSQL()->SetText(QStringLiteral(
+        "CREATE TABLE qw_digit (d int)\n"
+        "INSERT INTO qw_digit VALUES (0) INSERT INTO qw_digit VALUES (1) INSERT INTO qw_digit VALUES (2)\n"
+        "INSERT INTO qw_digit VALUES (3) INSERT INTO qw_digit VALUES (4) INSERT INTO qw_digit VALUES (5)\n"
+        "INSERT INTO qw_digit VALUES (6) INSERT INTO qw_digit VALUES (7) INSERT INTO qw_digit VALUES (8)\n"
+        "INSERT INTO qw_digit VALUES (9)\n"
+        "SET NOCOUNT ON\n"
+        "SELECT n, N'row ' + CAST(n AS nvarchar(10)) AS label,\n"
+        "       DATEADD(second, n, '2024-02-29 23:59:50') AS stamp, n / 4.0 AS amount\n"
+        "FROM (SELECT a.d + 10 * b.d + 100 * c.d + 1000 * e.d + 10000 * f.d AS n\n"
+        "      FROM qw_digit a, qw_digit b, qw_digit c, qw_digit e, qw_digit f) AS numbers\n"
+        "WHERE n < 20000 ORDER BY n\n"));
+    click(form, "SQWBAR:EXECUTE");
+    multiGrid* grid = form->grdResults();
+    ASSERT_EQ(grid->GridCount(), 1) << grid->MessagesText().toStdString();
+    const QTableView* view = grid->Grid(1);
+    ASSERT_EQ(view->model()->rowCount(), 20000);
+    EXPECT_EQ(view->model()->columnCount(), 5);
+    const QStringList first{cell(view, 0, 0), cell(view, 0, 1), cell(view, 0, 2), cell(view, 0, 3),
+                            cell(view, 0, 4)};
+    EXPECT_EQ(first, (QStringList{"1", "0", "row 0", "2024-02-29 23:59:50.000", "0"}));
+    const QStringList last{cell(view, 19999, 0), cell(view, 19999, 1), cell(view, 19999, 2),
+                           cell(view, 19999, 3), cell(view, 19999, 4)};
+    EXPECT_EQ(last, (QStringList{"20000", "19999", "row 19999", "2024-03-01 05:33:09.000", "4999.75"}));
+    // The number column is the row header's, outside the selection.
+    EXPECT_FALSE(view->model()->flags(view->model()->index(5, 0)) & Qt::ItemIsSelectable);
+    EXPECT_TRUE(grid->MessagesText().contains(QStringLiteral("(20000 rows affected)")));
 }
 
 TEST_F(QueryWindowTest, ScratchFileSavingAndClosing) {

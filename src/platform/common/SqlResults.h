@@ -9,8 +9,8 @@
 // hand them on, so the query window and the command line see one shape whatever the server.
 //
 // Values: NULL is an invalid QVariant; integers are qlonglong; float, real, decimal, numeric and
-// money are double; character types are QString; datetime types are QDateTime; binary types
-// QByteArray; bit is qlonglong 0/1.
+// money are double; character types are QString; datetime types are QDateTime in UTC (the server's
+// zone-less wall-clock time, as it was stored); binary types QByteArray; bit is qlonglong 0/1.
 struct SqlColumn {
     QString name;
     int typeId = 231; // the server's system type id (56 int, 231 nvarchar, 61 datetime, ...)

@@ -2,6 +2,8 @@
 
 #include "TARMOError.h"
 
+#include <QDateTime>
+
 namespace {
 const QString kSource = QStringLiteral("DbRecordset");
 
@@ -46,5 +48,10 @@ QVariant DbRecordset::Field(int index) const {
 
 QString DbRecordset::Text(const QString& name) const {
     const QVariant value = Field(name);
-    return value.isValid() && !value.isNull() ? value.toString() : QString();
+    if (!value.isValid() || value.isNull())
+        return QString();
+    // Datetimes are wall-clock values held as UTC; their text carries no zone.
+    if (value.typeId() == QMetaType::QDateTime)
+        return value.toDateTime().toString(QStringLiteral("yyyy-MM-dd'T'HH:mm:ss.zzz"));
+    return value.toString();
 }

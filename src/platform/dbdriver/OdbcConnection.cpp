@@ -241,9 +241,10 @@ QVariant readValue(SQLHSTMT stmt, SQLUSMALLINT column, Fetch fetch) {
         if (!succeeded(SQLGetData(stmt, column, SQL_C_TYPE_TIMESTAMP, &ts, sizeof ts, &indicator)) ||
             indicator == SQL_NULL_DATA)
             return QVariant();
-        return QVariant(
-            QDateTime(QDate(ts.year, ts.month, ts.day),
-                      QTime(ts.hour, ts.minute, ts.second, static_cast<int>(ts.fraction / 1000000))));
+        // Zone-less, as the server sent it: held as UTC so that no value looks a zone up.
+        return QVariant(QDateTime(
+            QDate(ts.year, ts.month, ts.day),
+            QTime(ts.hour, ts.minute, ts.second, static_cast<int>(ts.fraction / 1000000)), Qt::UTC));
     }
     case Fetch::Binary: {
         QByteArray value;

@@ -58,6 +58,48 @@ void UdfCallback(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     }
 }
 
+// The digits of text[from, from + count), or -1 when one of them isn't a digit.
+int digitsAt(const QString& text, qsizetype from, qsizetype count) {
+    if (from + count > text.size())
+        return -1;
+    int value = 0;
+    for (qsizetype i = from; i < from + count; ++i) {
+        const char16_t c = text[i].unicode();
+        if (c < u'0' || c > u'9')
+            return -1;
+        value = value * 10 + (c - u'0');
+    }
+    return value;
+}
+
+// The texts the database keeps a datetime in other than its own, tried after it.
+QDateTime otherStoredDateTime(const QString& text) {
+    QDateTime d = QDateTime::fromString(text, QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+    if (!d.isValid())
+        d = QDateTime::fromString(text, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    if (!d.isValid())
+        d = QDateTime(QDate::fromString(text, QStringLiteral("yyyy-MM-dd")), QTime(0, 0));
+    if (d.isValid())
+        d.setTimeSpec(Qt::UTC);
+    return d;
+}
+
+// A datetime as the database keeps it: "yyyy-MM-dd HH:mm:ss.zzz", read without the general parser.
+// The server's datetimes carry no zone, so the value is a wall-clock time held as UTC: a local time
+// would look the zone up for every value of a large result, and the texts shown are the same.
+QDateTime StoredDateTime(const QString& text) {
+    if (text.size() != 23 || text[4] != u'-' || text[7] != u'-' || text[10] != u' ' || text[13] != u':' ||
+        text[16] != u':' || text[19] != u'.')
+        return otherStoredDateTime(text);
+    const int year = digitsAt(text, 0, 4);
+    const QDate date(year, digitsAt(text, 5, 2), digitsAt(text, 8, 2));
+    const QTime time(digitsAt(text, 11, 2), digitsAt(text, 14, 2), digitsAt(text, 17, 2),
+                     digitsAt(text, 20, 3));
+    if (year < 0 || !date.isValid() || !time.isValid())
+        return otherStoredDateTime(text);
+    return QDateTime(date, time, Qt::UTC);
+}
+
 QVariant ToServerValue(const QVariant& v, int typeId) {
     if (!v.isValid() || v.isNull())
         return QVariant();
@@ -65,12 +107,7 @@ QVariant ToServerValue(const QVariant& v, int typeId) {
     case 61:
     case 58:
     case 40: {
-        const QString s = v.toString();
-        QDateTime d = QDateTime::fromString(s, QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
-        if (!d.isValid())
-            d = QDateTime::fromString(s, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
-        if (!d.isValid())
-            d = QDateTime(QDate::fromString(s, QStringLiteral("yyyy-MM-dd")), QTime(0, 0));
+        const QDateTime d = StoredDateTime(v.toString());
         return d.isValid() ? QVariant(d) : v;
     }
     case 104:
@@ -687,9 +724,10 @@ SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
     QList<QVariantList> raw;
     while (st.Step()) {
         QVariantList row;
+        row.reserve(n);
         for (int i = 0; i < n; ++i)
             row.append(st.Value(i));
-        raw.append(row);
+        raw.append(std::move(row));
     }
     // A computed column has no declared type: it takes the widest kind of value any row holds,
     // so that a 0 in the first row doesn't make integers of the fractions below it.
@@ -732,12 +770,11 @@ SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
             c.precision = integer ? 10 : 0;
         }
     }
-    for (const QVariantList& values : raw) {
-        QVariantList row;
+    // In place: a large result is held once, not twice.
+    for (QVariantList& values : raw)
         for (int i = 0; i < n; ++i)
-            row.append(ToServerValue(values[i], rs.columns[i].typeId));
-        rs.rows.append(row);
-    }
+            values[i] = ToServerValue(values[i], rs.columns[i].typeId);
+    rs.rows = std::move(raw);
     return rs;
 }
 

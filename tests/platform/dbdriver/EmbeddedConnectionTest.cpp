@@ -2,6 +2,8 @@
 #include "EmbeddedServer.h"
 #include "TestSupport.h"
 
+#include <QDateTime>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -115,6 +117,28 @@ TEST_F(EmbeddedDriver, RecordsetIsDetachedFromLaterUseOfTheConnection) {
 
     c.Open(login(QStringLiteral("sa"), kSaPassword, QStringLiteral("Sales")));
     EXPECT_EQ(c.OpenRecordset(QStringLiteral("UPDATE r SET n = 3")).FieldCount(), 0);
+}
+
+// A datetime comes back as the wall-clock time stored, whatever the zone of the machine, and its text
+// carries no zone.
+TEST_F(EmbeddedDriver, DatetimesReadAsStoredWithoutAZone) {
+    EmbeddedConnection c;
+    c.Open(login(QStringLiteral("sa"), kSaPassword, QStringLiteral("Sales")));
+    c.Execute(QStringLiteral("CREATE TABLE stamps (n int, d datetime)\n"
+                             "INSERT INTO stamps VALUES (1, '2024-02-29 23:59:58.997')\n"
+                             "INSERT INTO stamps VALUES (2, '2024-10-27 02:30:00')\n"
+                             "INSERT INTO stamps VALUES (3, NULL)"));
+    DbRecordset rs = c.OpenRecordset(QStringLiteral("SELECT d FROM stamps ORDER BY n"));
+    ASSERT_EQ(rs.RecordCount(), 3);
+    const QDateTime first = rs.Field(0).toDateTime();
+    EXPECT_EQ(first.date(), QDate(2024, 2, 29));
+    EXPECT_EQ(first.time(), QTime(23, 59, 58, 997));
+    EXPECT_EQ(rs.Text(QStringLiteral("d")), QStringLiteral("2024-02-29T23:59:58.997"));
+    rs.MoveNext();
+    // An hour that the end of summer time repeats in many zones stays as it was stored.
+    EXPECT_EQ(rs.Field(0).toDateTime().time(), QTime(2, 30));
+    rs.MoveNext();
+    EXPECT_EQ(rs.Text(QStringLiteral("d")), QString());
 }
 
 TEST_F(EmbeddedDriver, ParseOnlyReportsSyntaxAndRunsNothing) {

@@ -201,7 +201,7 @@ TEST_F(ServerFolder, ResultColumnsCarryServerTypes) {
     const QVariantList& r = rows->rows[0];
     EXPECT_EQ(r[0].typeId(), QMetaType::LongLong);
     EXPECT_EQ(r[1].toString(), QStringLiteral("x"));
-    EXPECT_EQ(r[2].toDateTime(), QDateTime(QDate(2024, 1, 2), QTime(3, 4, 5)));
+    EXPECT_EQ(r[2].toDateTime(), QDateTime(QDate(2024, 1, 2), QTime(3, 4, 5), Qt::UTC));
     EXPECT_DOUBLE_EQ(r[3].toDouble(), 2.5);
     EXPECT_EQ(r[4].toLongLong(), 1);
     EXPECT_EQ(r[5].typeId(), QMetaType::QDateTime);
