@@ -21,6 +21,8 @@ private:
     bool flag(const QString& name) const;
     QString positional(int index, const char* what) const;
     void needPositionals(int count) const;
+    // The positional at index, else from TARMO_VSS_NEW_PASSWORD or typed twice at the terminal.
+    QString newPassword(int index) const;
     void usage() const;
 
     QTextStream& mOut;

@@ -16,10 +16,15 @@ struct Result {
 // Runs the command line with the store of the test in the environment.
 class CommandLineTest : public ::testing::Test {
 protected:
-    Result Run(const QStringList& arguments) {
+    // Standard input is a pipe, not a terminal: nothing can be asked for.
+    Result Run(const QStringList& arguments, const QList<QPair<QString, QString>>& variables = {}) {
         QProcess process;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("TARMO_VSS_INI"), folder.Path(QStringLiteral("store/srcsafe.ini")));
+        environment.remove(QStringLiteral("TARMO_VSS_PASSWORD"));
+        environment.remove(QStringLiteral("TARMO_VSS_NEW_PASSWORD"));
+        for (const auto& [name, value] : variables)
+            environment.insert(name, value);
         process.setProcessEnvironment(environment);
         process.setWorkingDirectory(folder.Path());
         process.start(QStringLiteral(VSS_TOOL), arguments);
@@ -131,6 +136,47 @@ TEST_F(CommandLineTest, UsersAndWrongCallsFailOnStderr) {
                   .exitCode,
               1)
         << "a store is never made twice";
+}
+
+TEST_F(CommandLineTest, PasswordsCanStayOffTheCommandLine) {
+    const QString password = QStringLiteral("TARMO_VSS_PASSWORD");
+    const QString newPassword = QStringLiteral("TARMO_VSS_NEW_PASSWORD");
+    EXPECT_EQ(
+        Run({QStringLiteral("-y"), QStringLiteral("ann"), QStringLiteral("users")}, {{password, "a,1"}}).out,
+        QStringLiteral("Admin\nann\n"));
+    // A comma, even with nothing after it, is a password given: the variable is not looked at.
+    EXPECT_EQ(
+        Run({QStringLiteral("-y"), QStringLiteral("ann,"), QStringLiteral("users")}, {{password, "a,1"}}).err,
+        QStringLiteral("tarmo-vss: Invalid password for user \"ann\"\n"));
+
+    const Result nothing = Run({QStringLiteral("-y"), QStringLiteral("ann"), QStringLiteral("users")});
+    EXPECT_EQ(nothing.exitCode, 1);
+    EXPECT_TRUE(nothing.err.startsWith(
+        QStringLiteral("tarmo-vss: no password for ann: set TARMO_VSS_PASSWORD or run at a terminal")))
+        << nothing.err.toStdString();
+
+    EXPECT_EQ(
+        Run({QStringLiteral("-y"), QStringLiteral("Admin"), QStringLiteral("adduser"), QStringLiteral("cy")},
+            {{password, "pw"}, {newPassword, "c pw"}})
+            .exitCode,
+        0);
+    EXPECT_EQ(
+        Run({QStringLiteral("-y"), QStringLiteral("cy"), QStringLiteral("password"), QStringLiteral("cy")},
+            {{password, "c pw"}, {newPassword, "c2"}})
+            .exitCode,
+        0);
+    EXPECT_EQ(As(QStringLiteral("cy,c2"), {QStringLiteral("users")}).exitCode, 0);
+    EXPECT_EQ(As(QStringLiteral("Admin,pw"), {QStringLiteral("adduser"), QStringLiteral("dee")}).exitCode, 1)
+        << "no new password anywhere";
+
+    const QString other = folder.Path(QStringLiteral("other"));
+    EXPECT_EQ(Run({QStringLiteral("create"), other}).exitCode, 1);
+    EXPECT_FALSE(QFile::exists(other + QStringLiteral("/srcsafe.ini")));
+    ASSERT_EQ(Run({QStringLiteral("create"), other}, {{password, "admin pw"}}).exitCode, 0);
+    EXPECT_EQ(Run({QStringLiteral("--ini"), other + QStringLiteral("/srcsafe.ini"), QStringLiteral("-y"),
+                   QStringLiteral("Admin,admin pw"), QStringLiteral("users")})
+                  .out,
+              QStringLiteral("Admin\n"));
 }
 
 } // namespace
