@@ -17,11 +17,11 @@ public:
         termios quiet = mOld;
         quiet.c_lflag &= ~tcflag_t(ECHO);
         quiet.c_lflag |= ECHONL;
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+        tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
     }
     ~NoEcho() {
         if (mSaved)
-            tcsetattr(STDIN_FILENO, TCSAFLUSH, &mOld);
+            tcsetattr(STDIN_FILENO, TCSANOW, &mOld);
     }
     NoEcho(const NoEcho&) = delete;
     NoEcho& operator=(const NoEcho&) = delete;
