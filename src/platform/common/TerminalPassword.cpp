@@ -40,13 +40,14 @@ bool TerminalPassword::CanAsk() {
 std::optional<QString> TerminalPassword::Ask(const QString& prompt) {
     if (!CanAsk())
         return std::nullopt;
-    std::fputs(prompt.toLocal8Bit().constData(), stderr);
-    std::fflush(stderr);
     char* line = nullptr;
     size_t capacity = 0;
     ssize_t length = -1;
     {
+        // Echo off before the prompt shows: whatever is typed after seeing it stays unseen.
         NoEcho quiet;
+        std::fputs(prompt.toLocal8Bit().constData(), stderr);
+        std::fflush(stderr);
         length = getline(&line, &capacity, stdin);
     }
     std::optional<QString> password;

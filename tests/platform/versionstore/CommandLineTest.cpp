@@ -4,6 +4,9 @@
 #include <QProcess>
 
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -34,6 +37,40 @@ protected:
     }
     Result As(const QString& login, QStringList arguments) {
         return Run(QStringList{QStringLiteral("-y"), login} + arguments);
+    }
+    // Runs the tool on a terminal of its own, answers its first question with the line, and gives all
+    // the terminal showed.
+    QByteArray OnTerminal(const QStringList& arguments, const QByteArray& line) {
+        QList<QByteArray> args{QByteArrayLiteral(VSS_TOOL)};
+        for (const QString& a : arguments)
+            args << a.toLocal8Bit();
+        const QByteArray ini = folder.Path(QStringLiteral("store/srcsafe.ini")).toLocal8Bit();
+        int terminal = -1;
+        const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+        if (child == 0) {
+            std::vector<char*> argv;
+            for (QByteArray& a : args)
+                argv.push_back(a.data());
+            argv.push_back(nullptr);
+            setenv("TARMO_VSS_INI", ini.constData(), 1);
+            unsetenv("TARMO_VSS_PASSWORD");
+            execv(argv[0], argv.data());
+            _exit(127);
+        }
+        EXPECT_GT(child, 0);
+        QByteArray shown;
+        char buffer[256];
+        bool answered = false;
+        for (ssize_t n; (n = read(terminal, buffer, sizeof buffer)) > 0;) {
+            shown.append(buffer, n);
+            if (!answered && shown.contains(": ")) {
+                EXPECT_EQ(write(terminal, line.constData(), size_t(line.size())), line.size());
+                answered = true;
+            }
+        }
+        close(terminal);
+        waitpid(child, nullptr, 0);
+        return shown;
     }
     void SetUp() override {
         ASSERT_EQ(Run({QStringLiteral("create"), folder.Path(QStringLiteral("store")),
@@ -168,6 +205,13 @@ TEST_F(CommandLineTest, PasswordsCanStayOffTheCommandLine) {
     EXPECT_EQ(As(QStringLiteral("cy,c2"), {QStringLiteral("users")}).exitCode, 0);
     EXPECT_EQ(As(QStringLiteral("Admin,pw"), {QStringLiteral("adduser"), QStringLiteral("dee")}).exitCode, 1)
         << "no new password anywhere";
+
+    // At a terminal the password is asked for and not shown as it is typed.
+    const QByteArray asked =
+        OnTerminal({QStringLiteral("-y"), QStringLiteral("ann"), QStringLiteral("users")}, "a,1\n");
+    EXPECT_TRUE(asked.startsWith("Password for ann: ")) << asked.constData();
+    EXPECT_FALSE(asked.contains("a,1")) << asked.constData();
+    EXPECT_TRUE(asked.contains("Admin\r\nann\r\n")) << asked.constData();
 
     const QString other = folder.Path(QStringLiteral("other"));
     EXPECT_EQ(Run({QStringLiteral("create"), other}).exitCode, 1);
