@@ -226,6 +226,21 @@ TEST_F(CliTest, ProjectRecordsAndPasswordsFromTheEnvironment) {
     EXPECT_TRUE(open.out.contains(QStringLiteral("dbo.CustomerSummary\tCHECKEDOUT\tKaisa")))
         << "Kaisa is the user here";
 
+    // "-" keeps a password to be stored off the command line.
+    QStringList stored = add;
+    stored[2] = QStringLiteral("Stored");
+    stored << QStringLiteral("--password") << QStringLiteral("-") << QStringLiteral("--vss-password")
+           << QStringLiteral("-");
+    EXPECT_EQ(cli(stored).code, 2) << "neither the variables nor a terminal";
+    qputenv("TARMO_SQL_PASSWORD", "demo");
+    qputenv("TARMO_VSS_PASSWORD", "demo");
+    EXPECT_EQ(cli(stored).code, 0);
+    qunsetenv("TARMO_SQL_PASSWORD");
+    qunsetenv("TARMO_VSS_PASSWORD");
+    const Call fromRecord = cli({QStringLiteral("--project"), QStringLiteral("Stored"),
+                                 QStringLiteral("list"), QStringLiteral("View")});
+    EXPECT_EQ(fromRecord.code, 0) << qPrintable(fromRecord.err);
+
     EXPECT_EQ(cli({QStringLiteral("project"), QStringLiteral("remove"), QStringLiteral("Mine")}).code, 0);
     EXPECT_EQ(cli({QStringLiteral("project"), QStringLiteral("remove"), QStringLiteral("Mine")}).code, 1);
     EXPECT_EQ(cli({QStringLiteral("--project"), QStringLiteral("Mine"), QStringLiteral("list")}).err,

@@ -80,7 +80,6 @@ TEST(SqlCommandLineOptions, WhatTheToolAccepts) {
     EXPECT_FALSE(SqlCommandLine::Parse({"-S", "s", "-Q", "x", "-E", "-U", "u"}, bad).isEmpty());
     EXPECT_FALSE(SqlCommandLine::Parse({"-S", "s", "-Q"}, bad).isEmpty());
     EXPECT_FALSE(SqlCommandLine::Parse({"-S", "s", "-Q", "x", "-z"}, bad).isEmpty());
-    EXPECT_FALSE(SqlCommandLine::Parse({"--init-server", "dir"}, bad).isEmpty());
 }
 
 TEST(SqlCommandLineOutput, ValuesAsText) {
@@ -135,5 +134,39 @@ TEST(SqlCommandLineTool, RunsScriptsOnANewEmbeddedServer) {
     EXPECT_TRUE(err.startsWith(QStringLiteral("Msg 208, Level 16, State 1, Line 2\n"))) << err.toStdString();
 
     EXPECT_EQ(run({"-S", server, "-U", "sa", "-P", "wrong", "-Q", "SELECT 1"}, &out, &err), 1);
+    EXPECT_EQ(err, QStringLiteral("tarmo-sql: Login failed for user 'sa'.\n"));
+}
+
+// Passwords kept off the command line, where every user of the machine sees them: from SQLCMDPASSWORD,
+// or asked for at a terminal. The tool's standard input here is a pipe, so nothing can be asked.
+TEST(SqlCommandLineTool, PasswordsFromTheEnvironment) {
+    QTemporaryDir dir;
+    auto run = [](const QStringList& args, const char* password, QString* err = nullptr) {
+        QProcess p;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove(QStringLiteral("SQLCMDPASSWORD"));
+        if (password)
+            environment.insert(QStringLiteral("SQLCMDPASSWORD"), QString::fromUtf8(password));
+        p.setProcessEnvironment(environment);
+        p.start(QStringLiteral(TARMO_SQL_TOOL), args);
+        EXPECT_TRUE(p.waitForFinished(60000));
+        if (err)
+            *err = QString::fromUtf8(p.readAllStandardError());
+        return p.exitCode();
+    };
+    const QString folder = dir.filePath(QStringLiteral("srv"));
+    QString err;
+    EXPECT_EQ(run({"--init-server", folder}, nullptr, &err), 2);
+    EXPECT_TRUE(err.contains(QLatin1String("SQLCMDPASSWORD"))) << err.toStdString();
+    EXPECT_FALSE(QFile::exists(folder));
+    ASSERT_EQ(run({"--init-server", folder}, "p w", &err), 0) << err.toStdString();
+
+    const QString server = QStringLiteral("embedded:") + folder;
+    EXPECT_EQ(run({"-S", server, "-U", "sa", "-Q", "SELECT 1"}, "p w", &err), 0) << err.toStdString();
+    EXPECT_EQ(run({"-S", server, "-U", "sa", "-Q", "SELECT 1"}, nullptr, &err), 2);
+    EXPECT_EQ(err, QStringLiteral("tarmo-sql: no password for sa: give -P, set SQLCMDPASSWORD or run at a "
+                                  "terminal\n"));
+    EXPECT_EQ(run({"-S", server, "-U", "sa", "-P", "p w", "-Q", "SELECT 1"}, "wrong"), 0) << "-P comes first";
+    EXPECT_EQ(run({"-S", server, "-U", "sa", "-Q", "SELECT 1"}, "wrong", &err), 1);
     EXPECT_EQ(err, QStringLiteral("tarmo-sql: Login failed for user 'sa'.\n"));
 }

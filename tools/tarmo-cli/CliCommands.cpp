@@ -12,6 +12,7 @@
 #include "TARMOSQL.h"
 #include "TARMOTables.h"
 #include "TARMOVSS.h"
+#include "TerminalPassword.h"
 
 namespace {
 
@@ -37,6 +38,8 @@ const char* const kUsage =
     "Project records:\n"
     "  project add NAME --server S --database D [--user U [--password P] | --trusted]\n"
     "              --ini INI --vss-user U [--vss-password P] --vss-project '$\\P\\' --working-folder DIR\n"
+    "      A password given is stored in the record; as '-' it is read from TARMO_SQL_PASSWORD or\n"
+    "      TARMO_VSS_PASSWORD or typed at the terminal, out of sight of the machine's other users.\n"
     "  project list\n"
     "  project remove NAME\n"
     "\n"
@@ -63,6 +66,17 @@ const char* const kUsage =
     "Every message of the core is written as \"TITLE: TEXT\" on stderr. Questions take the safe answer\n"
     "unless --yes or --no is given. Passwords that a project record doesn't store are read from\n"
     "TARMO_SQL_PASSWORD and TARMO_VSS_PASSWORD. Exit code 1: the operation failed.\n";
+
+// "-" stands for a password that is not on the command line: from the variable or the terminal.
+bool storedPassword(QString& password, const char* variable, const QString& what) {
+    if (password != QLatin1String("-"))
+        return true;
+    const std::optional<QString> given =
+        TerminalPassword::FromEnvironmentOrAsk(variable, QStringLiteral("Password for %1: ").arg(what));
+    if (given)
+        password = *given;
+    return given.has_value();
+}
 
 QString stateWord(const TARMOObjectRef& object) {
     if (!object.Versioned())
@@ -207,6 +221,9 @@ int CliCommands::projectCommand(QStringList args) {
         return usageError(
             QStringLiteral("project add needs --server, --database, --user or --trusted, --ini, "
                            "--vss-user, --vss-project and --working-folder"));
+    if (!storedPassword(password, "TARMO_SQL_PASSWORD", server + QLatin1Char('/') + db) ||
+        !storedPassword(vssPassword, "TARMO_VSS_PASSWORD", ini))
+        return usageError(QStringLiteral("a password given as '-' needs its variable or a terminal"));
     if (database.ProjectNameExists(name, QString())) {
         mErr << "tarmo-cli: a project named '" << name << "' exists already" << Qt::endl;
         return 1;

@@ -1,5 +1,7 @@
 #include "CliPrompts.h"
 
+#include "TerminalPassword.h"
+
 CliPrompts::CliPrompts(QTextStream& err, Policy policy)
     : mErr(err)
     , mPolicy(policy) {}
@@ -29,11 +31,14 @@ QString CliPrompts::FolderName(const QString&, const QString&) {
 }
 
 bool CliPrompts::passwordFrom(const char* variable, const QString& what, QString& password) {
-    if (!qEnvironmentVariableIsSet(variable)) {
-        mErr << what << ": no password stored; set " << variable << Qt::endl;
+    mErr.flush();
+    const std::optional<QString> given =
+        TerminalPassword::FromEnvironmentOrAsk(variable, QStringLiteral("Password for %1: ").arg(what));
+    if (!given) {
+        mErr << what << ": no password stored; set " << variable << " or run at a terminal" << Qt::endl;
         return false;
     }
-    password = qEnvironmentVariable(variable);
+    password = *given;
     return true;
 }
 

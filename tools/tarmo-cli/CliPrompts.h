@@ -6,8 +6,9 @@
 
 // The prompts of the core from a shell: every message box is written as "TITLE: TEXT" on the error
 // stream, a question is answered by the policy given (--yes, --no, or the safe answer by default),
-// and a login takes its password from the environment (TARMO_SQL_PASSWORD, TARMO_VSS_PASSWORD) so
-// that passwords stay out of the shell's history. File and folder choosers are cancelled.
+// and a login takes its password from the environment (TARMO_SQL_PASSWORD, TARMO_VSS_PASSWORD) or,
+// without it, from the terminal without echo, so that passwords stay out of the shell's history and
+// out of the process list. File and folder choosers are cancelled.
 class CliPrompts : public UserPrompts {
 public:
     enum class Policy { Safe, Yes, No };

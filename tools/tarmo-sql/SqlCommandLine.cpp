@@ -1,5 +1,7 @@
 #include "SqlCommandLine.h"
 
+#include "TerminalPassword.h"
+
 #include <QDateTime>
 
 namespace {
@@ -76,13 +78,14 @@ void printRowSet(const SqlRowSet& rowSet, const SqlCommandLine::Options& options
 
 QString SqlCommandLine::Usage() {
     return QStringLiteral(
-        "Usage: tarmo-sql -S SERVER [-d DATABASE] [-U LOGIN -P PASSWORD | -E] (-Q \"TEXT\" | -i FILE)\n"
+        "Usage: tarmo-sql -S SERVER [-d DATABASE] [-U LOGIN [-P PASSWORD] | -E] (-Q \"TEXT\" | -i FILE)\n"
         "                 [-s SEPARATOR] [-h -1] [-W] [-b]\n"
-        "       tarmo-sql --init-server FOLDER --sa-password PASSWORD\n"
+        "       tarmo-sql --init-server FOLDER [--sa-password PASSWORD]\n"
         "\n"
         "  -S SERVER    a server name, or embedded:FOLDER for an embedded server\n"
         "  -d DATABASE  the database to use (the login's default database otherwise)\n"
-        "  -U, -P       SQL login and password\n"
+        "  -U, -P       SQL login and password; without -P the password comes from SQLCMDPASSWORD or\n"
+        "               is asked for at the terminal (a password on the command line is seen by all)\n"
         "  -E           the operating-system user (the default without -U)\n"
         "  -Q TEXT      the statements to run; batches are separated by GO\n"
         "  -i FILE      a script file to run; batches are separated by GO\n"
@@ -90,8 +93,9 @@ QString SqlCommandLine::Usage() {
         "  -h -1        no column headers\n"
         "  -W           no padding of columns\n"
         "  -b           exit with code 1 when an error occurred\n"
-        "  --init-server FOLDER --sa-password PASSWORD\n"
-        "               create a new embedded server in FOLDER with the login sa\n");
+        "  --init-server FOLDER [--sa-password PASSWORD]\n"
+        "               create a new embedded server in FOLDER with the login sa; its password as\n"
+        "               for -P\n");
 }
 
 QString SqlCommandLine::Parse(const QStringList& arguments, Options& options) {
@@ -111,7 +115,7 @@ QString SqlCommandLine::Parse(const QStringList& arguments, Options& options) {
         else if (a == QLatin1String("-U"))
             ok = value(options.login);
         else if (a == QLatin1String("-P"))
-            ok = value(options.password);
+            ok = options.passwordGiven = value(options.password);
         else if (a == QLatin1String("-E"))
             options.trusted = true;
         else if (a == QLatin1String("-Q"))
@@ -135,7 +139,7 @@ QString SqlCommandLine::Parse(const QStringList& arguments, Options& options) {
         else if (a == QLatin1String("--init-server"))
             ok = value(options.initServer);
         else if (a == QLatin1String("--sa-password"))
-            ok = value(options.saPassword);
+            ok = options.saPasswordGiven = value(options.saPassword);
         else if (a == QLatin1String("-?") || a == QLatin1String("--help")) {
             options.help = true;
         } else
@@ -146,7 +150,7 @@ QString SqlCommandLine::Parse(const QStringList& arguments, Options& options) {
     if (options.help)
         return QString();
     if (!options.initServer.isEmpty())
-        return options.saPassword.isEmpty() ? QStringLiteral("--init-server needs --sa-password") : QString();
+        return QString();
     if (options.server.isEmpty())
         return QStringLiteral("-S is required");
     if (options.query.isEmpty() == options.inputFile.isEmpty())
@@ -155,6 +159,29 @@ QString SqlCommandLine::Parse(const QStringList& arguments, Options& options) {
         return QStringLiteral("-E and -U exclude each other");
     if (options.login.isEmpty())
         options.trusted = true;
+    return QString();
+}
+
+QString SqlCommandLine::FillPasswords(Options& options) {
+    if (!options.initServer.isEmpty()) {
+        const std::optional<QString> password =
+            options.saPasswordGiven ? std::optional<QString>(options.saPassword)
+                                    : TerminalPassword::FromEnvironmentOrAskNew(
+                                          "SQLCMDPASSWORD", QStringLiteral("Password for sa: "));
+        if (!password || password->isEmpty())
+            return QStringLiteral("--init-server needs a password for sa: --sa-password, SQLCMDPASSWORD "
+                                  "or a terminal to type it at");
+        options.saPassword = *password;
+        return QString();
+    }
+    if (options.trusted || options.passwordGiven)
+        return QString();
+    const std::optional<QString> password =
+        TerminalPassword::FromEnvironmentOrAsk("SQLCMDPASSWORD", QStringLiteral("Password: "));
+    if (!password)
+        return QStringLiteral("no password for %1: give -P, set SQLCMDPASSWORD or run at a terminal")
+            .arg(options.login);
+    options.password = *password;
     return QString();
 }
 

@@ -15,6 +15,7 @@ public:
         QString database;
         QString login;
         QString password;
+        bool passwordGiven = false; // -P, also when empty
         bool trusted = false;
         QString query;     // -Q
         QString inputFile; // -i
@@ -24,11 +25,16 @@ public:
         bool exitOnError = false; // -b
         QString initServer;       // --init-server
         QString saPassword;       // --sa-password
+        bool saPasswordGiven = false;
         bool help = false;
     };
 
     // Reads the arguments (without the program name); "" when they make sense, else what is wrong.
     static QString Parse(const QStringList& arguments, Options& options);
+    // Passwords that are not on the command line, where other users of the machine can see them: from
+    // SQLCMDPASSWORD, else typed at the terminal. "" when every password needed is there, else what is
+    // missing.
+    static QString FillPasswords(Options& options);
     static QString Usage();
 
     // Prints the results of one batch; returns whether an error was among them.

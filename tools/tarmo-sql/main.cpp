@@ -88,6 +88,10 @@ int main(int argc, char** argv) {
         err << "tarmo-sql: " << problem << "\n\n" << SqlCommandLine::Usage();
         return 2;
     }
+    if (const QString missing = SqlCommandLine::FillPasswords(options); !missing.isEmpty()) {
+        err << "tarmo-sql: " << missing << '\n';
+        return 2;
+    }
     if (!options.initServer.isEmpty())
         return initServer(options, out, err);
     return runScript(options, out, err);

@@ -3,6 +3,7 @@
 #include "StoreErrors.h"
 #include "StoreRights.h"
 #include "TARMOError.h"
+#include "TerminalPassword.h"
 #include "VersionStore.h"
 
 #include <QDir>
@@ -32,6 +33,18 @@ QString oneLine(QString text) {
 
 QString stamp(const QDateTime& date) {
     return date.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+}
+
+// A password kept off the command line, where every user of the machine can read it: from the
+// variable, else typed at the terminal (a new one twice).
+QString passwordFrom(const char* variable, const QString& prompt, bool isNew, const QString& missing) {
+    const std::optional<QString> password = isNew
+                                                ? TerminalPassword::FromEnvironmentOrAskNew(variable, prompt)
+                                                : TerminalPassword::FromEnvironmentOrAsk(variable, prompt);
+    if (!password)
+        throw UsageError{QStringLiteral("%1: set %2 or run at a terminal to type it")
+                             .arg(missing, QLatin1String(variable))};
+    return *password;
 }
 
 // The item path and the local file for a project path and a name in it.
@@ -115,15 +128,23 @@ void VssCommandLine::needPositionals(int count) const {
         throw UsageError{QStringLiteral("too many arguments for %1").arg(mCommand)};
 }
 
+QString VssCommandLine::newPassword(int index) const {
+    if (index < mPositionals.size())
+        return mPositionals[index];
+    const QString name = positional(0, "NAME");
+    return passwordFrom("TARMO_VSS_NEW_PASSWORD", QStringLiteral("New password for %1: ").arg(name), true,
+                        QStringLiteral("%1 needs the new password of %2").arg(mCommand, name));
+}
+
 void VssCommandLine::runCommand() {
     if (mCommand == QLatin1String("create")) {
         const QString folder = positional(0, "DIR");
         needPositionals(1);
-        if (option(QStringLiteral("--admin-password")).isNull())
-            throw UsageError{QStringLiteral("create needs --admin-password")};
-        mOut << VersionStore::Create(folder, option(QStringLiteral("--admin-password")),
-                                     flag(QStringLiteral("--multiple-checkouts")))
-             << "\n";
+        QString password = option(QStringLiteral("--admin-password"));
+        if (password.isNull())
+            password = passwordFrom("TARMO_VSS_PASSWORD", QStringLiteral("Password for Admin: "), true,
+                                    QStringLiteral("create needs the password of Admin"));
+        mOut << VersionStore::Create(folder, password, flag(QStringLiteral("--multiple-checkouts"))) << "\n";
         return;
     }
 
@@ -134,19 +155,24 @@ void VssCommandLine::runCommand() {
         throw UsageError{QStringLiteral("no store given: use --ini PATH or TARMO_VSS_INI")};
     const QString login = option(QStringLiteral("-y"));
     if (login.isEmpty())
-        throw UsageError{QStringLiteral("no login given: use -y USER,PASSWORD")};
+        throw UsageError{QStringLiteral("no login given: use -y USER")};
     const qsizetype comma = login.indexOf(QLatin1Char(','));
+    const QString user = comma < 0 ? login : login.left(comma);
+    const QString password =
+        comma >= 0 ? login.mid(comma + 1)
+                   : passwordFrom("TARMO_VSS_PASSWORD", QStringLiteral("Password for %1: ").arg(user), false,
+                                  QStringLiteral("no password for %1").arg(user));
     VersionStore store;
-    store.Open(ini, comma < 0 ? login : login.left(comma), comma < 0 ? QString() : login.mid(comma + 1));
+    store.Open(ini, user, password);
     const QString comment = option(QStringLiteral("-c"));
 
     if (mCommand == QLatin1String("adduser")) {
         needPositionals(2);
-        store.AddUser(positional(0, "NAME"), positional(1, "PASSWORD"));
+        store.AddUser(positional(0, "NAME"), newPassword(1));
         mOut << "added user " << positional(0, "NAME") << "\n";
     } else if (mCommand == QLatin1String("password")) {
         needPositionals(2);
-        store.SetPassword(positional(0, "NAME"), positional(1, "NEW"));
+        store.SetPassword(positional(0, "NAME"), newPassword(1));
         mOut << "changed password of " << positional(0, "NAME") << "\n";
     } else if (mCommand == QLatin1String("users")) {
         needPositionals(0);
@@ -321,9 +347,9 @@ void VssCommandLine::runOption(VersionStore& store) {
 }
 
 void VssCommandLine::usage() const {
-    mErr << "usage: tarmo-vss create DIR --admin-password PW [--multiple-checkouts]\n"
-            "       tarmo-vss --ini PATH -y USER,PASSWORD COMMAND ...\n"
-            "commands: adduser NAME PASSWORD | password NAME NEW | users | mkproject $/P | dir $/P "
+    mErr << "usage: tarmo-vss create DIR [--admin-password PW] [--multiple-checkouts]\n"
+            "       tarmo-vss --ini PATH -y USER[,PASSWORD] COMMAND ...\n"
+            "commands: adduser NAME [PASSWORD] | password NAME [NEW] | users | mkproject $/P | dir $/P "
             "[--deleted]\n"
             "          add $/P/FILE LOCALFILE [-c COMMENT] | get $/P/FILE [-v N] [--to LOCAL]\n"
             "          checkout $/P/FILE [--to LOCAL] | checkin $/P/FILE LOCALFILE [-c COMMENT]\n"
@@ -332,6 +358,10 @@ void VssCommandLine::usage() const {
             "$/P/OLD NEW\n"
             "          destroy $/P/ITEM [--deleted] | rights $/P [USER "
             "read,checkout,add,destroy|none|inherit]\n"
-            "          option MultipleCheckouts|DefaultRights [VALUE]\n";
+            "          option MultipleCheckouts|DefaultRights [VALUE]\n"
+            "passwords: -y USER takes the password from TARMO_VSS_PASSWORD or the terminal, as create does\n"
+            "           for Admin's; a new user's or new password from TARMO_VSS_NEW_PASSWORD or the "
+            "terminal.\n"
+            "           -y USER,PASSWORD and the PASSWORD arguments work too, but others can read them.\n";
     mErr.flush();
 }

@@ -25,6 +25,8 @@ private:
     void needPositionals(int count) const;
     void runRights(VersionStore& store);
     void runOption(VersionStore& store);
+    // The positional at index, else from TARMO_VSS_NEW_PASSWORD or typed twice at the terminal.
+    QString newPassword(int index) const;
     void usage() const;
 
     QTextStream& mOut;

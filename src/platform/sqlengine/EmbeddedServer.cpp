@@ -2,6 +2,8 @@
 
 #include "Catalogue.h"
 #include "GeneralHelpers.h"
+#include "GroupFiles.h"
+#include "PasswordHash.h"
 #include "ServerState.h"
 #include "SessionState.h"
 #include "SqliteDb.h"
@@ -10,7 +12,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QRandomGenerator>
 #include <unistd.h>
 
 namespace {
@@ -33,11 +34,11 @@ void EmbeddedServer::Create(const QString& folder, const QString& saPassword) {
     if (IsServerFolder(folder))
         throw TARMOError(1801, kSource,
                          QStringLiteral("The folder '%1' already holds a server.").arg(folder));
-    try {
-        EnsureFolder(folder);
-    } catch (const TARMOError&) {
+    if (!GroupFiles::MakeFolder(folder))
         throw TARMOError(5, kSource, QStringLiteral("The server folder '%1' can't be created.").arg(folder));
-    }
+    const QByteArray saHash = PasswordHash::Make(saPassword);
+    if (saHash.isEmpty())
+        throw TARMOError(5, kSource, QStringLiteral("There is not enough memory to hash the password."));
     const QString path = ServerState::MasterPath(folder);
     const QString temp = path + QStringLiteral(".new");
     QFile::remove(temp);
@@ -47,13 +48,10 @@ void EmbeddedServer::Create(const QString& folder, const QString& saPassword) {
             Catalogue::CreateMasterCatalogue(db);
             const QByteArray saSid(1, '\x01');
             Catalogue::CreateDatabaseCatalogue(db, saSid);
-            QByteArray salt(16, Qt::Uninitialized);
-            for (char& c : salt)
-                c = char(QRandomGenerator::system()->bounded(256));
             db.Exec(QStringLiteral(
                         "INSERT INTO engine_logins (sid, name, dbname, createdate, sysadmin, isntname, salt, "
-                        "hash) VALUES (?, 'sa', 'master', ?, 1, 0, ?, ?)"),
-                    {saSid, Catalogue::Now(), salt, ServerState::HashPassword(salt, saPassword)});
+                        "hash) VALUES (?, 'sa', 'master', ?, 1, 0, NULL, ?)"),
+                    {saSid, Catalogue::Now(), saHash});
             db.Exec(QStringLiteral(
                         "INSERT INTO sysdatabases (name, dbid, sid, mode, status, status2, crdate, reserved, "
                         "category, cmptlevel, filename) VALUES ('master', 1, ?, 0, 24, 0, ?, NULL, 0, 80, "
@@ -87,6 +85,10 @@ EmbeddedServer::EmbeddedServer(const QString& folder) {
 
 EmbeddedServer::~EmbeddedServer() = default;
 
+std::chrono::milliseconds EmbeddedServer::LoginDelayFor(const QString& client) const {
+    return mState->LoginDelayFor(client);
+}
+
 QString EmbeddedServer::Folder() const {
     return mState->folder;
 }
@@ -101,7 +103,7 @@ QStringList EmbeddedServer::DatabaseNames() const {
 
 std::unique_ptr<EmbeddedSession> EmbeddedServer::Connect(const QString& loginName, const QString& password,
                                                          const QString& database, bool trusted,
-                                                         QList<SqlMessage>* messages) {
+                                                         QList<SqlMessage>* messages, const QString& client) {
     try {
         LoginInfo login;
         QString shownName = loginName;
@@ -111,7 +113,7 @@ std::unique_ptr<EmbeddedSession> EmbeddedServer::Connect(const QString& loginNam
             if (QFileInfo(mState->folder).ownerId() == uint(geteuid()) && !shownName.isEmpty())
                 login = mState->EnsureOsLogin(shownName);
         } else {
-            login = mState->CheckPassword(loginName, password);
+            login = mState->CheckPassword(loginName, password, client);
         }
         if (!login.IsValid()) {
             if (messages)

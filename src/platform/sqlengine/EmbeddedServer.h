@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <chrono>
 #include <memory>
 
 class EmbeddedSession;
@@ -31,10 +32,15 @@ public:
     // Logs in. trusted = the operating-system user: accepted when that user owns the server folder,
     // as a sysadmin login named after the user (made on first use). database "" = the login's default
     // database. On failure returns nullptr and fills messages as SQL Server sends them: a bad database
-    // gives 4060 then 18456; a bad login 18456 "Login failed for user 'x'.".
+    // gives 4060 then 18456; a bad login 18456 "Login failed for user 'x'.". A listener names the
+    // client (its address), so that the client's failed logins count toward LoginDelayFor.
     std::unique_ptr<EmbeddedSession> Connect(const QString& login, const QString& password,
                                              const QString& database, bool trusted = false,
-                                             QList<SqlMessage>* messages = nullptr);
+                                             QList<SqlMessage>* messages = nullptr,
+                                             const QString& client = {});
+    // How long to hold the answer to the client's next login: nothing for the first few failures
+    // within a quarter of an hour, then growing up to a few seconds. Counted in this process.
+    std::chrono::milliseconds LoginDelayFor(const QString& client) const;
 
 private:
     std::shared_ptr<ServerState> mState;

@@ -1,10 +1,11 @@
 #include "ServerState.h"
 
 #include "Catalogue.h"
+#include "LoginThrottle.h"
+#include "PasswordHash.h"
 #include "ServerError.h"
 #include "SqliteDb.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QRandomGenerator>
@@ -18,6 +19,25 @@ QByteArray RandomBytes(int n) {
     return b;
 }
 
+// One table for the whole process: a listener makes a server object per connection.
+LoginThrottle::Failures& loginFailures() {
+    static LoginThrottle::Failures failures;
+    return failures;
+}
+
+QString clientKey(const QString& folder, const QString& client) {
+    return folder + QLatin1Char('\n') + client;
+}
+
+QByteArray newHash(const QString& password) {
+    QByteArray hash = PasswordHash::Make(password);
+    if (hash.isEmpty())
+        throw ServerError::Make(701, 17,
+                                QStringLiteral("There is insufficient system memory in resource pool "
+                                               "'default' to run this query."));
+    return hash;
+}
+
 } // namespace
 
 QString ServerState::MasterPath(const QString& folder) {
@@ -25,14 +45,6 @@ QString ServerState::MasterPath(const QString& folder) {
 }
 QString ServerState::MasterPath() const {
     return MasterPath(folder);
-}
-
-QByteArray ServerState::HashPassword(const QByteArray& salt, const QString& password) {
-    // Many rounds, so that a stolen master.db doesn't give up its passwords cheaply.
-    QByteArray h = salt + password.toUtf8();
-    for (int i = 0; i < 20000; ++i)
-        h = QCryptographicHash::hash(h + salt, QCryptographicHash::Sha256);
-    return h;
 }
 
 QString ServerState::DatabasePath(const QString& name) const {
@@ -77,18 +89,46 @@ LoginInfo ServerState::FindLogin(const QString& name) const {
         QStringLiteral("SELECT sid, name, dbname, sysadmin FROM engine_logins WHERE name = ?"), {name}));
 }
 
-LoginInfo ServerState::CheckPassword(const QString& name, const QString& password) const {
+LoginInfo ServerState::CheckPassword(const QString& name, const QString& password,
+                                     const QString& client) const {
     SqliteDb m(MasterPath());
     const auto rows = m.Rows(
         QStringLiteral(
             "SELECT sid, name, dbname, sysadmin, salt, hash, isntname FROM engine_logins WHERE name = ?"),
         {name});
-    if (rows.isEmpty() || rows.first()[6].toInt() != 0)
+    PasswordHash::Check check;
+    if (!rows.isEmpty() && rows.first()[6].toInt() == 0)
+        check = PasswordHash::Verify(password, rows.first()[5].toByteArray(), rows.first()[4].toByteArray(),
+                                     PasswordHash::Legacy::Server);
+    if (!client.isEmpty()) {
+        if (check.matches)
+            loginFailures().Succeeded(clientKey(folder, client));
+        else
+            loginFailures().Failed(clientKey(folder, client));
+    }
+    if (!check.matches)
         return {};
-    const QByteArray salt = rows.first()[4].toByteArray();
-    if (HashPassword(salt, password) != rows.first()[5].toByteArray())
-        return {};
+    if (check.wantsRehash) {
+        // Best effort: a server folder that can't be written to still lets its logins in. Compared with
+        // the old hash, so that a password changed meanwhile by another session stays.
+        const QByteArray hash = PasswordHash::Make(password);
+        try {
+            if (!hash.isEmpty())
+                m.Exec(QStringLiteral(
+                           "UPDATE engine_logins SET salt = NULL, hash = ? WHERE name = ? AND hash = ?"),
+                       {hash, name, rows.first()[5].toByteArray()});
+        } catch (const SqliteError&) {
+        }
+    }
     return ReadLogin(rows);
+}
+
+std::chrono::milliseconds ServerState::LoginDelayFor(const QString& client) const {
+    return loginFailures().DelayFor(clientKey(folder, client));
+}
+
+int ServerState::RecentLoginFailures(const QString& client) const {
+    return loginFailures().Recent(clientKey(folder, client));
 }
 
 LoginInfo ServerState::EnsureOsLogin(const QString& osUser) const {
@@ -119,19 +159,17 @@ void ServerState::CreateLogin(const QString& name, const QString& password, cons
     } else {
         db = QStringLiteral("master");
     }
-    const QByteArray salt = RandomBytes(16);
     m.Exec(QStringLiteral(
                "INSERT INTO engine_logins (sid, name, dbname, createdate, sysadmin, isntname, salt, hash) "
-               "VALUES (?,?,?,?,?,?,?,?)"),
-           {RandomBytes(16), name, db, Catalogue::Now(), sysadmin ? 1 : 0, osLogin ? 1 : 0, salt,
-            osLogin ? QByteArray() : HashPassword(salt, password)});
+               "VALUES (?,?,?,?,?,?,NULL,?)"),
+           {RandomBytes(16), name, db, Catalogue::Now(), sysadmin ? 1 : 0, osLogin ? 1 : 0,
+            osLogin ? QByteArray() : newHash(password)});
 }
 
 void ServerState::SetPassword(const QString& name, const QString& password) const {
     SqliteDb m(MasterPath());
-    const QByteArray salt = RandomBytes(16);
-    m.Exec(QStringLiteral("UPDATE engine_logins SET salt = ?, hash = ? WHERE name = ?"),
-           {salt, HashPassword(salt, password), name});
+    m.Exec(QStringLiteral("UPDATE engine_logins SET salt = NULL, hash = ? WHERE name = ?"),
+           {newHash(password), name});
     if (m.Changes() == 0)
         throw ServerError::Make(
             15151, 16,

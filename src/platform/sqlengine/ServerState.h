@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
+
 class SqliteDb;
 
 struct LoginInfo {
@@ -29,7 +31,13 @@ public:
     QStringList DatabaseNames() const;
 
     LoginInfo FindLogin(const QString& name) const;
-    LoginInfo CheckPassword(const QString& name, const QString& password) const; // invalid on failure
+    // Invalid on failure. With a client (the address a listener got the login from) the outcome counts
+    // toward that client's delay. A hash of an older kind is replaced by today's on success.
+    LoginInfo CheckPassword(const QString& name, const QString& password, const QString& client = {}) const;
+    // How long a listener holds its answer to the client's next login: growing with the client's
+    // recent failures on this server folder, in this process.
+    std::chrono::milliseconds LoginDelayFor(const QString& client) const;
+    int RecentLoginFailures(const QString& client) const;
     LoginInfo EnsureOsLogin(const QString& osUser) const;
 
     // Master's changes; throw ServerError.
@@ -39,8 +47,6 @@ public:
     void DropLogin(const QString& name) const;
     void CreateDatabase(const QString& name, const QByteArray& ownerSid) const;
     void DropDatabase(const QString& name) const;
-
-    static QByteArray HashPassword(const QByteArray& salt, const QString& password);
 
     QString folder;
 };

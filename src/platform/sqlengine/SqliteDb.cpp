@@ -1,5 +1,7 @@
 #include "SqliteDb.h"
 
+#include "GroupFiles.h"
+
 #include <QDateTime>
 #include <sqlite3.h>
 
@@ -139,6 +141,10 @@ bool SqliteStatement::OriginNotNull(int c) const {
 
 SqliteDb::SqliteDb(const QString& path, bool create)
     : mPath(path) {
+    // The file is made here, so that it has its mode before SQLite writes to it, and its WAL and
+    // journal files take that mode over.
+    if (create && !GroupFiles::EnsureFile(path))
+        throw SqliteError{SQLITE_CANTOPEN, QStringLiteral("unable to open database file")};
     const int flags = SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0) | SQLITE_OPEN_NOMUTEX;
     const int rc = sqlite3_open_v2(path.toUtf8().constData(), &mDb, flags, nullptr);
     if (rc != SQLITE_OK) {

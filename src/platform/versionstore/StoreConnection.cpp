@@ -1,5 +1,6 @@
 #include "StoreConnection.h"
 
+#include "GroupFiles.h"
 #include "StoreErrors.h"
 #include "TARMOError.h"
 
@@ -48,6 +49,15 @@ CREATE TABLE IF NOT EXISTS checkouts(
 INSERT OR IGNORE INTO items(id, parent, name, type) VALUES(1, NULL, '$', 0);
 )SQL";
 
+// Failed logins, so that a login made by another process sees them too.
+const char* const loginFailures = R"SQL(
+CREATE TABLE IF NOT EXISTS login_failures(
+    user TEXT NOT NULL COLLATE NOCASE,
+    client TEXT NOT NULL,
+    at INTEGER NOT NULL);
+CREATE INDEX IF NOT EXISTS login_failures_user ON login_failures(user, at);
+)SQL";
+
 [[noreturn]] void damaged(const QString& databaseFile, const QString& why) {
     throw TARMOError(StoreErrors::Database, QStringLiteral("VersionStore"),
                      QStringLiteral("The store's data '%1' is damaged or is not a store's data file (%2).")
@@ -86,6 +96,10 @@ void checkDataFile(const QString& databaseFile) {
 StoreConnection::StoreConnection(const QString& databaseFile, int busyTimeoutMs, bool create) {
     if (!create)
         checkDataFile(databaseFile);
+    // Made here with the mode of the store's files, which SQLite hands on to its WAL and shared memory.
+    if (create && !GroupFiles::EnsureFile(databaseFile))
+        throw TARMOError(StoreErrors::Database, QStringLiteral("VersionStore"),
+                         QStringLiteral("The store's data '%1' cannot be made.").arg(databaseFile));
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
     if (sqlite3_open_v2(databaseFile.toUtf8().constData(), &mDb, flags, nullptr) != SQLITE_OK) {
         const QString text = mDb ? QString::fromUtf8(sqlite3_errmsg(mDb)) : QStringLiteral("out of memory");
@@ -108,6 +122,8 @@ StoreConnection::StoreConnection(const QString& databaseFile, int busyTimeoutMs,
         else
             // Stores made before the history of one item had its own index get it on first open.
             Execute("CREATE INDEX IF NOT EXISTS history_item ON history(item, seq)");
+        // Older stores get the table on first open, newer ones find it.
+        Execute(loginFailures);
     } catch (...) {
         sqlite3_close(mDb);
         mDb = nullptr;

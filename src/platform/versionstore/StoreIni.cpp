@@ -73,6 +73,10 @@ void StoreIni::Write(const StoreIni& ini) {
                              .arg(data)
                              .arg(ini.busyTimeoutMs);
     QSaveFile file(ini.iniFile);
-    if (!file.open(QIODevice::WriteOnly) || file.write(text.toUtf8()) < 0 || !file.commit())
+    // Like every file of a store: the team's group may read it, nobody else.
+    constexpr QFileDevice::Permissions groupFile =
+        QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup | QFileDevice::WriteGroup;
+    if (!file.open(QIODevice::WriteOnly) || !file.setPermissions(groupFile) ||
+        file.write(text.toUtf8()) < 0 || !file.commit())
         throw iniError(QStringLiteral("The file '%1' cannot be written.").arg(ini.iniFile));
 }

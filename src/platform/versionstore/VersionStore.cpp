@@ -1,40 +1,26 @@
 #include "VersionStore.h"
 
+#include "GroupFiles.h"
+#include "PasswordHash.h"
 #include "StoreErrors.h"
+#include "StoreLogins.h"
 #include "StoreSchema.h"
 #include "StoreSession.h"
 #include "TARMOError.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
-#include <QRandomGenerator>
 
 namespace {
 
-// Salted and stretched: a copy of the data folder must not hand out the passwords cheaply.
-constexpr int hashRounds = 4096;
-
-QByteArray hashPassword(const QByteArray& salt, const QString& password) {
-    QByteArray digest = salt + password.toUtf8();
-    for (int i = 0; i < hashRounds; ++i)
-        digest = QCryptographicHash::hash(salt + digest, QCryptographicHash::Sha256);
-    return digest;
-}
-
-QByteArray newSalt() {
-    QByteArray salt(16, Qt::Uninitialized);
-    QRandomGenerator::system()->fillRange(reinterpret_cast<quint32*>(salt.data()), salt.size() / 4);
-    return salt;
-}
-
-bool sameBytes(const QByteArray& a, const QByteArray& b) {
-    if (a.size() != b.size())
-        return false;
-    int diff = 0;
-    for (qsizetype i = 0; i < a.size(); ++i)
-        diff |= a[i] ^ b[i];
-    return diff == 0;
+// A memory-hard hash: a copy of the data folder must not hand out the passwords cheaply. The salt
+// lives inside the hash; the column of the older hashes' salt stays empty.
+QByteArray newHash(const QString& password) {
+    QByteArray hash = PasswordHash::Make(password);
+    if (hash.isEmpty())
+        StoreSession::Raise(StoreErrors::Database,
+                            QStringLiteral("There is not enough memory to hash the password."));
+    return hash;
 }
 
 void checkUserName(const QString& name) {
@@ -46,13 +32,25 @@ void checkUserName(const QString& name) {
 }
 
 void writeUser(StoreConnection& db, const QString& name, const QString& password, bool admin, bool insert) {
-    const QByteArray salt = newSalt();
     Statement s(db, insert ? "INSERT INTO users(name, salt, hash, admin) VALUES(?1, ?2, ?3, ?4)"
                            : "UPDATE users SET salt = ?2, hash = ?3 WHERE name = ?1");
-    s.Bind(1, name).BindBlob(2, salt).BindBlob(3, hashPassword(salt, password));
+    s.Bind(1, name).BindBlob(2, QByteArray()).BindBlob(3, newHash(password));
     if (insert)
         s.Bind(4, admin ? 1 : 0);
     s.Run();
+}
+
+// Best effort: a store on a read-only medium still lets its users in with the older hash.
+void upgradeHash(StoreConnection& db, const QString& name, const QByteArray& old, const QString& password) {
+    const QByteArray hash = PasswordHash::Make(password);
+    if (hash.isEmpty())
+        return;
+    try {
+        // Compared with the old hash, so that a password changed meanwhile by another process stays.
+        Statement s(db, "UPDATE users SET salt = ?2, hash = ?3 WHERE name = ?1 AND hash = ?4");
+        s.Bind(1, name).BindBlob(2, QByteArray()).BindBlob(3, hash).BindBlob(4, old).Run();
+    } catch (const TARMOError&) {
+    }
 }
 
 } // namespace
@@ -62,7 +60,7 @@ VersionStore::~VersionStore() = default;
 
 QString VersionStore::Create(const QString& folder, const QString& adminPassword, bool multipleCheckouts) {
     QDir dir(folder);
-    if (!dir.mkpath(QStringLiteral(".")))
+    if (!GroupFiles::MakeFolder(dir.absolutePath()))
         StoreSession::Raise(StoreErrors::IniFile,
                             QStringLiteral("The folder '%1' cannot be made.").arg(folder));
     StoreIni ini;
@@ -72,7 +70,7 @@ QString VersionStore::Create(const QString& folder, const QString& adminPassword
     if (QFileInfo::exists(ini.iniFile) || QFileInfo::exists(ini.DatabaseFile()))
         StoreSession::Raise(StoreErrors::NameExists,
                             QStringLiteral("'%1' already holds a version store.").arg(dir.absolutePath()));
-    if (!QDir().mkpath(ini.dataFolder))
+    if (!GroupFiles::MakeFolder(ini.dataFolder))
         StoreSession::Raise(StoreErrors::IniFile,
                             QStringLiteral("The folder '%1' cannot be made.").arg(ini.dataFolder));
     {
@@ -97,15 +95,34 @@ void VersionStore::Open(const QString& iniFile, const QString& userName, const Q
             QStringLiteral("The store's data '%1' does not exist.").arg(s->ini.DatabaseFile()));
     s->db = std::make_unique<StoreConnection>(s->ini.DatabaseFile(), s->ini.busyTimeoutMs, false);
     UpgradeStore(*s->db, s->ini.multipleCheckouts);
-    Statement find(*s->db, "SELECT name, salt, hash, admin FROM users WHERE name = ?1");
-    find.Bind(1, userName.trimmed());
-    if (!find.Step())
+    const QString name = userName.trimmed();
+    StoreLogins logins(*s->db, s->ini.dataFolder);
+    logins.HoldBack(name);
+    QByteArray salt, stored;
+    {
+        Statement find(*s->db, "SELECT name, salt, hash, admin FROM users WHERE name = ?1");
+        find.Bind(1, name);
+        if (find.Step()) {
+            s->userName = find.Text(0);
+            salt = find.Blob(1);
+            stored = find.Blob(2);
+            s->admin = find.Int(3) != 0;
+        }
+    }
+    if (s->userName.isEmpty()) {
+        logins.Refused(name, QStringLiteral("unknown user"));
         StoreSession::Raise(StoreErrors::Login, QStringLiteral("User \"%1\" not found").arg(userName));
-    if (!sameBytes(hashPassword(find.Blob(1), password), find.Blob(2)))
+    }
+    const PasswordHash::Check check =
+        PasswordHash::Verify(password, stored, salt, PasswordHash::Legacy::Store);
+    if (!check.matches) {
+        logins.Refused(name, QStringLiteral("wrong password"));
         StoreSession::Raise(StoreErrors::Login,
                             QStringLiteral("Invalid password for user \"%1\"").arg(userName));
-    s->userName = find.Text(0);
-    s->admin = find.Int(3) != 0;
+    }
+    logins.Accepted(name);
+    if (check.wantsRehash)
+        upgradeHash(*s->db, s->userName, stored, password);
     mSession = std::move(s);
 }
 

@@ -9,6 +9,9 @@
 #include <QProcess>
 
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <thread>
@@ -24,10 +27,15 @@ struct Result {
 // Runs the command line with the store of the test in the environment.
 class CommandLineTest : public ::testing::Test {
 protected:
-    Result Run(const QStringList& arguments) {
+    // Standard input is a pipe, not a terminal: nothing can be asked for.
+    Result Run(const QStringList& arguments, const QList<QPair<QString, QString>>& variables = {}) {
         QProcess process;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("TARMO_VSS_INI"), folder.Path(QStringLiteral("store/srcsafe.ini")));
+        environment.remove(QStringLiteral("TARMO_VSS_PASSWORD"));
+        environment.remove(QStringLiteral("TARMO_VSS_NEW_PASSWORD"));
+        for (const auto& [name, value] : variables)
+            environment.insert(name, value);
         process.setProcessEnvironment(environment);
         process.setWorkingDirectory(folder.Path());
         process.start(QStringLiteral(VSS_TOOL), arguments);
@@ -37,6 +45,40 @@ protected:
     }
     Result As(const QString& login, QStringList arguments) {
         return Run(QStringList{QStringLiteral("-y"), login} + arguments);
+    }
+    // Runs the tool on a terminal of its own, answers its first question with the line, and gives all
+    // the terminal showed.
+    QByteArray OnTerminal(const QStringList& arguments, const QByteArray& line) {
+        QList<QByteArray> args{QByteArrayLiteral(VSS_TOOL)};
+        for (const QString& a : arguments)
+            args << a.toLocal8Bit();
+        const QByteArray ini = folder.Path(QStringLiteral("store/srcsafe.ini")).toLocal8Bit();
+        int terminal = -1;
+        const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+        if (child == 0) {
+            std::vector<char*> argv;
+            for (QByteArray& a : args)
+                argv.push_back(a.data());
+            argv.push_back(nullptr);
+            setenv("TARMO_VSS_INI", ini.constData(), 1);
+            unsetenv("TARMO_VSS_PASSWORD");
+            execv(argv[0], argv.data());
+            _exit(127);
+        }
+        EXPECT_GT(child, 0);
+        QByteArray shown;
+        char buffer[256];
+        bool answered = false;
+        for (ssize_t n; (n = read(terminal, buffer, sizeof buffer)) > 0;) {
+            shown.append(buffer, n);
+            if (!answered && shown.contains(": ")) {
+                EXPECT_EQ(write(terminal, line.constData(), size_t(line.size())), line.size());
+                answered = true;
+            }
+        }
+        close(terminal);
+        waitpid(child, nullptr, 0);
+        return shown;
     }
     void SetUp() override {
         ASSERT_EQ(Run({QStringLiteral("create"), folder.Path(QStringLiteral("store")),
@@ -287,6 +329,54 @@ TEST_F(CommandLineTest, CheckinPrintsItsOwnVersionUnderConcurrentRenames) {
     }
     // How often the renamer came between a check-in and its print depends on the scheduler.
     RecordProperty("renames", renames.load());
+}
+
+TEST_F(CommandLineTest, PasswordsCanStayOffTheCommandLine) {
+    const QString password = QStringLiteral("TARMO_VSS_PASSWORD");
+    const QString newPassword = QStringLiteral("TARMO_VSS_NEW_PASSWORD");
+    EXPECT_EQ(
+        Run({QStringLiteral("-y"), QStringLiteral("ann"), QStringLiteral("users")}, {{password, "a,1"}}).out,
+        QStringLiteral("Admin\nann\n"));
+    // A comma, even with nothing after it, is a password given: the variable is not looked at.
+    EXPECT_EQ(
+        Run({QStringLiteral("-y"), QStringLiteral("ann,"), QStringLiteral("users")}, {{password, "a,1"}}).err,
+        QStringLiteral("tarmo-vss: Invalid password for user \"ann\"\n"));
+
+    const Result nothing = Run({QStringLiteral("-y"), QStringLiteral("ann"), QStringLiteral("users")});
+    EXPECT_EQ(nothing.exitCode, 1);
+    EXPECT_TRUE(nothing.err.startsWith(
+        QStringLiteral("tarmo-vss: no password for ann: set TARMO_VSS_PASSWORD or run at a terminal")))
+        << nothing.err.toStdString();
+
+    EXPECT_EQ(
+        Run({QStringLiteral("-y"), QStringLiteral("Admin"), QStringLiteral("adduser"), QStringLiteral("cy")},
+            {{password, "pw"}, {newPassword, "c pw"}})
+            .exitCode,
+        0);
+    EXPECT_EQ(
+        Run({QStringLiteral("-y"), QStringLiteral("cy"), QStringLiteral("password"), QStringLiteral("cy")},
+            {{password, "c pw"}, {newPassword, "c2"}})
+            .exitCode,
+        0);
+    EXPECT_EQ(As(QStringLiteral("cy,c2"), {QStringLiteral("users")}).exitCode, 0);
+    EXPECT_EQ(As(QStringLiteral("Admin,pw"), {QStringLiteral("adduser"), QStringLiteral("dee")}).exitCode, 1)
+        << "no new password anywhere";
+
+    // At a terminal the password is asked for and not shown as it is typed.
+    const QByteArray asked =
+        OnTerminal({QStringLiteral("-y"), QStringLiteral("ann"), QStringLiteral("users")}, "a,1\n");
+    EXPECT_TRUE(asked.startsWith("Password for ann: ")) << asked.constData();
+    EXPECT_FALSE(asked.contains("a,1")) << asked.constData();
+    EXPECT_TRUE(asked.contains("Admin\r\nann\r\n")) << asked.constData();
+
+    const QString other = folder.Path(QStringLiteral("other"));
+    EXPECT_EQ(Run({QStringLiteral("create"), other}).exitCode, 1);
+    EXPECT_FALSE(QFile::exists(other + QStringLiteral("/srcsafe.ini")));
+    ASSERT_EQ(Run({QStringLiteral("create"), other}, {{password, "admin pw"}}).exitCode, 0);
+    EXPECT_EQ(Run({QStringLiteral("--ini"), other + QStringLiteral("/srcsafe.ini"), QStringLiteral("-y"),
+                   QStringLiteral("Admin,admin pw"), QStringLiteral("users")})
+                  .out,
+              QStringLiteral("Admin\n"));
 }
 
 } // namespace
