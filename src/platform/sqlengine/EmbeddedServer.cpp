@@ -137,6 +137,9 @@ SqlBatchResults EmbeddedSession::Execute(const QString& batch) {
 SqlBatchResults EmbeddedSession::Parse(const QString& batch) {
     return mState->Parse(batch);
 }
+void EmbeddedSession::SetCancelCheck(std::function<bool()> check) {
+    mState->cancelCheck = std::move(check);
+}
 QString EmbeddedSession::CurrentDatabase() const {
     return mState->database;
 }

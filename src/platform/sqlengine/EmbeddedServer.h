@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <memory>
 
 class EmbeddedSession;
@@ -56,6 +57,10 @@ public:
     SqlBatchResults Execute(const QString& batch);
     // Parse only (what SET PARSEONLY gives): syntax errors with their lines, nothing run.
     SqlBatchResults Parse(const QString& batch);
+    // Asked on the thread that runs a batch, between its statements and now and then while one runs.
+    // Once it answers true the batch stops where it is: nothing more runs and the results so far
+    // come back. A network client's cancel arrives this way.
+    void SetCancelCheck(std::function<bool()> check);
 
     QString CurrentDatabase() const;
     QString LoginName() const;
