@@ -19,7 +19,7 @@ void requestStop(int) {
 }
 
 const char kUsage[] = "usage: tarmo-server DIR [--port N] [--listen ADDRESS] [--max-connections N]\n"
-                      "                   [--login-timeout S] [--idle-timeout S]\n";
+                      "                   [--login-timeout S] [--idle-timeout S] [--max-result-rows N]\n";
 
 struct NumberOption {
     const char* name;
@@ -44,6 +44,7 @@ int main(int argc, char* argv[]) {
         {"--max-connections", &limits.maxConnections, 1, 100000},
         {"--login-timeout", &limits.loginTimeoutSeconds, 0, 86400},
         {"--idle-timeout", &limits.idleTimeoutSeconds, 0, 7 * 86400},
+        {"--max-result-rows", &limits.maxResultRows, 0, 2000000000},
     };
     const QStringList args = app.arguments().mid(1);
     for (qsizetype i = 0; i < args.size(); ++i) {

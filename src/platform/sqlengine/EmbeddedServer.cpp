@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
+#include <algorithm>
 #include <unistd.h>
 
 namespace {
@@ -139,6 +140,9 @@ SqlBatchResults EmbeddedSession::Parse(const QString& batch) {
 }
 void EmbeddedSession::SetCancelCheck(std::function<bool()> check) {
     mState->cancelCheck = std::move(check);
+}
+void EmbeddedSession::SetRowLimit(qsizetype rows) {
+    mState->rowLimit = std::max<qsizetype>(rows, 0);
 }
 QString EmbeddedSession::CurrentDatabase() const {
     return mState->database;

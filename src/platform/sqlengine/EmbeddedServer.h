@@ -61,6 +61,9 @@ public:
     // Once it answers true the batch stops where it is: nothing more runs and the results so far
     // come back. A network client's cancel arrives this way.
     void SetCancelCheck(std::function<bool()> check);
+    // The most rows one SELECT may give, as the rows are all held before they go anywhere; beyond it
+    // the statement ends with an error. 0 (the default) = no limit.
+    void SetRowLimit(qsizetype rows);
 
     QString CurrentDatabase() const;
     QString LoginName() const;

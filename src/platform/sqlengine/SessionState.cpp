@@ -283,6 +283,9 @@ SqlBatchResults SessionState::Execute(const QString& batch) {
         Run(statements);
     } catch (const BatchAborted&) {
     }
+    // SQLite rolls back the whole transaction when it stops a statement that writes inside one.
+    if (mCancelled && mTranCount > 0 && sqlite3_get_autocommit(mDb->Handle()))
+        mTranCount = 0;
     mFrames.clear();
     mOut = nullptr;
     return out;
@@ -712,6 +715,11 @@ SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
     }
     QList<QVariantList> raw;
     while (st.Step()) {
+        if (rowLimit > 0 && raw.size() >= rowLimit)
+            throw ServerError::Make(50002, 16,
+                                    QStringLiteral("The result has more than %1 rows, the most this server "
+                                                   "gives in one result. Narrow the query.")
+                                        .arg(rowLimit));
         QVariantList row;
         for (int i = 0; i < n; ++i)
             row.append(st.Value(i));

@@ -31,6 +31,7 @@ public:
     QString userName;
     LoginInfo login;
     std::function<bool()> cancelCheck;
+    qsizetype rowLimit = 0; // the most rows a query may give; 0 = no limit
 
     // Whether the batch that runs has been cancelled; once it has, it stays so until the next batch.
     bool Cancelled();

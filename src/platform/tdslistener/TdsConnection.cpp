@@ -11,6 +11,7 @@ TdsConnection::TdsConnection(std::unique_ptr<TdsChannel> channel, TdsConnectionS
     , mSettings(std::move(settings))
     , mSession(mSettings.folder, mSettings.serverName) {
     mSession.SetCancelCheck([this] { return attentionArrived(); });
+    mSession.SetRowLimit(mSettings.maxResultRows);
 }
 
 TdsConnection::~TdsConnection() = default;

@@ -22,6 +22,7 @@ struct TdsConnectionSettings {
     uint16_t spid = 51;
     int loginTimeoutMs = 30000;              // from the first byte to a login that went through; 0 = none
     int idleTimeoutMs = 0;                   // from one request to the next once logged in; 0 = none
+    int maxResultRows = 0;                   // the most rows one SELECT may give; 0 = no limit
     TdsLoginGuard* loginGuard = nullptr;     // counts refused logins per client address
     std::function<void(const QString&)> log; // refusals and closed connections, one line each
 };

@@ -164,6 +164,7 @@ void ListenerState::AcceptLoop() {
         settings.spid = nextSpid;
         settings.loginTimeoutMs = milliseconds(limits.loginTimeoutSeconds);
         settings.idleTimeoutMs = milliseconds(limits.idleTimeoutSeconds);
+        settings.maxResultRows = limits.maxResultRows;
         settings.loginGuard = loginGuard.get();
         settings.log = [this](const QString& line) { Log(line); };
         Client client;

@@ -154,6 +154,7 @@ TdsSession::Reply TdsSession::login(const QByteArray& message, TdsWriter& out) {
     }
     if (mCancelCheck)
         mSession->SetCancelCheck(mCancelCheck);
+    mSession->SetRowLimit(mRowLimit);
 
     mTdsVersion = std::min(request.tdsVersion, Tds::kVersion74);
     mPacketSize = request.packetSize == 0 ? kDefaultPacketSize

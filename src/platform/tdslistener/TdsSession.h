@@ -34,6 +34,8 @@ public:
     Reply Handle(uint8_t type, const QByteArray& message, TdsWriter& out);
     // Asked while a batch runs; true stops it, and its results are not written.
     void SetCancelCheck(std::function<bool()> check);
+    // The most rows one SELECT may give (the engine holds them all first); 0 = no limit.
+    void SetRowLimit(int rows) { mRowLimit = rows; }
     // The answer to an ATTENTION: a DONE that acknowledges it.
     static QByteArray AttentionReply();
     // The answer to a request the client abandoned before its last packet.
@@ -58,6 +60,7 @@ private:
     std::unique_ptr<EmbeddedServer> mServer;
     std::unique_ptr<EmbeddedSession> mSession;
     std::function<bool()> mCancelCheck;
+    int mRowLimit = 0;
     uint32_t mTdsVersion = 0;
     int mPacketSize = 4096;
     bool mPreLoginSeen = false;

@@ -197,6 +197,20 @@ TEST_F(ServerLimits, ACancelStopsOneLongStatementMidway) {
     const SqlBatchResults next = session->Execute(QStringLiteral("SELECT 1"));
     ASSERT_FALSE(next.isEmpty());
     EXPECT_EQ(next.first().kind, SqlResult::Kind::RowSet);
+
+    // A write stopped inside a transaction takes the transaction with it, and the session knows.
+    session->Execute(QStringLiteral("CREATE TABLE stopped_rows (n int)"));
+    asked = 0;
+    session->SetCancelCheck([&asked] { return ++asked > 5; });
+    session->Execute(QStringLiteral("BEGIN TRANSACTION\nINSERT INTO stopped_rows VALUES (1)\n"
+                                    "INSERT INTO stopped_rows SELECT 2 FROM sysobjects a, sysobjects b, "
+                                    "sysobjects c, sysobjects d, sysobjects e, sysobjects f"));
+    session->SetCancelCheck({});
+    const SqlBatchResults after =
+        session->Execute(QStringLiteral("SELECT @@TRANCOUNT, (SELECT COUNT(*) FROM stopped_rows)"));
+    ASSERT_FALSE(after.isEmpty());
+    ASSERT_EQ(after.first().kind, SqlResult::Kind::RowSet);
+    EXPECT_EQ(after.first().rowSet.rows.value(0), (QVariantList{0, 0}));
 }
 
 TEST_F(ServerLimits, ABigResultGoesOutInPacketsWithoutBeingHeldWhole) {
@@ -234,6 +248,20 @@ TEST_F(ServerLimits, ABigResultGoesOutInPacketsWithoutBeingHeldWhole) {
     EXPECT_GT(cancelled.replies[2].size(), 90000);
     EXPECT_LT(cancelled.replies[2].size(), 200000);
     EXPECT_EQ(FirstText(cancelled.replies[3]), QStringLiteral("after"));
+
+    // Beyond the most rows a result may hold, the statement ends in an error instead.
+    TdsConnectionSettings capped = Settings();
+    capped.maxResultRows = 1000;
+    const MemoryRun refused = Run(LoginBytes(QStringLiteral("dev"), kDevPassword) +
+                                      BatchBytes(QStringLiteral("SELECT s FROM wide_rows")) +
+                                      BatchBytes(QStringLiteral("PRINT 'after'")),
+                                  capped);
+    ASSERT_EQ(refused.replies.size(), 4);
+    const QList<Token> error = TdsTestClient::Tokens(refused.replies[2]);
+    ASSERT_FALSE(error.isEmpty());
+    EXPECT_EQ(error.first().number, 50002);
+    EXPECT_TRUE(error.first().text.contains(QStringLiteral("more than 1000 rows")));
+    EXPECT_EQ(FirstText(refused.replies[3]), QStringLiteral("after"));
 }
 
 TEST_F(ServerLimits, RefusedLoginsFromOneAddressAreAnsweredSlowerAndSlower) {
