@@ -204,6 +204,8 @@ void TdsConnection::Run() {
         // A client that breaks the protocol (or a failure in its own session) loses this
         // connection; the other clients and the listener go on.
         log(QStringLiteral("closed: %1").arg(QString::fromLocal8Bit(e.what())));
+    } catch (...) {
+        log(QStringLiteral("closed: an unexpected failure in its session"));
     }
     // Finished before the client sees the end, so that its place under the maximum of connections
     // is free by the time it can try again.

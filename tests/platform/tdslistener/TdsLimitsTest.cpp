@@ -173,6 +173,18 @@ TEST_F(ServerLimits, AttentionStopsTheRunningBatchAndTheSessionGoesOn) {
     EXPECT_TRUE(Acknowledges(run.replies[2]));
     EXPECT_EQ(TdsTestClient::Tokens(run.replies[2]).size(), 1) << "nothing of the cancelled batch is sent";
     EXPECT_EQ(FirstText(run.replies[3]), QStringLiteral("after"));
+
+    // A request the client abandons before its last packet is not run, and answered with an error DONE.
+    const MemoryRun abandoned = Run(
+        LoginBytes(QStringLiteral("dev"), kDevPassword) +
+            TdsTestClient::Packets(0x01, TdsTestClient::BatchPayload(QStringLiteral("PRINT 'no'")), 4096, 3) +
+            BatchBytes(QStringLiteral("PRINT 'yes'")),
+        Settings());
+    ASSERT_EQ(abandoned.replies.size(), 4);
+    const QList<Token> done = TdsTestClient::Tokens(abandoned.replies[2]);
+    ASSERT_EQ(done.size(), 1);
+    EXPECT_EQ(done[0].status, 0x02);
+    EXPECT_EQ(FirstText(abandoned.replies[3]), QStringLiteral("yes"));
 }
 
 TEST_F(ServerLimits, ACancelStopsOneLongStatementMidway) {
