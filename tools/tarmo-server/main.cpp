@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QTextStream>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <semaphore.h>
@@ -17,7 +18,15 @@ void requestStop(int) {
     sem_post(&gStop); // async-signal-safe
 }
 
-const char kUsage[] = "usage: tarmo-server DIR [--port N] [--listen ADDRESS]\n";
+const char kUsage[] = "usage: tarmo-server DIR [--port N] [--listen ADDRESS] [--max-connections N]\n"
+                      "                   [--login-timeout S] [--idle-timeout S] [--max-result-rows N]\n";
+
+struct NumberOption {
+    const char* name;
+    int* value;
+    int lowest;
+    int highest;
+};
 
 } // namespace
 
@@ -29,20 +38,30 @@ int main(int argc, char* argv[]) {
     QString folder;
     QString address = QStringLiteral("127.0.0.1");
     int port = 1433;
+    TdsLimits limits;
+    const NumberOption numbers[] = {
+        {"--port", &port, 0, 65535},
+        {"--max-connections", &limits.maxConnections, 1, 100000},
+        {"--login-timeout", &limits.loginTimeoutSeconds, 0, 86400},
+        {"--idle-timeout", &limits.idleTimeoutSeconds, 0, 7 * 86400},
+        {"--max-result-rows", &limits.maxResultRows, 0, 2000000000},
+    };
     const QStringList args = app.arguments().mid(1);
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString& a = args[i];
-        if ((a == QLatin1String("--port") || a == QLatin1String("--listen")) && i + 1 < args.size()) {
-            if (a == QLatin1String("--listen")) {
-                address = args[++i];
-                continue;
-            }
+        const auto number = std::find_if(std::begin(numbers), std::end(numbers),
+                                         [&](const NumberOption& o) { return a == QLatin1String(o.name); });
+        if (number != std::end(numbers) && i + 1 < args.size()) {
             bool ok = false;
-            port = args[++i].toInt(&ok);
-            if (!ok || port < 0 || port > 65535) {
-                err << "tarmo-server: the port must be a number from 0 to 65535\n" << kUsage;
+            *number->value = args[++i].toInt(&ok);
+            if (!ok || *number->value < number->lowest || *number->value > number->highest) {
+                err << "tarmo-server: " << number->name << " takes a number from " << number->lowest << " to "
+                    << number->highest << '\n'
+                    << kUsage;
                 return 2;
             }
+        } else if (a == QLatin1String("--listen") && i + 1 < args.size()) {
+            address = args[++i];
         } else if (a == QLatin1String("--help") || a == QLatin1String("-h")) {
             out << kUsage;
             return 0;
@@ -66,6 +85,7 @@ int main(int argc, char* argv[]) {
     std::signal(SIGTERM, requestStop);
     try {
         TdsListener listener(folder);
+        listener.SetLimits(limits);
         const uint16_t bound = listener.Start(address, uint16_t(port));
         // Scripts and tests read this line to learn the port when they asked for port 0.
         out << "tarmo-server: serving embedded:" << folder << " on " << address << " port " << bound

@@ -12,6 +12,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRandomGenerator>
+#include <algorithm>
 #include <unistd.h>
 
 namespace {
@@ -138,6 +140,12 @@ SqlBatchResults EmbeddedSession::Execute(const QString& batch) {
 }
 SqlBatchResults EmbeddedSession::Parse(const QString& batch) {
     return mState->Parse(batch);
+}
+void EmbeddedSession::SetCancelCheck(std::function<bool()> check) {
+    mState->cancelCheck = std::move(check);
+}
+void EmbeddedSession::SetRowLimit(qsizetype rows) {
+    mState->rowLimit = std::max<qsizetype>(rows, 0);
 }
 QString EmbeddedSession::CurrentDatabase() const {
     return mState->database;

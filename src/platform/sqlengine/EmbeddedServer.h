@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 #include <chrono>
+#include <functional>
 #include <memory>
 
 class EmbeddedSession;
@@ -62,6 +63,13 @@ public:
     SqlBatchResults Execute(const QString& batch);
     // Parse only (what SET PARSEONLY gives): syntax errors with their lines, nothing run.
     SqlBatchResults Parse(const QString& batch);
+    // Asked on the thread that runs a batch, between its statements and now and then while one runs.
+    // Once it answers true the batch stops where it is: nothing more runs and the results so far
+    // come back. A network client's cancel arrives this way.
+    void SetCancelCheck(std::function<bool()> check);
+    // The most rows one SELECT may give, as the rows are all held before they go anywhere; beyond it
+    // the statement ends with an error. 0 (the default) = no limit.
+    void SetRowLimit(qsizetype rows);
 
     QString CurrentDatabase() const;
     QString LoginName() const;

@@ -55,6 +55,19 @@ void UdfCallback(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     } catch (const SqliteError& e) {
         const QByteArray m = e.message.toUtf8();
         sqlite3_result_error(ctx, m.constData(), int(m.size()));
+    } catch (...) {
+        // A batch that ends inside a function (a cancel, an error that ends the batch) must not
+        // unwind through SQLite: the statement that called the function fails instead.
+        sqlite3_result_error_code(ctx, SQLITE_INTERRUPT);
+    }
+}
+
+// SQLite asks this every few thousand steps of a statement; non-zero interrupts the statement.
+int ProgressCallback(void* session) {
+    try {
+        return static_cast<SessionState*>(session)->Cancelled() ? 1 : 0;
+    } catch (...) {
+        return 1;
     }
 }
 
@@ -149,6 +162,7 @@ void SessionState::OpenDatabase(const QString& name, const QString& path) {
     SqlFunctions::Register(*db);
     sqlite3_create_function_v2(db->Handle(), "tsql_udf", -1, SQLITE_UTF8, this, UdfCallback, nullptr, nullptr,
                                nullptr);
+    sqlite3_progress_handler(db->Handle(), 10000, ProgressCallback, this);
     if (name.compare(QLatin1String("master"), Qt::CaseInsensitive) != 0)
         db->Exec(QStringLiteral("ATTACH DATABASE ? AS master"), {mServer->MasterPath()});
     // Whom the login is in this database: a sysadmin is dbo everywhere, others their mapped user
@@ -297,6 +311,7 @@ SqlBatchResults SessionState::Execute(const QString& batch) {
         return out;
     }
     mOut = &out;
+    mCancelled = false;
     mBatchText = batch;
     mFrames.clear();
     mFrames.append(Frame());
@@ -306,6 +321,9 @@ SqlBatchResults SessionState::Execute(const QString& batch) {
         Run(statements);
     } catch (const BatchAborted&) {
     }
+    // SQLite rolls back the whole transaction when it stops a statement that writes inside one.
+    if (mCancelled && mTranCount > 0 && sqlite3_get_autocommit(mDb->Handle()))
+        mTranCount = 0;
     mFrames.clear();
     mOut = nullptr;
     return out;
@@ -383,8 +401,16 @@ ServerError SessionState::MapSqliteError(const SqliteError& e, const QString& ve
         50002, 16, QStringLiteral("The embedded server could not carry out the statement: %1").arg(m));
 }
 
+bool SessionState::Cancelled() {
+    if (!mCancelled && cancelCheck)
+        mCancelled = cancelCheck();
+    return mCancelled;
+}
+
 SessionState::Flow SessionState::RunStatement(const SqlStatement& s) {
     mLine = s.line;
+    if (Cancelled())
+        throw BatchAborted{};
     try {
         const Flow f = RunStatementInner(s);
         if (s.kind != SqlStatement::Kind::If && s.kind != SqlStatement::Kind::Block &&
@@ -392,10 +418,14 @@ SessionState::Flow SessionState::RunStatement(const SqlStatement& s) {
             mLastError = 0;
         return f;
     } catch (const ServerError& e) {
+        if (mCancelled)
+            throw BatchAborted{};
         Emit(e, s.line);
         if (e.abortsBatch)
             throw BatchAborted{};
     } catch (const SqliteError& e) {
+        if (mCancelled)
+            throw BatchAborted{};
         const ServerError mapped = MapSqliteError(e, QStringLiteral("INSERT"));
         Emit(mapped, s.line);
         if (mapped.abortsBatch)
@@ -723,6 +753,11 @@ SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
     }
     QList<QVariantList> raw;
     while (st.Step()) {
+        if (rowLimit > 0 && raw.size() >= rowLimit)
+            throw ServerError::Make(50002, 16,
+                                    QStringLiteral("The result has more than %1 rows, the most this server "
+                                                   "gives in one result. Narrow the query.")
+                                        .arg(rowLimit));
         QVariantList row;
         row.reserve(n);
         for (int i = 0; i < n; ++i)

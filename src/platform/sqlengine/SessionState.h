@@ -9,6 +9,7 @@
 #include "SqliteDb.h"
 
 #include <QHash>
+#include <functional>
 #include <memory>
 
 class SqliteStatement;
@@ -29,6 +30,11 @@ public:
     QString database;
     QString userName;
     LoginInfo login;
+    std::function<bool()> cancelCheck;
+    qsizetype rowLimit = 0; // the most rows a query may give; 0 = no limit
+
+    // Whether the batch that runs has been cancelled; once it has, it stays so until the next batch.
+    bool Cancelled();
 
     // TranslatorContext
     Table ResolveTable(const SqlTableRef& ref, SqlTranslator& translator) override;
@@ -139,6 +145,7 @@ private:
     int mNesting = 0;
     int mModuleDepth = 0;
     int mTranCount = 0;
+    bool mCancelled = false;
     bool mNoCount = false;
     bool mParseOnly = false;
     bool mNoExec = false;

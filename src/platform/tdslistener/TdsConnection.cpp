@@ -1,52 +1,86 @@
 #include "TdsConnection.h"
 
+#include "TdsLoginGuard.h"
 #include "TdsReader.h"
 #include "TdsTokens.h"
 
-#include <cerrno>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <climits>
 
-TdsConnection::TdsConnection(int socket, QString folder, QString serverName, uint16_t spid)
-    : mSocket(socket)
-    , mSpid(spid)
-    , mSession(std::move(folder), std::move(serverName)) {}
-
-TdsConnection::~TdsConnection() {
-    ::close(mSocket);
+TdsConnection::TdsConnection(std::unique_ptr<TdsChannel> channel, TdsConnectionSettings settings)
+    : mChannel(std::move(channel))
+    , mSettings(std::move(settings))
+    , mSession(mSettings.folder, mSettings.serverName) {
+    mSession.SetCancelCheck([this] { return attentionArrived(); });
+    mSession.SetRowLimit(mSettings.maxResultRows);
 }
+
+TdsConnection::~TdsConnection() = default;
 
 void TdsConnection::Shutdown() {
-    ::shutdown(mSocket, SHUT_RDWR);
+    mChannel->Shutdown();
 }
 
-bool TdsConnection::readExactly(char* into, qsizetype count) {
+void TdsConnection::log(const QString& line) const {
+    if (!mSettings.log)
+        return;
+    // Names come from the client: no line breaks or other controls may reach the log.
+    QString text = QStringLiteral("client %1: %2").arg(mChannel->Peer(), line);
+    for (QChar& c : text)
+        if (c.unicode() < 0x20 || c.unicode() == 0x7F)
+            c = QLatin1Char('?');
+    mSettings.log(text.left(1000));
+}
+
+TdsConnection::ReadResult TdsConnection::readExactly(char* into, qsizetype count,
+                                                     Clock::time_point deadline) {
     while (count > 0) {
-        const ssize_t n = ::recv(mSocket, into, size_t(count), 0);
-        if (n < 0 && errno == EINTR)
-            continue;
+        int timeoutMs = TdsChannel::kForever;
+        if (deadline != Clock::time_point::max()) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+            timeoutMs = int(std::clamp<long long>(left, 0, INT_MAX));
+        }
+        const qsizetype n = mChannel->Read(into, count, timeoutMs);
+        if (n == TdsChannel::kTimedOut) {
+            mTimedOut = true;
+            return ReadResult::TimedOut;
+        }
         if (n <= 0)
-            return false;
+            return ReadResult::Closed;
         into += n;
         count -= n;
     }
-    return true;
+    return ReadResult::Done;
 }
 
 std::optional<TdsConnection::Message> TdsConnection::readMessage() {
     if (mPending)
         return std::exchange(mPending, std::nullopt);
+    if (!mPendingFault.isEmpty())
+        throw TdsProtocolError(mPendingFault.toStdString());
+    // Until the login went through, the whole conversation has one deadline; after it, each request
+    // has the idle time-out to begin and end.
+    Clock::time_point deadline = Clock::time_point::max();
+    const bool loggedIn = mSession.LoggedIn();
+    if (!loggedIn && mSettings.loginTimeoutMs > 0)
+        deadline = mLoginDeadline;
+    else if (loggedIn && mSettings.idleTimeoutMs > 0)
+        deadline = Clock::now() + std::chrono::milliseconds(mSettings.idleTimeoutMs);
+
     Message message;
     for (bool first = true;; first = false) {
         char header[Tds::kHeaderSize];
-        if (!readExactly(header, Tds::kHeaderSize))
+        if (readExactly(header, Tds::kHeaderSize, deadline) != ReadResult::Done)
             return std::nullopt;
         const uint8_t type = uint8_t(header[0]);
         const uint8_t status = uint8_t(header[1]);
         const int length = (uint8_t(header[2]) << 8) | uint8_t(header[3]);
         if (length < Tds::kHeaderSize)
             throw TdsProtocolError("packet shorter than its header");
+        // A client that hasn't logged in gets no room to make the server buffer or work for it.
+        if (length > (loggedIn ? mSession.PacketSize() : kPacketSizeBeforeLogin))
+            throw TdsProtocolError("packet larger than the agreed packet size");
+        if (!loggedIn && ++mPacketsBeforeLogin > kPacketsBeforeLogin)
+            throw TdsProtocolError("too many packets before the login");
         if (first)
             message.type = type;
         else if (type != message.type)
@@ -55,7 +89,7 @@ std::optional<TdsConnection::Message> TdsConnection::readMessage() {
             throw TdsProtocolError("message too long");
         const qsizetype at = message.payload.size();
         message.payload.resize(at + length - Tds::kHeaderSize);
-        if (!readExactly(message.payload.data() + at, length - Tds::kHeaderSize))
+        if (readExactly(message.payload.data() + at, length - Tds::kHeaderSize, deadline) != ReadResult::Done)
             return std::nullopt;
         message.status = status;
         if (status & Tds::EndOfMessage)
@@ -66,74 +100,115 @@ std::optional<TdsConnection::Message> TdsConnection::readMessage() {
     }
 }
 
-bool TdsConnection::attentionWaiting() {
-    pollfd p{mSocket, POLLIN, 0};
-    if (::poll(&p, 1, 0) <= 0 || !(p.revents & POLLIN))
-        return false;
-    std::optional<Message> next = readMessage();
-    if (!next)
-        return false;
-    if (next->type == Tds::Attention)
+// Asked while a request runs and while its reply goes out: reads what the client sent meanwhile.
+// Runs inside the engine, so it never throws.
+bool TdsConnection::attentionArrived() {
+    if (mCancelled || mBroken)
         return true;
-    mPending = std::move(next);
-    return false;
+    if (mPending || !mPendingFault.isEmpty() || !mChannel->Readable())
+        return false;
+    try {
+        std::optional<Message> next = readMessage();
+        if (!next)
+            mBroken = true; // nobody is left to read the results
+        else if (next->type == Tds::Attention)
+            mCancelled = true;
+        else
+            mPending = std::move(next);
+    } catch (const std::exception& e) {
+        // The request that runs was sent in good form: it ends, and then so does the connection.
+        mPendingFault = QString::fromLocal8Bit(e.what());
+    }
+    return mCancelled || mBroken;
 }
 
-bool TdsConnection::send(const QByteArray& tokens) {
+bool TdsConnection::sendPackets(const QByteArray& tokens, bool last) {
     const qsizetype room = mSession.PacketSize() - Tds::kHeaderSize;
-    uint8_t packetId = 1;
+    QByteArray packet;
     qsizetype at = 0;
     do {
         const qsizetype chunk = std::min(room, tokens.size() - at);
-        const bool last = at + chunk >= tokens.size();
+        const bool end = last && at + chunk >= tokens.size();
         const int length = int(chunk + Tds::kHeaderSize);
-        QByteArray packet;
+        packet.clear();
         packet.reserve(length);
         packet.append(char(Tds::TabularResult));
-        packet.append(char(last ? Tds::EndOfMessage : 0));
+        packet.append(char(end ? Tds::EndOfMessage : 0));
         packet.append(char(length >> 8));
         packet.append(char(length & 0xff));
-        packet.append(char(mSpid >> 8));
-        packet.append(char(mSpid & 0xff));
-        packet.append(char(packetId++));
+        packet.append(char(mSettings.spid >> 8));
+        packet.append(char(mSettings.spid & 0xff));
+        packet.append(char(mPacketId++));
         packet.append(char(0));
         packet.append(tokens.constData() + at, chunk);
-        for (qsizetype sent = 0; sent < packet.size();) {
-            const ssize_t n =
-                ::send(mSocket, packet.constData() + sent, size_t(packet.size() - sent), MSG_NOSIGNAL);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-                return false;
-            sent += n;
-        }
+        if (!mChannel->Write(packet.constData(), packet.size()))
+            return false;
         at += chunk;
     } while (at < tokens.size());
     return true;
 }
 
 void TdsConnection::Run() {
+    mLoginDeadline = Clock::now() + std::chrono::milliseconds(mSettings.loginTimeoutMs);
     try {
         for (;;) {
-            std::optional<Message> message = readMessage();
-            if (!message)
+            const std::optional<Message> message = readMessage();
+            if (!message) {
+                if (mTimedOut && !mSession.LoggedIn())
+                    log(QStringLiteral("closed: no login within %1 s")
+                            .arg(mSettings.loginTimeoutMs / 1000.0));
+                else if (mTimedOut)
+                    log(QStringLiteral("closed: no request for %1 s").arg(mSettings.idleTimeoutMs / 1000.0));
                 break;
-            // The client gave up on a message it had begun: nothing to answer.
-            if ((message->status & Tds::IgnoreThisMessage) && message->type != Tds::Attention)
+            }
+            mPacketId = 1;
+            // The client gave up on a request it had begun: it waits for a DONE that says so.
+            if ((message->status & Tds::IgnoreThisMessage) && message->type != Tds::Attention) {
+                if (mSession.LoggedIn() && !sendPackets(TdsSession::AbandonedReply(), true))
+                    break;
                 continue;
-            TdsSession::Reply reply = mSession.Handle(message->type, message->payload);
-            // A cancel that came while the batch ran takes the place of its results.
-            if (message->type == Tds::SqlBatch && attentionWaiting())
-                reply.tokens = TdsSession::AttentionReply();
-            if (!reply.tokens.isEmpty() && !send(reply.tokens))
+            }
+            mCancelled = false;
+            TdsWriter out;
+            out.SetSink(mSession.PacketSize() - Tds::kHeaderSize, [this](const QByteArray& piece) {
+                return !attentionArrived() && sendPackets(piece, false);
+            });
+            const bool wasLoggedIn = mSession.LoggedIn();
+            const TdsSession::Reply reply = mSession.Handle(message->type, message->payload, out);
+            mPeakHeld = std::max({mPeakHeld, out.PeakHeld(), out.Data().size()});
+            // A cancel that came while the batch ran takes the place of what is left of its reply.
+            if (message->type == Tds::SqlBatch)
+                attentionArrived();
+            if (mBroken || (out.Stopped() && !mCancelled))
+                break;
+            const QByteArray rest = mCancelled ? TdsSession::AttentionReply() : out.Take();
+
+            if (!reply.refusal.isEmpty()) {
+                const QString& peer = mChannel->Peer();
+                const int held = mSettings.loginGuard ? mSettings.loginGuard->Refused(peer) : 0;
+                log(QStringLiteral("login '%1' refused: %2%3")
+                        .arg(reply.login.left(128), reply.refusal,
+                             held > 0 ? QStringLiteral(" (answer held back %1 ms)").arg(held) : QString()));
+                // Only this connection waits; every other one goes on meanwhile.
+                if (held > 0)
+                    mChannel->Pause(held);
+            } else if (!wasLoggedIn && mSession.LoggedIn() && mSettings.loginGuard) {
+                mSettings.loginGuard->Succeeded(mChannel->Peer());
+            }
+            if ((!rest.isEmpty() || mPacketId > 1) && !sendPackets(rest, true))
                 break;
             if (reply.close)
                 break;
         }
-    } catch (const std::exception&) {
+    } catch (const std::exception& e) {
         // A client that breaks the protocol (or a failure in its own session) loses this
         // connection; the other clients and the listener go on.
+        log(QStringLiteral("closed: %1").arg(QString::fromLocal8Bit(e.what())));
+    } catch (...) {
+        log(QStringLiteral("closed: an unexpected failure in its session"));
     }
-    ::shutdown(mSocket, SHUT_RDWR);
+    // Finished before the client sees the end, so that its place under the maximum of connections
+    // is free by the time it can try again.
     mFinished = true;
+    mChannel->Shutdown();
 }

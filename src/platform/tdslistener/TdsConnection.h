@@ -1,20 +1,39 @@
 #pragma once
 
+#include "TdsChannel.h"
 #include "TdsSession.h"
 
 #include <QByteArray>
 #include <QString>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 
-// One client socket: joins packets into messages, hands them to its TdsSession and cuts the reply
-// into packets of the agreed size. Runs on a thread of its own until the client goes, the client
-// breaks the protocol, or the listener shuts the socket.
+class TdsLoginGuard;
+
+// What a connection needs to know beyond its channel.
+struct TdsConnectionSettings {
+    QString folder;
+    QString serverName;
+    uint16_t spid = 51;
+    int loginTimeoutMs = 30000;              // from the first byte to a login that went through; 0 = none
+    int idleTimeoutMs = 0;                   // from one request to the next once logged in; 0 = none
+    int maxResultRows = 0;                   // the most rows one SELECT may give; 0 = no limit
+    TdsLoginGuard* loginGuard = nullptr;     // counts refused logins per client address
+    std::function<void(const QString&)> log; // refusals and closed connections, one line each
+};
+
+// One client: joins packets into messages, hands them to its TdsSession and sends the reply in
+// packets of the agreed size as it is written. Runs until the client goes, breaks the protocol,
+// outlasts a time-out, or the listener shuts the channel. Before the login a client may send only a
+// few packets of the initial size; a batch stops when the client sends ATTENTION while it runs.
 class TdsConnection {
 public:
-    TdsConnection(int socket, QString folder, QString serverName, uint16_t spid);
+    TdsConnection(std::unique_ptr<TdsChannel> channel, TdsConnectionSettings settings);
     ~TdsConnection();
     TdsConnection(const TdsConnection&) = delete;
     TdsConnection& operator=(const TdsConnection&) = delete;
@@ -23,9 +42,15 @@ public:
     // From another thread: makes a blocked Run return soon.
     void Shutdown();
     bool Finished() const { return mFinished; }
+    // The most reply bytes held at once on the way to the client.
+    qsizetype PeakReplyHeld() const { return mPeakHeld; }
 
     // The largest message a client may send; beyond it the connection ends.
     static constexpr qsizetype kMaxMessage = qsizetype(64) * 1024 * 1024;
+    // Packets a client may send before its login went through (a PRELOGIN and a LOGIN7 need two or
+    // three), and their largest size until a packet size is agreed.
+    static constexpr int kPacketsBeforeLogin = 8;
+    static constexpr int kPacketSizeBeforeLogin = 4096;
 
 private:
     struct Message {
@@ -33,15 +58,26 @@ private:
         uint8_t status = 0;
         QByteArray payload;
     };
+    enum class ReadResult { Done, Closed, TimedOut };
+    using Clock = std::chrono::steady_clock;
 
-    bool readExactly(char* into, qsizetype count);
+    ReadResult readExactly(char* into, qsizetype count, Clock::time_point deadline);
     std::optional<Message> readMessage();
-    bool attentionWaiting();
-    bool send(const QByteArray& tokens);
+    bool attentionArrived();
+    bool sendPackets(const QByteArray& tokens, bool last);
+    void log(const QString& line) const;
 
-    int mSocket;
-    uint16_t mSpid;
+    std::unique_ptr<TdsChannel> mChannel;
+    TdsConnectionSettings mSettings;
     TdsSession mSession;
+    Clock::time_point mLoginDeadline;
+    int mPacketsBeforeLogin = 0;
+    uint8_t mPacketId = 1;
     std::optional<Message> mPending; // read while looking for an ATTENTION, not handled yet
+    QString mPendingFault;           // how the client broke the protocol then
+    bool mCancelled = false;         // an ATTENTION came while a request ran
+    bool mBroken = false;            // the client went or broke the protocol while a request ran
+    bool mTimedOut = false;
+    qsizetype mPeakHeld = 0;
     std::atomic<bool> mFinished = false;
 };

@@ -4,10 +4,15 @@
 #include "TARMOError.h"
 #include "TdsConnection.h"
 
+#include <QDateTime>
 #include <QSysInfo>
 
+#include <cstdio>
+
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <fcntl.h>
 #include <list>
@@ -17,6 +22,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 
@@ -29,12 +35,37 @@ struct Client {
     std::thread thread;
 };
 
+// The address of a client as text, for the log and the count of refused logins.
+QString peerName(const sockaddr_storage& address) {
+    char text[INET6_ADDRSTRLEN] = {};
+    if (address.ss_family == AF_INET6) {
+        const auto* a6 = reinterpret_cast<const sockaddr_in6*>(&address);
+        ::inet_ntop(AF_INET6, &a6->sin6_addr, text, sizeof text);
+    } else if (address.ss_family == AF_INET) {
+        const auto* a4 = reinterpret_cast<const sockaddr_in*>(&address);
+        ::inet_ntop(AF_INET, &a4->sin_addr, text, sizeof text);
+    }
+    return text[0] ? QString::fromLatin1(text) : QStringLiteral("unknown");
+}
+
+// accept() fails when the process or the system runs out of descriptors or memory; then the
+// listener waits for connections to end, longer each time, instead of spinning on the error.
+constexpr int kFirstBackOffMs = 10;
+constexpr int kMaxBackOffMs = 1000;
+
+int milliseconds(int seconds) {
+    return int(std::clamp<qint64>(qint64(seconds) * 1000, 0, INT_MAX));
+}
+
 } // namespace
 
 class ListenerState {
 public:
     QString folder;
     QString serverName;
+    TdsLimits limits;
+    std::function<void(const QString&)> logSink;
+    std::unique_ptr<TdsLoginGuard> loginGuard;
     int listenSocket = -1;
     int wakeRead = -1, wakeWrite = -1; // wakes the accepting thread for Stop
     uint16_t port = 0;
@@ -46,7 +77,25 @@ public:
 
     void AcceptLoop();
     void Reap(bool all);
+    void Log(const QString& line) const;
+    // Waits ms unless Stop comes first; false when it came.
+    bool WaitForStop(int ms) const;
 };
+
+void ListenerState::Log(const QString& line) const {
+    const QString stamped =
+        QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs) + QStringLiteral(" ") + line;
+    if (logSink) {
+        logSink(stamped);
+        return;
+    }
+    std::fprintf(stderr, "%s\n", stamped.toLocal8Bit().constData());
+}
+
+bool ListenerState::WaitForStop(int ms) const {
+    pollfd wake{wakeRead, POLLIN, 0};
+    return !(::poll(&wake, 1, ms) > 0 && wake.revents != 0);
+}
 
 void ListenerState::Reap(bool all) {
     std::list<Client> done;
@@ -68,6 +117,7 @@ void ListenerState::Reap(bool all) {
 }
 
 void ListenerState::AcceptLoop() {
+    int backOffMs = 0;
     for (;;) {
         pollfd fds[2] = {{listenSocket, POLLIN, 0}, {wakeRead, POLLIN, 0}};
         if (::poll(fds, 2, 1000) < 0 && errno != EINTR)
@@ -77,18 +127,58 @@ void ListenerState::AcceptLoop() {
         Reap(false);
         if (!(fds[0].revents & POLLIN))
             continue;
-        const int socket = ::accept4(listenSocket, nullptr, nullptr, SOCK_CLOEXEC);
-        if (socket < 0)
+        sockaddr_storage address{};
+        socklen_t addressLength = sizeof address;
+        const int socket =
+            ::accept4(listenSocket, reinterpret_cast<sockaddr*>(&address), &addressLength, SOCK_CLOEXEC);
+        if (socket < 0) {
+            const int error = errno;
+            if (error != EMFILE && error != ENFILE && error != ENOBUFS && error != ENOMEM)
+                continue; // the client went before it was taken, or a signal: nothing to wait for
+            if (backOffMs == 0)
+                Log(QStringLiteral("can't accept connections: %1; waiting for some to end")
+                        .arg(QString::fromLocal8Bit(std::strerror(error))));
+            backOffMs = backOffMs == 0 ? kFirstBackOffMs : std::min(backOffMs * 2, kMaxBackOffMs);
+            if (!WaitForStop(backOffMs))
+                return;
             continue;
-        const int one = 1;
-        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+        }
+        backOffMs = 0;
+        const QString peer = peerName(address);
         std::lock_guard<std::mutex> guard(lock);
         ++accepted;
+        int active = 0;
+        for (const Client& c : clients)
+            active += c.connection->Finished() ? 0 : 1;
+        if (limits.maxConnections > 0 && active >= limits.maxConnections) {
+            // Closed before a byte is read: the client sees the connection end and can try later.
+            Log(QStringLiteral("client %1: refused: %2 connections are open already").arg(peer).arg(active));
+            ::close(socket);
+            continue;
+        }
+        const int one = 1;
+        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+        TdsConnectionSettings settings;
+        settings.folder = folder;
+        settings.serverName = serverName;
+        settings.spid = nextSpid;
+        settings.loginTimeoutMs = milliseconds(limits.loginTimeoutSeconds);
+        settings.idleTimeoutMs = milliseconds(limits.idleTimeoutSeconds);
+        settings.maxResultRows = limits.maxResultRows;
+        settings.loginGuard = loginGuard.get();
+        settings.log = [this](const QString& line) { Log(line); };
         Client client;
-        client.connection = std::make_unique<TdsConnection>(socket, folder, serverName, nextSpid);
+        client.connection = std::make_unique<TdsConnection>(std::make_unique<TdsSocketChannel>(socket, peer),
+                                                            std::move(settings));
         nextSpid = nextSpid >= 32000 ? 51 : uint16_t(nextSpid + 1);
         TdsConnection* connection = client.connection.get();
-        client.thread = std::thread([connection] { connection->Run(); });
+        try {
+            client.thread = std::thread([connection] { connection->Run(); });
+        } catch (const std::system_error& e) {
+            // Out of threads: this client goes (its socket closes with it), the others stay.
+            Log(QStringLiteral("client %1: refused: %2").arg(peer, QString::fromLocal8Bit(e.what())));
+            continue;
+        }
         clients.push_back(std::move(client));
     }
 }
@@ -107,6 +197,14 @@ TdsListener::~TdsListener() {
 
 void TdsListener::SetServerName(const QString& name) {
     mState->serverName = name;
+}
+
+void TdsListener::SetLimits(const TdsLimits& limits) {
+    mState->limits = limits;
+}
+
+void TdsListener::SetLog(std::function<void(const QString&)> log) {
+    mState->logSink = std::move(log);
 }
 
 uint16_t TdsListener::Start(const QString& address, uint16_t port) {
@@ -156,6 +254,7 @@ uint16_t TdsListener::Start(const QString& address, uint16_t port) {
     mState->wakeRead = wake[0];
     mState->wakeWrite = wake[1];
     mState->accepted = 0;
+    mState->loginGuard = std::make_unique<TdsLoginGuard>(mState->limits.loginDelays);
     ListenerState* state = mState.get();
     mState->acceptor = std::thread([state] { state->AcceptLoop(); });
     return mState->port;

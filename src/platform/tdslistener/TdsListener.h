@@ -1,11 +1,24 @@
 #pragma once
 
+#include "TdsLoginGuard.h"
+
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 class ListenerState;
+
+// What the listener grants its clients, so that no one client, and no crowd of them, can take the
+// server down.
+struct TdsLimits {
+    int maxConnections = 256;     // beyond it a new connection is closed at once
+    int loginTimeoutSeconds = 30; // a connection not logged in by then is closed; 0 = none
+    int idleTimeoutSeconds = 0;   // a session without a request this long is closed; 0 = none
+    int maxResultRows = 1000000;  // the most rows one SELECT may give a client; 0 = no limit
+    TdsLoginDelays loginDelays;   // how refused logins from one address slow down
+};
 
 // Serves an embedded server folder over TDS 7.4 (no encryption) so that ODBC drivers, FreeTDS's
 // tools and any other SQL Server client can use it: one thread accepts, one thread per client runs
@@ -29,6 +42,11 @@ public:
 
     // The name that messages give as their server (the host name unless set before Start).
     void SetServerName(const QString& name);
+    // Both take effect at the next Start.
+    void SetLimits(const TdsLimits& limits);
+    // Where refusals, time-outs and failures to accept go, one line each without a line break; the
+    // time is put in front. Standard error unless set.
+    void SetLog(std::function<void(const QString&)> log);
     // Connections open now, and accepted since Start.
     int ActiveConnections() const;
     int AcceptedConnections() const;

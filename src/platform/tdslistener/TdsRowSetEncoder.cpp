@@ -366,6 +366,9 @@ void TdsRowSetEncoder::Write(TdsWriter& out, const SqlRowSet& rows) const {
         out.U8(Tds::Row);
         for (int c = 0; c < plans.size(); ++c)
             writeValue(out, plans[c], c < row.size() ? row[c] : QVariant());
+        // Rows go to the client as packets fill, not once the last one is written.
+        if (!out.Flush())
+            return;
     }
 }
 

@@ -29,6 +29,7 @@ public:
         : mTdsVersion(tdsVersion) {}
 
     ColumnPlan Plan(const SqlColumn& column, const QList<QVariantList>& rows, int index) const;
+    // Flushes the writer after each row; stops early when the writer's sink stopped the reply.
     void Write(TdsWriter& out, const SqlRowSet& rows) const;
 
     // The Windows-1252 code of a character; -1 when it has none.

@@ -48,28 +48,39 @@ TdsSession::TdsSession(QString folder, QString serverName)
 
 TdsSession::~TdsSession() = default;
 
-TdsSession::Reply TdsSession::Handle(uint8_t type, const QByteArray& message) {
+TdsSession::Reply TdsSession::Handle(uint8_t type, const QByteArray& message, TdsWriter& out) {
     if (!LoggedIn()) {
         if (type == Tds::PreLogin && !mPreLoginSeen)
-            return preLogin(message);
+            return preLogin(message, out);
         if (type == Tds::Login7)
-            return login(message);
+            return login(message, out);
         throw TdsProtocolError("a message other than a login before the login");
     }
     switch (type) {
     case Tds::SqlBatch:
-        return batch(message);
+        return batch(message, out);
     case Tds::Rpc:
-        return refuse(50000, QStringLiteral("This server takes statements as batches only: remote procedure "
-                                            "calls are not supported."));
+        return refuse(50000,
+                      QStringLiteral("This server takes statements as batches only: remote procedure "
+                                     "calls are not supported."),
+                      out);
     case Tds::TransactionManager:
-        return refuse(50000, QStringLiteral("This server takes statements as batches only: use BEGIN "
-                                            "TRANSACTION, COMMIT and ROLLBACK in a batch."));
+        return refuse(50000,
+                      QStringLiteral("This server takes statements as batches only: use BEGIN "
+                                     "TRANSACTION, COMMIT and ROLLBACK in a batch."),
+                      out);
     case Tds::Attention:
-        return {AttentionReply(), false};
+        out.Bytes(AttentionReply());
+        return {};
     default:
         throw TdsProtocolError("unknown message type");
     }
+}
+
+void TdsSession::SetCancelCheck(std::function<bool()> check) {
+    mCancelCheck = std::move(check);
+    if (mSession)
+        mSession->SetCancelCheck(mCancelCheck);
 }
 
 QByteArray TdsSession::AttentionReply() {
@@ -78,7 +89,13 @@ QByteArray TdsSession::AttentionReply() {
     return out.Take();
 }
 
-TdsSession::Reply TdsSession::preLogin(const QByteArray& message) {
+QByteArray TdsSession::AbandonedReply() {
+    TdsWriter out;
+    Tds::WriteDone(out, Tds::DoneError, 0, 0);
+    return out.Take();
+}
+
+TdsSession::Reply TdsSession::preLogin(const QByteArray& message, TdsWriter& out) {
     // Nothing the client offers changes our answer, but the option table must hold together.
     TdsReader in(message);
     for (;;) {
@@ -91,17 +108,23 @@ TdsSession::Reply TdsSession::preLogin(const QByteArray& message) {
             throw TdsProtocolError("prelogin option outside the message");
     }
     mPreLoginSeen = true;
-    return {Tds::PreLoginReply(), false};
+    out.Bytes(Tds::PreLoginReply());
+    return {};
 }
 
-TdsSession::Reply TdsSession::login(const QByteArray& message) {
+TdsSession::Reply TdsSession::login(const QByteArray& message, TdsWriter& out) {
     const TdsLoginRequest request = TdsLoginRequest::Parse(message);
-    TdsWriter out;
     auto fail = [&](const QList<SqlMessage>& messages) {
-        for (const SqlMessage& m : messages)
+        Reply reply{true, request.userName, QString()};
+        for (const SqlMessage& m : messages) {
             Tds::WriteMessage(out, m, mServerName);
+            if (reply.refusal.isEmpty() && m.IsError())
+                reply.refusal = m.text;
+        }
         Tds::WriteDone(out, Tds::DoneError, 0, 0);
-        return Reply{out.Take(), true};
+        if (reply.refusal.isEmpty())
+            reply.refusal = QStringLiteral("Login failed.");
+        return reply;
     };
     if (request.tdsVersion < Tds::kVersion72)
         return fail({error(18456, 14,
@@ -129,6 +152,9 @@ TdsSession::Reply TdsSession::login(const QByteArray& message) {
                 error(18456, 14, QStringLiteral("Login failed for user '%1'.").arg(request.userName)));
         return fail(messages);
     }
+    if (mCancelCheck)
+        mSession->SetCancelCheck(mCancelCheck);
+    mSession->SetRowLimit(mRowLimit);
 
     mTdsVersion = std::min(request.tdsVersion, Tds::kVersion74);
     mPacketSize = request.packetSize == 0 ? kDefaultPacketSize
@@ -145,10 +171,10 @@ TdsSession::Reply TdsSession::login(const QByteArray& message) {
     Tds::WriteEnvChange(out, Tds::EnvPacketSize, QString::number(mPacketSize),
                         QString::number(kDefaultPacketSize));
     Tds::WriteDone(out, Tds::DoneFinal, 0, 0);
-    return {out.Take(), false};
+    return {};
 }
 
-TdsSession::Reply TdsSession::batch(const QByteArray& message) {
+TdsSession::Reply TdsSession::batch(const QByteArray& message, TdsWriter& out) {
     TdsReader in(message);
     // The headers block (transaction descriptor and the like) counts its own length.
     const uint32_t headers = in.U32();
@@ -168,16 +194,19 @@ TdsSession::Reply TdsSession::batch(const QByteArray& message) {
     } catch (const std::exception& e) {
         results.append(SqlResult::Msg(error(50000, 16, QString::fromLocal8Bit(e.what()))));
     }
-    return {EncodeResults(results, before, mSession->CurrentDatabase()), false};
+    // A cancelled batch is answered by the acknowledgement alone, which the caller sends.
+    if (mCancelCheck && mCancelCheck())
+        return {};
+    EncodeResults(results, before, mSession->CurrentDatabase(), out);
+    return {};
 }
 
-QByteArray TdsSession::EncodeResults(const SqlBatchResults& results, const QString& oldDatabase,
-                                     const QString& newDatabase) const {
+void TdsSession::EncodeResults(const SqlBatchResults& results, const QString& oldDatabase,
+                               const QString& newDatabase, TdsWriter& out) const {
     const TdsRowSetEncoder rowSets(mTdsVersion == 0 ? Tds::kVersion74 : mTdsVersion);
     const bool databaseChanged = oldDatabase != newDatabase;
     bool envSent = false;
     qsizetype lastDone = -1;
-    TdsWriter out;
     auto done = [&](uint16_t status, uint16_t command, uint64_t count) {
         lastDone = out.Size();
         Tds::WriteDone(out, status | Tds::DoneMore, command, count);
@@ -190,6 +219,8 @@ QByteArray TdsSession::EncodeResults(const SqlBatchResults& results, const QStri
             if (r.rowSet.columns.isEmpty())
                 break;
             rowSets.Write(out, r.rowSet);
+            if (out.Stopped())
+                return;
             // The count the engine reports right after a SELECT belongs in the DONE of its rows.
             const bool counted = i + 1 < results.size() && results[i + 1].kind == SqlResult::Kind::RowCount &&
                                  results[i + 1].rowCount == r.rowSet.rows.size();
@@ -219,12 +250,10 @@ QByteArray TdsSession::EncodeResults(const SqlBatchResults& results, const QStri
     if (databaseChanged && !envSent)
         Tds::WriteEnvChange(out, Tds::EnvDatabase, newDatabase, oldDatabase);
     finish(out, lastDone);
-    return out.Take();
 }
 
-TdsSession::Reply TdsSession::refuse(long number, const QString& text) const {
-    TdsWriter out;
+TdsSession::Reply TdsSession::refuse(long number, const QString& text, TdsWriter& out) const {
     Tds::WriteMessage(out, error(number, 16, text), mServerName);
     Tds::WriteDone(out, Tds::DoneError, 0, 0);
-    return {out.Take(), false};
+    return {};
 }

@@ -6,19 +6,22 @@
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 class EmbeddedServer;
 class EmbeddedSession;
+class TdsWriter;
 
 // The protocol state of one client, apart from its socket: takes whole client messages (packets
-// already joined) and gives the bytes of the reply stream. PRELOGIN, then LOGIN7 against the
+// already joined) and writes the token stream of the reply. PRELOGIN, then LOGIN7 against the
 // server folder's logins, then SQL batches run by an engine session of its own.
 class TdsSession {
 public:
     struct Reply {
-        QByteArray tokens;  // the token stream of the reply; empty = no reply
-        bool close = false; // end the connection after sending it
+        bool close = false; // end the connection after sending the reply
+        QString login;      // a refused login: its name,
+        QString refusal;    // and why (the server's message); empty when no login was refused
     };
 
     TdsSession(QString folder, QString serverName);
@@ -26,30 +29,38 @@ public:
     TdsSession(const TdsSession&) = delete;
     TdsSession& operator=(const TdsSession&) = delete;
 
-    // One message of the given packet type. Throws TdsProtocolError when the client broke the
-    // protocol; the caller ends the connection then.
-    Reply Handle(uint8_t type, const QByteArray& message);
+    // One message of the given packet type; its reply goes to out (nothing = no reply). Throws
+    // TdsProtocolError when the client broke the protocol; the caller ends the connection then.
+    Reply Handle(uint8_t type, const QByteArray& message, TdsWriter& out);
+    // Asked while a batch runs; true stops it, and its results are not written.
+    void SetCancelCheck(std::function<bool()> check);
+    // The most rows one SELECT may give (the engine holds them all first); 0 = no limit.
+    void SetRowLimit(int rows) { mRowLimit = rows; }
     // The answer to an ATTENTION: a DONE that acknowledges it.
     static QByteArray AttentionReply();
+    // The answer to a request the client abandoned before its last packet.
+    static QByteArray AbandonedReply();
     // The reply of one batch's results, as a token stream. oldDatabase/newDatabase tell a change of
-    // the current database during the batch.
-    QByteArray EncodeResults(const SqlBatchResults& results, const QString& oldDatabase,
-                             const QString& newDatabase) const;
+    // the current database during the batch. Stops when the writer's sink stops the reply.
+    void EncodeResults(const SqlBatchResults& results, const QString& oldDatabase, const QString& newDatabase,
+                       TdsWriter& out) const;
 
     bool LoggedIn() const { return mSession != nullptr; }
     // The packet size agreed at login (4096 before).
     int PacketSize() const { return mPacketSize; }
 
 private:
-    Reply preLogin(const QByteArray& message);
-    Reply login(const QByteArray& message);
-    Reply batch(const QByteArray& message);
-    Reply refuse(long number, const QString& text) const;
+    Reply preLogin(const QByteArray& message, TdsWriter& out);
+    Reply login(const QByteArray& message, TdsWriter& out);
+    Reply batch(const QByteArray& message, TdsWriter& out);
+    Reply refuse(long number, const QString& text, TdsWriter& out) const;
 
     QString mFolder;
     QString mServerName;
     std::unique_ptr<EmbeddedServer> mServer;
     std::unique_ptr<EmbeddedSession> mSession;
+    std::function<bool()> mCancelCheck;
+    int mRowLimit = 0;
     uint32_t mTdsVersion = 0;
     int mPacketSize = 4096;
     bool mPreLoginSeen = false;

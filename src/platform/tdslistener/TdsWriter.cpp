@@ -1,5 +1,7 @@
 #include "TdsWriter.h"
 
+#include <algorithm>
+
 void TdsWriter::U16(uint16_t value) {
     U8(uint8_t(value));
     U8(uint8_t(value >> 8));
@@ -43,10 +45,42 @@ void TdsWriter::UsVarchar(const QString& text) {
 }
 
 void TdsWriter::PatchU16(qsizetype at, uint16_t value) {
+    at -= mBase;
+    if (at < 0 || at + 2 > mData.size())
+        return; // handed on already, or dropped after a stop
     mData[at] = char(value & 0xff);
     mData[at + 1] = char(value >> 8);
 }
 
 uint16_t TdsWriter::ReadU16(qsizetype at) const {
+    at -= mBase;
+    if (at < 0 || at + 2 > mData.size())
+        return 0;
     return uint16_t(uint8_t(mData[at]) | (uint8_t(mData[at + 1]) << 8));
+}
+
+void TdsWriter::SetSink(qsizetype piece, std::function<bool(const QByteArray&)> sink) {
+    mPiece = std::max<qsizetype>(piece, 1);
+    mSink = std::move(sink);
+}
+
+bool TdsWriter::Flush() {
+    if (mStopped) {
+        mBase += mData.size();
+        mData.clear();
+        return false;
+    }
+    mPeakHeld = std::max(mPeakHeld, mData.size());
+    if (!mSink || mData.size() < mPiece)
+        return true;
+    const qsizetype whole = mData.size() / mPiece * mPiece;
+    if (!mSink(QByteArray::fromRawData(mData.constData(), whole))) {
+        mStopped = true;
+        mBase += mData.size();
+        mData.clear();
+        return false;
+    }
+    mData.remove(0, whole);
+    mBase += whole;
+    return true;
 }

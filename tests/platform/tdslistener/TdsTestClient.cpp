@@ -65,7 +65,13 @@ void TdsTestClient::SendRaw(const QByteArray& bytes) {
 }
 
 void TdsTestClient::SendMessage(uint8_t type, const QByteArray& payload, int packetSize) {
+    SendRaw(Packets(type, payload, packetSize));
+}
+
+QByteArray TdsTestClient::Packets(uint8_t type, const QByteArray& payload, int packetSize,
+                                  uint8_t lastStatus) {
     const qsizetype room = packetSize - 8;
+    QByteArray bytes;
     uint8_t id = 1;
     qsizetype at = 0;
     do {
@@ -73,15 +79,36 @@ void TdsTestClient::SendMessage(uint8_t type, const QByteArray& payload, int pac
         const bool last = at + chunk >= payload.size();
         TdsWriter packet;
         packet.U8(type);
-        packet.U8(last ? 1 : 0);
+        packet.U8(last ? lastStatus : 0);
         packet.U16BE(uint16_t(chunk + 8));
         packet.U16BE(0);
         packet.U8(id++);
         packet.U8(0);
         packet.Bytes(payload.mid(at, chunk));
-        SendRaw(packet.Data());
+        bytes.append(packet.Data());
         at += chunk;
     } while (at < payload.size());
+    return bytes;
+}
+
+QList<QByteArray> TdsTestClient::Messages(const QByteArray& stream, int* packets) {
+    QList<QByteArray> messages;
+    QByteArray payload;
+    qsizetype at = 0;
+    while (at + 8 <= stream.size()) {
+        const int length = (uint8_t(stream[at + 2]) << 8) | uint8_t(stream[at + 3]);
+        if (uint8_t(stream[at]) != 0x04 || length < 8 || at + length > stream.size())
+            throw std::runtime_error("malformed reply packet");
+        payload.append(stream.mid(at + 8, length - 8));
+        if (packets)
+            ++*packets;
+        if (stream[at + 1] & 1)
+            messages.append(std::exchange(payload, QByteArray()));
+        at += length;
+    }
+    if (at != stream.size() || !payload.isEmpty())
+        throw std::runtime_error("a reply ends inside a message");
+    return messages;
 }
 
 void TdsTestClient::CloseWrite() {

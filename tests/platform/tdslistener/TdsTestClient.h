@@ -36,6 +36,12 @@ public:
     static QByteArray Login7(const QString& user, const QString& password, const QString& database,
                              uint32_t packetSize = 4096, uint32_t tdsVersion = 0x74000004);
     static QByteArray BatchPayload(const QString& sql);
+    // The packets of one message, as SendMessage sends them; lastStatus 3 abandons the message.
+    static QByteArray Packets(uint8_t type, const QByteArray& payload, int packetSize = 4096,
+                              uint8_t lastStatus = 1);
+    // The reply messages in a stream of server packets; throws when a packet is malformed or the
+    // stream ends inside a message. packets counts the packets seen.
+    static QList<QByteArray> Messages(const QByteArray& stream, int* packets = nullptr);
 
     struct Token {
         uint8_t type = 0;

@@ -58,7 +58,9 @@ TEST_F(ToolsThroughListener, TarmoSqlPrintsTheSameOnBothRoads) {
 TEST_F(ToolsThroughListener, TarmoServerServesAFolderUntilTerminated) {
     QProcess server;
     server.start(QStringLiteral(TARMO_SERVER_TOOL),
-                 {Folder(), QStringLiteral("--port"), QStringLiteral("0")});
+                 {Folder(), QStringLiteral("--port"), QStringLiteral("0"),
+                  QStringLiteral("--max-connections"), QStringLiteral("4"), QStringLiteral("--login-timeout"),
+                  QStringLiteral("20"), QStringLiteral("--idle-timeout"), QStringLiteral("600")});
     ASSERT_TRUE(server.waitForStarted(10000));
     QString banner;
     while (!banner.contains(QLatin1Char('\n')) && server.waitForReadyRead(10000))
@@ -87,6 +89,9 @@ TEST_F(ToolsThroughListener, TarmoServerRefusesWhatItCantServe) {
     EXPECT_EQ(run({empty.Path()}).first, 1) << "not a server folder";
     EXPECT_EQ(run({}).first, 2);
     EXPECT_EQ(run({Folder(), QStringLiteral("--port"), QStringLiteral("x")}).first, 2);
+    EXPECT_EQ(run({Folder(), QStringLiteral("--max-connections"), QStringLiteral("0")}).first, 2);
+    EXPECT_EQ(run({Folder(), QStringLiteral("--idle-timeout"), QStringLiteral("-1")}).first, 2);
+    EXPECT_EQ(run({Folder(), QStringLiteral("--login-timeout")}).first, 2);
     // The listener of this suite holds its port already.
     const auto [code, err] = run({Folder(), QStringLiteral("--port"), QString::number(Port())});
     EXPECT_EQ(code, 1);
