@@ -225,12 +225,26 @@ void Add(sqlite3_context* ctx, int argc, sqlite3_value** a) {
         sqlite3_result_null(ctx);
 }
 
-void BitXor(sqlite3_context* ctx, int, sqlite3_value** a) {
-    if (IsNull(a[0]) || IsNull(a[1])) {
-        sqlite3_result_null(ctx);
-        return;
+// tsql_bitxor(a, b, ...): a ^ b ^ ..., packed terms unpacked as for tsql_add.
+void BitXor(sqlite3_context* ctx, int argc, sqlite3_value** a) {
+    qint64 result = 0;
+    bool null = false;
+    const auto xorWith = [&](const Term& t) {
+        null = null || t.type == SQLITE_NULL;
+        result ^= t.type == SQLITE_INTEGER ? t.integer : qint64(t.real);
+    };
+    for (int i = 0; i < argc; ++i) {
+        if (sqlite3_value_subtype(a[i]) == kPackSubtype) {
+            for (const Term& t : Unpack(a[i]))
+                xorWith(t);
+        } else {
+            xorWith(TermOf(a[i]));
+        }
     }
-    sqlite3_result_int64(ctx, sqlite3_value_int64(a[0]) ^ sqlite3_value_int64(a[1]));
+    if (null)
+        sqlite3_result_null(ctx);
+    else
+        sqlite3_result_int64(ctx, result);
 }
 
 void Len(sqlite3_context* ctx, int, sqlite3_value** a) {
@@ -926,7 +940,7 @@ void SqlFunctions::Register(sqlite3* db) {
     const Entry entries[] = {
         {"tsql_add", -1, Add, true},
         {"tsql_pack", -1, Pack, true},
-        {"tsql_bitxor", 2, BitXor, true},
+        {"tsql_bitxor", -1, BitXor, true},
         {"tsql_len", 1, Len, true},
         {"tsql_datalength", 1, DataLength, true},
         {"tsql_upper", 1, Upper, true},

@@ -264,28 +264,29 @@ QString SqlTranslator::Binary(const SqlExpr& e) {
 
 QString SqlTranslator::Chain(const QList<const SqlExpr*>& operands, const QStringList& ops) {
     QString acc = Expr(*operands[0]);
-    int group = 0;   // SQLite's group of the operators written into acc without parentheses
-    QStringList sum; // the terms of a run of +, folded by one call
+    int group = 0;      // SQLite's group of the operators written into acc without parentheses
+    QStringList folded; // the terms of a run of + or of ^, folded by one call
+    QString foldedOp;
     const auto close = [&] {
-        if (!sum.isEmpty())
-            acc = Sum(sum);
+        if (!folded.isEmpty())
+            acc = Fold(foldedOp == QLatin1String("+") ? QStringLiteral("tsql_add")
+                                                      : QStringLiteral("tsql_bitxor"),
+                       folded);
         else if (group != 0)
             acc = u'(' + acc + u')';
-        sum.clear();
+        folded.clear();
         group = 0;
     };
     for (qsizetype i = 0; i < ops.size(); ++i) {
         const QString& op = ops[i];
         const QString rhs = Expr(*operands[i + 1]);
-        if (op == QLatin1String("+")) {
-            if (sum.isEmpty()) {
+        if (op == QLatin1String("+") || op == QLatin1String("^")) {
+            if (folded.isEmpty() || op != foldedOp) {
                 close();
-                sum.append(acc);
+                folded.append(acc);
+                foldedOp = op;
             }
-            sum.append(rhs);
-        } else if (op == QLatin1String("^")) {
-            close();
-            acc = QStringLiteral("tsql_bitxor(%1, %2)").arg(acc, rhs);
+            folded.append(rhs);
         } else {
             const int g = SqliteGroup(op);
             if (g != group)
@@ -298,10 +299,10 @@ QString SqlTranslator::Chain(const QList<const SqlExpr*>& operands, const QStrin
     return acc;
 }
 
-// tsql_add folds its arguments from left to right, as the server adds and joins. SQLite takes
-// only so many arguments in one call, so a long sum hands its terms over packed: tsql_pack keeps
-// its arguments in their order, and tsql_add unpacks them.
-QString SqlTranslator::Sum(QStringList terms) {
+// tsql_add and tsql_bitxor fold their arguments from left to right, as the server reads a + b + c.
+// SQLite takes only so many arguments in one call, so a long chain hands its terms over packed:
+// tsql_pack keeps its arguments in their order, and the fold unpacks them.
+QString SqlTranslator::Fold(const QString& function, QStringList terms) {
     while (terms.size() > kArgsPerCall) {
         QStringList packed;
         for (qsizetype i = 0; i < terms.size(); i += kArgsPerCall)
@@ -309,7 +310,7 @@ QString SqlTranslator::Sum(QStringList terms) {
                           terms.mid(i, kArgsPerCall).join(QStringLiteral(", ")) + u')');
         terms = packed;
     }
-    return QStringLiteral("tsql_add(") + terms.join(QStringLiteral(", ")) + u')';
+    return function + u'(' + terms.join(QStringLiteral(", ")) + u')';
 }
 
 QString SqlTranslator::Expr(const SqlExpr& e) {

@@ -57,7 +57,7 @@ private:
     QString Joins(const SqlTableRef& ref);
     QString Binary(const SqlExpr& e);
     QString Chain(const QList<const SqlExpr*>& operands, const QStringList& ops);
-    static QString Sum(QStringList terms);
+    static QString Fold(const QString& function, QStringList terms);
     QString Function(const SqlExpr& e);
     QString ObjectProperty(const SqlExpr& e);
 
