@@ -21,9 +21,9 @@ class SqlParser {
 public:
     // Levels of statements within statements (BEGIN...END, IF, ELSE IF, WHILE) and of expressions
     // and queries within one statement. Chosen so that the deepest batch, parsed, translated and
-    // run, stays within a 2 MB thread stack, and within 8 MB under the address sanitizer.
-    static constexpr int kMaxStatementNesting = 1000;
-    static constexpr int kMaxExpressionNesting = 200;
+    // run, stays within 1 MB of stack, and within half of 8 MB under the address sanitizer.
+    static constexpr int kMaxStatementNesting = 500;
+    static constexpr int kMaxExpressionNesting = 128;
 
     SqlParser(const QString& batch, bool quotedIdentifier);
     QList<SqlStatementP> ParseBatch(QList<SqlSyntaxError>* errors);

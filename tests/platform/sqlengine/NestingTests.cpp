@@ -102,13 +102,13 @@ TEST_F(Nesting, TenThousandLevelsOfAnyKindEndInError191AndTheSessionGoesOn) {
 }
 
 TEST_F(Nesting, WhatSqliteCantNestIs191TooAndShallowNestingRuns) {
-    EXPECT_EQ(Scalar(*session, "SELECT " + Repeat("(", 150) + "7" + Repeat(")", 150)).toInt(), 7);
+    EXPECT_EQ(Scalar(*session, "SELECT " + Repeat("(", 100) + "7" + Repeat(")", 100)).toInt(), 7);
     EXPECT_EQ(Scalar(*session, "SELECT " + Repeat("ABS(", 20) + "-3" + Repeat(")", 20)).toInt(), 3);
     EXPECT_EQ(Scalar(*session, "SELECT " + Repeat("(SELECT ", 10) + "5" + Repeat(")", 10)).toInt(), 5);
-    EXPECT_EQ(Execute(*session, Repeat("BEGIN ", 500) + "PRINT 'deep'" + Repeat(" END", 500)).prints.size(),
+    EXPECT_EQ(Execute(*session, Repeat("BEGIN ", 400) + "PRINT 'deep'" + Repeat(" END", 400)).prints.size(),
               1);
     // Within the parser's limits but past SQLite's.
-    ExpectTooDeep(Execute(*session, "SELECT " + Repeat("ABS(", 150) + "1" + Repeat(")", 150)), "calls");
+    ExpectTooDeep(Execute(*session, "SELECT " + Repeat("ABS(", 60) + "1" + Repeat(")", 60)), "calls");
     ExpectTooDeep(Execute(*session, "SELECT " + Repeat("(SELECT ", 60) + "1" + Repeat(")", 60)),
                   "subqueries");
 }
