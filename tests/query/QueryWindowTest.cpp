@@ -109,6 +109,22 @@ TEST_F(QueryWindowTest, ExecuteShowsGridsAndParseOnlyChecks) {
     EXPECT_FALSE(grid->MessagesText().contains(QStringLiteral("[")));
 }
 
+// The program hosts the embedded server: a batch nested past the server's limit must end in its
+// error 191, shown in the messages, and not take the program and the user's texts down with it.
+TEST_F(QueryWindowTest, ATooDeeplyNestedBatchIsAnErrorInTheMessages) {
+    frmSQLQuery* form = openQuery();
+    ASSERT_TRUE(form);
+    form->txtSQL()->SetText(QStringLiteral("SELECT ") + QString(10000, u'(') + u'1' + QString(10000, u')') +
+                            QStringLiteral("\nGO\nSELECT 2 AS after\n"));
+    click(form, "SQWBAR:EXECUTE");
+    multiGrid* grid = form->grdResults();
+    EXPECT_EQ(grid->GridCount(), 1) << "the next batch still runs";
+    EXPECT_TRUE(grid->MessagesShowing());
+    EXPECT_TRUE(grid->MessagesText().contains(
+        QStringLiteral("Some part of your SQL statement is nested too deeply.")))
+        << grid->MessagesText().toStdString();
+}
+
 TEST_F(QueryWindowTest, ASelectionRunsAloneAndItsErrorLinesCountFromIt) {
     frmSQLQuery* form = openQuery();
     ASSERT_TRUE(form);

@@ -170,3 +170,32 @@ TEST(SqlCommandLineTool, PasswordsFromTheEnvironment) {
     EXPECT_EQ(run({"-S", server, "-U", "sa", "-Q", "SELECT 1"}, "wrong", &err), 1);
     EXPECT_EQ(err, QStringLiteral("tarmo-sql: Login failed for user 'sa'.\n"));
 }
+
+// Nesting the server refuses ends that batch with its error 191; the tool lives on to run the next.
+TEST(SqlCommandLineTool, TooDeepABatchIsAnErrorNotACrash) {
+    QTemporaryDir dir;
+    const QString folder = dir.filePath(QStringLiteral("srv"));
+    QProcess init;
+    init.start(QStringLiteral(TARMO_SQL_TOOL), {"--init-server", folder, "--sa-password", "pw"});
+    ASSERT_TRUE(init.waitForFinished(60000));
+    ASSERT_EQ(init.exitCode(), 0);
+
+    const QString script = dir.filePath(QStringLiteral("deep.sql"));
+    QFile file(script);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("PRINT 'before'\nGO\nSELECT " + QByteArray(10000, '(') + "1" + QByteArray(10000, ')') +
+               "\nGO\nSET NOCOUNT ON\nSELECT 1" + QByteArray(20000 - 1, ' ').replace(" ", "+1") +
+               " AS total\n");
+    file.close();
+    QProcess p;
+    p.start(QStringLiteral(TARMO_SQL_TOOL),
+            {"-S", "embedded:" + folder, "-U", "sa", "-P", "pw", "-h", "-1", "-W", "-b", "-i", script});
+    ASSERT_TRUE(p.waitForFinished(60000));
+    EXPECT_EQ(p.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(p.exitCode(), 1);
+    EXPECT_EQ(QString::fromUtf8(p.readAllStandardOutput()), QStringLiteral("before\n20000\n"));
+    EXPECT_EQ(
+        QString::fromUtf8(p.readAllStandardError()),
+        QStringLiteral("Msg 191, Level 15, State 1, Line 1\nSome part of your SQL statement is nested too "
+                       "deeply. Rewrite the query or break it up into smaller queries.\n"));
+}

@@ -395,6 +395,10 @@ ServerError SessionState::MapSqliteError(const SqliteError& e, const QString& ve
     }
     if (m.startsWith(QLatin1String("CHECK constraint failed: ")))
         return ServerError::Make(8152, 16, QStringLiteral("String or binary data would be truncated."));
+    // SQLite's parser takes fewer levels of nesting than ours.
+    if (m.contains(QLatin1String("parser stack overflow")) ||
+        m.startsWith(QLatin1String("Expression tree is too large")))
+        return ServerError::TooDeep();
     if (m.contains(QLatin1String("database is locked")) || m.contains(QLatin1String("busy")))
         return ServerError::Make(1222, 16, QStringLiteral("Lock request time out period exceeded."));
     return ServerError::Make(

@@ -56,6 +56,11 @@ struct SqlExpr {
     bool hasElse = false; // CASE
     bool hasOperand = false;
     int line = 1;
+
+    SqlExpr() = default;
+    SqlExpr(const SqlExpr&) = default;
+    SqlExpr& operator=(const SqlExpr&) = default;
+    ~SqlExpr();
 };
 
 struct SqlTableRef {
@@ -69,6 +74,11 @@ struct SqlTableRef {
     QString joinType; // INNER, LEFT, RIGHT, FULL, CROSS
     SqlExprP on;
     int line = 1;
+
+    SqlTableRef() = default;
+    SqlTableRef(const SqlTableRef&) = default;
+    SqlTableRef& operator=(const SqlTableRef&) = default;
+    ~SqlTableRef();
 };
 using SqlTableRefP = std::shared_ptr<SqlTableRef>;
 

@@ -9,6 +9,7 @@
 #include <QRegularExpression>
 #include <QUuid>
 #include <cmath>
+#include <cstring>
 #include <sqlite3.h>
 
 namespace {
@@ -71,48 +72,184 @@ QString FormatDate(const QDateTime& d) {
     return d.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
 }
 
-// value + value: text joins text, everything else adds.
-void Add(sqlite3_context* ctx, int, sqlite3_value** a) {
-    if (IsNull(a[0]) || IsNull(a[1])) {
-        sqlite3_result_null(ctx);
+// One term of a sum, held outside SQLite so that a fold carries it from one step to the next.
+struct Term {
+    int type = SQLITE_NULL;
+    qint64 integer = 0;
+    double real = 0;
+    QString text; // a text, or a blob's bytes read as text
+};
+
+// Packed terms are a blob of this subtype; see tsql_pack.
+constexpr unsigned int kPackSubtype = 'P';
+
+Term TermOf(sqlite3_value* v) {
+    Term t;
+    t.type = sqlite3_value_type(v);
+    if (t.type == SQLITE_INTEGER)
+        t.integer = sqlite3_value_int64(v);
+    else if (t.type != SQLITE_NULL)
+        t.real = sqlite3_value_double(v);
+    if (t.type == SQLITE_TEXT || t.type == SQLITE_BLOB)
+        t.text = Text(v);
+    return t;
+}
+
+bool NumberOf(const Term& t, double* value, QString* error) {
+    if (t.type != SQLITE_TEXT || ParseNumber(t.text, value))
+        return true;
+    *error = QStringLiteral("Conversion failed when converting the varchar value '%1' to data type int.")
+                 .arg(t.text);
+    return false;
+}
+
+// acc + term: text joins text, everything else adds. Gives false and the server's message when a
+// text is no number.
+bool AddTerm(Term& acc, const Term& b, QString* error) {
+    if (acc.type == SQLITE_NULL || b.type == SQLITE_NULL) {
+        acc = Term();
+        return true;
+    }
+    if (acc.type == SQLITE_TEXT && b.type == SQLITE_TEXT) {
+        acc.text += b.text;
+        return true;
+    }
+    if (acc.type == SQLITE_INTEGER && b.type == SQLITE_INTEGER) {
+        acc.integer = qint64(quint64(acc.integer) + quint64(b.integer));
+        return true;
+    }
+    double x = acc.real, y = b.real;
+    if (!NumberOf(acc, &x, error) || !NumberOf(b, &y, error))
+        return false;
+    const auto integral = [](const Term& t, double v) {
+        return t.type == SQLITE_INTEGER ||
+               (t.type == SQLITE_TEXT && std::floor(v) == v && !t.text.contains(u'.'));
+    };
+    if (integral(acc, x) && integral(b, y)) {
+        acc.integer = qint64(quint64(acc.type == SQLITE_INTEGER ? acc.integer : qint64(x)) +
+                             quint64(b.type == SQLITE_INTEGER ? b.integer : qint64(y)));
+        acc.type = SQLITE_INTEGER;
+    } else {
+        acc.real = (acc.type == SQLITE_INTEGER ? double(acc.integer) : x) +
+                   (b.type == SQLITE_INTEGER ? double(b.integer) : y);
+        acc.type = SQLITE_FLOAT;
+    }
+    acc.text.clear();
+    return true;
+}
+
+void AppendPacked(QByteArray& pack, sqlite3_value* v) {
+    if (sqlite3_value_subtype(v) == kPackSubtype) {
+        pack.append(static_cast<const char*>(sqlite3_value_blob(v)), sqlite3_value_bytes(v));
         return;
     }
-    const int t0 = sqlite3_value_type(a[0]), t1 = sqlite3_value_type(a[1]);
-    if (t0 == SQLITE_TEXT && t1 == SQLITE_TEXT) {
-        ResultText(ctx, Text(a[0]) + Text(a[1]));
-        return;
+    const Term t = TermOf(v);
+    pack.append(char(t.type));
+    if (t.type == SQLITE_INTEGER) {
+        pack.append(reinterpret_cast<const char*>(&t.integer), sizeof t.integer);
+    } else if (t.type == SQLITE_FLOAT) {
+        pack.append(reinterpret_cast<const char*>(&t.real), sizeof t.real);
+    } else if (t.type != SQLITE_NULL) {
+        const QByteArray bytes = t.text.toUtf8();
+        const qint32 size = qint32(bytes.size());
+        pack.append(reinterpret_cast<const char*>(&size), sizeof size);
+        pack.append(bytes);
     }
-    if (t0 == SQLITE_INTEGER && t1 == SQLITE_INTEGER) {
-        sqlite3_result_int64(ctx, sqlite3_value_int64(a[0]) + sqlite3_value_int64(a[1]));
-        return;
+}
+
+QList<Term> Unpack(sqlite3_value* v) {
+    QList<Term> terms;
+    const char* p = static_cast<const char*>(sqlite3_value_blob(v));
+    const char* end = p + sqlite3_value_bytes(v);
+    while (p < end) {
+        Term t;
+        t.type = *p++;
+        if (t.type == SQLITE_INTEGER) {
+            memcpy(&t.integer, p, sizeof t.integer);
+            p += sizeof t.integer;
+        } else if (t.type == SQLITE_FLOAT) {
+            memcpy(&t.real, p, sizeof t.real);
+            p += sizeof t.real;
+        } else if (t.type != SQLITE_NULL) {
+            qint32 size = 0;
+            memcpy(&size, p, sizeof size);
+            p += sizeof size;
+            t.text = QString::fromUtf8(p, size);
+            p += size;
+            t.real = t.text.trimmed().toDouble();
+        }
+        terms.append(t);
     }
-    double x = 0, y = 0;
-    const QString s0 = Text(a[0]), s1 = Text(a[1]);
-    if (t0 == SQLITE_TEXT && !ParseNumber(s0, &x)) {
-        ResultError(
-            ctx, 245,
-            QStringLiteral("Conversion failed when converting the varchar value '%1' to data type int.")
-                .arg(s0));
-        return;
+    return terms;
+}
+
+// tsql_pack(a, b, ...): its arguments (packed ones spliced in) kept in order in one value, so that
+// a sum of more terms than SQLite passes to one call still reaches tsql_add in one piece.
+void Pack(sqlite3_context* ctx, int argc, sqlite3_value** a) {
+    QByteArray pack;
+    for (int i = 0; i < argc; ++i)
+        AppendPacked(pack, a[i]);
+    sqlite3_result_blob(ctx, pack.constData(), int(pack.size()), SQLITE_TRANSIENT);
+    sqlite3_result_subtype(ctx, kPackSubtype);
+}
+
+// tsql_add(a, b, ...): ((a + b) + ...) as the server reads a + b + ...
+void Add(sqlite3_context* ctx, int argc, sqlite3_value** a) {
+    Term acc;
+    bool first = true;
+    QString error;
+    const auto add = [&](const Term& t) {
+        if (first) {
+            acc = t;
+            first = false;
+            return true;
+        }
+        return AddTerm(acc, t, &error);
+    };
+    for (int i = 0; i < argc; ++i) {
+        bool ok = true;
+        if (sqlite3_value_subtype(a[i]) == kPackSubtype) {
+            for (const Term& t : Unpack(a[i]))
+                if (!(ok = add(t)))
+                    break;
+        } else {
+            ok = add(TermOf(a[i]));
+        }
+        if (!ok) {
+            ResultError(ctx, 245, error);
+            return;
+        }
     }
-    if (t1 == SQLITE_TEXT && !ParseNumber(s1, &y)) {
-        ResultError(
-            ctx, 245,
-            QStringLiteral("Conversion failed when converting the varchar value '%1' to data type int.")
-                .arg(s1));
-        return;
-    }
-    if (t0 != SQLITE_TEXT)
-        x = sqlite3_value_double(a[0]);
-    if (t1 != SQLITE_TEXT)
-        y = sqlite3_value_double(a[1]);
-    const bool integral =
-        (t0 == SQLITE_INTEGER || (t0 == SQLITE_TEXT && std::floor(x) == x && !s0.contains(u'.'))) &&
-        (t1 == SQLITE_INTEGER || (t1 == SQLITE_TEXT && std::floor(y) == y && !s1.contains(u'.')));
-    if (integral)
-        sqlite3_result_int64(ctx, qint64(x) + qint64(y));
+    if (acc.type == SQLITE_INTEGER)
+        sqlite3_result_int64(ctx, acc.integer);
+    else if (acc.type == SQLITE_FLOAT)
+        sqlite3_result_double(ctx, acc.real);
+    else if (acc.type == SQLITE_TEXT || acc.type == SQLITE_BLOB)
+        ResultText(ctx, acc.text);
     else
-        sqlite3_result_double(ctx, x + y);
+        sqlite3_result_null(ctx);
+}
+
+// tsql_bitxor(a, b, ...): a ^ b ^ ..., packed terms unpacked as for tsql_add.
+void BitXor(sqlite3_context* ctx, int argc, sqlite3_value** a) {
+    qint64 result = 0;
+    bool null = false;
+    const auto xorWith = [&](const Term& t) {
+        null = null || t.type == SQLITE_NULL;
+        result ^= t.type == SQLITE_INTEGER ? t.integer : qint64(t.real);
+    };
+    for (int i = 0; i < argc; ++i) {
+        if (sqlite3_value_subtype(a[i]) == kPackSubtype) {
+            for (const Term& t : Unpack(a[i]))
+                xorWith(t);
+        } else {
+            xorWith(TermOf(a[i]));
+        }
+    }
+    if (null)
+        sqlite3_result_null(ctx);
+    else
+        sqlite3_result_int64(ctx, result);
 }
 
 void Len(sqlite3_context* ctx, int, sqlite3_value** a) {
@@ -814,7 +951,9 @@ void SqlFunctions::Register(SqliteDb& db) {
     // that too, since no statement changes the catalogue while it runs; a later statement of the
     // same batch sees the objects the earlier ones created.
     const Entry entries[] = {
-        {"tsql_add", 2, Add, true},
+        {"tsql_add", -1, Add, true},
+        {"tsql_pack", -1, Pack, true},
+        {"tsql_bitxor", -1, BitXor, true},
         {"tsql_len", 1, Len, true},
         {"tsql_datalength", 1, DataLength, true},
         {"tsql_upper", 1, Upper, true},

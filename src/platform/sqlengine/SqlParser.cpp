@@ -1,5 +1,7 @@
 #include "SqlParser.h"
 
+#include "ServerError.h"
+
 namespace {
 
 SqlStatementP MakeStatement(SqlStatement::Kind kind, const SqlToken& at) {
@@ -93,6 +95,25 @@ void SqlParser::Unsupported(const QString& construct, int line) {
     throw Failure{};
 }
 
+SqlParser::Nesting::Nesting(SqlParser& parser, int& depth, int limit)
+    : mDepth(depth) {
+    if (depth >= limit)
+        parser.TooDeep();
+    ++mDepth;
+}
+
+void SqlParser::TooDeep() {
+    const ServerError tooDeep = ServerError::TooDeep();
+    SqlSyntaxError e;
+    e.number = tooDeep.number;
+    e.severity = tooDeep.severity;
+    e.line = Peek().line;
+    e.text = tooDeep.text;
+    if (mErrors)
+        mErrors->append(e);
+    throw Failure{};
+}
+
 QString SqlParser::ParseName() {
     const SqlToken& t = Peek();
     if (t.kind == SqlToken::Kind::QuotedName ||
@@ -173,7 +194,10 @@ QList<SqlStatementP> SqlParser::ParseBatch(QList<SqlSyntaxError>* errors) {
             out.append(s);
             AcceptSymbol(";");
         } catch (const Failure&) {
-            if (!errors || errors->size() >= 20 || errors->last().number == 50001)
+            // Past an unsupported construct or a nesting too deep, what follows would only be
+            // misread.
+            if (!errors || errors->size() >= 20 || errors->last().number == 50001 ||
+                errors->last().number == 191)
                 break;
             // Go on at the next statement on a later line, to report every error.
             const int line = mTokens[mPos].line;
@@ -221,6 +245,7 @@ SqlStatementP SqlParser::ParseBlockOrStatement() {
 }
 
 SqlStatementP SqlParser::ParseStatement(bool first) {
+    const Nesting level = StatementLevel();
     const SqlToken t = Peek();
     if (t.kind == SqlToken::Kind::Symbol && t.IsSymbol("(") && Peek(1).IsWord("SELECT")) {
         auto s = MakeStatement(SqlStatement::Kind::Select, t);

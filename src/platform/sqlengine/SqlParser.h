@@ -13,8 +13,18 @@ struct SqlSyntaxError {
 // A recursive-descent parser for T-SQL batches. The whole batch is parsed before anything runs, so
 // a syntax error anywhere keeps the batch from running, as on the server. After an error the parser
 // goes on at the next statement to report further errors.
+//
+// Nesting is limited as on the server (error 191): every recursion passes a Nesting guard, so no
+// batch can run the parser, the translator or the executor out of stack. Operator chains such as
+// 1+1+...+1 don't nest: they are read in a loop however long they are.
 class SqlParser {
 public:
+    // Levels of statements within statements (BEGIN...END, IF, ELSE IF, WHILE) and of expressions
+    // and queries within one statement. Chosen so that the deepest batch, parsed, translated and
+    // run, stays within 1 MB of stack, and within half of 8 MB under the address sanitizer.
+    static constexpr int kMaxStatementNesting = 500;
+    static constexpr int kMaxExpressionNesting = 128;
+
     SqlParser(const QString& batch, bool quotedIdentifier);
     QList<SqlStatementP> ParseBatch(QList<SqlSyntaxError>* errors);
 
@@ -28,6 +38,19 @@ public:
 private:
     struct Failure {};
 
+    class Nesting {
+    public:
+        Nesting(SqlParser& parser, int& depth, int limit);
+        ~Nesting() { --mDepth; }
+        Nesting(const Nesting&) = delete;
+        Nesting& operator=(const Nesting&) = delete;
+
+    private:
+        int& mDepth;
+    };
+    Nesting StatementLevel() { return Nesting(*this, mStatementDepth, kMaxStatementNesting); }
+    Nesting ExpressionLevel() { return Nesting(*this, mExpressionDepth, kMaxExpressionNesting); }
+
     const SqlToken& Peek(int ahead = 0) const;
     const SqlToken& Next();
     bool AtEnd() const { return Peek().kind == SqlToken::Kind::End; }
@@ -37,6 +60,7 @@ private:
     void ExpectSymbol(const char* symbol);
     [[noreturn]] void Fail(const SqlToken& at);
     [[noreturn]] void Unsupported(const QString& construct, int line);
+    [[noreturn]] void TooDeep();
     bool IsStatementStart(const SqlToken& t) const;
 
     QString ParseName(); // one identifier
@@ -84,4 +108,6 @@ private:
     int mPos = 0;
     SqlLexError mLexError;
     QList<SqlSyntaxError>* mErrors = nullptr;
+    int mStatementDepth = 0;
+    int mExpressionDepth = 0;
 };

@@ -1,6 +1,8 @@
 // Expressions and queries of the parser.
 #include "SqlParser.h"
 
+#include <vector>
+
 namespace {
 
 SqlExprP MakeExpr(SqlExpr::Kind kind, int line, const QString& text = {}) {
@@ -30,7 +32,42 @@ bool IsFunctionKeyword(const QString& w) {
 
 } // namespace
 
+// A chain such as 1+1+...+1 is a left-deep tree as deep as the chain is long; taking it apart
+// node by node here keeps its destruction off the stack.
+SqlExpr::~SqlExpr() {
+    if (args.isEmpty())
+        return;
+    std::vector<SqlExprP> pending(args.begin(), args.end());
+    args.clear();
+    while (!pending.empty()) {
+        SqlExprP e = std::move(pending.back());
+        pending.pop_back();
+        if (e && e.use_count() == 1 && !e->args.isEmpty()) {
+            pending.insert(pending.end(), e->args.begin(), e->args.end());
+            e->args.clear();
+        }
+    }
+}
+
+// The same for a long chain of joins.
+SqlTableRef::~SqlTableRef() {
+    std::vector<std::shared_ptr<SqlTableRef>> pending;
+    for (auto* side : {&left, &right})
+        if (*side)
+            pending.push_back(std::move(*side));
+    while (!pending.empty()) {
+        std::shared_ptr<SqlTableRef> r = std::move(pending.back());
+        pending.pop_back();
+        if (r.use_count() == 1) {
+            for (auto* side : {&r->left, &r->right})
+                if (*side)
+                    pending.push_back(std::move(*side));
+        }
+    }
+}
+
 SqlSelectP SqlParser::ParseSelect() {
+    const Nesting level = ExpressionLevel();
     auto sel = std::make_shared<SqlSelect>();
     sel->line = Peek().line;
     sel->cores.append(ParseSelectCore());
@@ -241,6 +278,7 @@ QString SqlParser::ParseOptionalAlias() {
 }
 
 SqlTableRefP SqlParser::ParseTablePrimary() {
+    const Nesting level = ExpressionLevel();
     auto r = std::make_shared<SqlTableRef>();
     r->line = Peek().line;
     if (AcceptSymbol("(")) {
@@ -287,6 +325,7 @@ SqlTableRefP SqlParser::ParseTablePrimary() {
 }
 
 SqlExprP SqlParser::ParseExpr() {
+    const Nesting level = ExpressionLevel();
     SqlExprP left = ParseAnd();
     while (Peek().IsWord("OR")) {
         const int line = Next().line;
@@ -312,6 +351,7 @@ SqlExprP SqlParser::ParseNot() {
     if (Peek().IsWord("NOT")) {
         const int line = Next().line;
         auto u = MakeExpr(SqlExpr::Kind::Unary, line, QStringLiteral("NOT"));
+        const Nesting level = ExpressionLevel();
         u->args = {ParseNot()};
         return u;
     }
@@ -419,6 +459,7 @@ SqlExprP SqlParser::ParseUnary() {
     if (t.IsSymbol("-") || t.IsSymbol("+") || t.IsSymbol("~")) {
         Next();
         auto u = MakeExpr(SqlExpr::Kind::Unary, t.line, t.text);
+        const Nesting level = ExpressionLevel();
         u->args = {ParseUnary()};
         return u;
     }

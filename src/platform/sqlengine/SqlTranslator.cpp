@@ -2,9 +2,88 @@
 
 #include "ServerError.h"
 
+#include <algorithm>
+
 namespace {
 const QString kNoName = QStringLiteral("__noname_");
+
+// SQLite takes at most 127 arguments in one call.
+constexpr int kArgsPerCall = 100;
+
+// The levels of binary operators; the operators of one level are read left to right.
+enum class Level { Or, And, Comparison, Additive, Multiplicative };
+
+Level LevelOf(const QString& op) {
+    if (op == QLatin1String("OR"))
+        return Level::Or;
+    if (op == QLatin1String("AND"))
+        return Level::And;
+    if (op == QLatin1String("*") || op == QLatin1String("/") || op == QLatin1String("%"))
+        return Level::Multiplicative;
+    if (op == QLatin1String("+") || op == QLatin1String("-") || op == QLatin1String("&") ||
+        op == QLatin1String("|") || op == QLatin1String("^"))
+        return Level::Additive;
+    return Level::Comparison;
 }
+
+// SQLite's own precedence among the operators it is handed: within one group, written one after
+// the other without parentheses, they still go left to right.
+int SqliteGroup(const QString& op) {
+    if (op == QLatin1String("-"))
+        return 1;
+    if (op == QLatin1String("&") || op == QLatin1String("|"))
+        return 2;
+    return 3; // * / %
+}
+
+// Combines operands of an associative operator as a balanced tree, whose depth is the logarithm of
+// their number; SQLite refuses an expression a thousand levels deep.
+QString Balanced(const QStringList& parts, const QString& op, qsizetype from, qsizetype to) {
+    if (to - from == 1)
+        return parts[from];
+    const qsizetype mid = from + (to - from) / 2;
+    return u'(' + Balanced(parts, op, from, mid) + u' ' + op + u' ' + Balanced(parts, op, mid, to) + u')';
+}
+
+const QHash<QString, QString> kDirectFunctions = {
+    {QStringLiteral("LEN"), QStringLiteral("tsql_len")},
+    {QStringLiteral("DATALENGTH"), QStringLiteral("tsql_datalength")},
+    {QStringLiteral("UPPER"), QStringLiteral("tsql_upper")},
+    {QStringLiteral("LOWER"), QStringLiteral("tsql_lower")},
+    {QStringLiteral("SUBSTRING"), QStringLiteral("tsql_substring")},
+    {QStringLiteral("LEFT"), QStringLiteral("tsql_left")},
+    {QStringLiteral("RIGHT"), QStringLiteral("tsql_right")},
+    {QStringLiteral("CHARINDEX"), QStringLiteral("tsql_charindex")},
+    {QStringLiteral("REPLACE"), QStringLiteral("tsql_replace")},
+    {QStringLiteral("REPLICATE"), QStringLiteral("tsql_replicate")},
+    {QStringLiteral("SPACE"), QStringLiteral("tsql_space")},
+    {QStringLiteral("REVERSE"), QStringLiteral("tsql_reverse")},
+    {QStringLiteral("GETDATE"), QStringLiteral("tsql_getdate")},
+    {QStringLiteral("CURRENT_TIMESTAMP"), QStringLiteral("tsql_getdate")},
+    {QStringLiteral("GETUTCDATE"), QStringLiteral("tsql_getutcdate")},
+    {QStringLiteral("NEWID"), QStringLiteral("tsql_newid")},
+    {QStringLiteral("ISNUMERIC"), QStringLiteral("tsql_isnumeric")},
+    {QStringLiteral("ISDATE"), QStringLiteral("tsql_isdate")},
+    {QStringLiteral("FLOOR"), QStringLiteral("tsql_floor")},
+    {QStringLiteral("CEILING"), QStringLiteral("tsql_ceiling")},
+    {QStringLiteral("POWER"), QStringLiteral("tsql_power")},
+};
+
+const QHash<QString, QPair<int, int>> kFunctionArity = {
+    {QStringLiteral("LEN"), {1, 1}},        {QStringLiteral("DATALENGTH"), {1, 1}},
+    {QStringLiteral("UPPER"), {1, 1}},      {QStringLiteral("LOWER"), {1, 1}},
+    {QStringLiteral("SUBSTRING"), {3, 3}},  {QStringLiteral("LEFT"), {2, 2}},
+    {QStringLiteral("RIGHT"), {2, 2}},      {QStringLiteral("CHARINDEX"), {2, 3}},
+    {QStringLiteral("REPLACE"), {3, 3}},    {QStringLiteral("REPLICATE"), {2, 2}},
+    {QStringLiteral("SPACE"), {1, 1}},      {QStringLiteral("REVERSE"), {1, 1}},
+    {QStringLiteral("GETDATE"), {0, 0}},    {QStringLiteral("CURRENT_TIMESTAMP"), {0, 0}},
+    {QStringLiteral("GETUTCDATE"), {0, 0}}, {QStringLiteral("NEWID"), {0, 0}},
+    {QStringLiteral("ISNUMERIC"), {1, 1}},  {QStringLiteral("ISDATE"), {1, 1}},
+    {QStringLiteral("FLOOR"), {1, 1}},      {QStringLiteral("CEILING"), {1, 1}},
+    {QStringLiteral("POWER"), {2, 2}},
+};
+
+} // namespace
 
 QString SqlTranslator::Quote(const QString& name) {
     // SQLite reads a statement only up to a NUL, and a name has no other way to hold one.
@@ -115,17 +194,8 @@ QString SqlTranslator::FromList(const QList<SqlTableRefP>& from) {
 
 QString SqlTranslator::TableRef(const SqlTableRef& ref) {
     switch (ref.kind) {
-    case SqlTableRef::Kind::Join: {
-        QString sql = TableRef(*ref.left);
-        sql += ref.joinType == QLatin1String("INNER") ? QStringLiteral(" JOIN ")
-               : ref.joinType == QLatin1String("CROSS")
-                   ? QStringLiteral(" CROSS JOIN ")
-                   : u' ' + ref.joinType + QStringLiteral(" OUTER JOIN ");
-        sql += TableRef(*ref.right);
-        if (ref.on)
-            sql += QStringLiteral(" ON ") + Expr(*ref.on);
-        return sql;
-    }
+    case SqlTableRef::Kind::Join:
+        return Joins(ref);
     case SqlTableRef::Kind::Subquery:
         return u'(' + Select(*ref.select) + QStringLiteral(") AS ") + Quote(ref.alias);
     case SqlTableRef::Kind::Named:
@@ -136,6 +206,111 @@ QString SqlTranslator::TableRef(const SqlTableRef& ref) {
     }
     }
     return {};
+}
+
+// a JOIN b JOIN c ... is a left-deep tree as long as the list of joins: read along its left edge.
+QString SqlTranslator::Joins(const SqlTableRef& ref) {
+    QList<const SqlTableRef*> joins;
+    const SqlTableRef* first = &ref;
+    for (; first->kind == SqlTableRef::Kind::Join; first = first->left.get())
+        joins.prepend(first);
+    QString sql = TableRef(*first);
+    for (const SqlTableRef* j : joins) {
+        sql += j->joinType == QLatin1String("INNER")   ? QStringLiteral(" JOIN ")
+               : j->joinType == QLatin1String("CROSS") ? QStringLiteral(" CROSS JOIN ")
+                                                       : u' ' + j->joinType + QStringLiteral(" OUTER JOIN ");
+        sql += TableRef(*j->right);
+        if (j->on)
+            sql += QStringLiteral(" ON ") + Expr(*j->on);
+    }
+    return sql;
+}
+
+// A chain of operators of one level (1+1+...+1, a AND b AND ...) is a left-deep tree as deep as
+// the chain is long. It is read along its left edge in a loop, and handed to SQLite in a shape whose
+// nesting doesn't grow with its length: SQLite's parser takes only about 30 nested calls or
+// parentheses.
+QString SqlTranslator::Binary(const SqlExpr& e) {
+    const Level level = LevelOf(e.text);
+    if (level == Level::Comparison) {
+        const QString a = Expr(*e.args[0]);
+        const QString b = Expr(*e.args[1]);
+        QString op = e.text;
+        if (op == QLatin1String("!<"))
+            op = QStringLiteral(">=");
+        else if (op == QLatin1String("!>"))
+            op = QStringLiteral("<=");
+        return u'(' + a + u' ' + op + u' ' + b + u')';
+    }
+    QList<const SqlExpr*> operands;
+    QStringList ops;
+    const SqlExpr* n = &e;
+    for (; n->kind == SqlExpr::Kind::Binary && LevelOf(n->text) == level; n = n->args[0].get()) {
+        operands.append(n->args[1].get());
+        ops.append(n->text);
+    }
+    operands.append(n);
+    std::reverse(operands.begin(), operands.end());
+    std::reverse(ops.begin(), ops.end());
+    if (level == Level::And || level == Level::Or) {
+        QStringList parts;
+        parts.reserve(operands.size());
+        for (const SqlExpr* o : operands)
+            parts.append(Expr(*o));
+        return Balanced(parts, e.text, 0, parts.size());
+    }
+    return Chain(operands, ops);
+}
+
+QString SqlTranslator::Chain(const QList<const SqlExpr*>& operands, const QStringList& ops) {
+    QString acc = Expr(*operands[0]);
+    int group = 0;      // SQLite's group of the operators written into acc without parentheses
+    QStringList folded; // the terms of a run of + or of ^, folded by one call
+    QString foldedOp;
+    const auto close = [&] {
+        if (!folded.isEmpty())
+            acc = Fold(foldedOp == QLatin1String("+") ? QStringLiteral("tsql_add")
+                                                      : QStringLiteral("tsql_bitxor"),
+                       folded);
+        else if (group != 0)
+            acc = u'(' + acc + u')';
+        folded.clear();
+        group = 0;
+    };
+    for (qsizetype i = 0; i < ops.size(); ++i) {
+        const QString& op = ops[i];
+        const QString rhs = Expr(*operands[i + 1]);
+        if (op == QLatin1String("+") || op == QLatin1String("^")) {
+            if (folded.isEmpty() || op != foldedOp) {
+                close();
+                folded.append(acc);
+                foldedOp = op;
+            }
+            folded.append(rhs);
+        } else {
+            const int g = SqliteGroup(op);
+            if (g != group)
+                close();
+            acc += u' ' + op + u' ' + rhs;
+            group = g;
+        }
+    }
+    close();
+    return acc;
+}
+
+// tsql_add and tsql_bitxor fold their arguments from left to right, as the server reads a + b + c.
+// SQLite takes only so many arguments in one call, so a long chain hands its terms over packed:
+// tsql_pack keeps its arguments in their order, and the fold unpacks them.
+QString SqlTranslator::Fold(const QString& function, QStringList terms) {
+    while (terms.size() > kArgsPerCall) {
+        QStringList packed;
+        for (qsizetype i = 0; i < terms.size(); i += kArgsPerCall)
+            packed.append(QStringLiteral("tsql_pack(") +
+                          terms.mid(i, kArgsPerCall).join(QStringLiteral(", ")) + u')');
+        terms = packed;
+    }
+    return function + u'(' + terms.join(QStringLiteral(", ")) + u')';
 }
 
 QString SqlTranslator::Expr(const SqlExpr& e) {
@@ -171,20 +346,8 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
         if (e.text == QLatin1String("NOT"))
             return QStringLiteral("(NOT ") + Expr(*e.args[0]) + u')';
         return u'(' + e.text + Expr(*e.args[0]) + u')';
-    case SqlExpr::Kind::Binary: {
-        const QString a = Expr(*e.args[0]);
-        const QString b = Expr(*e.args[1]);
-        if (e.text == QLatin1String("+"))
-            return QStringLiteral("tsql_add(%1, %2)").arg(a, b);
-        if (e.text == QLatin1String("^"))
-            return QStringLiteral("((%1 | %2) - (%1 & %2))").arg(a, b);
-        QString op = e.text;
-        if (op == QLatin1String("!<"))
-            op = QStringLiteral(">=");
-        else if (op == QLatin1String("!>"))
-            op = QStringLiteral("<=");
-        return u'(' + a + u' ' + op + u' ' + b + u')';
-    }
+    case SqlExpr::Kind::Binary:
+        return Binary(e);
     case SqlExpr::Kind::Function:
         return Function(e);
     case SqlExpr::Kind::Case: {
@@ -314,45 +477,9 @@ QString SqlTranslator::Function(const SqlExpr& e) {
         need(1, 1);
         return QStringLiteral("%1(%2, ' ')").arg(f.toLower(), arg(0));
     }
-    static const QHash<QString, QString> direct = {
-        {QStringLiteral("LEN"), QStringLiteral("tsql_len")},
-        {QStringLiteral("DATALENGTH"), QStringLiteral("tsql_datalength")},
-        {QStringLiteral("UPPER"), QStringLiteral("tsql_upper")},
-        {QStringLiteral("LOWER"), QStringLiteral("tsql_lower")},
-        {QStringLiteral("SUBSTRING"), QStringLiteral("tsql_substring")},
-        {QStringLiteral("LEFT"), QStringLiteral("tsql_left")},
-        {QStringLiteral("RIGHT"), QStringLiteral("tsql_right")},
-        {QStringLiteral("CHARINDEX"), QStringLiteral("tsql_charindex")},
-        {QStringLiteral("REPLACE"), QStringLiteral("tsql_replace")},
-        {QStringLiteral("REPLICATE"), QStringLiteral("tsql_replicate")},
-        {QStringLiteral("SPACE"), QStringLiteral("tsql_space")},
-        {QStringLiteral("REVERSE"), QStringLiteral("tsql_reverse")},
-        {QStringLiteral("GETDATE"), QStringLiteral("tsql_getdate")},
-        {QStringLiteral("CURRENT_TIMESTAMP"), QStringLiteral("tsql_getdate")},
-        {QStringLiteral("GETUTCDATE"), QStringLiteral("tsql_getutcdate")},
-        {QStringLiteral("NEWID"), QStringLiteral("tsql_newid")},
-        {QStringLiteral("ISNUMERIC"), QStringLiteral("tsql_isnumeric")},
-        {QStringLiteral("ISDATE"), QStringLiteral("tsql_isdate")},
-        {QStringLiteral("FLOOR"), QStringLiteral("tsql_floor")},
-        {QStringLiteral("CEILING"), QStringLiteral("tsql_ceiling")},
-        {QStringLiteral("POWER"), QStringLiteral("tsql_power")},
-    };
-    static const QHash<QString, QPair<int, int>> arity = {
-        {QStringLiteral("LEN"), {1, 1}},        {QStringLiteral("DATALENGTH"), {1, 1}},
-        {QStringLiteral("UPPER"), {1, 1}},      {QStringLiteral("LOWER"), {1, 1}},
-        {QStringLiteral("SUBSTRING"), {3, 3}},  {QStringLiteral("LEFT"), {2, 2}},
-        {QStringLiteral("RIGHT"), {2, 2}},      {QStringLiteral("CHARINDEX"), {2, 3}},
-        {QStringLiteral("REPLACE"), {3, 3}},    {QStringLiteral("REPLICATE"), {2, 2}},
-        {QStringLiteral("SPACE"), {1, 1}},      {QStringLiteral("REVERSE"), {1, 1}},
-        {QStringLiteral("GETDATE"), {0, 0}},    {QStringLiteral("CURRENT_TIMESTAMP"), {0, 0}},
-        {QStringLiteral("GETUTCDATE"), {0, 0}}, {QStringLiteral("NEWID"), {0, 0}},
-        {QStringLiteral("ISNUMERIC"), {1, 1}},  {QStringLiteral("ISDATE"), {1, 1}},
-        {QStringLiteral("FLOOR"), {1, 1}},      {QStringLiteral("CEILING"), {1, 1}},
-        {QStringLiteral("POWER"), {2, 2}},
-    };
-    auto it = direct.find(f);
-    if (it != direct.end()) {
-        const auto range = arity.value(f);
+    auto it = kDirectFunctions.find(f);
+    if (it != kDirectFunctions.end()) {
+        const auto range = kFunctionArity.value(f);
         need(range.first, range.second);
         return *it + u'(' + args() + u')';
     }

@@ -54,6 +54,10 @@ public:
 private:
     QString Core(const SqlSelectCore& core, bool wrapTop);
     QString TableRef(const SqlTableRef& ref);
+    QString Joins(const SqlTableRef& ref);
+    QString Binary(const SqlExpr& e);
+    QString Chain(const QList<const SqlExpr*>& operands, const QStringList& ops);
+    static QString Fold(const QString& function, QStringList terms);
     QString Function(const SqlExpr& e);
     QString ObjectProperty(const SqlExpr& e);
 
