@@ -21,6 +21,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <system_error>
 #include <thread>
@@ -207,6 +208,25 @@ void TdsListener::SetLog(std::function<void(const QString&)> log) {
     mState->logSink = std::move(log);
 }
 
+namespace {
+
+// The session threads parse and run what clients send. The engine refuses nesting deeper than it can
+// take on 8 MB of stack (error 191), but a thread's default stack follows `ulimit -s`, which can be
+// as small as 2 MB ("unlimited" gives that too). New threads of the process get at least 8 MB.
+void ensureSessionStack() {
+    constexpr size_t wanted = size_t{8} << 20;
+    pthread_attr_t attributes;
+    if (pthread_getattr_default_np(&attributes) != 0)
+        return;
+    size_t size = 0;
+    if (pthread_attr_getstacksize(&attributes, &size) == 0 && size < wanted &&
+        pthread_attr_setstacksize(&attributes, wanted) == 0)
+        pthread_setattr_default_np(&attributes);
+    pthread_attr_destroy(&attributes);
+}
+
+} // namespace
+
 uint16_t TdsListener::Start(const QString& address, uint16_t port) {
     Stop();
     addrinfo hints{};
@@ -256,6 +276,7 @@ uint16_t TdsListener::Start(const QString& address, uint16_t port) {
     mState->accepted = 0;
     mState->loginGuard = std::make_unique<TdsLoginGuard>(mState->limits.loginDelays);
     ListenerState* state = mState.get();
+    ensureSessionStack();
     mState->acceptor = std::thread([state] { state->AcceptLoop(); });
     return mState->port;
 }
