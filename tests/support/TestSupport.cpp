@@ -3,8 +3,10 @@
 #include "ScriptedPrompts.h"
 
 #include <QDir>
+#include <QFile>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 TempFolder::TempFolder() {
     EXPECT_TRUE(mDir.isValid());
@@ -36,4 +38,17 @@ IsolatedUserFolders::IsolatedUserFolders()
 IsolatedUserFolders::~IsolatedUserFolders() {
     qputenv("XDG_CONFIG_HOME", mOldConfig);
     qputenv("XDG_DATA_HOME", mOldData);
+}
+
+unsigned FileModeOf(const QString& path) {
+    struct stat st {};
+    EXPECT_EQ(stat(QFile::encodeName(path).constData(), &st), 0) << path.toStdString();
+    return st.st_mode & 07777;
+}
+
+ScopedUmask::ScopedUmask(mode_t mask)
+    : mOld(umask(mask)) {}
+
+ScopedUmask::~ScopedUmask() {
+    umask(mOld);
 }

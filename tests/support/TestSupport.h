@@ -4,6 +4,7 @@
 #include <QTemporaryDir>
 
 #include <memory>
+#include <sys/types.h>
 #include <ostream>
 
 class ScriptedPrompts;
@@ -53,6 +54,21 @@ template <typename Window> void Screenshot(Window* window, const QString& name) 
 }
 
 // Readable failure output: texts as text, not as bytes.
+// The permission bits of a file or folder (st_mode & 07777); a missing path fails the test.
+unsigned FileModeOf(const QString& path);
+
+// The umask of the test for as long as the object lives.
+class ScopedUmask {
+public:
+    explicit ScopedUmask(mode_t mask);
+    ~ScopedUmask();
+    ScopedUmask(const ScopedUmask&) = delete;
+    ScopedUmask& operator=(const ScopedUmask&) = delete;
+
+private:
+    mode_t mOld;
+};
+
 inline void PrintTo(const QString& text, std::ostream* os) {
     *os << '"' << text.toStdString() << '"';
 }

@@ -15,7 +15,7 @@ struct Cost {
 // A little under libsodium's interactive limits (64 MiB): a login of the program opens several
 // connections, and a server shares two cores between many sessions. Still far beyond what a guesser
 // with a graphics card gets through per second.
-constexpr Cost productCost{crypto_pwhash_OPSLIMIT_INTERACTIVE, 32u * 1024 * 1024};
+constexpr Cost productCost{crypto_pwhash_OPSLIMIT_INTERACTIVE, size_t{32} * 1024 * 1024};
 constexpr Cost cheapCost{crypto_pwhash_OPSLIMIT_MIN, crypto_pwhash_MEMLIMIT_MIN};
 
 Cost currentCost() {

@@ -72,7 +72,7 @@ std::optional<QString> TerminalPassword::FromEnvironmentOrAsk(const char* variab
 
 std::optional<QString> TerminalPassword::AskNew(const QString& prompt) {
     for (int attempt = 0; attempt < 3; ++attempt) {
-        const std::optional<QString> first = Ask(prompt);
+        std::optional<QString> first = Ask(prompt);
         if (!first)
             return std::nullopt;
         const std::optional<QString> second = Ask(QStringLiteral("Again: "));

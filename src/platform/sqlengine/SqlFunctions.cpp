@@ -163,7 +163,7 @@ QList<Term> Unpack(sqlite3_value* v) {
     const char* end = p + sqlite3_value_bytes(v);
     while (p < end) {
         Term t;
-        t.type = *p++;
+        t.type = static_cast<unsigned char>(*p++);
         if (t.type == SQLITE_INTEGER) {
             memcpy(&t.integer, p, sizeof t.integer);
             p += sizeof t.integer;

@@ -10,23 +10,6 @@
 
 namespace {
 
-unsigned modeOf(const QString& path) {
-    struct stat st {};
-    EXPECT_EQ(stat(QFile::encodeName(path).constData(), &st), 0) << path.toStdString();
-    return st.st_mode & 07777;
-}
-
-// The umask of the test for as long as the object lives.
-class Umask {
-public:
-    explicit Umask(mode_t mask)
-        : mOld(umask(mask)) {}
-    ~Umask() { umask(mOld); }
-
-private:
-    mode_t mOld;
-};
-
 } // namespace
 
 TEST(PasswordHash, NewHashesAreArgon2idWithTheirOwnSalt) {
@@ -110,17 +93,17 @@ TEST(LoginThrottle, FailuresCountPerClientWithinTheWindow) {
 TEST(GroupFiles, FoldersAndFilesAreTheGroupsWhateverTheUmask) {
     TempFolder temp;
     for (const mode_t mask : {mode_t(0), mode_t(022), mode_t(077)}) {
-        Umask scope(mask);
+        ScopedUmask scope(mask);
         const QString top = temp.Path(QStringLiteral("m%1").arg(mask));
         ASSERT_TRUE(GroupFiles::MakeFolder(top + QStringLiteral("/a/b")));
-        EXPECT_EQ(modeOf(top), 0770u);
-        EXPECT_EQ(modeOf(top + QStringLiteral("/a/b")), 0770u);
+        EXPECT_EQ(FileModeOf(top), 0770u);
+        EXPECT_EQ(FileModeOf(top + QStringLiteral("/a/b")), 0770u);
         const QString file = top + QStringLiteral("/a/b/f.db");
         ASSERT_TRUE(GroupFiles::EnsureFile(file));
-        EXPECT_EQ(modeOf(file), 0660u);
+        EXPECT_EQ(FileModeOf(file), 0660u);
         ASSERT_TRUE(GroupFiles::Append(top + QStringLiteral("/a/log"), "one\n"));
         ASSERT_TRUE(GroupFiles::Append(top + QStringLiteral("/a/log"), "two\n"));
-        EXPECT_EQ(modeOf(top + QStringLiteral("/a/log")), 0660u);
+        EXPECT_EQ(FileModeOf(top + QStringLiteral("/a/log")), 0660u);
         QFile log(top + QStringLiteral("/a/log"));
         ASSERT_TRUE(log.open(QIODevice::ReadOnly));
         EXPECT_EQ(log.readAll(), QByteArray("one\ntwo\n"));
@@ -130,8 +113,8 @@ TEST(GroupFiles, FoldersAndFilesAreTheGroupsWhateverTheUmask) {
     ASSERT_TRUE(QFile(own).open(QIODevice::WriteOnly));
     ASSERT_EQ(chmod(QFile::encodeName(own).constData(), 0600), 0);
     ASSERT_TRUE(GroupFiles::EnsureFile(own));
-    EXPECT_EQ(modeOf(own), 0600u);
-    EXPECT_EQ(modeOf(temp.Path()), 0700u) << "the folder above was not made here and is not touched";
+    EXPECT_EQ(FileModeOf(own), 0600u);
+    EXPECT_EQ(FileModeOf(temp.Path()), 0700u) << "the folder above was not made here and is not touched";
 }
 
 TEST(GroupFiles, AFolderMadeInASetgidFolderKeepsHandingTheGroupDown) {
@@ -139,8 +122,8 @@ TEST(GroupFiles, AFolderMadeInASetgidFolderKeepsHandingTheGroupDown) {
     const QString shared = temp.Path(QStringLiteral("shared"));
     ASSERT_TRUE(GroupFiles::MakeFolder(shared));
     ASSERT_EQ(chmod(QFile::encodeName(shared).constData(), 02770), 0);
-    Umask scope(022);
+    ScopedUmask scope(022);
     ASSERT_TRUE(GroupFiles::MakeFolder(shared + QStringLiteral("/store/data")));
-    EXPECT_EQ(modeOf(shared + QStringLiteral("/store")), 02770u);
-    EXPECT_EQ(modeOf(shared + QStringLiteral("/store/data")), 02770u);
+    EXPECT_EQ(FileModeOf(shared + QStringLiteral("/store")), 02770u);
+    EXPECT_EQ(FileModeOf(shared + QStringLiteral("/store/data")), 02770u);
 }

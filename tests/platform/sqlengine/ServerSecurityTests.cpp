@@ -12,23 +12,6 @@
 
 namespace {
 
-unsigned modeOf(const QString& path) {
-    struct stat st {};
-    EXPECT_EQ(stat(QFile::encodeName(path).constData(), &st), 0) << path.toStdString();
-    return st.st_mode & 07777;
-}
-
-// The umask of the test for as long as the object lives.
-class Umask {
-public:
-    explicit Umask(mode_t mask)
-        : mOld(umask(mask)) {}
-    ~Umask() { umask(mOld); }
-
-private:
-    mode_t mOld;
-};
-
 QByteArray hashOf(const QString& folder, const QString& login) {
     SqliteDb master(QDir(folder).filePath(QStringLiteral("master.db")));
     return master.Scalar(QStringLiteral("SELECT hash FROM engine_logins WHERE name = ?"), {login})
@@ -43,22 +26,22 @@ TEST(ServerFiles, ANewServerIsTheGroupsAlone) {
         TempFolder temp;
         const QString folder = temp.Path(QStringLiteral("srv/inner"));
         {
-            Umask scope(mask);
+            ScopedUmask scope(mask);
             EmbeddedServer::Create(folder, QStringLiteral("secret"));
         }
         {
-            Umask scope(mask);
+            ScopedUmask scope(mask);
             EmbeddedServer server(folder);
             auto sa = server.Connect(QStringLiteral("sa"), QStringLiteral("secret"), {});
             ASSERT_TRUE(sa);
             sa->Execute(QStringLiteral("CREATE DATABASE Sales"));
             sa->Execute(QStringLiteral("USE Sales\nCREATE TABLE t (a int)"));
-            EXPECT_EQ(modeOf(temp.Path(QStringLiteral("srv"))), 0770u);
-            EXPECT_EQ(modeOf(folder), 0770u);
+            EXPECT_EQ(FileModeOf(temp.Path(QStringLiteral("srv"))), 0770u);
+            EXPECT_EQ(FileModeOf(folder), 0770u);
             const QStringList files = QDir(folder).entryList(QDir::Files);
             EXPECT_TRUE(files.contains(QStringLiteral("sales.db-wal"))) << files.join(u' ').toStdString();
             for (const QString& file : files)
-                EXPECT_EQ(modeOf(QDir(folder).filePath(file)), 0660u)
+                EXPECT_EQ(FileModeOf(QDir(folder).filePath(file)), 0660u)
                     << file.toStdString() << " umask " << mask;
         }
     }

@@ -17,22 +17,6 @@ namespace {
 
 using std::chrono::milliseconds;
 
-unsigned modeOf(const QString& path) {
-    struct stat st {};
-    EXPECT_EQ(stat(QFile::encodeName(path).constData(), &st), 0) << path.toStdString();
-    return st.st_mode & 07777;
-}
-
-class Umask {
-public:
-    explicit Umask(mode_t mask)
-        : mOld(umask(mask)) {}
-    ~Umask() { umask(mOld); }
-
-private:
-    mode_t mOld;
-};
-
 bool refused(VersionStore& store, const QString& ini, const QString& user, const QString& password) {
     try {
         store.Open(ini, user, password);
@@ -78,7 +62,7 @@ TEST(StoreFiles, ANewStoreIsTheGroupsAlone) {
     for (const mode_t mask : {mode_t(0), mode_t(022)}) {
         TempFolder temp;
         const QString root = temp.Path(QStringLiteral("shared/store"));
-        Umask scope(mask);
+        ScopedUmask scope(mask);
         const QString ini = VersionStore::Create(root, QStringLiteral("pw"));
         // Open, so that the WAL files are there to be looked at.
         VersionStore store;
@@ -86,13 +70,13 @@ TEST(StoreFiles, ANewStoreIsTheGroupsAlone) {
         VersionStore other;
         EXPECT_TRUE(refused(other, ini, QStringLiteral("Admin"), QStringLiteral("wrong")));
         for (const char* name : {"shared", "shared/store", "shared/store/data"})
-            EXPECT_EQ(modeOf(temp.Path(QLatin1String(name))), 0770u) << name << " umask " << mask;
+            EXPECT_EQ(FileModeOf(temp.Path(QLatin1String(name))), 0770u) << name << " umask " << mask;
         const QStringList files = {QStringLiteral("store/srcsafe.ini"), QStringLiteral("store/data/store.db"),
                                    QStringLiteral("store/data/store.db-wal"),
                                    QStringLiteral("store/data/store.db-shm"),
                                    QStringLiteral("store/data/refused-logins.log")};
         for (const QString& file : files)
-            EXPECT_EQ(modeOf(temp.Path(QStringLiteral("shared/") + file)), 0660u)
+            EXPECT_EQ(FileModeOf(temp.Path(QStringLiteral("shared/") + file)), 0660u)
                 << file.toStdString() << " umask " << mask;
     }
 }
