@@ -4,8 +4,8 @@
 #include <QTemporaryDir>
 
 #include <memory>
-#include <sys/types.h>
 #include <ostream>
+#include <sys/types.h>
 
 class ScriptedPrompts;
 

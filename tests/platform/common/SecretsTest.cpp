@@ -8,9 +8,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-namespace {
-
-} // namespace
+namespace {} // namespace
 
 TEST(PasswordHash, NewHashesAreArgon2idWithTheirOwnSalt) {
     const QByteArray a = PasswordHash::Make(QStringLiteral("pässword"));
