@@ -95,6 +95,12 @@ mdiMain::mdiMain(QWidget* parent)
 mdiMain::~mdiMain() {
     if (mDispatch)
         mDispatch->SetStatusListener(nullptr);
+    // The children die after this body, in QWidget's destructor, and say so as they go (the MDI area
+    // activates another child, focus moves): nothing of theirs may reach the main window's slots,
+    // which are gone by then.
+    for (QObject* child : findChildren<QObject*>())
+        QObject::disconnect(child, nullptr, this, nullptr);
+    QObject::disconnect(qApp, nullptr, this, nullptr);
 }
 
 void mdiMain::buildFrame() {

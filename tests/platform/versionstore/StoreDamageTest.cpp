@@ -119,7 +119,8 @@ TEST_F(StoreDamageTest, BadIniFilesAndMissingFoldersAreRefused) {
     const QByteArray good = readBytes(ini);
     const QByteArray stored = readBytes(data);
 
-    writeBytes(ini, QByteArray("\x01\x02garbage\xff\xfe\n[section\n=\nnot a key\n", 38));
+    static const char garbage[] = "\x01\x02garbage\xff\xfe\n[section\n=\nnot a key\n";
+    writeBytes(ini, QByteArray(garbage, sizeof garbage - 1));
     Failure failure = open();
     EXPECT_EQ(failure.number, StoreErrors::IniFile);
     EXPECT_TRUE(failure.text.contains(QStringLiteral("not a store's ini file")))
