@@ -1,6 +1,7 @@
 #include "TestSupport.h"
 
 #include "ScriptedPrompts.h"
+#include "TARMOError.h"
 
 #include <QDir>
 #include <QFile>
@@ -51,4 +52,13 @@ ScopedUmask::ScopedUmask(mode_t mask)
 
 ScopedUmask::~ScopedUmask() {
     umask(mOld);
+}
+
+CaughtError ErrorOf(const std::function<void()>& step) {
+    try {
+        step();
+    } catch (const TARMOError& e) {
+        return {e.Number(), e.Description()};
+    }
+    return {};
 }

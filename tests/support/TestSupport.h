@@ -3,6 +3,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <sys/types.h>
@@ -54,6 +55,13 @@ template <typename Window> void Screenshot(Window* window, const QString& name) 
 }
 
 // Readable failure output: texts as text, not as bytes.
+// The number and text of the TARMOError a step throws; zero and empty when it throws none.
+struct CaughtError {
+    long number = 0;
+    QString text;
+};
+CaughtError ErrorOf(const std::function<void()>& step);
+
 // The permission bits of a file or folder (st_mode & 07777); a missing path fails the test.
 unsigned FileModeOf(const QString& path);
 

@@ -15,20 +15,6 @@
 
 namespace {
 
-struct Failure {
-    long number = 0;
-    QString text;
-};
-
-Failure failureOf(const std::function<void()>& step) {
-    try {
-        step();
-    } catch (const TARMOError& e) {
-        return {e.Number(), e.Description()};
-    }
-    return {};
-}
-
 QByteArray readBytes(const QString& path) {
     QFile file(path);
     file.open(QIODevice::ReadOnly);
@@ -63,8 +49,8 @@ protected:
         ASSERT_FALSE(QFileInfo::exists(data + QStringLiteral("-wal"))) << "the last close checkpoints";
     }
 
-    Failure open() {
-        return failureOf([this] {
+    CaughtError open() {
+        return ErrorOf([this] {
             VersionStore store;
             store.Open(ini, QStringLiteral("Admin"), QStringLiteral("pw"));
             store.Item(QStringLiteral("$/a.sp")).Versions();
@@ -74,7 +60,7 @@ protected:
     // The data as damaged must be the data afterwards, and SQLite must have left nothing beside it.
     void expectRefusedUntouched(const char* what, long number, const QString& textPart) {
         const QByteArray before = readBytes(data);
-        const Failure failure = open();
+        const CaughtError failure = open();
         EXPECT_EQ(failure.number, number) << what;
         EXPECT_TRUE(failure.text.contains(textPart)) << what << ": " << failure.text.toStdString();
         EXPECT_EQ(readBytes(data), before) << what;
@@ -121,7 +107,7 @@ TEST_F(StoreDamageTest, BadIniFilesAndMissingFoldersAreRefused) {
 
     static const char garbage[] = "\x01\x02garbage\xff\xfe\n[section\n=\nnot a key\n";
     writeBytes(ini, QByteArray(garbage, sizeof garbage - 1));
-    Failure failure = open();
+    CaughtError failure = open();
     EXPECT_EQ(failure.number, StoreErrors::IniFile);
     EXPECT_TRUE(failure.text.contains(QStringLiteral("not a store's ini file")))
         << failure.text.toStdString();
@@ -149,7 +135,7 @@ TEST_F(StoreDamageTest, ACheckoutWhoseWorkingFileCannotBeWrittenDoesNotHappen) {
     store.Open(ini, QStringLiteral("Admin"), QStringLiteral("pw"));
     StoreItem item = store.Item(QStringLiteral("$/a.sp"));
     const QString gone = folder.Path(QStringLiteral("gone/a.sp"));
-    const Failure failure = failureOf([&] { item.Checkout(QString(), gone); });
+    const CaughtError failure = ErrorOf([&] { item.Checkout(QString(), gone); });
     EXPECT_EQ(failure.number, StoreErrors::LocalFile);
     EXPECT_TRUE(failure.text.contains(QStringLiteral("does not exist"))) << failure.text.toStdString();
     EXPECT_EQ(item.IsCheckedOut(), StoreItem::NotCheckedOut);
@@ -171,7 +157,7 @@ TEST_F(StoreDamageTest, ARecoveryUnderATakenNameLeavesTheItemDeleted) {
 
     StoreItem deleted = store.Item(QStringLiteral("$/a.sp"), true);
     const int versions = static_cast<int>(deleted.Versions().size());
-    EXPECT_EQ(failureOf([&] { deleted.RecoverAs(QStringLiteral("b.sp")); }).number, StoreErrors::NameExists);
+    EXPECT_EQ(ErrorOf([&] { deleted.RecoverAs(QStringLiteral("b.sp")); }).number, StoreErrors::NameExists);
     EXPECT_TRUE(deleted.Deleted());
     EXPECT_EQ(deleted.Name(), QStringLiteral("a.sp"));
     EXPECT_EQ(deleted.Versions().size(), versions) << "a refusal leaves no history";
@@ -207,7 +193,7 @@ TEST_F(StoreDamageTest, ADamagedVersionIsNamedNeverGiven) {
     StoreItem item = store.Item(QStringLiteral("$/a.sp"));
     const QList<StoreVersion> versions = item.Versions();
     ASSERT_EQ(versions.size(), 4);
-    const Failure third = failureOf([&] { versions[1].Text(); });
+    const CaughtError third = ErrorOf([&] { versions[1].Text(); });
     EXPECT_EQ(third.number, StoreErrors::DamagedText);
     EXPECT_EQ(
         third.text,
@@ -215,13 +201,13 @@ TEST_F(StoreDamageTest, ADamagedVersionIsNamedNeverGiven) {
     EXPECT_EQ(versions[2].Text(), QByteArray(20000, 'b')) << "the others read as ever";
 
     QString local = folder.Path(QStringLiteral("work/got.sp"));
-    const Failure latest = failureOf([&] { item.Get(local); });
+    const CaughtError latest = ErrorOf([&] { item.Get(local); });
     EXPECT_EQ(latest.number, StoreErrors::DamagedText);
     EXPECT_TRUE(latest.text.startsWith(QStringLiteral("Version 4 of '$/a.sp'"))) << latest.text.toStdString();
     EXPECT_FALSE(QFileInfo::exists(local));
-    EXPECT_EQ(failureOf([&] { item.Checkout(QString(), local); }).number, StoreErrors::DamagedText);
+    EXPECT_EQ(ErrorOf([&] { item.Checkout(QString(), local); }).number, StoreErrors::DamagedText);
     EXPECT_EQ(item.IsCheckedOut(), StoreItem::NotCheckedOut);
-    EXPECT_EQ(failureOf([&] { item.SetName(QStringLiteral("b.sp")); }).number, StoreErrors::DamagedText)
+    EXPECT_EQ(ErrorOf([&] { item.SetName(QStringLiteral("b.sp")); }).number, StoreErrors::DamagedText)
         << "a rename would carry the damaged text on under a good checksum";
     EXPECT_EQ(item.Versions().size(), 4);
 }

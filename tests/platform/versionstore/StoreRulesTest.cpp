@@ -15,20 +15,6 @@
 
 namespace {
 
-struct Failure {
-    long number = 0;
-    QString text;
-};
-
-Failure failureOf(const std::function<void()>& step) {
-    try {
-        step();
-    } catch (const TARMOError& e) {
-        return {e.Number(), e.Description()};
-    }
-    return {};
-}
-
 QString writeFile(const QString& path, const QByteArray& content) {
     if (FileExists(path))
         SetReadOnlyFile(path, false);
@@ -151,19 +137,19 @@ TEST_F(StoreRulesTest, EveryStepNeedsItsRight) {
         c.prepare(*this, file);
 
         admin.SetRights(project, bobName, StoreRights::All & ~c.right);
-        const Failure refused = failureOf([&] { c.run(*this, file); });
+        const CaughtError refused = ErrorOf([&] { c.run(*this, file); });
         EXPECT_EQ(refused.number, StoreErrors::NoRight);
         EXPECT_EQ(
             refused.text,
             QStringLiteral("Bob does not have the %1 right in '$/P'.").arg(StoreRights::Format(c.right)));
 
         admin.SetRights(project, bobName, c.right);
-        const Failure done = failureOf([&] { c.run(*this, file); });
+        const CaughtError done = ErrorOf([&] { c.run(*this, file); });
         EXPECT_EQ(done.number, 0) << done.text.toStdString();
         // What the step needs the administrator has without any entry.
         admin.SetRights(project, bobName, StoreRights::All);
     }
-    EXPECT_EQ(failureOf([&] { admin.Item(QStringLiteral("$/P/f0.sp")).Destroy(); }).number, 0);
+    EXPECT_EQ(ErrorOf([&] { admin.Item(QStringLiteral("$/P/f0.sp")).Destroy(); }).number, 0);
 }
 
 TEST_F(StoreRulesTest, RightsComeFromTheNearestProjectUpThePath) {
@@ -174,18 +160,18 @@ TEST_F(StoreRulesTest, RightsComeFromTheNearestProjectUpThePath) {
     admin.SetRights(QStringLiteral("$/P/Sub"), QStringLiteral("bob"), StoreRights::None);
 
     EXPECT_EQ(bob.Item(QStringLiteral("$/root.sp")).Versions().size(), 1);
-    EXPECT_EQ(failureOf([&] { addFile(bob, QStringLiteral("$/mine.sp")); }).text,
+    EXPECT_EQ(ErrorOf([&] { addFile(bob, QStringLiteral("$/mine.sp")); }).text,
               QStringLiteral("Bob does not have the add right in '$/'."));
-    EXPECT_EQ(failureOf([&] { addFile(bob, QStringLiteral("$/P/mine.sp")); }).number, 0);
-    EXPECT_EQ(failureOf([&] { bob.Item(QStringLiteral("$/P/Sub/deep.sp")).Versions(); }).number,
+    EXPECT_EQ(ErrorOf([&] { addFile(bob, QStringLiteral("$/P/mine.sp")); }).number, 0);
+    EXPECT_EQ(ErrorOf([&] { bob.Item(QStringLiteral("$/P/Sub/deep.sp")).Versions(); }).number,
               StoreErrors::NoRight);
-    EXPECT_EQ(failureOf([&] { bob.Item(QStringLiteral("$/P/Sub")).Items(false); }).number,
+    EXPECT_EQ(ErrorOf([&] { bob.Item(QStringLiteral("$/P/Sub")).Items(false); }).number,
               StoreErrors::NoRight);
 
     // Dropping the entry of $/P/Sub gives the project back to $/P.
     admin.InheritRights(QStringLiteral("$/P/Sub"), QStringLiteral("bob"));
     EXPECT_EQ(bob.Item(QStringLiteral("$/P/Sub/deep.sp")).Versions().size(), 1);
-    EXPECT_EQ(failureOf([&] { addFile(bob, QStringLiteral("$/P/Sub/mine.sp")); }).number, 0);
+    EXPECT_EQ(ErrorOf([&] { addFile(bob, QStringLiteral("$/P/Sub/mine.sp")); }).number, 0);
 
     const QList<VersionStore::UserRights> listed = bob.Rights(QStringLiteral("$/P/Sub"));
     ASSERT_EQ(listed.size(), 3);
@@ -200,37 +186,36 @@ TEST_F(StoreRulesTest, RightsComeFromTheNearestProjectUpThePath) {
 
 TEST_F(StoreRulesTest, OnlyTheAdministratorSetsRulesAndHeAlwaysHasEveryRight) {
     addFile(carl, QStringLiteral("$/P/c.sp"));
-    EXPECT_EQ(failureOf([&] { carl.Item(QStringLiteral("$/P/c.sp")).Destroy(); }).text,
+    EXPECT_EQ(ErrorOf([&] { carl.Item(QStringLiteral("$/P/c.sp")).Destroy(); }).text,
               QStringLiteral("Carl does not have the destroy right in '$/P'."))
         << "the default is everything but destroy";
 
-    EXPECT_EQ(failureOf([&] {
+    EXPECT_EQ(ErrorOf([&] {
                   bob.SetRights(QStringLiteral("$/P"), QStringLiteral("Carl"), StoreRights::All);
               }).number,
               StoreErrors::Permission);
-    EXPECT_EQ(failureOf([&] {
+    EXPECT_EQ(ErrorOf([&] {
                   bob.SetRights(QStringLiteral("$/P"), QStringLiteral("Bob"), StoreRights::All);
               }).number,
               StoreErrors::Permission);
-    EXPECT_EQ(failureOf([&] { bob.SetDefaultRights(StoreRights::All); }).number, StoreErrors::Permission);
-    EXPECT_EQ(failureOf([&] { bob.SetMultipleCheckouts(true); }).number, StoreErrors::Permission);
-    EXPECT_EQ(failureOf([&] {
+    EXPECT_EQ(ErrorOf([&] { bob.SetDefaultRights(StoreRights::All); }).number, StoreErrors::Permission);
+    EXPECT_EQ(ErrorOf([&] { bob.SetMultipleCheckouts(true); }).number, StoreErrors::Permission);
+    EXPECT_EQ(ErrorOf([&] {
                   admin.SetRights(QStringLiteral("$/P"), QStringLiteral("Admin"), StoreRights::None);
               }).number,
               StoreErrors::Permission);
-    EXPECT_EQ(
-        failureOf([&] { admin.SetRights(QStringLiteral("$/P/c.sp"), QStringLiteral("Bob"), 0); }).number,
-        StoreErrors::WrongType);
-    EXPECT_EQ(failureOf([&] { admin.SetRights(QStringLiteral("$/P"), QStringLiteral("Nobody"), 0); }).number,
+    EXPECT_EQ(ErrorOf([&] { admin.SetRights(QStringLiteral("$/P/c.sp"), QStringLiteral("Bob"), 0); }).number,
+              StoreErrors::WrongType);
+    EXPECT_EQ(ErrorOf([&] { admin.SetRights(QStringLiteral("$/P"), QStringLiteral("Nobody"), 0); }).number,
               StoreErrors::Login);
 
     admin.SetDefaultRights(StoreRights::Read);
     EXPECT_EQ(carl.DefaultRights(), StoreRights::Read);
-    EXPECT_EQ(failureOf([&] { addFile(carl, QStringLiteral("$/P/c2.sp")); }).number, StoreErrors::NoRight);
-    EXPECT_EQ(failureOf([&] { addFile(admin, QStringLiteral("$/P/a.sp")); }).number, 0);
+    EXPECT_EQ(ErrorOf([&] { addFile(carl, QStringLiteral("$/P/c2.sp")); }).number, StoreErrors::NoRight);
+    EXPECT_EQ(ErrorOf([&] { addFile(admin, QStringLiteral("$/P/a.sp")); }).number, 0);
     admin.Item(QStringLiteral("$/P/c.sp")).Destroy();
-    EXPECT_EQ(failureOf([&] { admin.Item(QStringLiteral("$/P/c.sp")); }).number, StoreErrors::NotFound);
-    EXPECT_EQ(failureOf([&] { admin.Item(QStringLiteral("$/P/c.sp"), true); }).number, StoreErrors::NotFound)
+    EXPECT_EQ(ErrorOf([&] { admin.Item(QStringLiteral("$/P/c.sp")); }).number, StoreErrors::NotFound);
+    EXPECT_EQ(ErrorOf([&] { admin.Item(QStringLiteral("$/P/c.sp"), true); }).number, StoreErrors::NotFound)
         << "destroyed is gone, not deleted";
 }
 
@@ -241,15 +226,15 @@ TEST_F(StoreRulesTest, WhatAnotherUserHoldsStaysWhereItIs) {
     bob.Item(QStringLiteral("$/P/Sub/x.sp")).Checkout(QString(), work(QStringLiteral("x.sp")));
     StoreItem x = carl.Item(QStringLiteral("$/P/Sub/x.sp"));
     const QString held = QStringLiteral("'$/P/Sub/x.sp' is checked out by Bob.");
-    EXPECT_EQ(failureOf([&] { x.SetName(QStringLiteral("y.sp")); }).text, held);
-    EXPECT_EQ(failureOf([&] { x.SetDeleted(true); }).text, held);
-    EXPECT_EQ(failureOf([&] { admin.Item(QStringLiteral("$/P/Sub/x.sp")).Destroy(); }).text, held);
-    const Failure project = failureOf([&] { carl.Item(QStringLiteral("$/P")).SetDeleted(true); });
+    EXPECT_EQ(ErrorOf([&] { x.SetName(QStringLiteral("y.sp")); }).text, held);
+    EXPECT_EQ(ErrorOf([&] { x.SetDeleted(true); }).text, held);
+    EXPECT_EQ(ErrorOf([&] { admin.Item(QStringLiteral("$/P/Sub/x.sp")).Destroy(); }).text, held);
+    const CaughtError project = ErrorOf([&] { carl.Item(QStringLiteral("$/P")).SetDeleted(true); });
     EXPECT_EQ(project.number, StoreErrors::CheckedOutByOther);
     EXPECT_EQ(project.text, QStringLiteral("'$/P' holds '$/P/Sub/x.sp', which is checked out by Bob."));
-    EXPECT_EQ(failureOf([&] { admin.Item(QStringLiteral("$/P/Sub")).SetName(QStringLiteral("S2")); }).number,
+    EXPECT_EQ(ErrorOf([&] { admin.Item(QStringLiteral("$/P/Sub")).SetName(QStringLiteral("S2")); }).number,
               StoreErrors::CheckedOutByOther);
-    EXPECT_EQ(failureOf([&] { admin.Item(QStringLiteral("$/P")).Destroy(); }).number,
+    EXPECT_EQ(ErrorOf([&] { admin.Item(QStringLiteral("$/P")).Destroy(); }).number,
               StoreErrors::CheckedOutByOther);
     EXPECT_EQ(x.Name(), QStringLiteral("x.sp"));
     EXPECT_FALSE(admin.Item(QStringLiteral("$/P")).Deleted());
@@ -257,7 +242,7 @@ TEST_F(StoreRulesTest, WhatAnotherUserHoldsStaysWhereItIs) {
     // Holding it together with the other user changes nothing.
     admin.SetMultipleCheckouts(true);
     x.Checkout(QString(), work(QStringLiteral("carl-x.sp")));
-    EXPECT_EQ(failureOf([&] { x.SetDeleted(true); }).text, held);
+    EXPECT_EQ(ErrorOf([&] { x.SetDeleted(true); }).text, held);
 
     carl.Item(QStringLiteral("$/P/Sub/x.sp")).UndoCheckout(QString());
     StoreItem own = bob.Item(QStringLiteral("$/P/Sub/x.sp"));
@@ -265,7 +250,7 @@ TEST_F(StoreRulesTest, WhatAnotherUserHoldsStaysWhereItIs) {
     own.SetDeleted(true);
     EXPECT_TRUE(own.Checkouts().isEmpty()) << "deleting gives his check-out back";
     admin.Item(QStringLiteral("$/P")).Destroy();
-    EXPECT_EQ(failureOf([&] { admin.Item(QStringLiteral("$/P")); }).number, StoreErrors::NotFound);
+    EXPECT_EQ(ErrorOf([&] { admin.Item(QStringLiteral("$/P")); }).number, StoreErrors::NotFound);
 }
 
 // The option lives in the store: every user sees the administrator's change at once, whatever his ini
@@ -282,7 +267,7 @@ TEST_F(StoreRulesTest, MultipleCheckoutsIsTheStoresOwnOption) {
     VersionStore reopened;
     reopened.Open(ini, QStringLiteral("Carl"), QStringLiteral("c"));
     EXPECT_FALSE(reopened.MultipleCheckouts());
-    EXPECT_EQ(failureOf([&] { m.Checkout(QString(), work(QStringLiteral("carl-m.sp"))); }).number,
+    EXPECT_EQ(ErrorOf([&] { m.Checkout(QString(), work(QStringLiteral("carl-m.sp"))); }).number,
               StoreErrors::CheckedOutByOther);
 
     admin.SetMultipleCheckouts(true);
@@ -314,7 +299,7 @@ TEST_F(StoreRulesTest, AnOlderStoreIsUpgradedInPlace) {
     ASSERT_EQ(versions.size(), 2);
     EXPECT_EQ(versions[0].Text(), QByteArray("second"));
     EXPECT_EQ(versions[1].Text(), QByteArray("text of old.sp"));
-    EXPECT_EQ(failureOf([&] { store.Item(QStringLiteral("$/P/old.sp")).Destroy(); }).number,
+    EXPECT_EQ(ErrorOf([&] { store.Item(QStringLiteral("$/P/old.sp")).Destroy(); }).number,
               StoreErrors::NoRight);
 
     store.Close();
