@@ -70,3 +70,23 @@ struct SqlResult {
 };
 
 using SqlBatchResults = QList<SqlResult>;
+
+// Where a batch's results go while it runs, for a client that passes them on at once (a network
+// listener) instead of waiting for the whole list. A row set of a SELECT comes row by row, so that a
+// large result is never held whole: first every row once to Preview, for a sink that must choose how
+// to send the columns before the first row goes (values are the same in both rounds), then
+// BeginRows, the rows again, EndRows. Everything else, small row sets of system procedures included,
+// comes whole through Add, in batch order.
+class SqlResultSink {
+public:
+    virtual ~SqlResultSink() = default;
+    virtual void Add(SqlResult result) = 0;
+    // Whether the sink wants the round of Preview before the rows.
+    virtual bool WantsPreview() const { return false; }
+    virtual void Preview(const QList<SqlColumn>& /*columns*/, const QVariantList& /*row*/) {}
+    virtual void BeginRows(const QList<SqlColumn>& columns) = 0;
+    // False stops the batch (the client went or cancelled): no more rows are read.
+    virtual bool Row(const QVariantList& values) = 0;
+    // After the last row; also when the statement fails after some rows went.
+    virtual void EndRows(long long rows) = 0;
+};

@@ -138,6 +138,9 @@ EmbeddedSession::~EmbeddedSession() = default;
 SqlBatchResults EmbeddedSession::Execute(const QString& batch) {
     return mState->Execute(batch);
 }
+void EmbeddedSession::Execute(const QString& batch, SqlResultSink& sink) {
+    mState->Execute(batch, &sink);
+}
 SqlBatchResults EmbeddedSession::Parse(const QString& batch) {
     return mState->Parse(batch);
 }

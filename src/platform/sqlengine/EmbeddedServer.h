@@ -61,14 +61,18 @@ public:
     // messages in order with the results, with number, severity, state, line (from 1) and the server's
     // text.
     SqlBatchResults Execute(const QString& batch);
+    // The same, with the results handed to the sink as they are made: a SELECT's rows one by one,
+    // never all held (the row limit doesn't apply to them).
+    void Execute(const QString& batch, SqlResultSink& sink);
     // Parse only (what SET PARSEONLY gives): syntax errors with their lines, nothing run.
     SqlBatchResults Parse(const QString& batch);
     // Asked on the thread that runs a batch, between its statements and now and then while one runs.
     // Once it answers true the batch stops where it is: nothing more runs and the results so far
     // come back. A network client's cancel arrives this way.
     void SetCancelCheck(std::function<bool()> check);
-    // The most rows one SELECT may give, as the rows are all held before they go anywhere; beyond it
-    // the statement ends with an error. 0 (the default) = no limit.
+    // The most rows one SELECT may give where the rows are all held before they go anywhere (the
+    // Execute that returns a list); beyond it the statement ends with an error. 0 (the default) = no
+    // limit.
     void SetRowLimit(qsizetype rows);
 
     QString CurrentDatabase() const;

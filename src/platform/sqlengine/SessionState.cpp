@@ -113,6 +113,8 @@ QDateTime StoredDateTime(const QString& text) {
     return QDateTime(date, time, Qt::UTC);
 }
 
+} // namespace
+
 QVariant ToServerValue(const QVariant& v, int typeId) {
     if (!v.isValid() || v.isNull())
         return QVariant();
@@ -142,8 +144,6 @@ QVariant ToServerValue(const QVariant& v, int typeId) {
         return v;
     }
 }
-
-} // namespace
 
 SessionState::SessionState(std::shared_ptr<ServerState> server, LoginInfo loginInfo)
     : login(std::move(loginInfo))
@@ -239,14 +239,13 @@ void SessionState::Emit(const ServerError& e, int line) {
     if (!mFrames.isEmpty())
         m.procedure = Top().procedure;
     mLastError = e.number;
-    if (mOut)
-        mOut->append(SqlResult::Msg(m));
+    Put(SqlResult::Msg(m));
     if (e.number == 515 || e.number == 2627 || e.number == 8152 || e.number == 544 || e.number == 2601) {
         SqlMessage t = m;
         t.number = 3621;
         t.severity = 0;
         t.text = QStringLiteral("The statement has been terminated.");
-        mOut->append(SqlResult::Msg(t));
+        Put(SqlResult::Msg(t));
     }
 }
 
@@ -259,14 +258,20 @@ void SessionState::EmitInfo(long number, const QString& text, int severity) {
     m.text = text;
     if (!mFrames.isEmpty())
         m.procedure = Top().procedure;
-    if (mOut)
-        mOut->append(SqlResult::Msg(m));
+    Put(SqlResult::Msg(m));
 }
 
 void SessionState::EmitCount(long long count) {
     mRowCount = count;
-    if (!mNoCount && mOut)
-        mOut->append(SqlResult::Count(count));
+    if (!mNoCount)
+        Put(SqlResult::Count(count));
+}
+
+void SessionState::Put(SqlResult result) {
+    if (mSink)
+        mSink->Add(std::move(result));
+    else if (mOut)
+        mOut->append(std::move(result));
 }
 
 SqlBatchResults SessionState::Parse(const QString& batch) {
@@ -285,8 +290,17 @@ SqlBatchResults SessionState::Parse(const QString& batch) {
     return out;
 }
 
-SqlBatchResults SessionState::Execute(const QString& batch) {
+SqlBatchResults SessionState::Execute(const QString& batch, SqlResultSink* sink) {
     SqlBatchResults out;
+    mOut = &out;
+    mSink = sink;
+    struct Detach {
+        SessionState& state;
+        ~Detach() {
+            state.mOut = nullptr;
+            state.mSink = nullptr;
+        }
+    } detach{*this};
     SqlParser parser(batch, mQuotedIdentifier);
     QList<SqlSyntaxError> errors;
     const QList<SqlStatementP> statements = parser.ParseBatch(&errors);
@@ -297,7 +311,7 @@ SqlBatchResults SessionState::Execute(const QString& batch) {
             m.severity = e.severity;
             m.line = e.line;
             m.text = e.text;
-            out.append(SqlResult::Msg(m));
+            Put(SqlResult::Msg(m));
         }
         mLastError = errors.first().number;
         return out;
@@ -310,7 +324,6 @@ SqlBatchResults SessionState::Execute(const QString& batch) {
                 SetOption(*s);
         return out;
     }
-    mOut = &out;
     mCancelled = false;
     mBatchText = batch;
     mFrames.clear();
@@ -325,7 +338,6 @@ SqlBatchResults SessionState::Execute(const QString& batch) {
     if (mCancelled && mTranCount > 0 && sqlite3_get_autocommit(mDb->Handle()))
         mTranCount = 0;
     mFrames.clear();
-    mOut = nullptr;
     return out;
 }
 
@@ -673,83 +685,6 @@ bool SessionState::Condition(const SqlExpr& e) {
     return st.Step() && st.Value(0).toInt() == 1;
 }
 
-SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
-    SqliteStatement st(mDb->Handle(), sql);
-    st.BindAll(params);
-    SqlRowSet rs;
-    const int n = st.ColumnCount();
-    QList<bool> typed;
-    for (int i = 0; i < n; ++i) {
-        SqlColumn c;
-        c.name = SqlTranslator::ResultName(st.ColumnName(i));
-        const QString decl = st.DeclaredType(i);
-        typed.append(!decl.isEmpty());
-        if (!decl.isEmpty())
-            Catalogue::DescribeDeclaredType(decl, &c.typeId, &c.length, &c.precision, &c.scale);
-        rs.columns.append(c);
-    }
-    QList<QVariantList> raw;
-    while (st.Step()) {
-        if (rowLimit > 0 && raw.size() >= rowLimit)
-            throw ServerError::Make(50002, 16,
-                                    QStringLiteral("The result has more than %1 rows, the most this server "
-                                                   "gives in one result. Narrow the query.")
-                                        .arg(rowLimit));
-        QVariantList row;
-        row.reserve(n);
-        for (int i = 0; i < n; ++i)
-            row.append(st.Value(i));
-        raw.append(std::move(row));
-    }
-    // A computed column has no declared type: it takes the widest kind of value any row holds,
-    // so that a 0 in the first row doesn't make integers of the fractions below it.
-    static const QRegularExpression date(
-        QStringLiteral("^\\d{4}-\\d{2}-\\d{2} \\d{2}:\\d{2}:\\d{2}\\.\\d{3}$"));
-    for (int i = 0; i < n; ++i) {
-        if (typed[i])
-            continue;
-        bool integer = false, fraction = false, binary = false, text = false, dates = true;
-        for (const QVariantList& row : raw) {
-            const QVariant& v = row[i];
-            if (!v.isValid() || v.isNull())
-                continue;
-            if (v.typeId() == QMetaType::LongLong) {
-                integer = true;
-            } else if (v.typeId() == QMetaType::Double) {
-                fraction = true;
-            } else if (v.typeId() == QMetaType::QByteArray) {
-                binary = true;
-            } else {
-                text = true;
-                dates = dates && date.match(v.toString()).hasMatch();
-            }
-        }
-        SqlColumn& c = rs.columns[i];
-        if (text) {
-            // Dates are kept as text; a computed one still reads as a datetime.
-            c.typeId = dates && !integer && !fraction && !binary ? 61 : 231;
-            c.length = c.typeId == 61 ? 8 : 8000;
-        } else if (binary) {
-            c.typeId = 165;
-            c.length = 8000;
-        } else if (fraction) {
-            c.typeId = 62;
-            c.length = 8;
-            c.precision = 53;
-        } else {
-            c.typeId = 56;
-            c.length = 4;
-            c.precision = integer ? 10 : 0;
-        }
-    }
-    // In place: a large result is held once, not twice.
-    for (QVariantList& values : raw)
-        for (int i = 0; i < n; ++i)
-            values[i] = ToServerValue(values[i], rs.columns[i].typeId);
-    rs.rows = std::move(raw);
-    return rs;
-}
-
 void SessionState::RunSelect(const SqlStatement& s) {
     const SqlSelect& sel = *s.select;
     int assigns = 0;
@@ -778,10 +713,13 @@ void SessionState::RunSelect(const SqlStatement& s) {
         mRowCount = rows;
         return;
     }
+    if (mSink) {
+        EmitCount(StreamQuery(sql, t.Params()));
+        return;
+    }
     SqlRowSet rs = Query(sql, t.Params());
     const long long count = rs.rows.size();
-    if (mOut)
-        mOut->append(SqlResult::Rows(std::move(rs)));
+    Put(SqlResult::Rows(std::move(rs)));
     EmitCount(count);
 }
 

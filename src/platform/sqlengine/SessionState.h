@@ -14,6 +14,10 @@
 
 class SqliteStatement;
 
+// A value as SQLite gives it, in the form of the server's type: datetimes as QDateTime, integers
+// as qlonglong, fractions as double.
+QVariant ToServerValue(const QVariant& v, int typeId);
+
 // One connection's executor: it parses a batch, walks its statements and keeps the catalogue in
 // step with what they create, change and drop.
 class SessionState : public TranslatorContext {
@@ -24,7 +28,8 @@ public:
     // Opens a database for the login; fills 4060/916 style messages and gives false when it can't.
     bool Open(const QString& database, QList<SqlMessage>* messages);
 
-    SqlBatchResults Execute(const QString& batch);
+    // With a sink, the results go there as they are made and the list returned is empty.
+    SqlBatchResults Execute(const QString& batch, SqlResultSink* sink = nullptr);
     SqlBatchResults Parse(const QString& batch);
 
     QString database;
@@ -72,6 +77,8 @@ private:
     void Emit(const ServerError& e, int line);
     void EmitInfo(long number, const QString& text, int severity = 0);
     void EmitCount(long long count);
+    // Every result of the batch goes out through here: to the sink, or into the list.
+    void Put(SqlResult result);
     ServerError MapSqliteError(const SqliteError& e, const QString& verb);
 
     Flow Run(const QList<SqlStatementP>& statements);
@@ -89,6 +96,8 @@ private:
     // queries
     void RunSelect(const SqlStatement& s);
     SqlRowSet Query(const QString& sql, const QVariantList& params);
+    // A SELECT's rows straight to the sink, never held; gives the number of rows.
+    long long StreamQuery(const QString& sql, const QVariantList& params);
     void RunInsert(const SqlStatement& s);
     void RunUpdate(const SqlStatement& s);
     void RunDelete(const SqlStatement& s);
@@ -142,6 +151,7 @@ private:
     QHash<QString, QString> mAttached; // database name (lower) -> schema
     QList<Frame> mFrames;
     SqlBatchResults* mOut = nullptr;
+    SqlResultSink* mSink = nullptr;
     int mNesting = 0;
     int mModuleDepth = 0;
     int mTranCount = 0;

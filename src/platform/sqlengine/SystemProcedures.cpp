@@ -416,7 +416,7 @@ void SessionState::HelpText(const QVariantList& args) {
             rs.rows.append({text.mid(p, qMin(255, end - p))});
         start = end;
     }
-    mOut->append(SqlResult::Rows(rs));
+    Put(SqlResult::Rows(rs));
     mRowCount = rs.rows.size();
 }
 
@@ -517,7 +517,7 @@ void SessionState::HelpProtect(const QVariantList& args) {
     rs.columns.append(Column(QStringLiteral("Action"), 231, 120));
     rs.columns.append(Column(QStringLiteral("Column"), 231, 256));
     rs.rows = rows;
-    mOut->append(SqlResult::Rows(rs));
+    Put(SqlResult::Rows(rs));
     mRowCount = rs.rows.size();
 }
 
@@ -536,7 +536,7 @@ void SessionState::HelpRole(const QVariantList& args) {
     rs.columns = {Column(QStringLiteral("RoleName")), Column(QStringLiteral("RoleId"), 52, 2),
                   Column(QStringLiteral("IsAppRole"), 56, 4)};
     rs.rows = rows;
-    mOut->append(SqlResult::Rows(rs));
+    Put(SqlResult::Rows(rs));
     mRowCount = rs.rows.size();
 }
 
@@ -555,7 +555,7 @@ void SessionState::HelpUser(const QVariantList& args) {
                                           "u.name"),
                            {role.first()[0]}))
                 rs.rows.append({role.first()[1], role.first()[0], r[0], r[1]});
-            mOut->append(SqlResult::Rows(rs));
+            Put(SqlResult::Rows(rs));
             mRowCount = rs.rows.size();
             return;
         }
@@ -603,7 +603,7 @@ void SessionState::HelpUser(const QVariantList& args) {
                             l.defaultDatabase.isEmpty() ? QVariant() : QVariant(l.defaultDatabase),
                             QStringLiteral("dbo"), u[0], u[2]});
     }
-    mOut->append(SqlResult::Rows(rs));
+    Put(SqlResult::Rows(rs));
     mRowCount = rs.rows.size();
 }
 

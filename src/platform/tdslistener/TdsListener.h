@@ -16,7 +16,7 @@ struct TdsLimits {
     int maxConnections = 256;     // beyond it a new connection is closed at once
     int loginTimeoutSeconds = 30; // a connection not logged in by then is closed; 0 = none
     int idleTimeoutSeconds = 0;   // a session without a request this long is closed; 0 = none
-    int maxResultRows = 1000000;  // the most rows one SELECT may give a client; 0 = no limit
+    int maxResultRows = 0;        // the most rows one SELECT may give a client; 0 = no limit
     TdsLoginDelays loginDelays;   // how refused logins from one address slow down
 };
 

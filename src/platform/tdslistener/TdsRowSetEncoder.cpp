@@ -139,6 +139,34 @@ int variableLength(int declared, qsizetype longest) {
 
 } // namespace
 
+bool TdsRowSetEncoder::fits(const ColumnPlan& plan, const QVariant& value) {
+    switch (plan.kind) {
+    case Kind::Int: {
+        const std::optional<qlonglong> n = integerOf(value);
+        return n && intWidthFor(*n) <= plan.size;
+    }
+    case Kind::Bit: {
+        const std::optional<qlonglong> n = integerOf(value);
+        return n && (*n == 0 || *n == 1);
+    }
+    case Kind::Float:
+    case Kind::Money:
+        return doubleOf(value).has_value();
+    case Kind::Decimal: {
+        const std::optional<double> d = doubleOf(value);
+        return d && decimalMagnitude(*d, plan.scale, plan.precision).has_value();
+    }
+    case Kind::DateTime:
+    case Kind::SmallDateTime:
+    case Kind::Date: {
+        const std::optional<QDateTime> t = dateTimeOf(value);
+        return t && t->isValid();
+    }
+    default:
+        return true;
+    }
+}
+
 int TdsRowSetEncoder::Cp1252(QChar c) {
     const char16_t u = c.unicode();
     if (u < 0x80 || (u >= 0xA0 && u <= 0xFF))
@@ -153,24 +181,91 @@ int TdsRowSetEncoder::Cp1252(QChar c) {
     return -1;
 }
 
-TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::Plan(const SqlColumn& column, const QList<QVariantList>& rows,
-                                                    int index) const {
-    QList<QVariant> values;
-    for (const QVariantList& row : rows)
-        if (index < row.size() && row[index].isValid() && !row[index].isNull())
-            values.append(row[index]);
-    return planFor(column, values);
+void TdsRowSetEncoder::ColumnFacts::Observe(const QVariant& v) {
+    if (!v.isValid() || v.isNull())
+        return;
+    if (values++ == 0)
+        firstTypeId = v.typeId();
+
+    const std::optional<qlonglong> n = integerOf(v);
+    allInteger = allInteger && n.has_value();
+    if (n) {
+        intWidth = std::max(intWidth, intWidthFor(*n));
+        allBit = allBit && (*n == 0 || *n == 1);
+    }
+    const std::optional<double> d = doubleOf(v);
+    allDouble = allDouble && d.has_value();
+    if (d) {
+        largestMagnitude = std::max(largestMagnitude, std::fabs(*d));
+        fitsDeclaredDecimal = fitsDeclaredDecimal && decimalMagnitude(*d, decimalScale, decimalPrecision);
+        fitsWidestDecimal = fitsWidestDecimal && decimalMagnitude(*d, decimalScale, 38);
+    } else {
+        fitsDeclaredDecimal = fitsWidestDecimal = false;
+    }
+
+    // Dates are only looked for where the column holds dates: parsing every text is not free.
+    if (wantDates) {
+        const std::optional<QDateTime> t = dateTimeOf(v);
+        if (t && t->isValid()) {
+            firstYear = std::min(firstYear, t->date().year());
+            lastYear = std::max(lastYear, t->date().year());
+        } else {
+            allDates = false;
+        }
+    }
+
+    allBinary = allBinary && v.typeId() == QMetaType::QByteArray;
+    if (v.typeId() == QMetaType::QByteArray) {
+        shortestBinary = std::min(shortestBinary, v.toByteArray().size());
+        longestBinary = std::max(longestBinary, v.toByteArray().size());
+    }
+
+    // The text a value goes out as where the column is sent as text; only strings need a look at
+    // their characters (numbers, dates and hex are plain ASCII).
+    qsizetype length = 0;
+    if (v.typeId() == QMetaType::QString) {
+        const QString text = v.toString();
+        length = text.size();
+        allAnsi = allAnsi && isAnsiText(text);
+    } else if (v.typeId() == QMetaType::QDateTime) {
+        length = 23;
+    } else if (v.typeId() == QMetaType::QByteArray) {
+        length = 2 + 2 * v.toByteArray().size();
+    } else {
+        const QString text = textOf(v);
+        length = text.size();
+        allAnsi = allAnsi && isAnsiText(text);
+    }
+    shortestText = std::min(shortestText, length);
+    longestText = std::max(longestText, length);
 }
 
-TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::planFor(const SqlColumn& column,
-                                                       const QList<QVariant>& values) const {
+TdsRowSetEncoder::ColumnFacts TdsRowSetEncoder::FactsFor(const SqlColumn& column) {
+    ColumnFacts facts;
+    facts.decimalPrecision = column.precision >= 1 && column.precision <= 38 ? column.precision : 18;
+    facts.decimalScale = std::clamp(column.scale, 0, facts.decimalPrecision);
+    const int t = column.typeId;
+    facts.wantDates = t == 40 || t == 58 || t == 61 || t <= 0 || t == 98;
+    return facts;
+}
+
+TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::Plan(const SqlColumn& column, const QList<QVariantList>& rows,
+                                                    int index) const {
+    ColumnFacts facts = FactsFor(column);
+    for (const QVariantList& row : rows)
+        if (index < row.size())
+            facts.Observe(row[index]);
+    return Plan(column, facts);
+}
+
+TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::Plan(const SqlColumn& column, const ColumnFacts& facts) const {
     ColumnPlan plan;
-    auto all = [&values](auto test) { return std::all_of(values.begin(), values.end(), test); };
+    const bool none = facts.values == 0;
 
     int type = column.typeId;
-    if (!values.isEmpty() && (type <= 0 || type == 98 /* sql_variant */)) {
+    if (!none && (type <= 0 || type == 98 /* sql_variant */)) {
         // A type the catalogue doesn't name: go by what the values are.
-        switch (values.first().typeId()) {
+        switch (facts.firstTypeId) {
         case QMetaType::LongLong:
         case QMetaType::Int:
             type = 127;
@@ -188,6 +283,9 @@ TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::planFor(const SqlColumn& column,
             type = 231;
         }
     }
+    auto datesWithin = [&facts, none](int from, int to) {
+        return none || (facts.allDates && facts.firstYear >= from && facts.lastYear <= to);
+    };
 
     switch (type) {
     case 48:
@@ -195,9 +293,9 @@ TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::planFor(const SqlColumn& column,
     case 56:
     case 127:
     case 104: {
-        if (!all([](const QVariant& v) { return integerOf(v).has_value(); }))
+        if (!facts.allInteger)
             break;
-        if (type == 104 && all([](const QVariant& v) { return *integerOf(v) == 0 || *integerOf(v) == 1; })) {
+        if (type == 104 && facts.allBit) {
             plan.kind = Kind::Bit;
             plan.wireType = BitN;
             plan.size = 1;
@@ -205,14 +303,12 @@ TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::planFor(const SqlColumn& column,
         }
         plan.kind = Kind::Int;
         plan.wireType = IntN;
-        plan.size = type == 104 ? 1 : declaredIntWidth(type);
-        for (const QVariant& v : values)
-            plan.size = std::max(plan.size, intWidthFor(*integerOf(v)));
+        plan.size = std::max(type == 104 ? 1 : declaredIntWidth(type), none ? 1 : facts.intWidth);
         return plan;
     }
     case 59:
     case 62:
-        if (!all([](const QVariant& v) { return doubleOf(v).has_value(); }))
+        if (!facts.allDouble)
             break;
         plan.kind = Kind::Float;
         plan.wireType = FloatN;
@@ -220,27 +316,19 @@ TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::planFor(const SqlColumn& column,
         return plan;
     case 60:
     case 122:
-        if (!all([](const QVariant& v) {
-                return doubleOf(v).has_value() && std::fabs(*doubleOf(v)) < 9.2e14;
-            }))
+        if (!facts.allDouble || facts.largestMagnitude >= 9.2e14)
             break;
         plan.kind = Kind::Money;
         plan.wireType = MoneyN;
-        plan.size =
-            type == 122 && all([](const QVariant& v) { return std::fabs(*doubleOf(v)) < 214748.3647; }) ? 4
-                                                                                                        : 8;
+        plan.size = type == 122 && facts.largestMagnitude < 214748.3647 ? 4 : 8;
         return plan;
     case 106:
     case 108: {
-        plan.precision = column.precision >= 1 && column.precision <= 38 ? column.precision : 18;
-        plan.scale = std::clamp(column.scale, 0, plan.precision);
-        auto fits = [&plan](const QVariant& v) {
-            const std::optional<double> d = doubleOf(v);
-            return d && decimalMagnitude(*d, plan.scale, plan.precision).has_value();
-        };
-        if (!all(fits)) {
+        plan.precision = facts.decimalPrecision;
+        plan.scale = facts.decimalScale;
+        if (!facts.fitsDeclaredDecimal) {
             plan.precision = 38;
-            if (!all(fits))
+            if (!facts.fitsWidestDecimal)
                 break;
         }
         plan.kind = Kind::Decimal;
@@ -251,25 +339,19 @@ TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::planFor(const SqlColumn& column,
     case 40:
     case 58:
     case 61: {
-        auto inRange = [](int from, int to) {
-            return [from, to](const QVariant& v) {
-                const std::optional<QDateTime> d = dateTimeOf(v);
-                return d && d->isValid() && d->date().year() >= from && d->date().year() <= to;
-            };
-        };
-        if (type == 40 && mTdsVersion >= Tds::kVersion73 && all(inRange(1, 9999))) {
+        if (type == 40 && mTdsVersion >= Tds::kVersion73 && datesWithin(1, 9999)) {
             plan.kind = Kind::Date;
             plan.wireType = DateN;
             plan.size = 3;
             return plan;
         }
-        if (type == 58 && all(inRange(1900, 2078))) {
+        if (type == 58 && datesWithin(1900, 2078)) {
             plan.kind = Kind::SmallDateTime;
             plan.wireType = DateTimeN;
             plan.size = 4;
             return plan;
         }
-        if (!all(inRange(1753, 9999)))
+        if (!datesWithin(1753, 9999))
             break;
         plan.kind = Kind::DateTime;
         plan.wireType = DateTimeN;
@@ -279,16 +361,13 @@ TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::planFor(const SqlColumn& column,
     case 34:
     case 165:
     case 173: {
-        if (!all([](const QVariant& v) { return v.typeId() == QMetaType::QByteArray; }))
+        if (!facts.allBinary)
             break;
-        qsizetype longest = 0;
-        for (const QVariant& v : values)
-            longest = std::max(longest, v.toByteArray().size());
+        const qsizetype longest = none ? 0 : facts.longestBinary;
         plan.kind = Kind::Binary;
         plan.max = longest > kLongLimit || type == 34;
-        const bool fixed =
-            type == 173 && column.length > 0 && column.length <= kLongLimit &&
-            all([&column](const QVariant& v) { return v.toByteArray().size() == column.length; });
+        const bool fixed = type == 173 && column.length > 0 && column.length <= kLongLimit &&
+                           (none || (facts.shortestBinary == column.length && longest == column.length));
         plan.wireType = fixed ? BigBinary : BigVarBinary;
         plan.size = fixed ? column.length : variableLength(column.length, longest);
         return plan;
@@ -296,15 +375,13 @@ TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::planFor(const SqlColumn& column,
     case 35:
     case 167:
     case 175: {
-        if (!all([](const QVariant& v) { return isAnsiText(textOf(v)); }))
+        if (!facts.allAnsi)
             break;
-        qsizetype longest = 0;
-        for (const QVariant& v : values)
-            longest = std::max(longest, textOf(v).size());
+        const qsizetype longest = none ? 0 : facts.longestText;
         plan.kind = Kind::Ansi;
         plan.max = longest > kLongLimit || type == 35;
         const bool fixed = type == 175 && column.length > 0 && column.length <= kLongLimit &&
-                           all([&column](const QVariant& v) { return textOf(v).size() == column.length; });
+                           (none || (facts.shortestText == column.length && longest == column.length));
         plan.wireType = fixed ? BigChar : BigVarChar;
         plan.size = fixed ? column.length : variableLength(column.length, longest);
         return plan;
@@ -314,15 +391,13 @@ TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::planFor(const SqlColumn& column,
     }
 
     // Text carries every value.
-    qsizetype longest = 0;
-    for (const QVariant& v : values)
-        longest = std::max(longest, 2 * textOf(v).size());
+    const qsizetype longest = none ? 0 : 2 * facts.longestText;
     const bool declaredUnicode = type == 231 || type == 239 || type == 256 || type == 99;
     const int declared = declaredUnicode ? column.length : 0;
     plan.kind = Kind::Unicode;
     plan.max = longest > kLongLimit || type == 99;
     const bool fixed = type == 239 && declared > 0 && declared <= kLongLimit &&
-                       all([declared](const QVariant& v) { return 2 * textOf(v).size() == declared; });
+                       (none || (2 * facts.shortestText == declared && longest == declared));
     plan.wireType = fixed ? NChar : NVarChar;
     plan.size = fixed ? declared : variableLength(declared - declared % 2, longest);
     return plan;
@@ -332,13 +407,20 @@ void TdsRowSetEncoder::Write(TdsWriter& out, const SqlRowSet& rows) const {
     QList<ColumnPlan> plans;
     for (int c = 0; c < rows.columns.size(); ++c)
         plans.append(Plan(rows.columns[c], rows.rows, c));
+    WriteMetadata(out, rows.columns, plans);
+    for (const QVariantList& row : rows.rows)
+        if (!WriteRow(out, plans, row))
+            return;
+}
 
+void TdsRowSetEncoder::WriteMetadata(TdsWriter& out, const QList<SqlColumn>& columns,
+                                     const QList<ColumnPlan>& plans) const {
     out.U8(Tds::ColMetadata);
     out.U16(uint16_t(plans.size()));
     for (int c = 0; c < plans.size(); ++c) {
         const ColumnPlan& p = plans[c];
-        out.U32(0);                                // user type
-        out.U16(rows.columns[c].nullable ? 1 : 0); // flags: nullable
+        out.U32(0);                           // user type
+        out.U16(columns[c].nullable ? 1 : 0); // flags: nullable
         out.U8(p.wireType);
         switch (p.kind) {
         case Kind::Date:
@@ -359,17 +441,17 @@ void TdsRowSetEncoder::Write(TdsWriter& out, const SqlRowSet& rows) const {
         default:
             out.U8(uint8_t(p.size));
         }
-        out.BVarchar(rows.columns[c].name.left(128));
+        out.BVarchar(columns[c].name.left(128));
     }
+}
 
-    for (const QVariantList& row : rows.rows) {
-        out.U8(Tds::Row);
-        for (int c = 0; c < plans.size(); ++c)
-            writeValue(out, plans[c], c < row.size() ? row[c] : QVariant());
-        // Rows go to the client as packets fill, not once the last one is written.
-        if (!out.Flush())
-            return;
-    }
+bool TdsRowSetEncoder::WriteRow(TdsWriter& out, const QList<ColumnPlan>& plans,
+                                const QVariantList& row) const {
+    out.U8(Tds::Row);
+    for (int c = 0; c < plans.size(); ++c)
+        writeValue(out, plans[c], c < row.size() ? row[c] : QVariant());
+    // Rows go to the client as packets fill, not once the last one is written.
+    return out.Flush();
 }
 
 void TdsRowSetEncoder::writeValue(TdsWriter& out, const ColumnPlan& plan, const QVariant& value) const {
@@ -389,8 +471,11 @@ void TdsRowSetEncoder::writeValue(TdsWriter& out, const ColumnPlan& plan, const 
                                  : plan.kind == Kind::Ansi ? toCp1252(textOf(value))
                                                            : toUcs2(textOf(value));
         if (!plan.max) {
-            out.U16(uint16_t(bytes.size()));
-            out.Bytes(bytes);
+            // A value longer than its plan only comes from a statement that read differently the
+            // second time (rows streamed after a first look); it is cut rather than break the stream.
+            const qsizetype size = std::min<qsizetype>(bytes.size(), plan.size - plan.size % 2);
+            out.U16(uint16_t(size));
+            out.Bytes(size == bytes.size() ? bytes : bytes.left(size));
             return;
         }
         // Chunked: the total, the chunks each with its length, and an empty chunk at the end.
@@ -405,7 +490,9 @@ void TdsRowSetEncoder::writeValue(TdsWriter& out, const ColumnPlan& plan, const 
     default:
         break;
     }
-    if (isNull) {
+    if (isNull || !fits(plan, value)) {
+        // A value that its plan can't carry (a statement that read differently the second time)
+        // goes as NULL rather than break the stream.
         out.U8(0);
         return;
     }

@@ -4,6 +4,7 @@
 #include "TdsWriter.h"
 
 #include <cstdint>
+#include <limits>
 
 // Writes one row set as COLMETADATA and ROW tokens. Each column goes out in the simplest wire type
 // that carries its server type and every one of its values: integers as INTN of the width they
@@ -28,15 +29,41 @@ public:
     explicit TdsRowSetEncoder(uint32_t tdsVersion)
         : mTdsVersion(tdsVersion) {}
 
+    static constexpr qsizetype kNoLength = std::numeric_limits<qsizetype>::max();
+    // What the values of one column are, gathered one value at a time, so that a plan can be made
+    // for rows that are never all held.
+    struct ColumnFacts {
+        qsizetype values = 0; // not NULL
+        int firstTypeId = 0;
+        bool allInteger = true, allBit = true, allDouble = true, allDates = true, allBinary = true,
+             allAnsi = true;
+        int intWidth = 1;
+        double largestMagnitude = 0;
+        int decimalPrecision = 18, decimalScale = 0;
+        bool fitsDeclaredDecimal = true, fitsWidestDecimal = true;
+        bool wantDates = false;
+        int firstYear = 1 << 30, lastYear = -(1 << 30);
+        qsizetype shortestBinary = kNoLength, longestBinary = 0;
+        qsizetype shortestText = kNoLength, longestText = 0; // characters of the value as text
+
+        void Observe(const QVariant& value);
+    };
+    static ColumnFacts FactsFor(const SqlColumn& column);
+
     ColumnPlan Plan(const SqlColumn& column, const QList<QVariantList>& rows, int index) const;
+    ColumnPlan Plan(const SqlColumn& column, const ColumnFacts& facts) const;
     // Flushes the writer after each row; stops early when the writer's sink stopped the reply.
     void Write(TdsWriter& out, const SqlRowSet& rows) const;
+    // The same in pieces, for rows that come one by one: the COLMETADATA, then each ROW (false once
+    // the writer's sink stopped the reply).
+    void WriteMetadata(TdsWriter& out, const QList<SqlColumn>& columns, const QList<ColumnPlan>& plans) const;
+    bool WriteRow(TdsWriter& out, const QList<ColumnPlan>& plans, const QVariantList& row) const;
 
     // The Windows-1252 code of a character; -1 when it has none.
     static int Cp1252(QChar c);
 
 private:
-    ColumnPlan planFor(const SqlColumn& column, const QList<QVariant>& values) const;
+    static bool fits(const ColumnPlan& plan, const QVariant& value);
     void writeValue(TdsWriter& out, const ColumnPlan& plan, const QVariant& value) const;
 
     uint32_t mTdsVersion;

@@ -4,7 +4,7 @@
 #include "TARMOError.h"
 #include "TdsLoginRequest.h"
 #include "TdsReader.h"
-#include "TdsRowSetEncoder.h"
+#include "TdsResultStream.h"
 #include "TdsTokens.h"
 
 #include <exception>
@@ -28,16 +28,6 @@ SqlMessage error(long number, int severity, const QString& text) {
     m.severity = severity;
     m.text = text;
     return m;
-}
-
-// Every DONE but the last one of a reply carries MORE, or the client stops reading there; the
-// last one must not.
-void finish(TdsWriter& out, qsizetype lastDone) {
-    if (lastDone >= 0 && lastDone == out.Size() - 13) {
-        out.PatchU16(lastDone + 1, uint16_t(out.ReadU16(lastDone + 1) & ~Tds::DoneMore));
-        return;
-    }
-    Tds::WriteDone(out, Tds::DoneFinal, 0, 0);
 }
 
 } // namespace
@@ -186,70 +176,30 @@ TdsSession::Reply TdsSession::batch(const QByteArray& message, TdsWriter& out) {
     const QString text = in.Ucs2At(in.Position(), in.Remaining() / 2);
 
     const QString before = mSession->CurrentDatabase();
-    SqlBatchResults results;
+    TdsResultStream stream(out, mTdsVersion, mServerName, before,
+                           [this] { return mSession->CurrentDatabase(); });
     try {
-        results = mSession->Execute(text);
+        mSession->Execute(text, stream);
     } catch (const TARMOError& e) {
-        results.append(SqlResult::Msg(error(e.Number() != 0 ? e.Number() : 50000, 16, e.Description())));
+        stream.Add(SqlResult::Msg(error(e.Number() != 0 ? e.Number() : 50000, 16, e.Description())));
     } catch (const std::exception& e) {
-        results.append(SqlResult::Msg(error(50000, 16, QString::fromLocal8Bit(e.what()))));
+        stream.Add(SqlResult::Msg(error(50000, 16, QString::fromLocal8Bit(e.what()))));
     }
-    // A cancelled batch is answered by the acknowledgement alone, which the caller sends.
+    // A cancelled batch is answered by the acknowledgement alone, which the caller sends in place
+    // of what is left of the reply.
     if (mCancelCheck && mCancelCheck())
         return {};
-    EncodeResults(results, before, mSession->CurrentDatabase(), out);
+    stream.Finish();
     return {};
 }
 
 void TdsSession::EncodeResults(const SqlBatchResults& results, const QString& oldDatabase,
                                const QString& newDatabase, TdsWriter& out) const {
-    const TdsRowSetEncoder rowSets(mTdsVersion == 0 ? Tds::kVersion74 : mTdsVersion);
-    const bool databaseChanged = oldDatabase != newDatabase;
-    bool envSent = false;
-    qsizetype lastDone = -1;
-    auto done = [&](uint16_t status, uint16_t command, uint64_t count) {
-        lastDone = out.Size();
-        Tds::WriteDone(out, status | Tds::DoneMore, command, count);
-    };
-
-    for (qsizetype i = 0; i < results.size(); ++i) {
-        const SqlResult& r = results[i];
-        switch (r.kind) {
-        case SqlResult::Kind::RowSet: {
-            if (r.rowSet.columns.isEmpty())
-                break;
-            rowSets.Write(out, r.rowSet);
-            if (out.Stopped())
-                return;
-            // The count the engine reports right after a SELECT belongs in the DONE of its rows.
-            const bool counted = i + 1 < results.size() && results[i + 1].kind == SqlResult::Kind::RowCount &&
-                                 results[i + 1].rowCount == r.rowSet.rows.size();
-            if (counted)
-                ++i;
-            done(counted ? Tds::DoneCount : 0, Tds::kSelectCommand,
-                 counted ? uint64_t(r.rowSet.rows.size()) : 0);
-            break;
-        }
-        case SqlResult::Kind::RowCount:
-            done(Tds::DoneCount, 0, uint64_t(std::max<long long>(r.rowCount, 0)));
-            break;
-        case SqlResult::Kind::Message:
-            if (databaseChanged && !envSent && r.message.number == 5701) {
-                Tds::WriteEnvChange(out, Tds::EnvDatabase, newDatabase, oldDatabase);
-                envSent = true;
-            }
-            Tds::WriteMessage(out, r.message, mServerName);
-            // A failed statement ends in a DONE of its own, so that the error stays with it and
-            // doesn't spoil the result that follows.
-            if (r.message.IsError()) {
-                done(Tds::DoneError, 0, 0);
-            }
-            break;
-        }
-    }
-    if (databaseChanged && !envSent)
-        Tds::WriteEnvChange(out, Tds::EnvDatabase, newDatabase, oldDatabase);
-    finish(out, lastDone);
+    TdsResultStream stream(out, mTdsVersion, mServerName, oldDatabase,
+                           [&newDatabase] { return newDatabase; });
+    for (const SqlResult& r : results)
+        stream.Add(r);
+    stream.Finish();
 }
 
 TdsSession::Reply TdsSession::refuse(long number, const QString& text, TdsWriter& out) const {

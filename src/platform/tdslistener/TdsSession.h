@@ -34,7 +34,8 @@ public:
     Reply Handle(uint8_t type, const QByteArray& message, TdsWriter& out);
     // Asked while a batch runs; true stops it, and its results are not written.
     void SetCancelCheck(std::function<bool()> check);
-    // The most rows one SELECT may give (the engine holds them all first); 0 = no limit.
+    // The most rows one SELECT may give where the engine holds them all (rows sent as they are read
+    // have no limit); 0 = no limit.
     void SetRowLimit(int rows) { mRowLimit = rows; }
     // The answer to an ATTENTION: a DONE that acknowledges it.
     static QByteArray AttentionReply();
