@@ -1,3 +1,4 @@
+#include "BenchExpand.h"
 #include "BenchProject.h"
 #include "BenchQuery.h"
 #include "BenchRefresh.h"
@@ -15,10 +16,12 @@ namespace {
 
 int usage() {
     std::fprintf(stderr, "Usage: tarmo-bench refresh|test [--scale F] [--rtt-ms M] [--cache DIR]\n"
+                         "       tarmo-bench expand [--runs N] [--cache DIR]\n"
                          "       tarmo-bench startup [--runs N]\n"
                          "       tarmo-bench query [--rows N] [--cache DIR]\n"
                          "  refresh      refreshes the four lists of the project\n"
                          "  test         tests the syntax of one procedure and checks it in\n"
+                         "  expand       opens the Stored Procedures node of the tree (scale 1)\n"
                          "  startup      starts the program on the demo until its main window shows\n"
                          "  query        reads a large table into the query window\n"
                          "  --scale F    size of the project; 1 is 5,000 procedures, 1,000 views, 1,000\n"
@@ -44,7 +47,8 @@ int main(int argc, char* argv[]) {
     if (command == QLatin1String("bare-window"))
         return RunBareWindow();
     const bool onProject = command == QLatin1String("refresh") || command == QLatin1String("test");
-    if (!onProject && command != QLatin1String("startup") && command != QLatin1String("query"))
+    const bool expand = command == QLatin1String("expand");
+    if (!onProject && !expand && command != QLatin1String("startup") && command != QLatin1String("query"))
         return usage();
     double scale = 1;
     int rtt = 0;
@@ -62,7 +66,7 @@ int main(int argc, char* argv[]) {
             scale = value.toDouble(&ok);
         else if (option == QLatin1String("--rtt-ms") && onProject)
             rtt = value.toInt(&ok);
-        else if (option == QLatin1String("--runs") && command == QLatin1String("startup"))
+        else if (option == QLatin1String("--runs") && (command == QLatin1String("startup") || expand))
             runs = value.toInt(&ok);
         else if (option == QLatin1String("--rows") && command == QLatin1String("query"))
             rows = value.toInt(&ok);
@@ -77,6 +81,16 @@ int main(int argc, char* argv[]) {
         return RunStartupBenchmark(runs);
     if (command == QLatin1String("query"))
         return RunQueryBenchmark(cache, rows);
+    if (expand) {
+        try {
+            BenchProject project(cache, 1);
+            project.Ensure();
+            return RunExpandBenchmark(project, runs);
+        } catch (const TARMOError& e) {
+            std::fprintf(stderr, "tarmo-bench: %s\n", qPrintable(e.Description()));
+            return 1;
+        }
+    }
     try {
         BenchProject project(cache, scale);
         project.Ensure();

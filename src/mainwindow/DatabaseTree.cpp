@@ -10,6 +10,8 @@
 #include <QMimeData>
 #include <QMouseEvent>
 
+#include <utility>
+
 namespace {
 constexpr int KeyRole = Qt::UserRole;
 constexpr int TagRole = Qt::UserRole + 1;
@@ -68,26 +70,45 @@ void DatabaseTree::AddItems(const TARMODBTItems& Items, QTreeWidgetItem* Parent,
                             bool bNested) {
     if (!bNested)
         mbFillingTree = true;
+    // The nodes of one level are made apart from the tree and handed over in one go: a view that
+    // takes thousands of rows one by one redoes its layout for each.
+    QList<QTreeWidgetItem*> nodes;
+    QList<QTreeWidgetItem*> toOpen;
+    const QString expanded = QLatin1Char(',') + strExpanded;
     Items.ForEach([&](const TARMODBTItem& item) {
         if (item.RemoveItem)
             return;
-        auto* node = Parent ? new QTreeWidgetItem(Parent) : new QTreeWidgetItem(this);
+        auto* node = new QTreeWidgetItem;
         if (!item.Key.isEmpty())
             node->setData(0, KeyRole, item.Key);
         node->setText(0, item.Text);
         applyRecordIcon(node, item.ImageName);
         node->setData(0, TagRole, item.Tag);
         AddItems(item.Children(), node, strExpanded, true);
+        nodes.append(node);
         // Whole keys only: "I12," must not match inside "I112,".
-        const QString marker = QLatin1Char(',') + NodeKey(node) + QLatin1Char(',');
-        if ((!strExpanded.isEmpty() && !NodeKey(node).isEmpty() &&
-             (QLatin1Char(',') + strExpanded).contains(marker)) ||
-            item.AutoExpand) {
+        const QString key = NodeKey(node);
+        if ((!strExpanded.isEmpty() && !key.isEmpty() &&
+             expanded.contains(QLatin1Char(',') + key + QLatin1Char(','))) ||
+            item.AutoExpand)
+            toOpen.append(node);
+    });
+    if (Parent)
+        Parent->addChildren(nodes);
+    else
+        addTopLevelItems(nodes);
+    // Opening a node reads its children, so it waits until the node stands in the tree: nodes of a
+    // level still apart from it are opened by the call that hands their level over.
+    if (Parent && !Parent->treeWidget()) {
+        mPendingOpen += toOpen;
+    } else {
+        const QList<QTreeWidgetItem*> open = std::exchange(mPendingOpen, {}) + toOpen;
+        for (QTreeWidgetItem* node : open) {
             openFromFill(node);
             if (hasPlaceholder(node))
                 fillNode(node, strExpanded, true);
         }
-    });
+    }
     if (!bNested)
         mbFillingTree = false;
 }

@@ -76,6 +76,8 @@ private:
     const ImageList& mImages;
     ObjectDispatch* mDispatch = nullptr;
     bool mbFillingTree = false;
+    // Nodes to open that AddItems made below a node not yet in the tree.
+    QList<QTreeWidgetItem*> mPendingOpen;
     // Set while AddItems opens a node itself: that opening must stand.
     bool mbOpeningFromFill = false;
     bool mbDragSubnodes = false;
