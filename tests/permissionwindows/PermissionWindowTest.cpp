@@ -2,6 +2,8 @@
 #include "CoreDispatch.h"
 #include "DatabaseTree.h"
 #include "DemoSeed.h"
+#include "ExplorerBar.h"
+#include "SQLTextEditor.h"
 #include "ScriptedPrompts.h"
 #include "TARMODatabase.h"
 #include "TARMOProject.h"
@@ -10,6 +12,7 @@
 #include "TestSupport.h"
 #include "VSSBulkReader.h"
 #include "frmEditObjectPermissions.h"
+#include "frmEditObjectText.h"
 #include "mdiMain.h"
 
 #include <QApplication>
@@ -17,6 +20,7 @@
 #include <QHash>
 #include <QHeaderView>
 #include <QMdiSubWindow>
+#include <QMenu>
 #include <QPointer>
 #include <QTableWidget>
 #include <QTest>
@@ -44,8 +48,11 @@ protected:
         project->SQL().ExecuteSQL(QStringLiteral("REVOKE EXECUTE ON dbo.GetCustomerOrders TO Reporting"));
         database.SetProject(project);
         database.SetChildWindowState(WindowState::Normal);
+        database.SetShowCommentPrompt(false);
+        database.SetShowDescriptionPrompt(false);
         window.AdoptDispatch(std::make_unique<CoreDispatch>(database));
         frmEditObjectPermissions::Install(window);
+        frmEditObjectText::Install(window);
         window.SetLoading(true);
         window.Init(database);
         window.InitDBT(2865);
@@ -55,7 +62,7 @@ protected:
     }
     void TearDown() override {
         for (QMdiSubWindow* sub : window.MdiArea()->subWindowList())
-            if (auto* form = qobject_cast<frmEditObjectPermissions*>(sub->widget()))
+            if (auto* form = qobject_cast<EditorChildWindow*>(sub->widget()))
                 form->CloseItem(true);
         QCoreApplication::processEvents();
         VSSBulkReader::Release();
@@ -344,4 +351,41 @@ TEST_F(PermissionWindowTest, ATableShowsFiveStatementsAndTheRolesFilterLeavesUse
               (QStringList{QStringLiteral("O'Neil]s:DENY REFERENCES"),
                            QStringLiteral("Reporting:GRANT INSERT"), QStringLiteral("clerk:GRANT SELECT")}))
         << "the user's grant stays: the table listed roles only";
+}
+
+TEST_F(PermissionWindowTest, ThePanelAndAFirstCheckInOpenTheEditorToo) {
+    DatabaseTree& tree = *window.tvwDBT();
+    QTreeWidgetItem* views = nullptr;
+    for (int i = 0; i < tree.topLevelItemCount(); ++i)
+        if (tree.topLevelItem(i)->text(0) == QLatin1String("Views"))
+            views = tree.topLevelItem(i);
+    ASSERT_TRUE(views);
+    views->setExpanded(true);
+    ASSERT_GT(views->childCount(), 0);
+    tree.setCurrentItem(views->child(0));
+    window.UpdateContextPanel();
+    window.ebcExtraInfo()->ClickEntry(QStringLiteral("Item"), QStringLiteral("mnuPopupEditPermission"));
+    auto* fromPanel = qobject_cast<frmEditObjectPermissions*>(window.ActiveForm());
+    ASSERT_TRUE(fromPanel);
+    EXPECT_TRUE(fromPanel->Caption().endsWith(QStringLiteral("(View) - Permissions")));
+    EXPECT_EQ(fromPanel->grdPermission()->columnCount(), 6) << "a view knows the five statements of a table";
+
+    database.SetShowPermissionsOnNewObjectCreate(true);
+    QAction* entry = nullptr;
+    for (QAction* action : window.Menus().Menu(QStringLiteral("mnuNew"))->actions())
+        if (action->text() == QLatin1String("New &Stored Procedure"))
+            entry = action;
+    ASSERT_TRUE(entry);
+    entry->trigger();
+    auto* edit = qobject_cast<frmEditObjectText*>(window.ActiveForm());
+    ASSERT_TRUE(edit);
+    edit->txtSQL()->SetText(QStringLiteral("CREATE PROCEDURE dbo.BackOrders AS SELECT 1"));
+    ASSERT_TRUE(edit->RunCheckIn());
+    auto* afterCheckIn = qobject_cast<frmEditObjectPermissions*>(window.ActiveForm());
+    ASSERT_TRUE(afterCheckIn);
+    EXPECT_EQ(afterCheckIn->Caption(), QStringLiteral("BackOrders (Stored Procedure) - Permissions"));
+    EXPECT_EQ(afterCheckIn->ObjectKey(), edit->ObjectKey());
+    click(afterCheckIn, QStringLiteral("public"));
+    command(Command::SaveText);
+    EXPECT_EQ(protects(QStringLiteral("BackOrders")), QStringList{QStringLiteral("public:GRANT EXECUTE")});
 }
