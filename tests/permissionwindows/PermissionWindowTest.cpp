@@ -213,18 +213,14 @@ TEST_F(PermissionWindowTest, UndoAndRedoThroughTheMainWindowAndAcrossASave) {
     frmEditObjectPermissions* form = openProcedure();
     ASSERT_TRUE(form);
     EXPECT_FALSE(enabled("mnuUndo"));
-    for (int i = 0; i < 3; ++i)
-        click(form, QStringLiteral("public"));
+    click(form, QStringLiteral("public"));
+    click(form, QStringLiteral("public"));
+    ASSERT_TRUE(enabled("mnuUndo"));
+    command(Command::Undo);
+    command(Command::Undo);
     EXPECT_EQ(shown(form, QStringLiteral("public")), P::None);
-    EXPECT_TRUE(form->CanSaveFile()) << "three clicks come back, still changed";
-    QList<long> back;
-    for (int i = 0; i < 3; ++i) {
-        ASSERT_TRUE(enabled("mnuUndo"));
-        command(Command::Undo);
-        back << shown(form, QStringLiteral("public"));
-    }
-    EXPECT_EQ(back, (QList<long>{P::Deny, P::Grant, P::None}));
     EXPECT_FALSE(enabled("mnuUndo"));
+    EXPECT_TRUE(enabled("mnuSaveFile")) << "all undone, still changed";
     ASSERT_TRUE(enabled("mnuRedo"));
     command(Command::Redo);
     command(Command::Redo);
