@@ -10,6 +10,7 @@
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
 #include "TARMOError.h"
+#include "frmEditObjectPermissions.h"
 #include "frmEditObjectText.h"
 #include "frmInitialize.h"
 #include "frmSQLQuery.h"
@@ -102,6 +103,7 @@ int main(int argc, char* argv[]) {
         auto* window = new mdiMain;
         window->AdoptDispatch(std::make_unique<CoreDispatch>(*gDatabase));
         frmEditObjectText::Install(*window);
+        frmEditObjectPermissions::Install(*window);
         frmSQLQuery::Install(*window);
         ItemTools::Install(*window);
         return window;

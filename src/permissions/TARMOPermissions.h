@@ -31,6 +31,8 @@ public:
     const TARMOPermission& Item(int position) const { return mItems.Item(position); }
     bool Contains(const QString& Name) const { return mItems.Contains(Name); }
     int Count() const { return mItems.Count(); }
+    // Appends a line under its name, as reading does; a name already listed raises.
+    void Add(const TARMOPermission& line) { mItems.Add(line, line.Name); }
     auto begin() const { return mItems.begin(); }
     auto end() const { return mItems.end(); }
     auto begin() { return mItems.begin(); }

@@ -6,6 +6,7 @@ enum class HelpTopic : long {
     MainWindow = 23,
     DatabaseTree = 34,
     ObjectEditWindow = 35,
+    Permissions = 39,
     Rename = 45,
     Undelete = 47,
     History = 48,
