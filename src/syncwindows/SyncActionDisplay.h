@@ -10,9 +10,9 @@
 // One row of the results: an object the two stores disagree on, the action chosen for it, and how
 // the row shows that action before it is carried out.
 struct SyncActionRow {
-    QString Key; // DBID
-    QString Tag; // the kind tag of the object
-    int Kind = 3; // 1 only in SQL Server, 2 only in the version store, 3 texts differ
+    QString Key;      // DBID
+    QString Tag;      // the kind tag of the object
+    int Kind = 3;     // 1 only in SQL Server, 2 only in the version store, 3 texts differ
     QString Name;     // owner.name of the object
     QString TypeName; // the kind's display name
     SyncDirection Direction = SyncDirection::None;
@@ -33,7 +33,8 @@ public:
     static const QColor VSSBackground;
 
     // A row with no action, for an object of that kind; the name shows on the side(s) it is on.
-    void AddRow(const QString& key, const QString& tag, int kind, const QString& name, const QString& typeName);
+    void AddRow(const QString& key, const QString& tag, int kind, const QString& name,
+                const QString& typeName);
     void Clear() { mRows.clear(); }
 
     int Count() const { return static_cast<int>(mRows.size()); }

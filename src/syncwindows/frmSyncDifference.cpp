@@ -112,11 +112,12 @@ void frmSyncDifference::ShowTexts(const QString& objectName, const QString& left
         removed += line.Kind == DiffLine::Op::Removed;
         added += line.Kind == DiffLine::Op::Added;
     }
-    mlblSummary->setText(removed + added == 0
-                             ? QStringLiteral("The texts are the same line by line; they differ in white space "
-                                              "at their ends only.")
-                             : QString::number(removed) + QStringLiteral(" line(s) only in the database, ") +
-                                   QString::number(added) + QStringLiteral(" line(s) only in VSS."));
+    mlblSummary->setText(
+        removed + added == 0
+            ? QStringLiteral("The texts are the same line by line; they differ in white space "
+                             "at their ends only.")
+            : QString::number(removed) + QStringLiteral(" line(s) only in the database, ") +
+                  QString::number(added) + QStringLiteral(" line(s) only in VSS."));
 }
 
 QList<frmSyncDifference::SideBySideLine> frmSyncDifference::SideBySide(const QList<DiffLine>& lines) {

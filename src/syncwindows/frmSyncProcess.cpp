@@ -78,13 +78,14 @@ bool frmSyncProcess::StartSync(TARMODatabaseObjects& sdbCurrent) {
     bool changed = false;
     if (mbCompleted) {
         if (!marrResults.isEmpty()) {
-            const ResultsWindow show = mResultsWindow ? mResultsWindow
-                                                      : [this](TARMODatabaseObjects& core,
-                                                               const QList<SyncDifference>& results, QWidget* owner) {
-                                                            frmSyncResults form(owner);
-                                                            form.SetHelp(mHelp);
-                                                            return form.ShowSyncProblems(core, results);
-                                                        };
+            const ResultsWindow show = mResultsWindow
+                                           ? mResultsWindow
+                                           : [this](TARMODatabaseObjects& core,
+                                                    const QList<SyncDifference>& results, QWidget* owner) {
+                                                 frmSyncResults form(owner);
+                                                 form.SetHelp(mHelp);
+                                                 return form.ShowSyncProblems(core, results);
+                                             };
             changed = show(sdbCurrent, marrResults, parentWidget());
         } else {
             MsgBox(QStringLiteral("Everything is in Sync"), Prompt::Buttons::OK, Prompt::Icon::Information,
@@ -104,7 +105,8 @@ void frmSyncProcess::SetupSteps() {
     for (int i = 0; i < steps.size(); ++i) {
         auto* row = new QTreeWidgetItem(mlvwSteps);
         row->setData(0, Qt::UserRole, steps[i].Kind + steps[i].Key);
-        row->setText(1, QStringLiteral("Step ") + QString::number(i + 1) + QStringLiteral(" - ") + steps[i].Text);
+        row->setText(1, QStringLiteral("Step ") + QString::number(i + 1) + QStringLiteral(" - ") +
+                            steps[i].Text);
         row->setText(kStatusColumn, QStringLiteral("Not Started"));
     }
     mpbrCurrent->setValue(0);

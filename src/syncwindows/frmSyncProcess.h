@@ -20,7 +20,8 @@ class frmSyncProcess : public QDialog {
     Q_OBJECT
 public:
     // The results window: the core and what differs; True when it changed anything.
-    using ResultsWindow = std::function<bool(TARMODatabaseObjects&, const QList<SyncDifference>&, QWidget* owner)>;
+    using ResultsWindow =
+        std::function<bool(TARMODatabaseObjects&, const QList<SyncDifference>&, QWidget* owner)>;
 
     explicit frmSyncProcess(QWidget* parent = nullptr);
     ~frmSyncProcess() override;

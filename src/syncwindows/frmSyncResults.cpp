@@ -33,11 +33,13 @@ class ActionButtonDelegate : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
-    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override {
         painter->save();
         painter->fillRect(option.rect, QColor(0xc8, 0xc4, 0xdc));
         const qreal ratio = painter->device() ? painter->device()->devicePixelRatioF() : 1.0;
-        const QPixmap picture = SyncPictures::Action(index.data(frmSyncResults::IconKeyRole).toString(), ratio);
+        const QPixmap picture =
+            SyncPictures::Action(index.data(frmSyncResults::IconKeyRole).toString(), ratio);
         if (!picture.isNull())
             painter->drawPixmap(option.rect, picture);
         painter->restore();
@@ -59,7 +61,8 @@ QTableWidgetItem* cell(const QString& text, const QColor& colour, const QColor& 
 QString actionText(int kind, SyncDirection direction) {
     switch (direction) {
     case SyncDirection::None:
-        return QStringLiteral("No action. Click to choose one; a right click sets a whole block of like rows.");
+        return QStringLiteral(
+            "No action. Click to choose one; a right click sets a whole block of like rows.");
     case SyncDirection::ToSql:
         return kind == 1   ? QStringLiteral("Drop the object from the database")
                : kind == 2 ? QStringLiteral("Create the object in the database")
@@ -116,7 +119,8 @@ frmSyncResults::frmSyncResults(QWidget* parent)
 
     mactShowDifferences = new QAction(QStringLiteral("Show Differences..."), this);
     mactShowDifferences->setObjectName(QStringLiteral("actShowDifferences"));
-    connect(mactShowDifferences, &QAction::triggered, this, [this] { ShowDifferences(mlvwResults->currentRow()); });
+    connect(mactShowDifferences, &QAction::triggered, this,
+            [this] { ShowDifferences(mlvwResults->currentRow()); });
 
     mcmdInSQL = new QPushButton(QStringLiteral("< Make all changes in SQL"), this);
     mcmdInSQL->setObjectName(QStringLiteral("cmdInSQL"));
@@ -158,7 +162,8 @@ frmSyncResults::frmSyncResults(QWidget* parent)
 
 frmSyncResults::~frmSyncResults() = default;
 
-bool frmSyncResults::ShowSyncProblems(TARMODatabaseObjects& sdbCurrent, const QList<SyncDifference>& arrResults) {
+bool frmSyncResults::ShowSyncProblems(TARMODatabaseObjects& sdbCurrent,
+                                      const QList<SyncDifference>& arrResults) {
     Load(sdbCurrent, arrResults);
     exec();
     return mbChangesMade;
@@ -171,8 +176,9 @@ void frmSyncResults::Load(TARMODatabaseObjects& sdbCurrent, const QList<SyncDiff
     const QString database = project ? project->SQL().Database() : QString();
     const QString storeProject = project ? project->VSS().Project() : QString();
     mlvwResults->setHorizontalHeaderLabels(
-        {QStringLiteral("Objects in '") + database + QStringLiteral("' Database"), QStringLiteral("Objects Type"),
-         QString(), QStringLiteral("Objects in VSS Project '") + storeProject + QLatin1Char('\''),
+        {QStringLiteral("Objects in '") + database + QStringLiteral("' Database"),
+         QStringLiteral("Objects Type"), QString(),
+         QStringLiteral("Objects in VSS Project '") + storeProject + QLatin1Char('\''),
          QStringLiteral("Objects Type")});
 
     mDisplay.Clear();
@@ -272,7 +278,8 @@ void frmSyncResults::ShowDifferences(int row) {
     QString sqlText, storeText;
     try {
         BusyCursor busy;
-        const std::shared_ptr<TARMOObjectVSS> object = msdbCurrent->GetObject(found.Tag, found.Key).Versioned();
+        const std::shared_ptr<TARMOObjectVSS> object =
+            msdbCurrent->GetObject(found.Tag, found.Key).Versioned();
         if (!object)
             return;
         sqlText = object->GetContent(StoreLocation::SqlServer);
@@ -307,8 +314,9 @@ void frmSyncResults::reject() {
     if (!mcmdClose->isVisible())
         return;
     if (mDisplay.Count() > 0 &&
-        MsgBox(QStringLiteral("There are still items that are not in Sync!\n\nAre you sure you want to close the "
-                              "Synchronization Results now?"),
+        MsgBox(QStringLiteral(
+                   "There are still items that are not in Sync!\n\nAre you sure you want to close the "
+                   "Synchronization Results now?"),
                Prompt::Buttons::YesNo, Prompt::Icon::Question,
                QStringLiteral("Close Synchronization Results?")) != Prompt::Answer::Yes)
         return;

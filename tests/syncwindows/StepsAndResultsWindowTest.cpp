@@ -11,6 +11,7 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QHeaderView>
+#include <QLabel>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
@@ -20,7 +21,8 @@
 namespace {
 
 const QStringList expectedDifferences{QStringLiteral("dbo.AddOrder 3"), QStringLiteral("dbo.ListCities 1"),
-                                      QStringLiteral("dbo.PurgeOldOrders 2"), QStringLiteral("dbo.CustomerTotal 3"),
+                                      QStringLiteral("dbo.PurgeOldOrders 2"),
+                                      QStringLiteral("dbo.CustomerTotal 3"),
                                       QStringLiteral("dbo.Orders_Insert 3")};
 
 QStringList sorted(QStringList list) {
@@ -58,13 +60,17 @@ TEST_F(SyncWindowsTest, StepsWindowRunsEveryStepAndHandsOverWhatDiffers) {
             statuses << form.lvwSteps()->topLevelItem(i)->text(2);
             iconsShown = iconsShown && !form.lvwSteps()->topLevelItem(i)->icon(0).isNull();
         }
+        Screenshot(&form, QStringLiteral("syncwindows-steps"));
+        DarkPalette dark(&form);
+        Screenshot(&form, QStringLiteral("syncwindows-steps-dark"));
         return false;
     });
     EXPECT_FALSE(form.StartSync(objects()));
 
     QTreeWidget* steps = form.lvwSteps();
     ASSERT_EQ(steps->topLevelItemCount(), 8);
-    EXPECT_EQ(steps->topLevelItem(0)->text(1), QStringLiteral("Step 1 - Find Stored Procedures in SQL and VSS"));
+    EXPECT_EQ(steps->topLevelItem(0)->text(1),
+              QStringLiteral("Step 1 - Find Stored Procedures in SQL and VSS"));
     EXPECT_EQ(steps->topLevelItem(1)->text(1), QStringLiteral("Step 2 - Compare Stored Procedures content"));
     EXPECT_EQ(steps->headerItem()->text(2), QStringLiteral("Status"));
     EXPECT_EQ(statuses, QStringList(8, QStringLiteral("Completed")));
@@ -82,7 +88,8 @@ TEST_F(SyncWindowsTest, StepsWindowRunsEveryStepAndHandsOverWhatDiffers) {
     EXPECT_EQ(prompts->Records().size(), 0) << qPrintable(messages().join(QLatin1Char('\n')));
     const QStringList history = syncHistory();
     ASSERT_EQ(history.size(), 1);
-    EXPECT_TRUE(history.first().startsWith(QStringLiteral("Synchronization: "))) << qPrintable(history.first());
+    EXPECT_TRUE(history.first().startsWith(QStringLiteral("Synchronization: ")))
+        << qPrintable(history.first());
 }
 
 // A project whose stores agree gets the message, no results window, and still its history line.
@@ -111,7 +118,8 @@ TEST_F(SyncWindowsTest, ResultsWindowShowsEachRowAndItsChoice) {
     form.show();
     QTableWidget* table = form.lvwResults();
     ASSERT_EQ(table->rowCount(), 5);
-    EXPECT_EQ(table->horizontalHeaderItem(frmSyncResults::objSQL)->text(), QStringLiteral("Objects in 'Demo' Database"));
+    EXPECT_EQ(table->horizontalHeaderItem(frmSyncResults::objSQL)->text(),
+              QStringLiteral("Objects in 'Demo' Database"));
     EXPECT_EQ(table->horizontalHeaderItem(frmSyncResults::objVSS)->text(),
               QStringLiteral("Objects in VSS Project '") + project->VSS().Project() + QLatin1Char('\''));
     EXPECT_EQ(table->horizontalHeader()->sectionResizeMode(frmSyncResults::button), QHeaderView::Fixed);
@@ -171,7 +179,7 @@ TEST_F(SyncWindowsTest, ResultsWindowShowsEachRowAndItsChoice) {
         EXPECT_EQ(SyncActionDisplay::DirectionOfKey(pictureOf(form, row)), SyncDirection::ToSql);
     Screenshot(&form, QStringLiteral("syncwindows-results-all-sql"));
     {
-        DarkPalette dark;
+        DarkPalette dark(&form);
         form.cmdInVSS()->click();
         Screenshot(&form, QStringLiteral("syncwindows-results-dark"));
     }
@@ -210,10 +218,15 @@ TEST_F(SyncWindowsTest, ChangedRowShowsItsLineDifference) {
     EXPECT_EQ(right[added].trimmed(), QString());
     EXPECT_TRUE(view->lblSummary()->text().contains(QStringLiteral("only in the database")))
         << qPrintable(view->lblSummary()->text());
-    EXPECT_TRUE(view->txtUnified()->toPlainText().contains(QStringLiteral("\n--- amounts are checked by the caller")));
+    EXPECT_TRUE(view->txtUnified()->toPlainText().contains(
+        QStringLiteral("\n--- amounts are checked by the caller")));
     Screenshot(view, QStringLiteral("syncwindows-difference"));
     view->chkUnified()->setChecked(true);
     Screenshot(view, QStringLiteral("syncwindows-difference-unified"));
+    {
+        DarkPalette dark(view);
+        Screenshot(view, QStringLiteral("syncwindows-difference-dark"));
+    }
     view->close();
 
     // The pop-up command acts on the current row and is only there for a row whose texts differ.
@@ -229,7 +242,11 @@ TEST(SyncDifferenceTest, SideBySidePairsReplacedLines) {
         DiffLines(QStringLiteral("a\nb\nc\nd\n"), QStringLiteral("a\nB\nC\nX\nd\n")));
     QStringList shown;
     for (const auto& line : lines)
-        shown << QStringLiteral("%1:%2|%3:%4").arg(line.LeftLine).arg(line.LeftText).arg(line.RightLine).arg(line.RightText);
+        shown << QStringLiteral("%1:%2|%3:%4")
+                     .arg(line.LeftLine)
+                     .arg(line.LeftText)
+                     .arg(line.RightLine)
+                     .arg(line.RightText);
     EXPECT_EQ(shown, QStringList({"1:a|1:a", "2:b|2:B", "3:c|3:C", "0:|4:X", "4:d|5:d"}));
 }
 
@@ -259,9 +276,10 @@ TEST_F(SyncWindowsTest, MainWindowRunsItAndRebuildsItsTree) {
     });
     window.CheckProjectSyncInfo();
     EXPECT_TRUE(results.Shown());
-    EXPECT_EQ(messages(), QStringList({QStringLiteral("Start Synchronization Process?: This is the first time anyone "
-                                                      "has connected to this project. Would you like to Synchronize?"),
-                                       QStringLiteral("In Sync: Everything is now in Sync.")}));
+    EXPECT_EQ(messages(),
+              QStringList({QStringLiteral("Start Synchronization Process?: This is the first time anyone "
+                                          "has connected to this project. Would you like to Synchronize?"),
+                           QStringLiteral("In Sync: Everything is now in Sync.")}));
     EXPECT_FALSE(project->IsFirstUserToConnect());
     EXPECT_EQ(differences(), QStringList());
 

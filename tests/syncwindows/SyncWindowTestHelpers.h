@@ -22,7 +22,8 @@ inline QPoint cellCentre(const frmSyncResults& form, int row, int column) {
 
 // A click on the row's action button, as the user makes it.
 inline void clickButton(frmSyncResults& form, int row, Qt::MouseButton mouseButton = Qt::LeftButton) {
-    QTest::mouseClick(form.lvwResults()->viewport(), mouseButton, {}, cellCentre(form, row, frmSyncResults::button));
+    QTest::mouseClick(form.lvwResults()->viewport(), mouseButton, {},
+                      cellCentre(form, row, frmSyncResults::button));
 }
 
 inline QString pictureOf(const frmSyncResults& form, int row) {
@@ -45,12 +46,13 @@ inline QString text(const frmSyncResults& form, int row, int column) {
     return form.lvwResults()->item(row, column)->text();
 }
 
-// A dark palette for the time of the object, to look at the windows as a user of a dark desktop
-// sees them.
+// A dark palette on a window for the time of the object, to look at it as a user of a dark
+// desktop sees it.
 class DarkPalette {
 public:
-    DarkPalette()
-        : mSaved(QApplication::palette()) {
+    explicit DarkPalette(QWidget* window)
+        : mWindow(window)
+        , mSaved(window->palette()) {
         QPalette dark;
         dark.setColor(QPalette::Window, QColor(45, 45, 48));
         dark.setColor(QPalette::WindowText, QColor(230, 230, 230));
@@ -60,12 +62,13 @@ public:
         dark.setColor(QPalette::Button, QColor(55, 55, 60));
         dark.setColor(QPalette::ButtonText, QColor(230, 230, 230));
         dark.setColor(QPalette::Highlight, QColor(60, 110, 200));
-        QApplication::setPalette(dark);
+        window->setPalette(dark);
     }
-    ~DarkPalette() { QApplication::setPalette(mSaved); }
+    ~DarkPalette() { mWindow->setPalette(mSaved); }
     DarkPalette(const DarkPalette&) = delete;
     DarkPalette& operator=(const DarkPalette&) = delete;
 
 private:
+    QWidget* mWindow;
     QPalette mSaved;
 };

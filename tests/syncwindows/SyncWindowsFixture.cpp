@@ -12,13 +12,14 @@ void SyncWindowsTest::SetUp() {
     ASSERT_EQ(project->VSS().OpenConnection(), QString());
     database.SetProject(project);
     TARMOSQL& sql = project->SQL();
-    sql.ExecuteSQL(QStringLiteral("ALTER PROCEDURE dbo.AddOrder\r\n"
-                                  "    @CustomerID int,\r\n"
-                                  "    @Amount money\r\n"
-                                  "AS\r\n"
-                                  "SET NOCOUNT ON\r\n"
-                                  "-- amounts are checked by the caller\r\n"
-                                  "INSERT INTO dbo.Orders (CustomerID, Amount) VALUES (@CustomerID, @Amount)\r\n"));
+    sql.ExecuteSQL(
+        QStringLiteral("ALTER PROCEDURE dbo.AddOrder\r\n"
+                       "    @CustomerID int,\r\n"
+                       "    @Amount money\r\n"
+                       "AS\r\n"
+                       "SET NOCOUNT ON\r\n"
+                       "-- amounts are checked by the caller\r\n"
+                       "INSERT INTO dbo.Orders (CustomerID, Amount) VALUES (@CustomerID, @Amount)\r\n"));
     sql.ExecuteSQL(QStringLiteral("ALTER FUNCTION dbo.CustomerTotal (@CustomerID int)\r\n"
                                   "RETURNS money\r\n"
                                   "AS\r\n"
