@@ -31,12 +31,16 @@ frmSyncProcess::frmSyncProcess(QWidget* parent)
     setWindowTitle(QStringLiteral("Synchronization Process"));
     setModal(true);
 
-    // The frame is disabled so that the list only shows: the run can't be steered from it.
+    // The list only shows: the run can't be steered from it. It takes neither the mouse nor the
+    // focus, but isn't disabled, so that its texts and status pictures keep their colours.
     mfraStatus = new QGroupBox(this);
     mfraStatus->setObjectName(QStringLiteral("fraStatus"));
-    mfraStatus->setEnabled(false);
+    mfraStatus->setAttribute(Qt::WA_TransparentForMouseEvents);
+    mfraStatus->setFocusPolicy(Qt::NoFocus);
     mlvwSteps = new QTreeWidget(mfraStatus);
     mlvwSteps->setObjectName(QStringLiteral("lvwSteps"));
+    mlvwSteps->setFocusPolicy(Qt::NoFocus);
+    mlvwSteps->setSelectionMode(QAbstractItemView::NoSelection);
     mlvwSteps->setRootIsDecorated(false);
     mlvwSteps->setUniformRowHeights(true);
     mlvwSteps->setHeaderLabels({QString(), QStringLiteral("Step"), QStringLiteral("Status")});

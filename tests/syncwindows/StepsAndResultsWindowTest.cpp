@@ -12,6 +12,7 @@
 #include <QCheckBox>
 #include <QHeaderView>
 #include <QLabel>
+#include <QMap>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
@@ -65,9 +66,28 @@ TEST_F(SyncWindowsTest, StepsWindowRunsEveryStepAndHandsOverWhatDiffers) {
         Screenshot(&form, QStringLiteral("syncwindows-steps-dark"));
         return false;
     });
+    // Every status a row shows, in order.
+    QMap<int, QStringList> seen;
+    QObject::connect(form.lvwSteps(), &QTreeWidget::itemChanged, [&](QTreeWidgetItem* item, int column) {
+        if (column == 2)
+            seen[form.lvwSteps()->indexOfTopLevelItem(item)] << item->text(2);
+    });
     EXPECT_FALSE(form.StartSync(objects()));
 
     QTreeWidget* steps = form.lvwSteps();
+    bool progressShown = false;
+    for (int step = 0; step < steps->topLevelItemCount(); ++step) {
+        const QStringList& shown = seen[step];
+        ASSERT_GE(shown.size(), 3) << step;
+        EXPECT_EQ(shown.mid(0, 2), QStringList({"Not Started", "Processing"})) << step;
+        EXPECT_EQ(shown.last(), QStringLiteral("Completed")) << step;
+        for (const QString& status : shown.mid(2, shown.size() - 3)) {
+            EXPECT_TRUE(QRegularExpression(QStringLiteral("^Progress: \\d{1,3}%$")).match(status).hasMatch())
+                << qPrintable(status);
+            progressShown = true;
+        }
+    }
+    EXPECT_TRUE(progressShown);
     ASSERT_EQ(steps->topLevelItemCount(), 8);
     EXPECT_EQ(steps->topLevelItem(0)->text(1),
               QStringLiteral("Step 1 - Find Stored Procedures in SQL and VSS"));
