@@ -5,6 +5,7 @@
 #include <QFont>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPixmapCache>
 
 // An action picture is drawn on the 66 x 20 grid of its cell: a button face, on it an arrow that
 // points at the store that is to change, and the action's word on the arrow. Green adds, red drops,
@@ -112,16 +113,25 @@ void paintAction(QPainter& p, const QStringList& parts) {
 
 } // namespace
 
+// Each cell of the button column paints its picture on every repaint, so the pictures are drawn
+// once per key and screen density.
 QPixmap SyncPictures::Action(const QString& key, qreal devicePixelRatio) {
     static const QStringList known = SyncActionDisplay::AllIconKeys();
     if (!known.contains(key))
         return {};
-    QPixmap pixmap(ActionSize * devicePixelRatio);
+    const QString cacheKey =
+        QStringLiteral("tarmo-sync:") + key + QLatin1Char('@') + QString::number(devicePixelRatio);
+    QPixmap pixmap;
+    if (QPixmapCache::find(cacheKey, &pixmap))
+        return pixmap;
+    pixmap = QPixmap(ActionSize * devicePixelRatio);
     pixmap.setDevicePixelRatio(devicePixelRatio);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
     paintAction(painter, key.split(QLatin1Char(':')));
+    painter.end();
+    QPixmapCache::insert(cacheKey, pixmap);
     return pixmap;
 }
 

@@ -8,6 +8,7 @@
 #include "UserPrompts.h"
 #include "frmSyncResults.h"
 
+#include <QCloseEvent>
 #include <QGroupBox>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -69,6 +70,7 @@ bool frmSyncProcess::StartSync(TARMODatabaseObjects& sdbCurrent) {
     msdbCurrent = &sdbCurrent;
     marrResults.clear();
     mbCompleted = false;
+    mbRunning = true;
     mRun = std::make_unique<SyncRun>(sdbCurrent);
     mRun->StepStatus = [this](int step, const QString& status) { SetStepStatus(step, status); };
     mRun->StepProgress = [this](int step, long current, long total) { ShowProgress(step, current, total); };
@@ -129,6 +131,7 @@ void frmSyncProcess::RunSteps() {
             mbCompleted = false;
         }
     }
+    mbRunning = false;
     accept();
 }
 
@@ -164,14 +167,22 @@ void frmSyncProcess::ShowProgress(int step, long current, long total) {
     mpbrCurrent->repaint();
 }
 
+// A run can't be stopped by the user: the window goes when the run is over.
+void frmSyncProcess::closeEvent(QCloseEvent* event) {
+    if (mbRunning) {
+        event->ignore();
+        return;
+    }
+    QDialog::closeEvent(event);
+}
+
 void frmSyncProcess::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_F1) {
         if (mHelp)
             mHelp(this, HelpId(HelpTopic::Synchronization));
         return;
     }
-    // The run can't be stopped half way: Escape doesn't close the window.
-    if (event->key() == Qt::Key_Escape)
+    if (event->key() == Qt::Key_Escape && mbRunning)
         return;
     QDialog::keyPressEvent(event);
 }

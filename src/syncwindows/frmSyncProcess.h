@@ -41,6 +41,7 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void SetupSteps();
@@ -52,6 +53,7 @@ private:
     std::unique_ptr<SyncRun> mRun;
     QList<SyncDifference> marrResults;
     bool mbCompleted = false;
+    bool mbRunning = false;
 
     QGroupBox* mfraStatus = nullptr;
     QTreeWidget* mlvwSteps = nullptr;

@@ -116,6 +116,7 @@ frmSyncResults::frmSyncResults(QWidget* parent)
     mlvwResults->setColumnWidth(objVSSType, 100);
     header->setSectionResizeMode(button, QHeaderView::Fixed);
     mlvwResults->viewport()->installEventFilter(this);
+    mlvwResults->installEventFilter(this);
 
     mactShowDifferences = new QAction(QStringLiteral("Show Differences..."), this);
     mactShowDifferences->setObjectName(QStringLiteral("actShowDifferences"));
@@ -333,7 +334,15 @@ void frmSyncResults::keyPressEvent(QKeyEvent* event) {
 }
 
 // The button cell answers both mouse buttons; a right click elsewhere offers the difference view.
+// From the keyboard, Space is the left button on the current row's button and Shift+Space the right.
 bool frmSyncResults::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == mlvwResults && event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if (key->key() != Qt::Key_Space)
+            return QDialog::eventFilter(watched, event);
+        ButtonClicked(mlvwResults->currentRow(), key->modifiers() & Qt::ShiftModifier);
+        return true;
+    }
     if (watched != mlvwResults->viewport())
         return QDialog::eventFilter(watched, event);
     switch (event->type()) {

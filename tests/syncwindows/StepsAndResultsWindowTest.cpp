@@ -204,6 +204,14 @@ TEST_F(SyncWindowsTest, ResultsWindowShowsEachRowAndItsChoice) {
         Screenshot(&form, QStringLiteral("syncwindows-results-dark"));
     }
 
+    // Space is the keyboard's click on the current row's button, Shift+Space its right click.
+    form.lvwResults()->setCurrentCell(listCities, frmSyncResults::objSQL);
+    QTest::keyClick(form.lvwResults(), Qt::Key_Space);
+    EXPECT_EQ(pictureOf(form, listCities), QStringLiteral("NRM"));
+    form.lvwResults()->setCurrentCell(trigger, frmSyncResults::objSQL);
+    QTest::keyClick(form.lvwResults(), Qt::Key_Space, Qt::ShiftModifier);
+    EXPECT_EQ(pictureOf(form, total), QStringLiteral("CNG:L:R:LTR"));
+
     QTest::keyClick(&form, Qt::Key_F1);
     EXPECT_EQ(helpTopics, QList<long>{50});
     EXPECT_EQ(prompts->Records().size(), 0);
