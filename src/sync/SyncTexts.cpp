@@ -2,6 +2,7 @@
 
 #include "DbRecordset.h"
 #include "StoreTraffic.h"
+#include "TARMOError.h"
 #include "TARMOObjectList.h"
 #include "TARMOObjectVSS.h"
 #include "TARMOSQL.h"
@@ -27,29 +28,28 @@ QString kindCondition(const QString& listQuery) {
 }
 
 // The latest checked-in texts, read in a session of our own: the connection's user may hold some of
-// the files, and then the bulk reader gives the working copy, which is not what was checked in.
+// the files, and then the bulk reader gives the working copy, which is not what was checked in. The
+// user holds few files, so each is looked up by its path rather than among all of the project's.
 QHash<QString, QString> checkedInTexts(const TARMOVSS& vss, const QStringList& names) {
     QHash<QString, QString> texts;
     if (names.isEmpty())
         return texts;
-    QSet<QString> wanted;
-    for (const QString& name : names)
-        wanted.insert(name.toLower());
     StoreTraffic::StoreCall();
     VersionStore store;
     store.Open(vss.IniFile(), vss.UserName(), vss.Password());
     store.SetCurrentProject(vss.Project());
-    for (const StoreItem& item : store.Item(store.CurrentProject()).Items(false)) {
-        const QString name = item.Name().toLower();
-        if (item.Type() != StoreItem::File || !wanted.contains(name))
-            continue;
-        QString text;
-        for (const StoreVersion& version : item.Versions())
-            if (!version.IsLabel()) {
-                text = QString::fromUtf8(version.Text());
-                break;
-            }
-        texts.insert(name, text);
+    const QString project = store.CurrentProject();
+    for (const QString& name : names) {
+        try {
+            const StoreItem item = store.Item(project + QLatin1Char('/') + name);
+            for (const StoreVersion& version : item.Versions())
+                if (!version.IsLabel()) {
+                    texts.insert(name.toLower(), QString::fromUtf8(version.Text()));
+                    break;
+                }
+        } catch (const TARMOError&) {
+            // Gone since the list was read: the object's own compare says what it is now.
+        }
     }
     return texts;
 }
