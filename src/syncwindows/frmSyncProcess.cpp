@@ -145,6 +145,7 @@ void frmSyncProcess::SetStepStatus(int step, const QString& status) {
     if (!done && mRun && mRun->Steps().value(step).Kind == QLatin1String("COMP")) {
         mpbrCurrent->setMinimum(0);
         mpbrCurrent->setValue(0);
+        mpbrCurrent->setFormat(QStringLiteral("0%"));
     }
     mlvwSteps->scrollToItem(row);
     mlvwSteps->viewport()->repaint();
