@@ -3,6 +3,7 @@
 #include "BenchQuery.h"
 #include "BenchRefresh.h"
 #include "BenchStartup.h"
+#include "BenchSync.h"
 #include "BenchTest.h"
 #include "TARMOError.h"
 
@@ -15,12 +16,14 @@
 namespace {
 
 int usage() {
-    std::fprintf(stderr, "Usage: tarmo-bench refresh|test [--scale F] [--rtt-ms M] [--cache DIR]\n"
+    std::fprintf(stderr, "Usage: tarmo-bench refresh|test|sync [--scale F] [--rtt-ms M] [--cache DIR]\n"
                          "       tarmo-bench expand [--runs N] [--cache DIR]\n"
                          "       tarmo-bench startup [--runs N]\n"
                          "       tarmo-bench query [--rows N] [--cache DIR]\n"
                          "  refresh      refreshes the four lists of the project\n"
                          "  test         tests the syntax of one procedure and checks it in\n"
+                         "  sync         compares a copy of the project, with known differences, as a\n"
+                         "               synchronization does\n"
                          "  expand       opens the Stored Procedures node of the tree (scale 1)\n"
                          "  startup      starts the program on the demo until its main window shows\n"
                          "  query        reads a large table into the query window\n"
@@ -46,7 +49,8 @@ int main(int argc, char* argv[]) {
     const QString command = args.takeFirst();
     if (command == QLatin1String("bare-window"))
         return RunBareWindow();
-    const bool onProject = command == QLatin1String("refresh") || command == QLatin1String("test");
+    const bool onProject = command == QLatin1String("refresh") || command == QLatin1String("test") ||
+                           command == QLatin1String("sync");
     const bool expand = command == QLatin1String("expand");
     if (!onProject && !expand && command != QLatin1String("startup") && command != QLatin1String("query"))
         return usage();
@@ -96,6 +100,8 @@ int main(int argc, char* argv[]) {
         project.Ensure();
         if (command == QLatin1String("test"))
             return RunTestBenchmark(project);
+        if (command == QLatin1String("sync"))
+            return RunSyncBenchmark(project, rtt);
         return RunRefreshBenchmark(project, rtt);
     } catch (const TARMOError& e) {
         std::fprintf(stderr, "tarmo-bench: %s\n", qPrintable(e.Description()));

@@ -7,6 +7,7 @@
 #include "OfferRecovery.h"
 #include "ProjectWindow.h"
 #include "RecoveryFiles.h"
+#include "SyncWindows.h"
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
 #include "TARMOError.h"
@@ -106,6 +107,7 @@ int main(int argc, char* argv[]) {
         frmEditObjectPermissions::Install(*window);
         frmSQLQuery::Install(*window);
         ItemTools::Install(*window);
+        SyncWindows::Install(*window);
         return window;
     });
 

@@ -20,5 +20,5 @@ QList<DiffLine> DiffLines(const QString& left, const QString& right);
 
 // A unified view (with `context` lines around each change and "@@ -a,b +c,d @@" hunk heads), as a
 // developer knows it from the command line; "" where the texts are the same line by line.
-QString UnifiedDiff(const QString& left, const QString& right, const QString& leftName, const QString& rightName,
-                    int context = 3);
+QString UnifiedDiff(const QString& left, const QString& right, const QString& leftName,
+                    const QString& rightName, int context = 3);

@@ -8,12 +8,13 @@
 #include <functional>
 
 class TARMODatabaseObjects;
+class TARMOObjectList;
 
 // One object that the two stores don't agree on: a row of what a synchronization run found. An
 // object in both stores with equal texts, or in neither, never makes a row.
 struct SyncDifference {
     QString DBID;
-    QString ObjectType;        // the kind tag of the object
+    QString ObjectType; // the kind tag of the object
     bool InSQL = false;
     bool InVSS = false;
     bool TextsDiffer = false;  // in both, and the texts differ (white space at both ends aside)
@@ -58,6 +59,10 @@ public:
     QList<SyncDifference> Run();
 
 private:
+    // Adds the rows of one kind, in the list's order, and reports each object compared.
+    void compare(const TARMOObjectList& list, QList<SyncDifference>& results,
+                 const std::function<void(long, long)>& progress);
+
     TARMODatabaseObjects& mCore;
     QList<SyncStep> mSteps;
 };

@@ -1,5 +1,6 @@
 #include "CliCommands.h"
 
+#include "CliArgs.h"
 #include "CliPrompts.h"
 #include "DemoSeed.h"
 #include "GeneralHelpers.h"
@@ -15,22 +16,6 @@
 #include "TerminalPassword.h"
 
 namespace {
-
-// Takes "--name VALUE" out of the arguments; "" when it isn't there. A missing value is an error.
-bool takeOption(QStringList& args, const QString& name, QString& value) {
-    const qsizetype at = args.indexOf(name);
-    if (at < 0)
-        return true;
-    if (at + 1 >= args.size())
-        return false;
-    value = args.at(at + 1);
-    args.remove(at, 2);
-    return true;
-}
-
-bool takeFlag(QStringList& args, const QString& name) {
-    return args.removeAll(name) > 0;
-}
 
 const char* const kUsage =
     "Usage: tarmo-cli [--yes | --no] COMMAND [OPTIONS]\n"
@@ -55,6 +40,16 @@ const char* const kUsage =
     "  --project P test TAG FILE\n"
     "  --project P sync-add|sync-remove|sync-change TAG NAME --to sql|vss\n"
     "  --project P permissions TAG NAME [--script]\n"
+    "  --project P sync [--only TAG] [--json]\n"
+    "      Compares the database with the store project: one line per difference,\n"
+    "      TAG<TAB>owner.name<TAB>sql-only|vss-only|differs, then \"N differences\"; --json prints one\n"
+    "      JSON array of objects with tag, owner, name and kind instead. Exit code 0 in sync, 3 when\n"
+    "      differences exist. Notes the run in the project's synchronization history.\n"
+    "  --project P sync --apply-to sql|vss [--only TAG] [--json]\n"
+    "      The same compare, then each difference is repaired towards one store: sql makes the\n"
+    "      database like the store (drop, create or alter), vss the store like the database (add,\n"
+    "      remove or check in). Prints \"applied\" or \"stayed\" per difference, then the counts.\n"
+    "      Exit code 0 when nothing stayed, 3 when differences stayed.\n"
     "\n"
     "Demo:\n"
     "  demo [--folder DIR] [--reset | --force]\n"
@@ -140,6 +135,8 @@ int CliCommands::Run(QStringList args) {
             code = demo(args);
         else if (command == QLatin1String("project"))
             code = projectCommand(args);
+        else if (command == QLatin1String("sync"))
+            code = sync(args);
         else
             code = objectCommand(command, args);
     } catch (const TARMOError& e) {

@@ -15,7 +15,7 @@ class CliPrompts;
 // The commands of tarmo-cli over the core: project records, and with --project the objects of a
 // project, one action per call. Results go to the output stream, every prompt of the core to the
 // error stream; the exit code is 0 on success, 1 when the operation returned False (or the
-// project could not be opened), 2 for a wrong command line.
+// project could not be opened), 2 for a wrong command line, and 3 when sync finds differences.
 class CliCommands {
 public:
     CliCommands(QTextStream& out, QTextStream& err);
@@ -36,6 +36,8 @@ private:
     int newObject(const QString& tag, const QString& file, const QString& comment);
     int test(const QString& tag, const QString& file);
     int permissions(const TARMOObjectRef& object, bool script);
+    // The compare of the synchronization, and with --apply-to its actions (in CliSync.cpp).
+    int sync(QStringList args);
 
     // Opens the project's two connections; False after telling why.
     bool openProject();

@@ -10,6 +10,7 @@ enum class HelpTopic : long {
     Rename = 45,
     Undelete = 47,
     History = 48,
+    Synchronization = 50,
     QueryWindow = 56,
 };
 
