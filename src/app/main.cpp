@@ -5,6 +5,7 @@
 #include "ItemTools.h"
 #include "LastResortHandlers.h"
 #include "OfferRecovery.h"
+#include "Options.h"
 #include "ProjectWindow.h"
 #include "RecoveryFiles.h"
 #include "SystemComponents.h"
@@ -104,6 +105,7 @@ int main(int argc, char* argv[]) {
         frmEditObjectText::Install(*window);
         frmSQLQuery::Install(*window);
         ItemTools::Install(*window);
+        Options::Install(*window);
         return window;
     });
 
