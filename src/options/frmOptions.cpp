@@ -23,6 +23,8 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
 constexpr long noCategoryTopic = 24;
@@ -41,6 +43,19 @@ protected:
         return dragged;
     }
 };
+
+// Wide enough for the deepest and longest category, so that no name is cut.
+int categoriesWidth(const QTreeWidget* tree) {
+    int widest = 0;
+    for (QTreeWidgetItemIterator it(const_cast<QTreeWidget*>(tree)); *it; ++it) {
+        int depth = 1;
+        for (const QTreeWidgetItem* up = (*it)->parent(); up; up = up->parent())
+            ++depth;
+        widest = std::max(widest, tree->fontMetrics().horizontalAdvance((*it)->text(0)) +
+                                      depth * tree->indentation());
+    }
+    return widest + 2 * tree->frameWidth() + 16;
+}
 
 QLabel* note(const QString& text, QWidget* parent) {
     auto* label = new QLabel(text, parent);
@@ -133,7 +148,7 @@ frmOptions::frmOptions(QWidget* parent)
     layout->addLayout(split, 1);
     layout->addLayout(buttons);
 
-    mtvwCaterogies->setFixedWidth(mtvwCaterogies->fontMetrics().horizontalAdvance(QStringLiteral("M")) * 16);
+    mtvwCaterogies->setFixedWidth(categoriesWidth(mtvwCaterogies));
     resize(sizeHint().expandedTo(QSize(720, 480)));
     SelectCategory(QStringLiteral("GENERAL"));
 }

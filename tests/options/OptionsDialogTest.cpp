@@ -382,6 +382,8 @@ TEST_F(OptionsDialogTest, Screenshots) {
     dark.setColor(QPalette::ButtonText, QColor(220, 220, 220));
     dark.setColor(QPalette::Highlight, QColor(38, 79, 120));
     dark.setColor(QPalette::HighlightedText, Qt::white);
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        dark.setColor(QPalette::Disabled, role, QColor(120, 120, 120));
     database.SetDefaultText(
         procedures, QStringLiteral("-- <DATE> <TIME> by <DONEBYVSS>\r\nCREATE PROCEDURE dbo.\r\nAS\r\n"));
     for (const bool isDark : {false, true}) {
