@@ -72,14 +72,6 @@ TEST(DefaultTextTags, TableTagsFollowWhatTheTableNodeGave) {
               QStringLiteral("[dbo.Order Lines] [Order Lines] [dbo]"));
 }
 
-// The tags are replaced once: a value that itself looks like an earlier tag stays as it is.
-TEST(DefaultTextTags, AReplacedValueIsNotReadAgain) {
-    DefaultTextTagValues v = values(QStringLiteral("<DATE>"), QStringLiteral("<TIME>"));
-    v.SQLUserName = QStringLiteral("<DONEBYVSS>");
-    EXPECT_EQ(ReplaceDefaultTextTags(QStringLiteral("<TABLEWITHOWNER> <DONEBYSQL>"), v),
-              QStringLiteral("<TIME>.<DATE> <DONEBYVSS>"));
-}
-
 class DefaultTextFiles : public ::testing::Test {
 protected:
     IsolatedUserFolders folders;
