@@ -571,7 +571,6 @@ bool frmOptions::Save() {
         }
         marrDefaultStored[i] = marrDefaultCurrent[i];
     }
-    mtxtDefaultText->ctrlHWnd()->setModified(false);
 
     const OptionValues shown = shownValues();
     shown.WriteChanges(*msdbCurrent, mStored);
