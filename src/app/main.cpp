@@ -5,6 +5,7 @@
 #include "ItemTools.h"
 #include "LastResortHandlers.h"
 #include "OfferRecovery.h"
+#include "Options.h"
 #include "ProjectWindow.h"
 #include "RecoveryFiles.h"
 #include "SyncWindows.h"
@@ -108,6 +109,7 @@ int main(int argc, char* argv[]) {
         frmSQLQuery::Install(*window);
         ItemTools::Install(*window);
         SyncWindows::Install(*window);
+        Options::Install(*window);
         return window;
     });
 

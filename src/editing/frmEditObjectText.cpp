@@ -1,11 +1,15 @@
 #include "frmEditObjectText.h"
 
+#include "DefaultTextTags.h"
 #include "GeneralHelpers.h"
 #include "SQLTextEditor.h"
 #include "ScreenMetrics.h"
 #include "StatusPanels.h"
 #include "TARMODatabase.h"
 #include "TARMOObjectVSS.h"
+#include "TARMOProject.h"
+#include "TARMOSQL.h"
+#include "TARMOVSS.h"
 #include "UserPrompts.h"
 #include "frmComment.h"
 #include "frmEditObjectTextSavePrompt.h"
@@ -26,6 +30,20 @@ constexpr int statusBarTwips = 250;
 
 double twipsPerPixelY() {
     return ScreenMetrics::Current().twipsPerPixelY;
+}
+
+// The tags of a default text as they stand now, for a new object of the current project.
+DefaultTextTagValues creationTagValues(const TARMODatabase& database, const QString& table,
+                                       const QString& owner) {
+    DefaultTextTagValues values;
+    values.Created = QDateTime::currentDateTime();
+    values.TableName = table;
+    values.TableOwner = owner;
+    if (const TARMOProject* project = database.Project().get()) {
+        values.VSSUserName = project->VSS().UserName();
+        values.SQLUserName = project->SQL().UserName();
+    }
+    return values;
 }
 } // namespace
 
@@ -59,12 +77,17 @@ void frmEditObjectText::Install(mdiMain& main) {
         form->OpenObject(database, std::move(object));
         return form;
     };
-    // Default texts with their tags aren't substituted yet: the text is taken as it stands.
-    main.Factories().NewObjectWindow =
-        [window](TARMODatabase& database, std::shared_ptr<DispatchedObject> object,
-                 const QString& strDefaultText, const QString&, const QString&) -> QWidget* {
+    main.Factories().NewObjectWindow = [window](TARMODatabase& database,
+                                                std::shared_ptr<DispatchedObject> object,
+                                                const QString& strDefaultText, const QString& strTableName,
+                                                const QString& strTableOwner) -> QWidget* {
+        // Only a trigger belongs to the table whose node was selected; for any other kind the table
+        // tags vanish.
+        const bool onTable = object && object->ObjectType() == QLatin1String("Trigger");
+        const DefaultTextTagValues values = creationTagValues(database, onTable ? strTableName : QString(),
+                                                              onTable ? strTableOwner : QString());
         auto* form = new frmEditObjectText(*window);
-        form->NewObject(database, std::move(object), strDefaultText);
+        form->NewObject(database, std::move(object), ReplaceDefaultTextTags(strDefaultText, values));
         return form;
     };
 }

@@ -71,7 +71,7 @@ public:
     bool RunCheckIn();
     bool UndoCheckout(bool bPrompt);
     // Rebuilds the "OnClose" panel from the settings; the Options dialog calls it on every window.
-    void RefreshStatusBar();
+    void RefreshStatusBar() override;
 
     // --- Parts, for the main window and tests
     StatusPanels* StatusBar() const { return mStatusBar; }

@@ -74,4 +74,6 @@ public:
     // Object and query windows give the focus to their editor; others do nothing.
     virtual void SetFocusOfChild() {}
     virtual void RefreshCaption() = 0;
+    // Shows again what the settings put in the window's own status panels; most windows show none.
+    virtual void RefreshStatusBar() {}
 };
