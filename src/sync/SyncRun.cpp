@@ -6,6 +6,7 @@
 #include "TARMOError.h"
 #include "TARMOObjectList.h"
 #include "TARMOObjectRef.h"
+#include "TARMOSQL.h"
 #include "UserPrompts.h"
 
 namespace {
@@ -86,6 +87,12 @@ QList<SyncDifference> SyncRun::Run() {
         if (mSteps[step].Kind == kSqlVss) {
             ProgressHook hook(mCore, progress);
             list = mCore.GetObjectObjects(mSteps[step].Key);
+            // A list without its server keeps whatever it held (nothing, at first): comparing that
+            // would call a project in sync that was never looked at.
+            if (list && (!list->ActiveDBConnection() || !list->ActiveDBConnection()->ConnectionOpen()))
+                throw TARMOError(TARMOErrors::InvalidProcedureCall, QStringLiteral("Synchronization"),
+                                 QStringLiteral("There is no connection to SQL Server: the database can't "
+                                                "be compared with the version store."));
         } else if (list) {
             compare(*list, results, progress);
         }

@@ -1,5 +1,6 @@
 #include "frmSyncProcess.h"
 
+#include "ErrorReport.h"
 #include "HelpTopics.h"
 #include "SyncPictures.h"
 #include "TARMODatabaseObjects.h"
@@ -16,6 +17,8 @@
 #include <QTimer>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+
+#include <optional>
 
 namespace {
 
@@ -118,19 +121,23 @@ void frmSyncProcess::SetupSteps() {
     mpbrCurrent->setValue(0);
 }
 
-// A failed read has been told by the list that failed; the run then ends without results and
-// without a history line, since nothing was compared.
+// A run that can't read a store ends without results and without a history line, since nothing
+// was compared; the user is told why.
 void frmSyncProcess::RunSteps() {
     repaint();
+    std::optional<TARMOError> failure;
     {
         BusyCursor busy;
         try {
             marrResults = mRun->Run();
             mbCompleted = true;
-        } catch (const TARMOError&) {
+        } catch (const TARMOError& e) {
             mbCompleted = false;
+            failure = e;
         }
     }
+    if (failure)
+        ReportError(*failure);
     mbRunning = false;
     accept();
 }

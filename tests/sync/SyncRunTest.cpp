@@ -2,6 +2,8 @@
 
 #include "GeneralHelpers.h"
 #include "StoreTraffic.h"
+#include "TARMOError.h"
+#include "TARMOSQL.h"
 
 namespace {
 
@@ -144,4 +146,12 @@ TEST_F(SyncTest, RunCostsTheSameRoundTripsWhateverTheNumberOfObjects) {
     EXPECT_EQ(largeRows, 18);
     EXPECT_EQ(largeStatements, smallStatements);
     EXPECT_EQ(largeCalls, smallCalls);
+}
+
+// Without its server a list keeps what it held; a run must not take that for a project in sync.
+TEST_F(SyncTest, RunWithoutTheServerFailsInsteadOfFindingNothing) {
+    InBoth(QStringLiteral("Kept"), proc(QStringLiteral("Kept"), QStringLiteral("SELECT 1")),
+           QStringLiteral(".sp"), proc(QStringLiteral("Kept"), QStringLiteral("SELECT 2")));
+    project.SQL().CloseConnection();
+    EXPECT_THROW(SyncRun(*core).Run(), TARMOError);
 }
