@@ -7,6 +7,8 @@
 
 #include <iterator>
 
+#include <sqlite3.h>
+
 namespace {
 
 const SystemType kTypes[] = {
@@ -376,6 +378,41 @@ int UserUid(SqliteDb& db, const QString& schema, const QString& name) {
     const QVariant v =
         db.Scalar(QStringLiteral("SELECT uid FROM \"%1\".sysusers WHERE name = ?").arg(schema), {name});
     return v.isValid() ? v.toInt() : -1;
+}
+
+namespace {
+QString columnText(sqlite3_stmt* s, int column) {
+    return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(s, column)),
+                             sqlite3_column_bytes(s, column));
+}
+} // namespace
+
+bool TypeOfObject(SqliteDb& db, const QString& schema, qint64 id, ObjectType& type) {
+    // One step of a prepared statement, read without building rows of variants: a list of the
+    // catalogue may ask once per row.
+    CachedStatement s =
+        db.Prepare(QStringLiteral("SELECT xtype, uid FROM \"%1\".sysobjects WHERE id = ?").arg(schema));
+    sqlite3_bind_int64(s->Handle(), 1, id);
+    if (!s->Step())
+        return false;
+    type = {columnText(s->Handle(), 0).trimmed(), sqlite3_column_int(s->Handle(), 1)};
+    return true;
+}
+
+bool ObjectTypeCache::Find(SqliteDb& db, const QString& schema, qint64 id, ObjectType& type) {
+    if (!mLoaded && ++mLookups > 32) {
+        CachedStatement s =
+            db.Prepare(QStringLiteral("SELECT id, xtype, uid FROM \"%1\".sysobjects").arg(schema));
+        while (s->Step())
+            mById.insert(sqlite3_column_int64(s->Handle(), 0),
+                         {columnText(s->Handle(), 1).trimmed(), sqlite3_column_int(s->Handle(), 2)});
+        mLoaded = true;
+    }
+    if (auto it = mById.constFind(id); it != mById.constEnd()) {
+        type = *it;
+        return true;
+    }
+    return TypeOfObject(db, schema, id, type);
 }
 
 QString UserName(SqliteDb& db, const QString& schema, int uid) {

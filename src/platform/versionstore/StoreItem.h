@@ -73,16 +73,18 @@ public:
 
     // The living items of a project, in the order of Items, read in one snapshot with a few
     // statements however many there are (the properties of an item read one by one cost several
-    // statements each). Needs the read right, as Items does. The files that wantsText picks by name
-    // come with their latest text, checked against its checksum as Text checks it: a damaged text
-    // raises DamagedText, or with skipDamaged leaves that entry without its text.
-    QList<StoreEntry> Entries(const std::function<bool(const QString& name)>& wantsText = {},
+    // statements each); with endings, only those whose names end with one of them (in the case
+    // given). Needs the read right, as Items does. The files that wantsText picks by name come with
+    // their latest text, checked against its checksum as Text checks it: a damaged text raises
+    // DamagedText, or with skipDamaged leaves that entry without its text.
+    QList<StoreEntry> Entries(const QStringList& endings = {},
+                              const std::function<bool(const QString& name)>& wantsText = {},
                               bool skipDamaged = false) const;
     // The same for the living items of the project named (in any case) only; a name the project
     // doesn't hold is left out.
-    QList<StoreEntry> Entries(const QStringList& names,
-                              const std::function<bool(const QString& name)>& wantsText = {},
-                              bool skipDamaged = false) const;
+    QList<StoreEntry> EntriesNamed(const QStringList& names,
+                                   const std::function<bool(const QString& name)>& wantsText = {},
+                                   bool skipDamaged = false) const;
 
     // Files. A get writes the latest text read-only, or writable when the connected user holds a
     // check-out; it never replaces the working file of the user's check-out while that is writable.
@@ -106,8 +108,8 @@ private:
     friend class VersionStore;
     StoreItem(std::shared_ptr<StoreSession> session, qint64 id);
     void requireType(int type) const;
-    QList<StoreEntry> entries(const QStringList* names, const std::function<bool(const QString&)>& wantsText,
-                              bool skipDamaged) const;
+    QList<StoreEntry> entries(const QStringList* names, const QStringList* endings,
+                              const std::function<bool(const QString&)>& wantsText, bool skipDamaged) const;
 
     std::shared_ptr<StoreSession> mSession;
     qint64 mId = 0;

@@ -18,19 +18,23 @@ QString jsonList(const QJsonArray& values) {
     return QString::fromUtf8(QJsonDocument(values).toJson(QJsonDocument::Compact));
 }
 
-// The living items of the project ?1, narrowed with ?2 (a JSON array of names, any case) when it
-// isn't null. Items orders them so.
-const char* const listItems =
-    "SELECT i.id, i.name, i.type, (SELECT MAX(number) FROM history WHERE item = i.id) FROM items i "
-    "WHERE i.parent = ?1 AND i.deleted = 0 AND (?2 IS NULL OR i.name IN (SELECT value FROM json_each(?2))) "
-    "ORDER BY i.name, i.deleted, i.deleted_at DESC, i.id";
+// The living items of the project ?1, narrowed where they aren't null to the names of ?2 (a JSON
+// array; in any case, as the store's names compare) and to the names that end with one of ?4 (a
+// JSON array; in the case given).
+#define LIVING_ITEMS                                                                                   \
+    "i.parent = ?1 AND i.deleted = 0 AND (?2 IS NULL OR i.name IN (SELECT value FROM json_each(?2))) " \
+    "AND (?4 IS NULL OR EXISTS (SELECT 1 FROM json_each(?4) e "                                      \
+    "WHERE substr(i.name, -length(e.value)) = e.value COLLATE BINARY)) "
+
+// In the order of Items.
+const char* const listItems = "SELECT i.id, i.name, i.type, (SELECT MAX(number) FROM history WHERE item = "
+                              "i.id) FROM items i WHERE " LIVING_ITEMS
+                              "ORDER BY i.name, i.deleted, i.deleted_at DESC, i.id";
 
 // Their check-outs, in the order of Holders; ?3 is the connected user, whom the store's collation
 // tells apart as CheckoutState does.
-const char* const listCheckouts =
-    "SELECT c.item, c.user, c.user = ?3, c.local FROM checkouts c JOIN items i ON i.id = c.item "
-    "WHERE i.parent = ?1 AND i.deleted = 0 AND (?2 IS NULL OR i.name IN (SELECT value FROM json_each(?2))) "
-    "ORDER BY c.date, c.rowid";
+const char* const listCheckouts = "SELECT c.item, c.user, c.user = ?3, c.local FROM checkouts c JOIN items i "
+                                  "ON i.id = c.item WHERE " LIVING_ITEMS "ORDER BY c.date, c.rowid";
 
 // The latest text of each file of ?1 (a JSON array of ids): the newest entry of its history that
 // isn't a label, as Versions lists it first.
@@ -40,24 +44,27 @@ const char* const latestTexts =
 
 } // namespace
 
-QList<StoreEntry> StoreItem::Entries(const std::function<bool(const QString&)>& wantsText,
-                                     bool skipDamaged) const {
-    return entries(nullptr, wantsText, skipDamaged);
-}
-
-QList<StoreEntry> StoreItem::Entries(const QStringList& names,
+QList<StoreEntry> StoreItem::Entries(const QStringList& endings,
                                      const std::function<bool(const QString&)>& wantsText,
                                      bool skipDamaged) const {
+    // Every name ends with the empty text.
+    const bool all = endings.isEmpty() || endings.contains(QString());
+    return entries(nullptr, all ? nullptr : &endings, wantsText, skipDamaged);
+}
+
+QList<StoreEntry> StoreItem::EntriesNamed(const QStringList& names,
+                                          const std::function<bool(const QString&)>& wantsText,
+                                          bool skipDamaged) const {
     if (names.isEmpty()) {
         // Still refused to a user who may not read here, as any other listing is.
         requireType(Project);
         mSession->Require(mId, StoreRights::Read);
         return {};
     }
-    return entries(&names, wantsText, skipDamaged);
+    return entries(&names, nullptr, wantsText, skipDamaged);
 }
 
-QList<StoreEntry> StoreItem::entries(const QStringList* names,
+QList<StoreEntry> StoreItem::entries(const QStringList* names, const QStringList* endings,
                                      const std::function<bool(const QString&)>& wantsText,
                                      bool skipDamaged) const {
     StoreConnection& db = *mSession->db;
@@ -65,12 +72,17 @@ QList<StoreEntry> StoreItem::entries(const QStringList* names,
     requireType(Project);
     mSession->Require(mId, StoreRights::Read);
     const QString nameList = names ? jsonList(QJsonArray::fromStringList(*names)) : QString();
+    const QString endingList = endings ? jsonList(QJsonArray::fromStringList(*endings)) : QString();
     auto bindScope = [&](Statement& s) {
         s.Bind(1, mId);
         if (names)
             s.Bind(2, nameList);
         else
             s.BindNull(2);
+        if (endings)
+            s.Bind(4, endingList);
+        else
+            s.BindNull(4);
     };
 
     QList<StoreEntry> result;

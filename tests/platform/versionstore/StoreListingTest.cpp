@@ -122,7 +122,7 @@ protected:
 TEST_F(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
     const StoreItem project = ann.Item(QStringLiteral("$/P"));
     const QList<StoreItem> items = project.Items(false);
-    const QList<StoreEntry> entries = project.Entries([](const QString&) { return true; }, true);
+    const QList<StoreEntry> entries = project.Entries({}, [](const QString&) { return true; }, true);
     ASSERT_EQ(entries.size(), items.size());
     ASSERT_EQ(entries.size(), 7) << "the deleted files are left out, the subproject is not";
     for (qsizetype i = 0; i < items.size(); ++i)
@@ -153,8 +153,16 @@ TEST_F(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
     for (const StoreEntry& entry : bare)
         EXPECT_FALSE(entry.HasText) << entry.Name.toStdString();
 
+    // By the ending of the name, in the case given.
+    const QList<StoreEntry> ending = project.Entries({QStringLiteral(".sp"), QStringLiteral("ub")});
+    QStringList endingNames;
+    for (const StoreEntry& entry : ending)
+        endingNames << entry.Name;
+    EXPECT_EQ(endingNames, (QStringList{QStringLiteral("a.sp"), QStringLiteral("again.sp"), QStringLiteral("damaged.sp"),
+                                        QStringLiteral("empty.sp"), QStringLiteral("other.sp"), QStringLiteral("Sub")}));
+
     // By name, in any case: deleted and unknown names are left out.
-    const QList<StoreEntry> named = project.Entries(
+    const QList<StoreEntry> named = project.EntriesNamed(
         {QStringLiteral("A.SP"), QStringLiteral("both.sp"), QStringLiteral("gone.sp"), QStringLiteral("nope")},
         [](const QString& name) { return name == QLatin1String("a.sp"); });
     ASSERT_EQ(named.size(), 2);
@@ -165,10 +173,10 @@ TEST_F(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
     // Unless told to leave it out, a damaged text is reported as reading it alone reports it.
     const CaughtError alone = ErrorOf([&] { ann.Item(QStringLiteral("$/P/damaged.sp")).Versions()[0].Text(); });
     ASSERT_EQ(alone.number, StoreErrors::DamagedText);
-    const CaughtError listed = ErrorOf([&] { project.Entries([](const QString&) { return true; }); });
+    const CaughtError listed = ErrorOf([&] { project.Entries({}, [](const QString&) { return true; }); });
     EXPECT_EQ(listed.number, alone.number);
     EXPECT_EQ(listed.text, alone.text);
-    EXPECT_EQ(ErrorOf([&] { project.Entries({QStringLiteral("damaged.sp")}, [](const QString&) { return true; }); })
+    EXPECT_EQ(ErrorOf([&] { project.EntriesNamed({QStringLiteral("damaged.sp")}, [](const QString&) { return true; }); })
                   .text,
               alone.text);
 
@@ -177,8 +185,8 @@ TEST_F(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
     cy.Open(ini, QStringLiteral("Cy"), QStringLiteral("cy"));
     const StoreItem hidden = cy.Item(QStringLiteral("$/P"));
     EXPECT_EQ(ErrorOf([&] { hidden.Entries(); }).number, StoreErrors::NoRight);
-    EXPECT_EQ(ErrorOf([&] { hidden.Entries({QStringLiteral("a.sp")}); }).number, StoreErrors::NoRight);
-    EXPECT_EQ(ErrorOf([&] { hidden.Entries(QStringList()); }).number, StoreErrors::NoRight);
+    EXPECT_EQ(ErrorOf([&] { hidden.EntriesNamed({QStringLiteral("a.sp")}); }).number, StoreErrors::NoRight);
+    EXPECT_EQ(ErrorOf([&] { hidden.EntriesNamed(QStringList()); }).number, StoreErrors::NoRight);
     EXPECT_EQ(ErrorOf([&] { hidden.Items(false); }).number, StoreErrors::NoRight);
 }
 
