@@ -158,8 +158,9 @@ void BenchProject::build() {
             const QString file = rs->Text(QStringLiteral("id")) + kind.ext;
             files.append({file, texts.value(rs->Text(QStringLiteral("name"))).toUtf8()});
             if (n % 2 == 0)
-                files.append({file + QStringLiteral(".desc"),
-                              QStringLiteral("What %1 is for.").arg(rs->Text(QStringLiteral("name"))).toUtf8()});
+                files.append(
+                    {file + QStringLiteral(".desc"),
+                     QStringLiteral("What %1 is for.").arg(rs->Text(QStringLiteral("name"))).toUtf8()});
             if (n % 40 == 0)
                 theirs << file;
             else if (n % 200 == 1)

@@ -469,7 +469,8 @@ std::unique_ptr<TARMODBTItems> TARMOObjectList::GetItemInfo(bool bShowOwnerInNam
 }
 
 std::unique_ptr<TARMODBTItems>
-TARMOObjectList::BuildItemInfo(bool bShowOwnerInName, const std::function<bool(const TARMOObjectVSS&)>& wanted,
+TARMOObjectList::BuildItemInfo(bool bShowOwnerInName,
+                               const std::function<bool(const TARMOObjectVSS&)>& wanted,
                                const QString& condition) {
     bool cancel = false;
     const bool part = !condition.isEmpty() && wanted && refreshPart(condition, wanted, true, cancel);

@@ -79,7 +79,8 @@ QHash<QString, QString> VSSBulkReader::LatestTexts(const TARMOVSS& vss, const QS
     StoreTraffic::StoreCall();
     const StoreItem project = projectOf(vss);
     QHash<QString, QString> texts;
-    for (const StoreEntry& entry : project.EntriesNamed(names, [](const QString&) { return true; }, true)) {
+    for (const StoreEntry& entry : project.EntriesNamed(
+             names, [](const QString&) { return true; }, true)) {
         if (entry.Type != StoreItem::File)
             continue;
         QString text;
@@ -99,8 +100,9 @@ QHash<QString, QString> VSSBulkReader::LatestTexts(const TARMOVSS& vss, const QS
 VSSBulkReader::Listing VSSBulkReader::ListFolder(TARMOVSS& vss, const QString& ending,
                                                  const QString& textsEnding) {
     StoreTraffic::StoreCall();
-    const QList<StoreEntry> entries = projectOf(vss).Entries(
-        textsEnding.isEmpty() ? QStringList{ending} : QStringList{ending, textsEnding}, endingWith(textsEnding), true);
+    const QList<StoreEntry> entries =
+        projectOf(vss).Entries(textsEnding.isEmpty() ? QStringList{ending} : QStringList{ending, textsEnding},
+                               endingWith(textsEnding), true);
     return toListing(vss, entries, endingWith(ending), textsEnding);
 }
 
@@ -111,8 +113,8 @@ VSSBulkReader::Listing VSSBulkReader::Find(TARMOVSS& vss, const QStringList& nam
     StoreTraffic::StoreCall();
     const auto isText = endingWith(textsEnding);
     const QList<StoreEntry> entries = projectOf(vss).EntriesNamed(names, isText, true);
-    return toListing(vss, entries, [&](const QString& name) { return !isText || !isText(name); },
-                     textsEnding);
+    return toListing(
+        vss, entries, [&](const QString& name) { return !isText || !isText(name); }, textsEnding);
 }
 
 void VSSBulkReader::Release() {}

@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <iterator>
 
 #include <sqlite3.h>
@@ -403,9 +404,15 @@ bool ObjectTypeCache::Find(SqliteDb& db, const QString& schema, qint64 id, Objec
     if (!mLoaded && ++mLookups > 32) {
         CachedStatement s =
             db.Prepare(QStringLiteral("SELECT id, xtype, uid FROM \"%1\".sysobjects").arg(schema));
-        while (s->Step())
-            mById.insert(sqlite3_column_int64(s->Handle(), 0),
-                         {columnText(s->Handle(), 1).trimmed(), sqlite3_column_int(s->Handle(), 2)});
+        // A catalogue holds a handful of types: each is made once and shared by its objects.
+        QList<QString> seen;
+        while (s->Step()) {
+            const QString xtype = columnText(s->Handle(), 1).trimmed();
+            auto same = std::find(seen.cbegin(), seen.cend(), xtype);
+            if (same == seen.cend())
+                same = seen.insert(seen.cend(), xtype);
+            mById.insert(sqlite3_column_int64(s->Handle(), 0), {*same, sqlite3_column_int(s->Handle(), 2)});
+        }
         mLoaded = true;
     }
     if (auto it = mById.constFind(id); it != mById.constEnd()) {

@@ -18,23 +18,33 @@ QString jsonList(const QJsonArray& values) {
     return QString::fromUtf8(QJsonDocument(values).toJson(QJsonDocument::Compact));
 }
 
-// The living items of the project ?1, narrowed where they aren't null to the names of ?2 (a JSON
-// array; in any case, as the store's names compare) and to the names that end with one of ?4 (a
-// JSON array; in the case given).
-#define LIVING_ITEMS                                                                                   \
-    "i.parent = ?1 AND i.deleted = 0 AND (?2 IS NULL OR i.name IN (SELECT value FROM json_each(?2))) " \
-    "AND (?4 IS NULL OR EXISTS (SELECT 1 FROM json_each(?4) e "                                      \
-    "WHERE substr(i.name, -length(e.value)) = e.value COLLATE BINARY)) "
+// The living items of the project ?1, narrowed to the names of ?2 (a JSON array; in any case, as the
+// store's names compare) where it isn't null, and to the names that end with one of ?4, ?5, ... (in
+// the case given) where `endings` says how many there are.
+QByteArray livingItems(qsizetype endings) {
+    QByteArray where = "i.parent = ?1 AND i.deleted = 0 AND "
+                       "(?2 IS NULL OR i.name IN (SELECT value FROM json_each(?2))) ";
+    for (qsizetype e = 0; e < endings; ++e)
+        where += QByteArray(e == 0 ? "AND (" : "OR ") + "substr(i.name, -length(?" +
+                 QByteArray::number(4 + e) + ")) = ?" + QByteArray::number(4 + e) + " COLLATE BINARY " +
+                 (e + 1 == endings ? ") " : "");
+    return where;
+}
 
 // In the order of Items.
-const char* const listItems = "SELECT i.id, i.name, i.type, (SELECT MAX(number) FROM history WHERE item = "
-                              "i.id) FROM items i WHERE " LIVING_ITEMS
-                              "ORDER BY i.name, i.deleted, i.deleted_at DESC, i.id";
+QByteArray listItems(qsizetype endings) {
+    return "SELECT i.id, i.name, i.type, (SELECT MAX(number) FROM history WHERE item = i.id) FROM items i "
+           "WHERE " +
+           livingItems(endings) + "ORDER BY i.name, i.deleted, i.deleted_at DESC, i.id";
+}
 
 // Their check-outs, in the order of Holders; ?3 is the connected user, whom the store's collation
 // tells apart as CheckoutState does.
-const char* const listCheckouts = "SELECT c.item, c.user, c.user = ?3, c.local FROM checkouts c JOIN items i "
-                                  "ON i.id = c.item WHERE " LIVING_ITEMS "ORDER BY c.date, c.rowid";
+QByteArray listCheckouts(qsizetype endings) {
+    return "SELECT c.item, c.user, c.user = ?3, c.local FROM checkouts c JOIN items i ON i.id = c.item "
+           "WHERE " +
+           livingItems(endings) + "ORDER BY c.date, c.rowid";
+}
 
 // The latest text of each file of ?1 (a JSON array of ids): the newest entry of its history that
 // isn't a label, as Versions lists it first.
@@ -72,24 +82,22 @@ QList<StoreEntry> StoreItem::entries(const QStringList* names, const QStringList
     requireType(Project);
     mSession->Require(mId, StoreRights::Read);
     const QString nameList = names ? jsonList(QJsonArray::fromStringList(*names)) : QString();
-    const QString endingList = endings ? jsonList(QJsonArray::fromStringList(*endings)) : QString();
+    const qsizetype endingCount = endings ? endings->size() : 0;
     auto bindScope = [&](Statement& s) {
         s.Bind(1, mId);
         if (names)
             s.Bind(2, nameList);
         else
             s.BindNull(2);
-        if (endings)
-            s.Bind(4, endingList);
-        else
-            s.BindNull(4);
+        for (qsizetype e = 0; e < endingCount; ++e)
+            s.Bind(static_cast<int>(4 + e), endings->at(e));
     };
 
     QList<StoreEntry> result;
     QHash<qint64, qsizetype> at; // item id -> index in result
     QJsonArray wanted;
     {
-        Statement items(db, listItems);
+        Statement items(db, listItems(endingCount).constData());
         bindScope(items);
         while (items.Step()) {
             StoreEntry entry;
@@ -100,11 +108,11 @@ QList<StoreEntry> StoreItem::entries(const QStringList* names, const QStringList
             at.insert(id, result.size());
             if (entry.Type == File && wantsText && wantsText(entry.Name))
                 wanted.append(id);
-            result << entry;
+            result.append(std::move(entry));
         }
     }
     {
-        Statement checkouts(db, listCheckouts);
+        Statement checkouts(db, listCheckouts(endingCount).constData());
         bindScope(checkouts);
         checkouts.Bind(3, mSession->userName);
         while (checkouts.Step()) {
@@ -155,8 +163,9 @@ QList<StoreItem> StoreItem::AddFiles(const QList<StoreNewFile>& files, const QSt
     if (Deleted())
         StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is deleted.").arg(Spec()));
     Statement insertItem(db, "INSERT INTO items(parent, name, type) VALUES(?1, ?2, ?3)");
-    Statement insertVersion(db, "INSERT INTO history(item, number, is_label, user, action, date, comment, "
-                                "label_comment, content, checksum) VALUES(?1, 1, 0, ?2, ?3, ?4, ?5, '', ?6, ?7)");
+    Statement insertVersion(db,
+                            "INSERT INTO history(item, number, is_label, user, action, date, comment, "
+                            "label_comment, content, checksum) VALUES(?1, 1, 0, ?2, ?3, ?4, ?5, '', ?6, ?7)");
     QList<StoreItem> added;
     added.reserve(files.size());
     const qint64 now = StoreSession::Now();
@@ -171,7 +180,10 @@ QList<StoreItem> StoreItem::AddFiles(const QList<StoreNewFile>& files, const QSt
         const qint64 id = db.LastInsertId();
         insertVersion.Reset();
         insertVersion.Bind(1, id).Bind(2, mSession->userName).Bind(3, QStringLiteral("Created"));
-        insertVersion.Bind(4, now).Bind(5, comment).BindBlob(6, file.Text).BindBlob(7, TextChecksum(file.Text));
+        insertVersion.Bind(4, now)
+            .Bind(5, comment)
+            .BindBlob(6, file.Text)
+            .BindBlob(7, TextChecksum(file.Text));
         insertVersion.Run();
         added << StoreItem(mSession, id);
     }

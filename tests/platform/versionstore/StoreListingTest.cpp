@@ -94,7 +94,8 @@ protected:
         bob.Item(QStringLiteral("$/P/Both.SP")).Checkout(QString(), QString());
         bob.Item(QStringLiteral("$/P/other.sp")).Checkout(QString(), QString());
         ann.Open(ini, QStringLiteral("ann"), QStringLiteral("ann"));
-        ann.Item(QStringLiteral("$/P/Both.SP")).Checkout(QStringLiteral("mine"), local(QStringLiteral("both")));
+        ann.Item(QStringLiteral("$/P/Both.SP"))
+            .Checkout(QStringLiteral("mine"), local(QStringLiteral("both")));
 
         sqlite3* db = nullptr;
         ASSERT_EQ(sqlite3_open(folder.Path(QStringLiteral("store/data/store.db")).toUtf8().constData(), &db),
@@ -122,7 +123,8 @@ protected:
 TEST_F(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
     const StoreItem project = ann.Item(QStringLiteral("$/P"));
     const QList<StoreItem> items = project.Items(false);
-    const QList<StoreEntry> entries = project.Entries({}, [](const QString&) { return true; }, true);
+    const QList<StoreEntry> entries = project.Entries(
+        {}, [](const QString&) { return true; }, true);
     ASSERT_EQ(entries.size(), items.size());
     ASSERT_EQ(entries.size(), 7) << "the deleted files are left out, the subproject is not";
     for (qsizetype i = 0; i < items.size(); ++i)
@@ -139,7 +141,8 @@ TEST_F(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
     EXPECT_EQ(find(QStringLiteral("a.sp")).VersionNumber, 3);
     EXPECT_EQ(find(QStringLiteral("a.sp")).Text, "three");
     EXPECT_EQ(find(QStringLiteral("again.sp")).Text, "second life");
-    EXPECT_EQ(find(QStringLiteral("Both.SP")).Holders, (QStringList{QStringLiteral("Bob"), QStringLiteral("Ann")}));
+    EXPECT_EQ(find(QStringLiteral("Both.SP")).Holders,
+              (QStringList{QStringLiteral("Bob"), QStringLiteral("Ann")}));
     EXPECT_EQ(find(QStringLiteral("Both.SP")).CheckoutState, StoreItem::CheckedOutMe);
     EXPECT_EQ(find(QStringLiteral("Both.SP")).LocalSpec, local(QStringLiteral("both")));
     EXPECT_EQ(find(QStringLiteral("other.sp")).CheckoutState, StoreItem::CheckedOut);
@@ -158,26 +161,30 @@ TEST_F(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
     QStringList endingNames;
     for (const StoreEntry& entry : ending)
         endingNames << entry.Name;
-    EXPECT_EQ(endingNames, (QStringList{QStringLiteral("a.sp"), QStringLiteral("again.sp"), QStringLiteral("damaged.sp"),
-                                        QStringLiteral("empty.sp"), QStringLiteral("other.sp"), QStringLiteral("Sub")}));
+    EXPECT_EQ(endingNames,
+              (QStringList{QStringLiteral("a.sp"), QStringLiteral("again.sp"), QStringLiteral("damaged.sp"),
+                           QStringLiteral("empty.sp"), QStringLiteral("other.sp"), QStringLiteral("Sub")}));
 
     // By name, in any case: deleted and unknown names are left out.
-    const QList<StoreEntry> named = project.EntriesNamed(
-        {QStringLiteral("A.SP"), QStringLiteral("both.sp"), QStringLiteral("gone.sp"), QStringLiteral("nope")},
-        [](const QString& name) { return name == QLatin1String("a.sp"); });
+    const QList<StoreEntry> named =
+        project.EntriesNamed({QStringLiteral("A.SP"), QStringLiteral("both.sp"), QStringLiteral("gone.sp"),
+                              QStringLiteral("nope")},
+                             [](const QString& name) { return name == QLatin1String("a.sp"); });
     ASSERT_EQ(named.size(), 2);
     expectSame(named[0], walked(items[0], ann.UserName()));
     EXPECT_EQ(named[1].Name, QStringLiteral("Both.SP"));
     EXPECT_FALSE(named[1].HasText);
 
     // Unless told to leave it out, a damaged text is reported as reading it alone reports it.
-    const CaughtError alone = ErrorOf([&] { ann.Item(QStringLiteral("$/P/damaged.sp")).Versions()[0].Text(); });
+    const CaughtError alone =
+        ErrorOf([&] { ann.Item(QStringLiteral("$/P/damaged.sp")).Versions()[0].Text(); });
     ASSERT_EQ(alone.number, StoreErrors::DamagedText);
     const CaughtError listed = ErrorOf([&] { project.Entries({}, [](const QString&) { return true; }); });
     EXPECT_EQ(listed.number, alone.number);
     EXPECT_EQ(listed.text, alone.text);
-    EXPECT_EQ(ErrorOf([&] { project.EntriesNamed({QStringLiteral("damaged.sp")}, [](const QString&) { return true; }); })
-                  .text,
+    EXPECT_EQ(ErrorOf([&] {
+                  project.EntriesNamed({QStringLiteral("damaged.sp")}, [](const QString&) { return true; });
+              }).text,
               alone.text);
 
     // A user who may not read the project reads nothing of it, by name or not.
@@ -192,8 +199,9 @@ TEST_F(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
 
 TEST_F(StoreListingTest, FilesAddedInBulkAreAddedAllOrNone) {
     StoreItem project = ann.Item(QStringLiteral("$/P"));
-    const QList<StoreItem> added = project.AddFiles(
-        {{QStringLiteral("n1.sp"), "first"}, {QStringLiteral("n2.sp"), QByteArray()}}, QStringLiteral("bulk"));
+    const QList<StoreItem> added =
+        project.AddFiles({{QStringLiteral("n1.sp"), "first"}, {QStringLiteral("n2.sp"), QByteArray()}},
+                         QStringLiteral("bulk"));
     ASSERT_EQ(added.size(), 2);
     for (const StoreItem& item : added) {
         const QList<StoreVersion> versions = item.Versions();
@@ -218,7 +226,9 @@ TEST_F(StoreListingTest, FilesAddedInBulkAreAddedAllOrNone) {
     VersionStore cy;
     cy.Open(ini, QStringLiteral("Cy"), QStringLiteral("cy"));
     StoreItem hidden = cy.Item(QStringLiteral("$/P"));
-    EXPECT_EQ(ErrorOf([&] { hidden.AddFiles({{QStringLiteral("n4.sp"), "x"}}, QString()); }).number,
+    EXPECT_EQ(ErrorOf([&] {
+                  hidden.AddFiles({{QStringLiteral("n4.sp"), "x"}}, QString());
+              }).number,
               StoreErrors::NoRight);
     EXPECT_EQ(project.Items(false).size(), before);
 }
