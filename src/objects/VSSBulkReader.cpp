@@ -39,14 +39,14 @@ QString holderOf(const TARMOVSS& vss, const StoreEntry& entry) {
     }
 }
 
-// The files that isListed picks go to the listing with their holders; those whose names end with
+// The files that isListed picks (all without it) go to the listing with their holders; those whose names end with
 // textsEnding give their texts. A text that can't be read is left out, as a silent read gives none.
 VSSBulkReader::Listing toListing(TARMOVSS& vss, const QList<StoreEntry>& entries,
                                  const std::function<bool(const QString&)>& isListed,
                                  const QString& textsEnding) {
     VSSBulkReader::Listing listing{TARMOVSSItems(&vss), {}};
     for (const StoreEntry& entry : entries) {
-        if (isListed(entry.Name)) {
+        if (!isListed || isListed(entry.Name)) {
             listing.Files.Add(entry.Name, holderOf(vss, entry));
         } else if (!textsEnding.isEmpty() && entry.Name.endsWith(textsEnding, Qt::CaseSensitive) &&
                    entry.Type == StoreItem::File) {
