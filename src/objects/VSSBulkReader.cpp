@@ -39,8 +39,8 @@ QString holderOf(const TARMOVSS& vss, const StoreEntry& entry) {
     }
 }
 
-// The files that isListed picks (all without it) go to the listing with their holders; those whose names end with
-// textsEnding give their texts. A text that can't be read is left out, as a silent read gives none.
+// The files that isListed picks (all without it) go to the listing with their holders; those whose names end
+// with textsEnding give their texts. A text that can't be read is left out, as a silent read gives none.
 VSSBulkReader::Listing toListing(TARMOVSS& vss, const QList<StoreEntry>& entries,
                                  const std::function<bool(const QString&)>& isListed,
                                  const QString& textsEnding) {
