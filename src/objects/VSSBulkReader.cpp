@@ -70,6 +70,8 @@ StoreItem VSSBulkReader::projectOf(const TARMOVSS& vss) {
     if (!vss.ConnectionOpen())
         throw TARMOError(TARMOErrors::InvalidProcedureCall, QStringLiteral("VSSBulkReader"),
                          QStringLiteral("There is no open connection to the version store."));
+    // Told like a fresh login would tell it: the open session still reads a store removed under it.
+    vss.database().RequirePresent();
     return vss.GetProjectItem();
 }
 

@@ -195,6 +195,12 @@ TEST_F(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
     EXPECT_EQ(ErrorOf([&] { hidden.EntriesNamed({QStringLiteral("a.sp")}); }).number, StoreErrors::NoRight);
     EXPECT_EQ(ErrorOf([&] { hidden.EntriesNamed(QStringList()); }).number, StoreErrors::NoRight);
     EXPECT_EQ(ErrorOf([&] { hidden.Items(false); }).number, StoreErrors::NoRight);
+
+    // An open session still reads a data file removed under it; whether the store is still there
+    // is asked of the files.
+    EXPECT_EQ(ErrorOf([&] { ann.RequirePresent(); }).number, 0);
+    ASSERT_TRUE(QFile::remove(ini));
+    EXPECT_EQ(ErrorOf([&] { ann.RequirePresent(); }).number, StoreErrors::IniFile);
 }
 
 TEST_F(StoreListingTest, FilesAddedInBulkAreAddedAllOrNone) {
