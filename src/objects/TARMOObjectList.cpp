@@ -132,6 +132,26 @@ QString TARMOObjectList::FindIDByName(const QString& name) {
     return rs && !rs->Eof() ? rs->Text(QStringLiteral("id")) : QString();
 }
 
+TARMOObjectList::Object TARMOObjectList::RefreshItemByName(const QString& name) {
+    const QStringList parts = TARMOSQL::ExtractOwnerAndItemName(name);
+    const QString owner = parts.value(0);
+    const QString bare = parts.value(1);
+    const auto matches = [&](const TARMOObjectVSS& object) {
+        return object.Name().compare(bare, Qt::CaseInsensitive) == 0 &&
+               (owner.isEmpty() || object.Owner().compare(owner, Qt::CaseInsensitive) == 0);
+    };
+    QString condition = QStringLiteral("name = ") + SqlQuote::Literal(bare);
+    if (!owner.isEmpty())
+        condition += QStringLiteral(" AND uid = USER_ID(") + SqlQuote::Literal(owner) + QLatin1Char(')');
+    bool cancel = false;
+    if (!refreshPart(condition, matches, false, cancel) && !cancel)
+        refresh(cancel, false);
+    for (const Object& object : mItems)
+        if (matches(*object))
+            return object;
+    return nullptr;
+}
+
 // --- Reading
 
 bool TARMOObjectList::raise(const std::function<void(long, long, bool&)>& event, long current, long total) {
@@ -324,6 +344,108 @@ void TARMOObjectList::refreshFromStore(TARMOVSSItems& files, long& current, long
     }
 }
 
+QString TARMOObjectList::narrowedListQuery(const QString& condition) const {
+    static const QString select = QStringLiteral("SELECT ");
+    static const QString where = QStringLiteral(" WHERE ");
+    static const QString order = QStringLiteral(" ORDER BY name");
+    const qsizetype at = mListQuery.indexOf(where, 0, Qt::CaseInsensitive);
+    if (at < 0 || !mListQuery.startsWith(select, Qt::CaseInsensitive) ||
+        !mListQuery.endsWith(order, Qt::CaseInsensitive))
+        return QString();
+    const QString head = mListQuery.mid(select.size(), at - select.size());
+    const qsizetype from = at + where.size();
+    const QString filter = mListQuery.mid(from, mListQuery.size() - order.size() - from);
+    return select + QStringLiteral("USER_NAME(uid) AS [UserName], ") + head + where + QLatin1Char('(') +
+           filter + QStringLiteral(") AND (") + condition + QLatin1Char(')') + order;
+}
+
+bool TARMOObjectList::refreshPart(const QString& condition,
+                                  const std::function<bool(const TARMOObjectVSS&)>& belongs,
+                                  bool withDescriptions, bool& bCancel) {
+    bCancel = false;
+    mDescriptions.clear();
+    if (!mSQL || !mSQL->ConnectionOpen())
+        return false;
+    if (!mCheckSQLOnly && !mVSS)
+        throw TARMOError(TARMOErrors::InvalidProcedureCall, mObjectType,
+                         QStringLiteral("There is no connection to the version store."));
+    const QString text = narrowedListQuery(condition);
+    if (text.isEmpty())
+        return false;
+    std::unique_ptr<DbRecordset> rows = query(*mSQL, text);
+    // The part: the rows of the catalogue, and what the list counted in it before (which may have
+    // left the catalogue and live on in the store alone).
+    QStringList ids;
+    for (; rows && !rows->Eof(); rows->MoveNext())
+        ids << rows->Text(QStringLiteral("id"));
+    if (ids.isEmpty())
+        return false; // the object may live in the store alone, under a name only its text gives
+    QStringList partIds = ids;
+    for (const Object& object : mItems)
+        if (belongs(*object) && !partIds.contains(object->DBID()))
+            partIds << object->DBID();
+
+    const QString ext = mKind->VSSExt();
+    QHash<QString, QString> holders; // by DBID, of the files found
+    if (!mCheckSQLOnly) {
+        QStringList names;
+        for (const QString& id : partIds) {
+            names << id + ext;
+            if (withDescriptions)
+                names << id + ext + TARMODescription::Extension;
+        }
+        VSSBulkReader::Listing listing = VSSBulkReader::Find(
+            *mVSS, names, withDescriptions ? ext + TARMODescription::Extension : QString());
+        for (const TARMOVSSItem& file : listing.Files)
+            if (file.Name().endsWith(ext, Qt::CaseSensitive))
+                holders.insert(file.Name().chopped(ext.size()), file.CheckedOutBy());
+        for (const QString& id : ids)
+            if (!holders.contains(id))
+                return false;
+        mDescriptions = std::move(listing.Texts);
+    }
+
+    const long total = 2L * ids.size();
+    long current = 0;
+    if (raise(RetrieveStatusChange, current, total)) {
+        bCancel = true;
+        return false;
+    }
+    for (const QString& id : partIds)
+        if (Object object = exact(id)) {
+            object->SetInSQL(false);
+            object->SetInVSS(false);
+        }
+    for (rows->MoveFirst(); !rows->Eof(); rows->MoveNext()) {
+        const QString id = rows->Text(QStringLiteral("id"));
+        Object object = exact(id);
+        if (!object) {
+            object = makeObject();
+            object->SetDBID(id);
+            mItems.Add(object, id);
+        }
+        object->SetName(rows->Text(QStringLiteral("name")));
+        object->SetOwner(rows->Text(QStringLiteral("UserName")));
+        object->SetInSQL(true);
+        object->SetCheckedOutBy(QString());
+        TakeRow(*object, *rows);
+        current += 2;
+        if (raise(RetrieveStatusChange, current, total)) {
+            bCancel = true;
+            return false;
+        }
+    }
+    for (auto holder = holders.cbegin(); holder != holders.cend(); ++holder)
+        if (Object object = exact(holder.key())) {
+            object->SetInVSS(true);
+            object->SetCheckedOutBy(holder.value());
+        }
+    dropObjectsInNeitherStore();
+    if (CompletedCurrentStatus)
+        CompletedCurrentStatus();
+    return true;
+}
+
 void TARMOObjectList::dropObjectsInNeitherStore() {
     bool any = false;
     for (const Object& object : mItems)
@@ -348,9 +470,12 @@ std::unique_ptr<TARMODBTItems> TARMOObjectList::GetItemInfo(bool bShowOwnerInNam
 
 std::unique_ptr<TARMODBTItems>
 TARMOObjectList::BuildItemInfo(bool bShowOwnerInName,
-                               const std::function<bool(const TARMOObjectVSS&)>& wanted) {
+                               const std::function<bool(const TARMOObjectVSS&)>& wanted,
+                               const QString& condition) {
     bool cancel = false;
-    refresh(cancel, true);
+    const bool part = !condition.isEmpty() && wanted && refreshPart(condition, wanted, true, cancel);
+    if (!part && !cancel)
+        refresh(cancel, true);
     if (cancel)
         return nullptr;
     const QHash<QString, QString> descriptions = std::move(mDescriptions);

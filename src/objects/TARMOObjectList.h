@@ -77,6 +77,12 @@ public:
     void ChangeKey(const QString& OldObjectID, long lOldIndex = 0);
     // The id of an object of this kind by its name (owner optional), "" without one.
     QString FindIDByName(const QString& name);
+    // The object of this kind named so ("owner.name" or "name", in any case), refreshed as RefreshList
+    // would refresh it but alone: one catalogue statement and one store look-up. Where that can't
+    // explain the object (the catalogue has no such object, or its file isn't under its id: an object
+    // only the store holds, a file to be re-keyed) the whole list is refreshed instead. nullptr when
+    // the list has no such object.
+    Object RefreshItemByName(const QString& name);
 
     // Over the main list, in list order.
     auto begin() const { return mItems.begin(); }
@@ -120,9 +126,12 @@ protected:
     void Initialize();
     // What a catalogue row adds beyond id, name and owner.
     virtual void TakeRow(TARMOObjectVSS& object, const DbRecordset& row) const;
-    // Records for the objects that pass the filter; the progress events run over all of them.
+    // Records for the objects that pass the filter; the progress events run over all of them. With a
+    // catalogue condition that picks exactly the objects that pass the filter, only those are
+    // refreshed (see refreshPart), and the progress events run over them.
     std::unique_ptr<TARMODBTItems> BuildItemInfo(bool bShowOwnerInName,
-                                                 const std::function<bool(const TARMOObjectVSS&)>& wanted);
+                                                 const std::function<bool(const TARMOObjectVSS&)>& wanted,
+                                                 const QString& condition = QString());
     virtual QStringList ExtraIcons() const { return {}; }
     // What stands behind a deleted object's name in its record.
     virtual QString DeletedItemSuffix(const QString& text) const;
@@ -138,6 +147,15 @@ private:
     // Gives a file the name of a new id; its description item (and the text read of it) goes along.
     bool rekeyFile(const QString& fileName, const QString& newFileName);
     void dropObjectsInNeitherStore();
+    // The list query narrowed to the rows that `condition` (a catalogue condition over sysobjects)
+    // picks, with each row's owner as UserName; "" for a list query it can't narrow.
+    QString narrowedListQuery(const QString& condition) const;
+    // Refreshes only the objects that `condition` picks from the catalogue and those of the list that
+    // `belongs` counts among them, with one statement and one store look-up, where the descriptions
+    // come along if asked. False, with nothing changed, where that part can't be refreshed alone: a
+    // row of the catalogue whose file isn't under its id, which only the whole refresh can place.
+    bool refreshPart(const QString& condition, const std::function<bool(const TARMOObjectVSS&)>& belongs,
+                     bool withDescriptions, bool& bCancel);
     QString nameInText(const QString& text) const;
 
     QString mObjectType;

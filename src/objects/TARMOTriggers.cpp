@@ -31,9 +31,15 @@ std::unique_ptr<TARMODBTItems> TARMOTriggers::GetItemInfo(bool bShowOwnerInName,
                                                           const QString& ParentTableDBID) {
     if (ParentTableDBID.isEmpty())
         return BuildItemInfo(bShowOwnerInName, nullptr);
-    return BuildItemInfo(bShowOwnerInName, [&](const TARMOObjectVSS& object) {
-        return static_cast<const TARMOTrigger&>(object).ParentTableDBID() == ParentTableDBID;
-    });
+    // Only that table's triggers are read, where the catalogue's ids allow a condition on them.
+    bool numeric = false;
+    ParentTableDBID.toLongLong(&numeric);
+    return BuildItemInfo(
+        bShowOwnerInName,
+        [&](const TARMOObjectVSS& object) {
+            return static_cast<const TARMOTrigger&>(object).ParentTableDBID() == ParentTableDBID;
+        },
+        numeric ? QStringLiteral("parent_obj = ") + ParentTableDBID : QString());
 }
 
 QString TARMOTriggers::DeletedItemSuffix(const QString& text) const {

@@ -17,8 +17,8 @@ public:
     // The id is one of this list's objects (bare DBID or tree key).
     bool IsTrigger(const QString& ObjectID) const { return ObjectIsOfThisType(ObjectID); }
 
-    // The records of all triggers, or with a table's DBID only of that table's triggers (the
-    // progress events still run over all of them).
+    // The records of all triggers, or with a table's DBID only of that table's triggers, which are
+    // then the only ones read (unless one of them needs the whole refresh to find its file).
     std::unique_ptr<TARMODBTItems> GetItemInfo(bool bShowOwnerInName,
                                                const QString& ParentTableDBID = QString());
 

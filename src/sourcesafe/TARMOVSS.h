@@ -84,6 +84,8 @@ public:
     void GetDate(QString& StartDate, QString& EndDate);
 
 private:
+    // Reads many files of the project at once through this connection's own session.
+    friend class VSSBulkReader;
     StoreItem GetVSSItem(const QString& ItemName, bool bDeleted) const;
     StoreItem GetProjectItem() const;
     VersionStore& database() const;

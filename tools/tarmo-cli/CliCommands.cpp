@@ -284,14 +284,10 @@ TARMOObjectRef CliCommands::findObject(const QString& tag, const QString& name) 
             if (matches(table->Owner(), table->Name()))
                 return TARMOObjectRef(table);
     } else {
-        for (TARMOObjectList* list : mObjects->EditableLists()) {
-            if (list->SubObjectType() != tag)
-                continue;
-            list->RefreshList(cancel);
-            for (const auto& object : *list)
-                if (matches(object->Owner(), object->Name()))
+        for (TARMOObjectList* list : mObjects->EditableLists())
+            if (list->SubObjectType() == tag)
+                if (auto object = list->RefreshItemByName(name))
                     return TARMOObjectRef(object);
-        }
     }
     mErr << "tarmo-cli: no " << tag << " named '" << name << "'" << Qt::endl;
     return TARMOObjectRef();

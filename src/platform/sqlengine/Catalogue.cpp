@@ -5,7 +5,10 @@
 #include <QDateTime>
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <iterator>
+
+#include <sqlite3.h>
 
 namespace {
 
@@ -376,6 +379,47 @@ int UserUid(SqliteDb& db, const QString& schema, const QString& name) {
     const QVariant v =
         db.Scalar(QStringLiteral("SELECT uid FROM \"%1\".sysusers WHERE name = ?").arg(schema), {name});
     return v.isValid() ? v.toInt() : -1;
+}
+
+namespace {
+QString columnText(sqlite3_stmt* s, int column) {
+    return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(s, column)),
+                             sqlite3_column_bytes(s, column));
+}
+} // namespace
+
+bool TypeOfObject(SqliteDb& db, const QString& schema, qint64 id, ObjectType& type) {
+    // One step of a prepared statement, read without building rows of variants: a list of the
+    // catalogue may ask once per row.
+    CachedStatement s =
+        db.Prepare(QStringLiteral("SELECT xtype, uid FROM \"%1\".sysobjects WHERE id = ?").arg(schema));
+    sqlite3_bind_int64(s->Handle(), 1, id);
+    if (!s->Step())
+        return false;
+    type = {columnText(s->Handle(), 0).trimmed(), sqlite3_column_int(s->Handle(), 1)};
+    return true;
+}
+
+bool ObjectTypeCache::Find(SqliteDb& db, const QString& schema, qint64 id, ObjectType& type) {
+    if (!mLoaded && ++mLookups > 32) {
+        CachedStatement s =
+            db.Prepare(QStringLiteral("SELECT id, xtype, uid FROM \"%1\".sysobjects").arg(schema));
+        // A catalogue holds a handful of types: each is made once and shared by its objects.
+        QList<QString> seen;
+        while (s->Step()) {
+            const QString xtype = columnText(s->Handle(), 1).trimmed();
+            auto same = std::find(seen.cbegin(), seen.cend(), xtype);
+            if (same == seen.cend())
+                same = seen.insert(seen.cend(), xtype);
+            mById.insert(sqlite3_column_int64(s->Handle(), 0), {*same, sqlite3_column_int(s->Handle(), 2)});
+        }
+        mLoaded = true;
+    }
+    if (auto it = mById.constFind(id); it != mById.constEnd()) {
+        type = *it;
+        return true;
+    }
+    return TypeOfObject(db, schema, id, type);
 }
 
 QString UserName(SqliteDb& db, const QString& schema, int uid) {

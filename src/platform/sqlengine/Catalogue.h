@@ -3,6 +3,7 @@
 #include "SqlAst.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QString>
 #include <QVariant>
 
@@ -58,6 +59,25 @@ bool IsMasterTable(const QString& name);
 CatalogueObject FindObject(SqliteDb& db, const QString& schema, const QString& name, const QString& owner,
                            int userUid);
 CatalogueObject ObjectById(SqliteDb& db, const QString& schema, int id);
+// The type (xtype, trimmed) and owner (uid) of one object, or of every object at once.
+struct ObjectType {
+    QString xtype;
+    int uid = 0;
+};
+bool TypeOfObject(SqliteDb& db, const QString& schema, qint64 id, ObjectType& type); // false when missing
+// The types of one schema's objects for a statement that asks about many of them one by one, as a
+// list of the catalogue does once per row: the first few look-ups read one object each, the rest come
+// from one read of the whole table. It keeps what it read, so it must not outlive the statement; an
+// object made since is still looked up alone.
+class ObjectTypeCache {
+public:
+    bool Find(SqliteDb& db, const QString& schema, qint64 id, ObjectType& type);
+
+private:
+    int mLookups = 0;
+    bool mLoaded = false;
+    QHash<qint64, ObjectType> mById;
+};
 int UserUid(SqliteDb& db, const QString& schema, const QString& name); // -1 when missing
 QString UserName(SqliteDb& db, const QString& schema, int uid);
 int NextObjectId(SqliteDb& db);

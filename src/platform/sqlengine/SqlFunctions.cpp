@@ -829,6 +829,18 @@ void ResultVariant(sqlite3_context* ctx, const QVariant& v) {
         ResultText(ctx, v.toString());
 }
 
+// A list of the catalogue calls OBJECTPROPERTY once per row. Its cache of the catalogue's types is
+// SQLite's auxiliary data of the constant schema argument, which SQLite drops when the statement
+// ends or runs again, so it never outlives the catalogue it came from.
+bool ObjectTypeOf(sqlite3_context* ctx, SqliteDb& db, const QString& schema, qint64 id,
+                  Catalogue::ObjectType& type) {
+    using Cache = Catalogue::ObjectTypeCache;
+    if (!sqlite3_get_auxdata(ctx, 2))
+        sqlite3_set_auxdata(ctx, 2, new Cache, [](void* p) { delete static_cast<Cache*>(p); });
+    auto* cache = static_cast<Cache*>(sqlite3_get_auxdata(ctx, 2)); // null where SQLite can't keep it
+    return cache ? cache->Find(db, schema, id, type) : Catalogue::TypeOfObject(db, schema, id, type);
+}
+
 // tsql_objectproperty(id, property, schema): the argument is evaluated where it stands, so a
 // correlated column such as so.id can't be captured by a subquery's own tables.
 void ObjectPropertyFn(sqlite3_context* ctx, int, sqlite3_value** a) {
@@ -838,21 +850,11 @@ void ObjectPropertyFn(sqlite3_context* ctx, int, sqlite3_value** a) {
     const QString schema = Text(a[2]);
     try {
         SqliteDb& db = Connection(ctx);
-        // Called once per row of a list of the catalogue: one step of a prepared statement, read
-        // without building rows of variants.
-        QString x;
-        int uid = 0;
-        {
-            CachedStatement s = db.Prepare(
-                QStringLiteral("SELECT xtype, uid FROM \"%1\".sysobjects WHERE id = ?").arg(schema));
-            sqlite3_bind_int64(s->Handle(), 1, sqlite3_value_int64(a[0]));
-            if (!s->Step())
-                return sqlite3_result_null(ctx);
-            x = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(s->Handle(), 0)),
-                                  sqlite3_column_bytes(s->Handle(), 0))
-                    .trimmed();
-            uid = sqlite3_column_int(s->Handle(), 1);
-        }
+        Catalogue::ObjectType type;
+        if (!ObjectTypeOf(ctx, db, schema, sqlite3_value_int64(a[0]), type))
+            return sqlite3_result_null(ctx);
+        const QString& x = type.xtype;
+        const int uid = type.uid;
         auto flag = [&](bool b) { sqlite3_result_int(ctx, b ? 1 : 0); };
         static const QStringList modules{QStringLiteral("P"),  QStringLiteral("TR"), QStringLiteral("V"),
                                          QStringLiteral("FN"), QStringLiteral("IF"), QStringLiteral("TF")};

@@ -216,6 +216,11 @@ void Statement::Run() {
     }
 }
 
+void Statement::Reset() {
+    sqlite3_reset(mStmt);
+    sqlite3_clear_bindings(mStmt);
+}
+
 qint64 Statement::Int(int column) const {
     return sqlite3_column_int64(mStmt, column);
 }

@@ -45,6 +45,8 @@ public:
     bool Step();
     // Runs a statement that returns no rows.
     void Run();
+    // Makes the statement ready to run again with new parameters.
+    void Reset();
 
     qint64 Int(int column) const;
     QString Text(int column) const;

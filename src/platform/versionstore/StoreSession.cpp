@@ -121,13 +121,20 @@ QByteArray StoreSession::ContentOf(qint64 seq) const {
     if (!s.Step())
         Raise(StoreErrors::NoVersion, QStringLiteral("The version no longer exists."));
     QByteArray content = s.Blob(2);
-    // A text without a checksum was written past this program; it can't vouch for itself either.
-    if (s.IsNull(3) || s.Blob(3) != TextChecksum(content))
-        Raise(StoreErrors::DamagedText,
-              QStringLiteral("Version %1 of '%2' is damaged: its stored text does not match its checksum.")
-                  .arg(s.Int(1))
-                  .arg(SpecOf(s.Int(0))));
+    if (!Intact(content, !s.IsNull(3), s.Blob(3)))
+        RaiseDamaged(s.Int(1), SpecOf(s.Int(0)));
     return content.isNull() ? QByteArray("") : content;
+}
+
+bool StoreSession::Intact(const QByteArray& content, bool hasChecksum, const QByteArray& checksum) {
+    return hasChecksum && checksum == TextChecksum(content);
+}
+
+void StoreSession::RaiseDamaged(qint64 number, const QString& spec) {
+    Raise(StoreErrors::DamagedText,
+          QStringLiteral("Version %1 of '%2' is damaged: its stored text does not match its checksum.")
+              .arg(number)
+              .arg(spec));
 }
 
 int StoreSession::Record(qint64 id, const QString& action, const QString& comment, const QByteArray& content,

@@ -37,6 +37,10 @@ struct StoreSession {
     // The text of one history entry, checked against the checksum kept with it; a text that doesn't
     // match raises DamagedText naming the item and the version.
     QByteArray ContentOf(qint64 seq) const;
+    // Whether a stored text matches the checksum kept with it; one without a checksum was written
+    // past this program and can't vouch for itself either.
+    static bool Intact(const QByteArray& content, bool hasChecksum, const QByteArray& checksum);
+    [[noreturn]] static void RaiseDamaged(qint64 number, const QString& spec);
     // Appends a history entry with the next number (or the present one for a label); inside a transaction.
     int Record(qint64 id, const QString& action, const QString& comment, const QByteArray& content,
                bool isLabel = false, const QString& labelComment = QString());

@@ -134,6 +134,16 @@ bool VersionStore::IsOpen() const {
     return mSession != nullptr;
 }
 
+void VersionStore::RequirePresent() const {
+    const StoreIni& ini = session().ini;
+    if (!QFileInfo::exists(ini.iniFile))
+        StoreSession::Raise(StoreErrors::IniFile,
+                            QStringLiteral("The file '%1' does not exist.").arg(ini.iniFile));
+    if (!QFileInfo::exists(ini.DatabaseFile()))
+        StoreSession::Raise(StoreErrors::IniFile,
+                            QStringLiteral("The store's data '%1' does not exist.").arg(ini.DatabaseFile()));
+}
+
 StoreSession& VersionStore::session() const {
     if (!mSession)
         StoreSession::Raise(StoreErrors::NotOpen, QStringLiteral("No version store is open."));

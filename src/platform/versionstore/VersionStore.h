@@ -26,6 +26,9 @@ public:
     void Open(const QString& iniFile, const QString& userName, const QString& password);
     void Close();
     bool IsOpen() const;
+    // Raises IniFile, as opening would, where the store's ini or data file is no longer where it
+    // was opened: an open session still reads a data file that was removed under it.
+    void RequirePresent() const;
 
     QString IniFile() const;
     QString UserName() const; // as the store spells it
