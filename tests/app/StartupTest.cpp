@@ -41,13 +41,6 @@ protected:
     void TearDown() override { SystemComponents::Clear(); }
 };
 
-// With TARMO_SCREENSHOTS set to a folder, window tests leave a picture of what the user sees.
-void screenshot(QWidget* w, const QString& name) {
-    const QString folder = qEnvironmentVariable("TARMO_SCREENSHOTS");
-    if (!folder.isEmpty())
-        w->grab().save(folder + QLatin1Char('/') + name + QStringLiteral(".png"));
-}
-
 template <typename T> T* findTopLevel(const QString& objectName) {
     for (auto* w : QApplication::topLevelWidgets())
         if (auto* t = qobject_cast<T*>(w); t && t->objectName() == objectName && t->isVisible())
@@ -112,7 +105,7 @@ TEST_F(ComponentCheck, ContinueAnywayAsksFirst) {
     int rows = -1;
     QTimer::singleShot(0, &window, [&] {
         rows = window.lvwError()->topLevelItemCount();
-        screenshot(&window, QStringLiteral("frmSystem"));
+        Screenshot(&window, QStringLiteral("frmSystem"));
         window.cmdContinue()->click();
         stillOpenAfterNo = window.isVisible();
         window.cmdContinue()->click();
@@ -149,7 +142,7 @@ TEST_F(ComponentCheck, FirstRunArrivesAtTheProjectChoice) {
     splash->StartTARMO();
     EXPECT_EQ(splash->windowTitle(), QStringLiteral("TARMO - Initializing"));
     EXPECT_EQ(splash->lblVersion()->text(), QStringLiteral("Version: 2.0"));
-    screenshot(splash, QStringLiteral("frmInitialize"));
+    Screenshot(splash, QStringLiteral("frmInitialize"));
     ASSERT_TRUE(finished.wait(5000));
 
     const QString product = QStringLiteral("TARMO v2.0 Professional");
@@ -170,7 +163,7 @@ TEST_F(ComponentCheck, FirstRunArrivesAtTheProjectChoice) {
     EXPECT_EQ(browser->windowTitle(), QStringLiteral("Project Browser"));
     EXPECT_EQ(browser->lvwProjects()->topLevelItemCount(), 0);
     EXPECT_FALSE(browser->chkMostResent()->isChecked());
-    screenshot(browser, QStringLiteral("frmProjectBrowser"));
+    Screenshot(browser, QStringLiteral("frmProjectBrowser"));
     browser->close();
     QApplication::processEvents();
 }
@@ -275,7 +268,7 @@ TEST_F(ComponentCheck, MostRecentProjectIsConnectedAndOpened) {
     ASSERT_NE(opened, nullptr);
     EXPECT_TRUE(opened->isVisible());
     EXPECT_EQ(opened->windowTitle(), QStringLiteral("Demo - TARMO"));
-    screenshot(opened, QStringLiteral("frmProjectOpened"));
+    Screenshot(opened, QStringLiteral("frmProjectOpened"));
     gDatabase->Project()->ProjectWasSyncronized();
     EXPECT_FALSE(gDatabase->Project()->IsFirstUserToConnect());
     closeStartWindow();

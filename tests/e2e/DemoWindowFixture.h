@@ -1,21 +1,11 @@
 #pragma once
 
 #include "CoreDispatch.h"
-#include "DemoSeed.h"
-#include "EditorChildWindow.h"
-#include "ScriptedPrompts.h"
-#include "TARMODatabase.h"
-#include "TARMOProject.h"
-#include "TARMOSQL.h"
-#include "TARMOVSS.h"
-#include "TestSupport.h"
+#include "DemoProject.h"
+#include "MainWindowStart.h"
 #include "VSSBulkReader.h"
 #include "frmEditObjectText.h"
 #include "frmSQLQuery.h"
-#include "mdiMain.h"
-
-#include <QCoreApplication>
-#include <QMdiSubWindow>
 
 #include <gtest/gtest.h>
 
@@ -28,13 +18,7 @@ protected:
     virtual void Configure() {}
 
     void SetUp() override {
-        const auto seeded = DemoSeed::Seed(folder.Path(QStringLiteral("demo")), false);
-        ASSERT_TRUE(seeded.ok) << qPrintable(seeded.error);
-        project = database.GetDefaultProject();
-        ASSERT_TRUE(project);
-        ASSERT_EQ(project->SQL().OpenConnection(), QString());
-        ASSERT_EQ(project->VSS().OpenConnection(), QString());
-        database.SetProject(project);
+        ASSERT_TRUE(project = OpenDemoProject(folder, database));
         database.SetShowCommentPrompt(false);
         database.SetShowDescriptionPrompt(false);
         database.SetShowPermissionsOnNewObjectCreate(false);
@@ -43,23 +27,13 @@ protected:
         window.AdoptDispatch(std::make_unique<CoreDispatch>(database));
         frmEditObjectText::Install(window);
         frmSQLQuery::Install(window);
-        window.SetLoading(true);
-        window.Init(database);
-        window.InitDBT(2865);
-        window.resize(1000, 700);
-        window.SetLoading(false);
-        window.ShowWindow();
+        StartMainWindow(window, database);
     }
     void TearDown() override {
         closeAll();
         VSSBulkReader::Release();
     }
-    void closeAll() {
-        for (QMdiSubWindow* sub : window.MdiArea()->subWindowList())
-            if (auto* form = qobject_cast<EditorChildWindow*>(sub->widget()))
-                form->CloseItem(true);
-        QCoreApplication::processEvents();
-    }
+    void closeAll() { CloseEditorChildren(window); }
 
     IsolatedUserFolders folders;
     TempFolder folder;

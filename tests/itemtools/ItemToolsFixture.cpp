@@ -1,6 +1,5 @@
 #include "ItemToolsFixture.h"
 
-#include "DemoSeed.h"
 #include "StoreItem.h"
 #include "TARMOObjectVSS.h"
 #include "TARMOStoredProcedures.h"
@@ -8,13 +7,7 @@
 #include "VersionStore.h"
 
 void ItemToolsTest::SetUp() {
-    const auto seeded = DemoSeed::Seed(folder.Path(QStringLiteral("demo")), false);
-    ASSERT_TRUE(seeded.ok) << qPrintable(seeded.error);
-    project = database.GetDefaultProject();
-    ASSERT_TRUE(project);
-    ASSERT_EQ(project->SQL().OpenConnection(), QString());
-    ASSERT_EQ(project->VSS().OpenConnection(), QString());
-    database.SetProject(project);
+    ASSERT_TRUE(project = OpenDemoProject(folder, database));
     dispatch = std::make_unique<CoreDispatch>(database);
 }
 
@@ -47,11 +40,4 @@ QString ItemToolsTest::serverText(const QString& name) {
     for (; !rows->Eof(); rows->MoveNext())
         text += rows->Text(QStringLiteral("text"));
     return text;
-}
-
-QStringList ItemToolsTest::messages() const {
-    QStringList list;
-    for (const auto& record : const_cast<ScriptedPromptsScope&>(prompts)->Records())
-        list << record.title + QStringLiteral(": ") + record.text;
-    return list;
 }

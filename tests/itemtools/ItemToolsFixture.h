@@ -1,12 +1,7 @@
 #pragma once
 
 #include "CoreDispatch.h"
-#include "ScriptedPrompts.h"
-#include "TARMODatabase.h"
-#include "TARMOProject.h"
-#include "TARMOSQL.h"
-#include "TARMOVSS.h"
-#include "TestSupport.h"
+#include "DemoProject.h"
 
 #include <gtest/gtest.h>
 
@@ -30,8 +25,7 @@ protected:
     // A label on the latest version of an item.
     void label(const QString& item, const QString& name, const QString& comment);
     QString serverText(const QString& name);
-    // The message boxes so far as "TITLE: TEXT".
-    QStringList messages() const;
+    QStringList messages() { return MessagesOf(prompts); }
 
     IsolatedUserFolders folders;
     TempFolder folder;

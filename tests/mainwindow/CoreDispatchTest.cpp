@@ -2,6 +2,7 @@
 #include "DatabaseTree.h"
 #include "EmbeddedServer.h"
 #include "ExplorerBar.h"
+#include "MainWindowStart.h"
 #include "ScriptedPrompts.h"
 #include "TARMODatabase.h"
 #include "TARMOProject.h"
@@ -10,7 +11,6 @@
 #include "TestSupport.h"
 #include "VSSBulkReader.h"
 #include "VersionStore.h"
-#include "mdiMain.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -68,12 +68,7 @@ protected:
 
         database.SetProject(project);
         window.AdoptDispatch(std::make_unique<CoreDispatch>(database));
-        window.SetLoading(true);
-        window.Init(database);
-        window.InitDBT(2865);
-        window.resize(900, 600);
-        window.SetLoading(false);
-        window.ShowWindow();
+        StartMainWindow(window, database, true, QSize(900, 600));
     }
     void TearDown() override { VSSBulkReader::Release(); }
 

@@ -1,19 +1,13 @@
 #include "ChildWindowArea.h"
 #include "CoreDispatch.h"
 #include "DatabaseTree.h"
-#include "DemoSeed.h"
+#include "DemoProject.h"
 #include "ExplorerBar.h"
+#include "MainWindowStart.h"
 #include "SQLTextEditor.h"
-#include "ScriptedPrompts.h"
-#include "TARMODatabase.h"
-#include "TARMOProject.h"
-#include "TARMOSQL.h"
-#include "TARMOVSS.h"
-#include "TestSupport.h"
 #include "VSSBulkReader.h"
 #include "frmEditObjectPermissions.h"
 #include "frmEditObjectText.h"
-#include "mdiMain.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -37,34 +31,20 @@ using P = TARMOPermission;
 class PermissionWindowTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        const auto seeded = DemoSeed::Seed(folder.Path(QStringLiteral("demo")), false);
-        ASSERT_TRUE(seeded.ok) << qPrintable(seeded.error);
-        project = database.GetDefaultProject();
-        ASSERT_TRUE(project);
-        ASSERT_EQ(project->SQL().OpenConnection(), QString());
-        ASSERT_EQ(project->VSS().OpenConnection(), QString());
+        ASSERT_TRUE(project = OpenDemoProject(folder, database));
         project->SQL().ExecuteSQL(QStringLiteral("CREATE ROLE [O'Neil]]s]"));
         // The procedure starts without any permission, so that the catalogue holds only what a test did.
         project->SQL().ExecuteSQL(QStringLiteral("REVOKE EXECUTE ON dbo.GetCustomerOrders TO Reporting"));
-        database.SetProject(project);
         database.SetChildWindowState(WindowState::Normal);
         database.SetShowCommentPrompt(false);
         database.SetShowDescriptionPrompt(false);
         window.AdoptDispatch(std::make_unique<CoreDispatch>(database));
         frmEditObjectPermissions::Install(window);
         frmEditObjectText::Install(window);
-        window.SetLoading(true);
-        window.Init(database);
-        window.InitDBT(2865);
-        window.resize(1000, 700);
-        window.SetLoading(false);
-        window.ShowWindow();
+        StartMainWindow(window, database);
     }
     void TearDown() override {
-        for (QMdiSubWindow* sub : window.MdiArea()->subWindowList())
-            if (auto* form = qobject_cast<EditorChildWindow*>(sub->widget()))
-                form->CloseItem(true);
-        QCoreApplication::processEvents();
+        CloseEditorChildren(window);
         VSSBulkReader::Release();
     }
 

@@ -1,18 +1,12 @@
 #include "ChildWindowArea.h"
 #include "CoreDispatch.h"
-#include "DemoSeed.h"
+#include "DemoProject.h"
 #include "GeneralHelpers.h"
+#include "MainWindowStart.h"
 #include "SQLTextEditor.h"
-#include "ScriptedPrompts.h"
 #include "SqlEditControl.h"
 #include "StatusPanels.h"
-#include "TARMODatabase.h"
-#include "TARMOProject.h"
-#include "TARMOSQL.h"
-#include "TARMOVSS.h"
-#include "TestSupport.h"
 #include "frmSQLQuery.h"
-#include "mdiMain.h"
 #include "multiGrid.h"
 
 #include <QAction>
@@ -29,26 +23,12 @@
 class QueryWindowTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        const auto seeded = DemoSeed::Seed(folder.Path(QStringLiteral("demo")), false);
-        ASSERT_TRUE(seeded.ok) << qPrintable(seeded.error);
-        project = database.GetDefaultProject();
-        ASSERT_TRUE(project);
-        ASSERT_EQ(project->SQL().OpenConnection(), QString());
-        ASSERT_EQ(project->VSS().OpenConnection(), QString());
-        database.SetProject(project);
+        ASSERT_TRUE(project = OpenDemoProject(folder, database));
         window.AdoptDispatch(std::make_unique<CoreDispatch>(database));
         frmSQLQuery::Install(window);
-        window.SetLoading(true);
-        window.Init(database);
-        window.resize(1000, 700);
-        window.SetLoading(false);
-        window.ShowWindow();
+        StartMainWindow(window, database, false);
     }
-    void TearDown() override {
-        for (QMdiSubWindow* sub : window.MdiArea()->subWindowList())
-            if (auto* form = qobject_cast<frmSQLQuery*>(sub->widget()))
-                form->CloseItem(true);
-    }
+    void TearDown() override { CloseEditorChildren(window); }
     frmSQLQuery* openQuery() {
         window.DoCommand(Command::NewQueryWindow);
         return qobject_cast<frmSQLQuery*>(window.ActiveForm());

@@ -2,11 +2,11 @@
 #include "SyncWindowsFixture.h"
 
 #include "DatabaseTree.h"
+#include "MainWindowStart.h"
 #include "SyncWindows.h"
 #include "frmSyncDifference.h"
 #include "frmSyncProcess.h"
 #include "frmSyncResults.h"
-#include "mdiMain.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -119,10 +119,10 @@ TEST_F(SyncWindowsTest, NothingToDoIsToldAndStillWritten) {
     ASSERT_EQ(differences(), QStringList());
     prompts->Clear();
 
-    WhenShown<frmSyncResults> results([](frmSyncResults*) {});
+    ModalAnswerOf<frmSyncResults> results([](frmSyncResults*) {}, 5000);
     frmSyncProcess form;
     EXPECT_FALSE(form.StartSync(objects()));
-    EXPECT_FALSE(results.Shown());
+    EXPECT_FALSE(results.Answered());
     EXPECT_EQ(messages(), QStringList{QStringLiteral("No Synchronization Needed: Everything is in Sync")});
     EXPECT_EQ(prompts->Records().first().icon, Prompt::Icon::Information);
     EXPECT_EQ(syncHistory().size(), 1);
@@ -284,11 +284,7 @@ TEST_F(SyncWindowsTest, MainWindowRunsItAndRebuildsItsTree) {
     mdiMain window;
     window.SetDispatch(dispatch.get());
     SyncWindows::Install(window);
-    window.SetLoading(true);
-    window.Init(database);
-    window.InitDBT(2865);
-    window.SetLoading(false);
-    window.ShowWindow();
+    StartMainWindow(window, database);
     QTreeWidgetItem* procedures = topNode(window.tvwDBT(), QStringLiteral("Stored Procedures"));
     ASSERT_NE(procedures, nullptr);
     procedures->setExpanded(true);
@@ -296,14 +292,16 @@ TEST_F(SyncWindowsTest, MainWindowRunsItAndRebuildsItsTree) {
 
     ASSERT_TRUE(project->IsFirstUserToConnect());
     prompts->QueueAnswer(Prompt::Answer::Yes);
-    WhenShown<frmSyncResults> results([](frmSyncResults* form) {
-        EXPECT_EQ(form->lvwResults()->rowCount(), 5);
-        form->cmdInSQL()->click();
-        form->cmdApply()->click();
-        EXPECT_FALSE(form->isVisible());
-    });
+    ModalAnswerOf<frmSyncResults> results(
+        [](frmSyncResults* form) {
+            EXPECT_EQ(form->lvwResults()->rowCount(), 5);
+            form->cmdInSQL()->click();
+            form->cmdApply()->click();
+            EXPECT_FALSE(form->isVisible());
+        },
+        5000);
     window.CheckProjectSyncInfo();
-    EXPECT_TRUE(results.Shown());
+    EXPECT_TRUE(results.Answered());
     EXPECT_EQ(messages(),
               QStringList({QStringLiteral("Start Synchronization Process?: This is the first time anyone "
                                           "has connected to this project. Would you like to Synchronize?"),

@@ -1,16 +1,9 @@
 #include "SyncWindowsFixture.h"
 
-#include "DemoSeed.h"
 #include "VSSBulkReader.h"
 
 void SyncWindowsTest::SetUp() {
-    const auto seeded = DemoSeed::Seed(folder.Path(QStringLiteral("demo")), false);
-    ASSERT_TRUE(seeded.ok) << qPrintable(seeded.error);
-    project = database.GetDefaultProject();
-    ASSERT_TRUE(project);
-    ASSERT_EQ(project->SQL().OpenConnection(), QString());
-    ASSERT_EQ(project->VSS().OpenConnection(), QString());
-    database.SetProject(project);
+    ASSERT_TRUE(project = OpenDemoProject(folder, database));
     TARMOSQL& sql = project->SQL();
     sql.ExecuteSQL(
         QStringLiteral("ALTER PROCEDURE dbo.AddOrder\r\n"
@@ -54,11 +47,4 @@ QStringList SyncWindowsTest::syncHistory() {
     return project->VSS()
         .ItemContent(TARMOProject::SyncHistoryItem, true, -1, false, false)
         .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
-}
-
-QStringList SyncWindowsTest::messages() const {
-    QStringList list;
-    for (const auto& record : const_cast<ScriptedPromptsScope&>(prompts)->Records())
-        list << record.title + QStringLiteral(": ") + record.text;
-    return list;
 }

@@ -141,27 +141,6 @@ TEST_F(EmbeddedDriver, DatetimesReadAsStoredWithoutAZone) {
     EXPECT_EQ(rs.Text(QStringLiteral("d")), QString());
 }
 
-TEST_F(EmbeddedDriver, ParseOnlyReportsSyntaxAndRunsNothing) {
-    EmbeddedConnection c;
-    c.Open(login(QStringLiteral("sa"), kSaPassword, QStringLiteral("Sales")));
-    SqlBatchResults r = c.ParseBatch(QStringLiteral("CREATE TABLE parsed_only (n int)"));
-    for (const SqlResult& x : r)
-        EXPECT_FALSE(x.kind == SqlResult::Kind::Message && x.message.IsError())
-            << x.message.text.toStdString();
-    EXPECT_EQ(
-        c.OpenRecordset(QStringLiteral("SELECT id FROM sysobjects WHERE name = 'parsed_only'")).RecordCount(),
-        0);
-
-    r = c.ParseBatch(QStringLiteral("SELECT 1\nSELEC 2 FROM"));
-    bool sawError = false;
-    for (const SqlResult& x : r)
-        if (x.kind == SqlResult::Kind::Message && x.message.IsError()) {
-            sawError = true;
-            EXPECT_EQ(x.message.line, 2);
-        }
-    EXPECT_TRUE(sawError);
-}
-
 TEST_F(EmbeddedDriver, ListsDatabasesAndRefusesWorkWhileClosed) {
     EmbeddedConnection c;
     EXPECT_THROW(c.ExecuteBatch(QStringLiteral("SELECT 1")), DbError);

@@ -2,6 +2,7 @@
 // sees, and writes at the same time both arrive. The second program is this test binary run again
 // with only the disabled case below selected.
 #include "EmbeddedServer.h"
+#include "EngineResults.h"
 #include "TestSupport.h"
 
 #include <QCoreApplication>
@@ -12,14 +13,6 @@ namespace {
 
 const char* kFolderVariable = "TARMO_SECOND_PROGRAM_FOLDER";
 const char* kStepVariable = "TARMO_SECOND_PROGRAM_STEP";
-
-QList<SqlMessage> Errors(const SqlBatchResults& results) {
-    QList<SqlMessage> errors;
-    for (const SqlResult& r : results)
-        if (r.kind == SqlResult::Kind::Message && r.message.IsError())
-            errors.append(r.message);
-    return errors;
-}
 
 QVariant FirstValue(const SqlBatchResults& results) {
     for (const SqlResult& r : results)

@@ -1,4 +1,5 @@
 #include "EmbeddedServer.h"
+#include "EngineResults.h"
 #include "GeneralHelpers.h"
 #include "TARMOError.h"
 #include "TestSupport.h"
@@ -10,22 +11,6 @@
 #include <optional>
 
 namespace {
-
-QList<SqlMessage> Errors(const SqlBatchResults& results) {
-    QList<SqlMessage> errors;
-    for (const SqlResult& r : results)
-        if (r.kind == SqlResult::Kind::Message && r.message.IsError())
-            errors.append(r.message);
-    return errors;
-}
-
-// A copy: the results are mostly a temporary that ends with the statement.
-std::optional<SqlRowSet> FirstRows(const SqlBatchResults& results) {
-    for (const SqlResult& r : results)
-        if (r.kind == SqlResult::Kind::RowSet)
-            return r.rowSet;
-    return std::nullopt;
-}
 
 class ServerFolder : public ::testing::Test {
 protected:
