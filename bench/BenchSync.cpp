@@ -133,9 +133,19 @@ int RunSyncBenchmark(const BenchProject& project, int rttMs) {
         StoreTraffic::SetStoreCallObserver(
             [rttMs] { std::this_thread::sleep_for(std::chrono::milliseconds(rttMs)); });
     StoreTraffic::Reset();
+    SyncRun run(core);
+    // The time of the read steps (the lists) and of the compare steps (the texts), apart.
+    qint64 stepMs[2] = {0, 0};
+    QElapsedTimer step;
+    run.StepStatus = [&](int n, const QString& status) {
+        if (status == QLatin1String("Processing"))
+            step.start();
+        else
+            stepMs[n % 2] += step.elapsed();
+    };
     QElapsedTimer timer;
     timer.start();
-    const QList<SyncDifference> rows = SyncRun(core).Run();
+    const QList<SyncDifference> rows = run.Run();
     const qint64 ms = timer.elapsed();
     StoreTraffic::SetStoreCallObserver(nullptr);
     EmbeddedConnection::SetSimulatedRoundTrip(std::chrono::milliseconds(0));
@@ -150,6 +160,7 @@ int RunSyncBenchmark(const BenchProject& project, int rttMs) {
     std::printf("kind                  sql-only  vss-only   differs\n");
     for (auto it = byKind.begin(); it != byKind.end(); ++it)
         std::printf("%-20s %9d %9d %9d\n", qPrintable(it.key()), it.value()[0], it.value()[1], it.value()[2]);
+    std::printf("read_ms=%lld compare_ms=%lld\n", stepMs[0], stepMs[1]);
     std::printf("total_ms=%lld statements=%lld store_calls=%lld differences=%lld\n", ms,
                 StoreTraffic::StatementCount(), StoreTraffic::StoreCallCount(),
                 static_cast<long long>(rows.size()));
