@@ -33,6 +33,15 @@ BenchProject::BenchProject(const QString& cacheFolder, double scale)
     : mFolder(QDir(cacheFolder).absoluteFilePath(QStringLiteral("scale-") + QString::number(scale)))
     , mScale(scale) {}
 
+bool BenchProject::Connect(TARMOSQL& sql, TARMOVSS& vss) const {
+    vss.SetGeneralWorkingFolder(WorkingFolder());
+    if (sql.OpenConnection(Server(), Database(), QStringLiteral("sa"), SaPassword(), 0, true).isEmpty() &&
+        vss.OpenConnection(IniFile(), UserName(), UserPassword(), Project(), {}, true).isEmpty())
+        return true;
+    std::fprintf(stderr, "tarmo-bench: the benchmark project can't be opened\n");
+    return false;
+}
+
 QString BenchProject::Server() const {
     return QStringLiteral("embedded:") + mFolder + QStringLiteral("/srv");
 }

@@ -2,6 +2,9 @@
 
 #include <QString>
 
+class TARMOSQL;
+class TARMOVSS;
+
 // A large project for the benchmark: an embedded server with the database Bench and a store with the
 // project $/Bench, built once in a cache folder and reused while its scale matches. At scale 1 it
 // holds 5,000 procedures, 1,000 views, 1,000 functions and 2,000 triggers on 500 tables, every
@@ -13,6 +16,10 @@ public:
 
     // Builds the project unless the cache holds it already; progress goes to stderr.
     void Ensure();
+
+    // Opens both connections as a project does (SQL Server as sa, the store as the benchmark's user);
+    // false, with a line on stderr, when either can't be opened.
+    bool Connect(TARMOSQL& sql, TARMOVSS& vss) const;
 
     QString Server() const;
     QString Database() const { return QStringLiteral("Bench"); }

@@ -33,16 +33,8 @@ qint64 cpuMs() {
 int RunRefreshBenchmark(const BenchProject& project, int rttMs) {
     TARMOSQL sql;
     TARMOVSS vss;
-    vss.SetGeneralWorkingFolder(project.WorkingFolder());
-    if (!sql.OpenConnection(project.Server(), project.Database(), QStringLiteral("sa"),
-                            BenchProject::SaPassword(), 0, true)
-             .isEmpty() ||
-        !vss.OpenConnection(project.IniFile(), BenchProject::UserName(), BenchProject::UserPassword(),
-                            project.Project(), {}, true)
-             .isEmpty()) {
-        std::fprintf(stderr, "tarmo-bench: the benchmark project can't be opened\n");
+    if (!project.Connect(sql, vss))
         return 1;
-    }
 
     EmbeddedConnection::SetSimulatedRoundTrip(std::chrono::milliseconds(rttMs));
     if (rttMs > 0)

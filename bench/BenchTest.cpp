@@ -81,16 +81,8 @@ int RunTestBenchmark(const BenchProject& project) {
     installPrompts(std::make_unique<BenchPrompts>());
     TARMOSQL sql;
     TARMOVSS vss;
-    vss.SetGeneralWorkingFolder(project.WorkingFolder());
-    if (!sql.OpenConnection(project.Server(), project.Database(), QStringLiteral("sa"),
-                            BenchProject::SaPassword(), 0, true)
-             .isEmpty() ||
-        !vss.OpenConnection(project.IniFile(), BenchProject::UserName(), BenchProject::UserPassword(),
-                            project.Project(), {}, true)
-             .isEmpty()) {
-        std::fprintf(stderr, "tarmo-bench: the benchmark project can't be opened\n");
+    if (!project.Connect(sql, vss))
         return 1;
-    }
     TARMOIcons icons;
     TARMOStoredProcedures procedures;
     procedures.SetActiveDBConnection(&sql);
