@@ -30,7 +30,7 @@ void diffMiddle(const QStringList& left, const QStringList& right, qsizetype fro
                 qsizetype rightEnd, QList<DiffLine>& script) {
     const std::vector<QString> a(left.begin() + from, left.begin() + leftEnd);
     const std::vector<QString> b(right.begin() + from, right.begin() + rightEnd);
-    if (qsizetype(a.size() + b.size()) > kMaxDiffedLines || a.empty() || b.empty()) {
+    if (qsizetype(a.size()) + qsizetype(b.size()) > kMaxDiffedLines || a.empty() || b.empty()) {
         for (qsizetype i = 0; i < qsizetype(a.size()); ++i)
             append(script, DiffLine::Op::Removed, int(from + i + 1), 0, a[size_t(i)]);
         for (qsizetype i = 0; i < qsizetype(b.size()); ++i)
@@ -112,7 +112,7 @@ QString UnifiedDiff(const QString& left, const QString& right, const QString& le
         qsizetype end = at;
         for (qsizetype same = 0; end < script.size(); ++end) {
             same = script[end].Kind == DiffLine::Op::Same ? same + 1 : 0;
-            if (same > 2 * context)
+            if (same > 2 * qsizetype(context))
                 break;
         }
         // Trim the trailing context to `context` lines.

@@ -181,16 +181,14 @@ void frmSyncDifference::fillUnified(const QString& unified) {
     bool inHunks = false;
     for (const QString& line : unified.split(QLatin1Char('\n'))) {
         inHunks = inHunks || line.startsWith(QLatin1String("@@"));
-        if (!inHunks)
-            colours << QColor();
-        else if (line.startsWith(QLatin1String("@@")))
-            colours << hunkTint;
-        else if (line.startsWith(QLatin1Char('-')))
-            colours << removedTint;
-        else if (line.startsWith(QLatin1Char('+')))
-            colours << addedTint;
-        else
-            colours << QColor();
+        QColor colour;
+        if (inHunks && line.startsWith(QLatin1String("@@")))
+            colour = hunkTint;
+        else if (inHunks && line.startsWith(QLatin1Char('-')))
+            colour = removedTint;
+        else if (inHunks && line.startsWith(QLatin1Char('+')))
+            colour = addedTint;
+        colours << colour;
     }
     tint(mtxtUnified, colours);
 }
