@@ -251,8 +251,8 @@ TEST_F(ComponentCheck, MostRecentProjectIsConnectedAndOpened) {
     saveProjectAsMostRecent(project);
 
     SetProjectWindowFactory([] { return new mdiMain; });
-    // The first user of the project is offered a synchronization; with no synchronization window
-    // yet, saying Yes changes nothing.
+    // The first user of the project is offered a synchronization; this bare main window has no
+    // synchronization window installed, so saying Yes changes nothing.
     prompts->QueueAnswer(Prompt::Answer::Yes);
     const QStringList statuses = runStartup();
     SetProjectWindowFactory(nullptr);
