@@ -5,6 +5,7 @@
 #include "BenchStartup.h"
 #include "BenchSync.h"
 #include "BenchTest.h"
+#include "MemoryTuning.h"
 #include "TARMOError.h"
 
 #include <QApplication>
@@ -39,6 +40,7 @@ int usage() {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    TuneAllocator();
     // The windows of the benchmarks are drawn, but never on a screen.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -4,6 +4,7 @@
 #include "GuardedApplication.h"
 #include "ItemTools.h"
 #include "LastResortHandlers.h"
+#include "MemoryTuning.h"
 #include "OfferRecovery.h"
 #include "Options.h"
 #include "ProjectWindow.h"
@@ -89,6 +90,7 @@ protected:
 } // namespace
 
 int main(int argc, char* argv[]) {
+    TuneAllocator();
     if (const int answered = handleArguments(argc, argv); answered >= 0)
         return answered;
 

@@ -28,9 +28,10 @@ public:
     QString ToolTipText() const { return mToolTipText.isEmpty() ? Text : mToolTipText; }
     void SetToolTipText(const QString& text) { mToolTipText = text; }
 
-    // Created with the item and owned by it.
-    TARMODBTItems& Children() { return *mChildren; }
-    const TARMODBTItems& Children() const { return *mChildren; }
+    // Owned by the item; made when first asked for, as most records (the placeholders, the leaves)
+    // never get a child.
+    TARMODBTItems& Children();
+    const TARMODBTItems& Children() const;
 
 private:
     QString mToolTipText;

@@ -18,6 +18,7 @@ public:
     const TARMODBTItem& Item(int position) const { return *mItems.Item(position); }
     bool Contains(const QString& Key) const { return mItems.Contains(Key); }
     int Count() const { return mItems.Count(); }
+    void Reserve(qsizetype count) { mItems.Reserve(count); }
     // The first record, or nullptr.
     TARMODBTItem* FirstChild() { return mItems.IsEmpty() ? nullptr : mItems.Item(1).get(); }
 

@@ -12,9 +12,15 @@
 
 #include <QHash>
 
+#include <algorithm>
+
 namespace {
 
 bool isNumeric(const QString& text) {
+    // The names a refresh asks about are object ids: plain digits answer without a conversion.
+    if (!text.isEmpty() &&
+        std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c >= u'0' && c <= u'9'; }))
+        return true;
     bool ok = false;
     text.trimmed().toDouble(&ok);
     return ok && !text.trimmed().isEmpty();
@@ -189,8 +195,11 @@ void TARMOObjectList::refresh(bool& bCancel, bool withDescriptions) {
     }
 
     std::unique_ptr<DbRecordset> rows = query(*mSQL, mListQuery);
+    const int rowCount = rows ? rows->RecordCount() : 0;
+    mItems.Reserve(mItems.Count() + rowCount);
     // The owners of the whole kind in one statement instead of one lookup per object.
     QHash<QString, QString> owners;
+    owners.reserve(rowCount);
     for (std::unique_ptr<DbRecordset> rs = query(*mSQL, mKind->DBQueryStart()); rs && !rs->Eof();
          rs->MoveNext())
         owners.insert(rs->Text(QStringLiteral("id")), rs->Text(QStringLiteral("UserName")));
@@ -205,7 +214,6 @@ void TARMOObjectList::refresh(bool& bCancel, bool withDescriptions) {
         mDescriptions = std::move(listing.Texts);
     }
 
-    const int rowCount = rows ? rows->RecordCount() : 0;
     const long total = 2L * rowCount + (mCheckSQLOnly ? 0 : files.Count());
     long current = 0;
     if (raise(RetrieveStatusChange, current, total)) {
@@ -485,6 +493,7 @@ TARMOObjectList::BuildItemInfo(bool bShowOwnerInName,
         return nullptr;
 
     auto items = std::make_unique<TARMODBTItems>();
+    items->Reserve(total);
     long current = 0;
     for (const Object& object : mItems) {
         ++current;

@@ -50,14 +50,24 @@ void TARMOObjectVSS::SetSQLStrings(const QString& existsSQL2, const QString& dbQ
     // two-part name), and again after the drop words as an identifier.
     mExistsSQL1 = QStringLiteral("IF EXISTS (SELECT * FROM dbo.sysobjects WHERE id = OBJECT_ID(");
     mExistsSQL2 = existsSQL2;
-    mDBQueryStart = QStringLiteral("SELECT so.id, so.name, su.name AS [UserName] FROM sysobjects so INNER "
-                                   "JOIN sysusers su ON so.uid = su.uid WHERE ") +
-                    dbQueryCondition + QStringLiteral(" ");
+    // The two texts built from the arguments are made when used: a refresh makes an object per
+    // catalogue row, and few of them ever send a statement of their own.
+    mDBQueryCondition = dbQueryCondition;
     mDBQueryByName = QStringLiteral(" AND so.name = ");
     mDBQueryByOwner = QStringLiteral(" AND su.name = ");
     mDBQueryByID = QStringLiteral(" AND so.id = ");
     mDropSQL1 = mExistsSQL1;
-    mDropSQL2 = mExistsSQL2 + QStringLiteral("\r\n\t") + dropWords;
+    mDropWords = dropWords;
+}
+
+QString TARMOObjectVSS::DBQueryStart() const {
+    return QStringLiteral("SELECT so.id, so.name, su.name AS [UserName] FROM sysobjects so INNER "
+                          "JOIN sysusers su ON so.uid = su.uid WHERE ") +
+           mDBQueryCondition + QStringLiteral(" ");
+}
+
+QString TARMOObjectVSS::DropSQL2() const {
+    return mExistsSQL2 + QStringLiteral("\r\n\t") + mDropWords;
 }
 
 void TARMOObjectVSS::SetActiveVSSConnection(TARMOVSS* vss) {
@@ -154,7 +164,7 @@ void TARMOObjectVSS::RefreshState() {
     // The file keeps its name when the object turns up under a new id below.
     const QString item = ItemName();
     std::unique_ptr<DbRecordset> rs =
-        query(*mSQL, mDBQueryStart + mDBQueryByID + TARMOSQL::sqlFMTOUT(mDBID, 1, false));
+        query(*mSQL, DBQueryStart() + mDBQueryByID + TARMOSQL::sqlFMTOUT(mDBID, 1, false));
     mInSQL = rs && !rs->Eof();
     if (mInSQL) {
         mName = rs->Text(QStringLiteral("name"));
@@ -174,7 +184,7 @@ void TARMOObjectVSS::RefreshState() {
             owner = parts.value(0);
             name = parts.value(1);
             std::unique_ptr<DbRecordset> byName =
-                query(*mSQL, mDBQueryStart + mDBQueryByName + SqlQuote::Literal(name) + mDBQueryByOwner +
+                query(*mSQL, DBQueryStart() + mDBQueryByName + SqlQuote::Literal(name) + mDBQueryByOwner +
                                  SqlQuote::Literal(owner));
             if (byName && !byName->Eof()) {
                 mInSQL = true;
@@ -411,7 +421,7 @@ QString TARMOObjectVSS::DropScript() const {
 }
 
 QString TARMOObjectVSS::dropScriptFor(const QString& quotedName) const {
-    return mDropSQL1 + SqlQuote::Literal(quotedName) + mDropSQL2 + quotedName;
+    return mDropSQL1 + SqlQuote::Literal(quotedName) + DropSQL2() + quotedName;
 }
 
 // --- Actions

@@ -102,8 +102,8 @@ public:
     const QString& ExistsSQL1() const { return mExistsSQL1; }
     const QString& ExistsSQL2() const { return mExistsSQL2; }
     const QString& DropSQL1() const { return mDropSQL1; }
-    const QString& DropSQL2() const { return mDropSQL2; }
-    const QString& DBQueryStart() const { return mDBQueryStart; }
+    QString DropSQL2() const;
+    QString DBQueryStart() const;
     const QString& DBQueryByName() const { return mDBQueryByName; }
     const QString& DBQueryByOwner() const { return mDBQueryByOwner; }
     const QString& DBQueryByID() const { return mDBQueryByID; }
@@ -280,8 +280,8 @@ private:
     QString mExistsSQL1;
     QString mExistsSQL2;
     QString mDropSQL1;
-    QString mDropSQL2;
-    QString mDBQueryStart;
+    QString mDropWords;
+    QString mDBQueryCondition;
     QString mDBQueryByName;
     QString mDBQueryByOwner;
     QString mDBQueryByID;

@@ -10,8 +10,10 @@ TARMOStoredProcedure::TARMOStoredProcedure() {
     SetPermissionMode(1);
     SetHasPermissions(true);
 
-    SetParse({{QStringLiteral("CREATE"), QStringLiteral("PROC")},
-              {QStringLiteral("CREATE"), QStringLiteral("PROCEDURE")}});
+    // Shared by every object of the kind: a list is made once, not once per object of a refresh.
+    static const modParser::SQLKeywords parse{{QStringLiteral("CREATE"), QStringLiteral("PROC")},
+                                              {QStringLiteral("CREATE"), QStringLiteral("PROCEDURE")}};
+    SetParse(parse);
     SetSQLStrings(QStringLiteral(") AND OBJECTPROPERTY(id, N'IsProcedure') = 1) "),
                   QStringLiteral("OBJECTPROPERTY(so.id, N'IsProcedure') = 1"),
                   QStringLiteral(" DROP PROCEDURE "));

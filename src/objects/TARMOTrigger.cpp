@@ -13,7 +13,9 @@ TARMOTrigger::TARMOTrigger() {
     SetIconPrefix(QStringLiteral("TRIGGER:"));
     SetPermissionMode(0);
     SetHasPermissions(false);
-    SetParse({{QStringLiteral("CREATE"), QStringLiteral("TRIGGER")}});
+    // Shared by every object of the kind: a list is made once, not once per object of a refresh.
+    static const modParser::SQLKeywords parse{{QStringLiteral("CREATE"), QStringLiteral("TRIGGER")}};
+    SetParse(parse);
     SetSQLStrings(QStringLiteral(") AND OBJECTPROPERTY(id, N'IsTrigger') = 1) "),
                   QStringLiteral("OBJECTPROPERTY(so.id, N'IsTrigger') = 1"),
                   QStringLiteral(" DROP TRIGGER "));

@@ -10,7 +10,9 @@ TARMOUserDefinedFunction::TARMOUserDefinedFunction() {
     SetPermissionMode(2);
     SetHasPermissions(true);
     SetBlankFieldDisplayName(QStringLiteral("(Return Value)"));
-    SetParse({{QStringLiteral("CREATE"), QStringLiteral("FUNCTION")}});
+    // Shared by every object of the kind: a list is made once, not once per object of a refresh.
+    static const modParser::SQLKeywords parse{{QStringLiteral("CREATE"), QStringLiteral("FUNCTION")}};
+    SetParse(parse);
     SetSQLStrings(QStringLiteral(") AND xtype IN (N'FN', N'IF', N'TF') ) "),
                   QStringLiteral("so.xtype IN (N'FN', N'IF', N'TF')"), QStringLiteral(" DROP FUNCTION "));
 }

@@ -10,7 +10,9 @@ TARMOView::TARMOView() {
     SetPermissionMode(0);
     SetHasPermissions(true);
 
-    SetParse({{QStringLiteral("CREATE"), QStringLiteral("VIEW")}});
+    // Shared by every object of the kind: a list is made once, not once per object of a refresh.
+    static const modParser::SQLKeywords parse{{QStringLiteral("CREATE"), QStringLiteral("VIEW")}};
+    SetParse(parse);
     SetSQLStrings(QStringLiteral(") AND OBJECTPROPERTY(id, N'IsView') = 1) "),
                   QStringLiteral("OBJECTPROPERTY(so.id, N'IsView') = 1"), QStringLiteral(" DROP VIEW "));
 }

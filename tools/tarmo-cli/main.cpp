@@ -1,5 +1,6 @@
 // tarmo-cli: the core of TARMO from a shell.
 #include "CliCommands.h"
+#include "MemoryTuning.h"
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -8,6 +9,7 @@
 #include <cstdio>
 
 int main(int argc, char** argv) {
+    TuneAllocator();
     QCoreApplication app(argc, argv);
     QStringList args = app.arguments().mid(1);
     QTextStream out(stdout);

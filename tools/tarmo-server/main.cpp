@@ -1,3 +1,4 @@
+#include "MemoryTuning.h"
 #include "TARMOError.h"
 #include "TdsListener.h"
 
@@ -31,6 +32,7 @@ struct NumberOption {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    TuneAllocator();
     QCoreApplication app(argc, argv);
     QTextStream out(stdout);
     QTextStream err(stderr);

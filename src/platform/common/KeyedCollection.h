@@ -20,7 +20,8 @@ public:
 
     // Adds at the end, or before/after a 1-based position (give at most one of them).
     T& Add(T item, const QString& key = QString(), int before = 0, int after = 0) {
-        if (!key.isEmpty() && mIndex.contains(fold(key)))
+        const QString folded = key.isEmpty() ? QString() : fold(key);
+        if (!key.isEmpty() && indexOfFolded(folded) >= 0)
             throw TARMOError(
                 TARMOErrors::DuplicateKey, QStringLiteral("Collection"),
                 QStringLiteral("This key is already associated with an element of this collection"));
@@ -33,12 +34,20 @@ public:
             pos = after;
         }
         const bool atEnd = pos == mItems.size();
-        mItems.insert(pos, Entry{key, std::move(item)});
+        mItems.insert(pos, Entry{key, std::move(item), folded});
         if (!atEnd)
             reindex();
-        else if (!key.isEmpty())
-            mIndex.insert(fold(key), pos);
+        else if (mIndexed && !key.isEmpty())
+            mIndex.insert(folded, pos);
+        else if (!mIndexed && mItems.size() > LinearLimit)
+            reindex();
         return mItems[pos].value;
+    }
+
+    // Room for `count` items, so that a large collection filled in one go grows once.
+    void Reserve(qsizetype count) {
+        mItems.reserve(count);
+        reindex(count);
     }
 
     T& Item(int position) {
@@ -52,20 +61,17 @@ public:
     T& Item(const QString& key) { return mItems[indexOf(key)].value; }
     const T& Item(const QString& key) const { return mItems[indexOf(key)].value; }
 
-    bool Contains(const QString& key) const { return mIndex.contains(fold(key)); }
+    bool Contains(const QString& key) const { return find(key) >= 0; }
     T* Find(const QString& key) {
-        auto it = mIndex.constFind(fold(key));
-        return it == mIndex.constEnd() ? nullptr : &mItems[*it].value;
+        const qsizetype i = find(key);
+        return i < 0 ? nullptr : &mItems[i].value;
     }
     const T* Find(const QString& key) const {
-        auto it = mIndex.constFind(fold(key));
-        return it == mIndex.constEnd() ? nullptr : &mItems[*it].value;
+        const qsizetype i = find(key);
+        return i < 0 ? nullptr : &mItems[i].value;
     }
     // 1-based position of a key, 0 when absent.
-    int PositionOf(const QString& key) const {
-        auto it = mIndex.constFind(fold(key));
-        return it == mIndex.constEnd() ? 0 : static_cast<int>(*it) + 1;
-    }
+    int PositionOf(const QString& key) const { return static_cast<int>(find(key)) + 1; }
     QString KeyAt(int position) const {
         checkPosition(position);
         return mItems[position - 1].key;
@@ -83,12 +89,14 @@ public:
     void Clear() {
         mItems.clear();
         mIndex.clear();
+        mIndexed = false;
     }
 
     // Range-for over the values in order.
     struct Entry {
         QString key;
         T value;
+        QString folded;
     };
     class iterator {
     public:
@@ -136,19 +144,39 @@ private:
                              QStringLiteral("Subscript out of range"));
     }
     qsizetype indexOf(const QString& key) const {
-        auto it = mIndex.constFind(fold(key));
-        if (it == mIndex.constEnd())
+        const qsizetype i = find(key);
+        if (i < 0)
             throw TARMOError(TARMOErrors::InvalidProcedureCall, QStringLiteral("Collection"),
                              QStringLiteral("Invalid procedure call or argument"));
-        return *it;
+        return i;
     }
-    void reindex() {
+    // -1 when absent.
+    qsizetype find(const QString& key) const { return key.isEmpty() ? -1 : indexOfFolded(fold(key)); }
+    qsizetype indexOfFolded(const QString& folded) const {
+        if (mIndexed)
+            return mIndex.value(folded, -1);
+        for (qsizetype i = 0; i < mItems.size(); ++i)
+            if (!mItems[i].key.isEmpty() && mItems[i].folded == folded)
+                return i;
+        return -1;
+    }
+    void reindex(qsizetype room = 0) {
+        mIndexed = mIndexed || mItems.size() > LinearLimit || room > LinearLimit;
+        if (!mIndexed)
+            return;
         mIndex.clear();
+        mIndex.reserve(qMax(room, mItems.size()));
         for (qsizetype i = 0; i < mItems.size(); ++i)
             if (!mItems[i].key.isEmpty())
-                mIndex.insert(fold(mItems[i].key), i);
+                mIndex.insert(mItems[i].folded, i);
     }
+
+    // Most collections hold a handful of items (a tree node's children, a placeholder): those are
+    // searched in order, and a hash is built only for the larger ones, which saves its allocation on
+    // each of the many small ones.
+    static constexpr qsizetype LinearLimit = 8;
 
     QList<Entry> mItems;
     QHash<QString, qsizetype> mIndex;
+    bool mIndexed = false;
 };

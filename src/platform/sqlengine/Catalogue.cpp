@@ -400,26 +400,54 @@ bool TypeOfObject(SqliteDb& db, const QString& schema, qint64 id, ObjectType& ty
     return true;
 }
 
-bool ObjectTypeCache::Find(SqliteDb& db, const QString& schema, qint64 id, ObjectType& type) {
-    if (!mLoaded && ++mLookups > 32) {
-        CachedStatement s =
-            db.Prepare(QStringLiteral("SELECT id, xtype, uid FROM \"%1\".sysobjects").arg(schema));
-        // A catalogue holds a handful of types: each is made once and shared by its objects.
-        QList<QString> seen;
-        while (s->Step()) {
-            const QString xtype = columnText(s->Handle(), 1).trimmed();
-            auto same = std::find(seen.cbegin(), seen.cend(), xtype);
-            if (same == seen.cend())
-                same = seen.insert(seen.cend(), xtype);
-            mById.insert(sqlite3_column_int64(s->Handle(), 0), {*same, sqlite3_column_int(s->Handle(), 2)});
-        }
-        mLoaded = true;
+namespace {
+std::size_t slotOf(qint64 id, std::size_t mask) {
+    return static_cast<std::size_t>(static_cast<quint64>(id) * 0x9E3779B97F4A7C15ULL >> 17) & mask;
+}
+} // namespace
+
+void ObjectTypeCache::load(SqliteDb& db, const QString& schema) {
+    const qint64 count =
+        db.Scalar(QStringLiteral("SELECT COUNT(*) FROM \"%1\".sysobjects").arg(schema)).toLongLong();
+    std::size_t size = 16;
+    while (size < static_cast<std::size_t>(count) * 2)
+        size *= 2;
+    mIds.assign(size, -1);
+    mTypes.assign(size, ObjectType{});
+    CachedStatement s =
+        db.Prepare(QStringLiteral("SELECT id, xtype, uid FROM \"%1\".sysobjects").arg(schema));
+    // A catalogue holds a handful of types: each is made once and shared by its objects.
+    QList<QString> seen;
+    while (s->Step()) {
+        const qint64 id = sqlite3_column_int64(s->Handle(), 0);
+        const QString xtype = columnText(s->Handle(), 1).trimmed();
+        auto same = std::find(seen.cbegin(), seen.cend(), xtype);
+        if (same == seen.cend())
+            same = seen.insert(seen.cend(), xtype);
+        std::size_t slot = slotOf(id, size - 1);
+        while (mIds[slot] != -1 && mIds[slot] != id)
+            slot = (slot + 1) & (size - 1);
+        mIds[slot] = id;
+        mTypes[slot] = {*same, sqlite3_column_int(s->Handle(), 2)};
     }
-    if (auto it = mById.constFind(id); it != mById.constEnd()) {
-        type = *it;
-        return true;
-    }
-    return TypeOfObject(db, schema, id, type);
+    mLoaded = true;
+}
+
+const ObjectType* ObjectTypeCache::lookup(qint64 id) const {
+    const std::size_t mask = mIds.size() - 1;
+    for (std::size_t slot = slotOf(id, mask); mIds[slot] != -1; slot = (slot + 1) & mask)
+        if (mIds[slot] == id)
+            return &mTypes[slot];
+    return nullptr;
+}
+
+const ObjectType* ObjectTypeCache::Find(SqliteDb& db, const QString& schema, qint64 id, ObjectType& scratch) {
+    if (!mLoaded && ++mLookups > 32)
+        load(db, schema);
+    if (mLoaded && id != -1)
+        if (const ObjectType* type = lookup(id))
+            return type;
+    return TypeOfObject(db, schema, id, scratch) ? &scratch : nullptr;
 }
 
 QString UserName(SqliteDb& db, const QString& schema, int uid) {

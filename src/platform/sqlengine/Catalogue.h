@@ -5,7 +5,9 @@
 #include <QByteArray>
 #include <QHash>
 #include <QString>
+
 #include <QVariant>
+#include <vector>
 
 class SqliteDb;
 
@@ -67,16 +69,24 @@ struct ObjectType {
 bool TypeOfObject(SqliteDb& db, const QString& schema, qint64 id, ObjectType& type); // false when missing
 // The types of one schema's objects for a statement that asks about many of them one by one, as a
 // list of the catalogue does once per row: the first few look-ups read one object each, the rest come
-// from one read of the whole table. It keeps what it read, so it must not outlive the statement; an
-// object made since is still looked up alone.
+// from one read of the whole table. It keeps what it read, so it must not outlive the state of the
+// database it was read from (the connection drops it on a change); an object it doesn't know is still
+// looked up alone.
 class ObjectTypeCache {
 public:
-    bool Find(SqliteDb& db, const QString& schema, qint64 id, ObjectType& type);
+    // The type of the object, or null when there is none; `scratch` holds it when it was read alone.
+    const ObjectType* Find(SqliteDb& db, const QString& schema, qint64 id, ObjectType& scratch);
 
 private:
+    void load(SqliteDb& db, const QString& schema);
+    const ObjectType* lookup(qint64 id) const;
+
     int mLookups = 0;
     bool mLoaded = false;
-    QHash<qint64, ObjectType> mById;
+    // An open-addressing table of ids (a power of two in size, -1 where free) beside the types: a
+    // list asks once per row, and this costs one or two cache lines where a QHash costs several.
+    std::vector<qint64> mIds;
+    std::vector<ObjectType> mTypes;
 };
 int UserUid(SqliteDb& db, const QString& schema, const QString& name); // -1 when missing
 QString UserName(SqliteDb& db, const QString& schema, int uid);

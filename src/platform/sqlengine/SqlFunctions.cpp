@@ -830,15 +830,37 @@ void ResultVariant(sqlite3_context* ctx, const QVariant& v) {
 }
 
 // A list of the catalogue calls OBJECTPROPERTY once per row. Its cache of the catalogue's types is
-// SQLite's auxiliary data of the constant schema argument, which SQLite drops when the statement
-// ends or runs again, so it never outlives the catalogue it came from.
-bool ObjectTypeOf(sqlite3_context* ctx, SqliteDb& db, const QString& schema, qint64 id,
-                  Catalogue::ObjectType& type) {
+// kept with the connection for as long as the database is unchanged, so that the lists a refresh
+// sends one after another read the types once; a statement holds on to the cache it started with
+// (SQLite's auxiliary data of the constant schema argument), even if a change drops it meanwhile.
+const Catalogue::ObjectType* ObjectTypeOf(sqlite3_context* ctx, SqliteDb& db, sqlite3_value* schemaArg,
+                                          qint64 id, Catalogue::ObjectType& scratch) {
     using Cache = Catalogue::ObjectTypeCache;
-    if (!sqlite3_get_auxdata(ctx, 2))
-        sqlite3_set_auxdata(ctx, 2, new Cache, [](void* p) { delete static_cast<Cache*>(p); });
-    auto* cache = static_cast<Cache*>(sqlite3_get_auxdata(ctx, 2)); // null where SQLite can't keep it
-    return cache ? cache->Find(db, schema, id, type) : Catalogue::TypeOfObject(db, schema, id, type);
+    struct Held {
+        std::shared_ptr<Cache> cache;
+        QString schema;
+    };
+    auto* held = static_cast<Held*>(sqlite3_get_auxdata(ctx, 2));
+    if (held)
+        return held->cache->Find(db, held->schema, id, scratch);
+    const QString schema = Text(schemaArg);
+    const QString key = QStringLiteral("object types of ") + schema;
+    auto cache = std::static_pointer_cast<Cache>(db.Memo(key));
+    if (!cache) {
+        cache = std::make_shared<Cache>();
+        db.KeepMemo(key, cache);
+    }
+    sqlite3_set_auxdata(ctx, 2, new Held{cache, schema}, [](void* p) { delete static_cast<Held*>(p); });
+    return cache->Find(db, schema, id, scratch);
+}
+
+// The property argument in lower case, made once per statement where it is a constant.
+const QString& PropertyOf(sqlite3_context* ctx, sqlite3_value* arg, QString& scratch) {
+    if (auto* kept = static_cast<QString*>(sqlite3_get_auxdata(ctx, 1)))
+        return *kept;
+    scratch = Text(arg).toLower();
+    sqlite3_set_auxdata(ctx, 1, new QString(scratch), [](void* p) { delete static_cast<QString*>(p); });
+    return scratch;
 }
 
 // tsql_objectproperty(id, property, schema): the argument is evaluated where it stands, so a
@@ -846,15 +868,16 @@ bool ObjectTypeOf(sqlite3_context* ctx, SqliteDb& db, const QString& schema, qin
 void ObjectPropertyFn(sqlite3_context* ctx, int, sqlite3_value** a) {
     if (IsNull(a[0]) || IsNull(a[1]))
         return sqlite3_result_null(ctx);
-    const QString prop = Text(a[1]).toLower();
-    const QString schema = Text(a[2]);
+    QString propScratch;
+    const QString& prop = PropertyOf(ctx, a[1], propScratch);
     try {
         SqliteDb& db = Connection(ctx);
-        Catalogue::ObjectType type;
-        if (!ObjectTypeOf(ctx, db, schema, sqlite3_value_int64(a[0]), type))
+        Catalogue::ObjectType scratch;
+        const Catalogue::ObjectType* type = ObjectTypeOf(ctx, db, a[2], sqlite3_value_int64(a[0]), scratch);
+        if (!type)
             return sqlite3_result_null(ctx);
-        const QString& x = type.xtype;
-        const int uid = type.uid;
+        const QString& x = type->xtype;
+        const int uid = type->uid;
         auto flag = [&](bool b) { sqlite3_result_int(ctx, b ? 1 : 0); };
         static const QStringList modules{QStringLiteral("P"),  QStringLiteral("TR"), QStringLiteral("V"),
                                          QStringLiteral("FN"), QStringLiteral("IF"), QStringLiteral("TF")};
@@ -891,10 +914,11 @@ void ObjectPropertyFn(sqlite3_context* ctx, int, sqlite3_value** a) {
             if (x != QLatin1String("TR"))
                 return sqlite3_result_null(ctx);
             const QString column = prop.mid(6, prop.size() - 6 - 7);
-            const QVariant v = LookupOne(
-                db,
-                QStringLiteral("SELECT is%1 FROM \"%2\".engine_triggers WHERE id = ?").arg(column, schema),
-                qlonglong(sqlite3_value_int64(a[0])));
+            const QVariant v =
+                LookupOne(db,
+                          QStringLiteral("SELECT is%1 FROM \"%2\".engine_triggers WHERE id = ?")
+                              .arg(column, Text(a[2])),
+                          qlonglong(sqlite3_value_int64(a[0])));
             return ResultVariant(ctx, v);
         }
         sqlite3_result_null(ctx);

@@ -256,3 +256,23 @@ long long SqliteDb::Changes() const {
 long long SqliteDb::LastInsertRowId() const {
     return sqlite3_last_insert_rowid(mDb);
 }
+
+long long SqliteDb::dataVersion() {
+    CachedStatement version = Prepare(QStringLiteral("PRAGMA data_version"));
+    return version->Step() ? sqlite3_column_int64(version->Handle(), 0) : -1;
+}
+
+std::shared_ptr<void> SqliteDb::Memo(const QString& key) {
+    auto kept = mMemos.find(key);
+    if (kept == mMemos.end())
+        return nullptr;
+    if (kept->changes != sqlite3_total_changes64(mDb) || kept->dataVersion != dataVersion()) {
+        mMemos.erase(kept);
+        return nullptr;
+    }
+    return kept->memo;
+}
+
+void SqliteDb::KeepMemo(const QString& key, std::shared_ptr<void> memo) {
+    mMemos.insert(key, Kept{std::move(memo), dataVersion(), sqlite3_total_changes64(mDb)});
+}

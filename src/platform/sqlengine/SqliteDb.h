@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QString>
 #include <QVariant>
 
@@ -81,6 +82,11 @@ public:
     CachedStatement Prepare(const QString& sql);
     long long Changes() const;
     long long LastInsertRowId() const;
+    // What a caller keeps with the connection between statements (a read of the catalogue), found
+    // again under its key as long as the database is as it was then: a commit of any connection or a
+    // row changed by this one drops it.
+    std::shared_ptr<void> Memo(const QString& key);
+    void KeepMemo(const QString& key, std::shared_ptr<void> memo);
     sqlite3* Handle() const { return mDb; }
     QString Path() const { return mPath; }
 
@@ -93,8 +99,16 @@ private:
         bool busy = false;
     };
 
+    struct Kept {
+        std::shared_ptr<void> memo;
+        long long dataVersion;
+        long long changes;
+    };
+    long long dataVersion();
+
     sqlite3* mDb = nullptr;
     QString mPath;
+    QHash<QString, Kept> mMemos;
     std::list<Cached> mCache; // the most recently used first
 };
 

@@ -33,15 +33,18 @@ QByteArray livingItems(qsizetype endings) {
 
 // In the order of Items.
 QByteArray listItems(qsizetype endings) {
-    return "SELECT i.id, i.name, i.type, (SELECT MAX(number) FROM history WHERE item = i.id) FROM items i "
-           "WHERE " +
+    // A label takes its file's latest number, so the highest number is that of the versions, which
+    // the index of version numbers answers at once.
+    return "SELECT i.id, i.name, i.type, "
+           "(SELECT MAX(number) FROM history WHERE item = i.id AND is_label = 0) FROM items i WHERE " +
            livingItems(endings) + "ORDER BY i.name, i.deleted, i.deleted_at DESC, i.id";
 }
 
 // Their check-outs, in the order of Holders; ?3 is the connected user, whom the store's collation
-// tells apart as CheckoutState does.
+// tells apart as CheckoutState does. A project holds far fewer check-outs than items, so the
+// check-outs lead (CROSS JOIN keeps that order) instead of a walk of every item of the folder.
 QByteArray listCheckouts(qsizetype endings) {
-    return "SELECT c.item, c.user, c.user = ?3, c.local FROM checkouts c JOIN items i ON i.id = c.item "
+    return "SELECT c.item, c.user, c.user = ?3, c.local FROM checkouts c CROSS JOIN items i ON i.id = c.item "
            "WHERE " +
            livingItems(endings) + "ORDER BY c.date, c.rowid";
 }

@@ -41,6 +41,33 @@ TEST(KeyedCollection, PositionsKeysAndClassicErrors) {
     EXPECT_EQ(c.PositionOf(QStringLiteral("three")), 2);
 }
 
+// Small collections are searched in order and large ones through a hash: every path must agree as
+// a collection grows past the point where it switches, and after inserts and removals in the middle.
+TEST(KeyedCollection, LookupsAgreeAcrossTheSwitchToAnIndex) {
+    KeyedCollection<int> c;
+    for (int i = 1; i <= 20; ++i) {
+        c.Add(i, QStringLiteral("Key%1").arg(i));
+        for (int j = 1; j <= i; ++j)
+            ASSERT_EQ(c.PositionOf(QStringLiteral("KEY%1").arg(j)), j) << "after adding " << i;
+        EXPECT_THROW(c.Add(0, QStringLiteral("key%1").arg(i)), TARMOError);
+    }
+    c.Add(100, QStringLiteral("first"), 1);
+    EXPECT_EQ(c.PositionOf(QStringLiteral("key20")), 21);
+    c.Remove(2);
+    EXPECT_EQ(c.PositionOf(QStringLiteral("key2")), 2);
+    EXPECT_EQ(c.PositionOf(QStringLiteral("key1")), 0);
+    c.Clear();
+    EXPECT_FALSE(c.Contains(QStringLiteral("key3")));
+    c.Add(7, QStringLiteral("seven"));
+    EXPECT_EQ(*c.Find(QStringLiteral("SEVEN")), 7);
+
+    KeyedCollection<int> reserved;
+    reserved.Reserve(1000);
+    reserved.Add(1, QStringLiteral("a"));
+    reserved.Add(2, QStringLiteral("b"), 1);
+    EXPECT_EQ(reserved.PositionOf(QStringLiteral("A")), 2) << "a reserved collection keeps its index right";
+}
+
 TEST(GeneralHelpers, ReadOnlyFilesAreHonoured) {
     TempFolder dir;
     const QString path = dir.Path(QStringLiteral("a.sp"));

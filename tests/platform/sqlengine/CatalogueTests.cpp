@@ -104,6 +104,45 @@ TEST_F(CatalogueFolder, LookupsSeeWhatEarlierStatementsOfTheBatchDid) {
     EXPECT_EQ(dropped[1][0].toInt(), 1); // a table is no procedure: the guard kept it
 }
 
+// A list asks OBJECTPROPERTY once per row, and past a few rows the types come from one read of the
+// catalogue that the connection keeps between statements. What it keeps must never hide a change:
+// neither one made by the same connection nor a commit of another.
+TEST_F(CatalogueFolder, TypesReadForAListFollowEveryChange) {
+    EmbeddedServer server(folder);
+    auto sa = server.Connect(QStringLiteral("sa"), QStringLiteral("secret"), {});
+    auto other = server.Connect(QStringLiteral("sa"), QStringLiteral("secret"), {});
+    ASSERT_TRUE(sa && other);
+    QString batch;
+    for (int i = 0; i < 40; ++i)
+        batch += QStringLiteral("CREATE PROCEDURE dbo.sp%1 AS SELECT 1\nGO\n").arg(i);
+    for (const QString& part : batch.split(QStringLiteral("GO\n"), Qt::SkipEmptyParts))
+        Rows(*sa, part);
+    const QString count =
+        QStringLiteral("SELECT COUNT(*) FROM sysobjects WHERE OBJECTPROPERTY(id, N'IsProcedure') = 1");
+    EXPECT_EQ(Rows(*sa, count)[0][0].toInt(), 40);
+
+    Rows(*sa, QStringLiteral("DROP PROCEDURE dbo.sp0"));
+    Rows(*sa, QStringLiteral("CREATE VIEW dbo.sp0 AS SELECT 1 AS one"));
+    EXPECT_EQ(Rows(*sa, count)[0][0].toInt(), 39) << "a change of this connection";
+
+    Rows(*other, QStringLiteral("CREATE PROCEDURE dbo.spOther AS SELECT 2"));
+    EXPECT_EQ(Rows(*sa, count)[0][0].toInt(), 40) << "a commit of another connection";
+    Rows(*other, QStringLiteral("DROP PROCEDURE dbo.sp1"));
+    EXPECT_EQ(Rows(*sa, count)[0][0].toInt(), 39);
+    EXPECT_EQ(
+        Rows(*sa, QStringLiteral("SELECT OBJECTPROPERTY(OBJECT_ID(N'dbo.sp0'), N'IsView')"))[0][0].toInt(),
+        1);
+
+    // An owner that changes under an object keeps its id: only dropping what was kept shows it.
+    const QString owned =
+        QStringLiteral("SELECT COUNT(*) FROM sysobjects WHERE OBJECTPROPERTY(id, N'OwnerId') = 77");
+    EXPECT_EQ(Rows(*sa, owned)[0][0].toInt(), 0);
+    const qlonglong id = Rows(*sa, QStringLiteral("SELECT OBJECT_ID(N'dbo.sp5')"))[0][0].toLongLong();
+    SqliteDb(QDir(folder).filePath(QStringLiteral("master.db")))
+        .Exec(QStringLiteral("UPDATE sysobjects SET uid = 77 WHERE id = ?"), {id});
+    EXPECT_EQ(Rows(*sa, owned)[0][0].toInt(), 1);
+}
+
 TEST(StatementCache, AStatementInUseIsNeverLentTwice) {
     TempFolder temp;
     SqliteDb db(temp.Path(QStringLiteral("cache.db")), true);
