@@ -45,6 +45,7 @@ VSSBulkReader::Listing toListing(TARMOVSS& vss, const QList<StoreEntry>& entries
                                  const std::function<bool(const QString&)>& isListed,
                                  const QString& textsEnding) {
     VSSBulkReader::Listing listing{TARMOVSSItems(&vss), {}};
+    listing.Files.Reserve(entries.size());
     for (const StoreEntry& entry : entries) {
         if (!isListed || isListed(entry.Name)) {
             listing.Files.Add(entry.Name, holderOf(vss, entry));

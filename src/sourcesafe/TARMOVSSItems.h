@@ -15,6 +15,7 @@ public:
     TARMOVSSItem& Item(int position) { return mItems.Item(position); }
     bool Contains(const QString& name) const { return mItems.Contains(name); }
     int Count() const { return mItems.Count(); }
+    void Reserve(qsizetype count) { mItems.Reserve(count); }
     TARMOVSS* ActiveVSSConnection() const { return mConnection; }
 
     auto begin() { return mItems.begin(); }

@@ -32,6 +32,8 @@ struct StoreEntry {
     bool HasText = false;  // its latest text was asked for and read
     QByteArray Text;
 };
+// Moved, not copied, when a listing of a hundred thousand of them grows.
+Q_DECLARE_TYPEINFO(StoreEntry, Q_RELOCATABLE_TYPE);
 
 // A file to add with its text in hand.
 struct StoreNewFile {
