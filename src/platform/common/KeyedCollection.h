@@ -35,12 +35,10 @@ public:
         }
         const bool atEnd = pos == mItems.size();
         mItems.insert(pos, Entry{key, std::move(item), folded});
-        if (!atEnd)
+        if (!atEnd || (!mIndexed && mItems.size() > LinearLimit))
             reindex();
         else if (mIndexed && !key.isEmpty())
             mIndex.insert(folded, pos);
-        else if (!mIndexed && mItems.size() > LinearLimit)
-            reindex();
         return mItems[pos].value;
     }
 
