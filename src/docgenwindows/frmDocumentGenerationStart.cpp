@@ -95,6 +95,7 @@ void frmDocumentGenerationStart::BuildControls() {
 
     mcboType = new QComboBox(this);
     mcboType->setObjectName(QStringLiteral("cboType"));
+    mcboType->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     mtxtDocumentName = new QLineEdit(this);
     mtxtDocumentName->setObjectName(QStringLiteral("txtDocumentName"));
     mcmdBrowse = browseButton(QStringLiteral("cmdBrowse"), QStringLiteral("Save Document As ..."), this);

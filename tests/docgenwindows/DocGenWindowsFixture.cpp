@@ -98,5 +98,9 @@ DarkPalette::DarkPalette(QWidget* window)
     dark.setColor(QPalette::ButtonText, QColor(230, 230, 230));
     dark.setColor(QPalette::Highlight, QColor(60, 110, 200));
     dark.setColor(QPalette::HighlightedText, QColor(255, 255, 255));
+    dark.setColor(QPalette::PlaceholderText, QColor(150, 150, 150));
+    for (const auto role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::PlaceholderText})
+        dark.setColor(QPalette::Disabled, role, QColor(120, 120, 120));
     window->setPalette(dark);
 }

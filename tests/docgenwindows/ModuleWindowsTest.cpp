@@ -51,6 +51,7 @@ TEST_F(DocGenWindowsTest, ManagerMakesEditsAndRemovesModules) {
     DocGenProject settings;
     frmModuleManager manager;
     manager.Load(settings);
+    manager.show();
     EXPECT_FALSE(manager.cmdEdit()->isEnabled()) << "nothing to edit in an empty list";
 
     {
@@ -95,8 +96,8 @@ TEST_F(DocGenWindowsTest, ManagerMakesEditsAndRemovesModules) {
             click(form->cmdAdd());
             click(form->cmdSave());
         });
-        QTest::mouseDClick(manager.lstModules()->viewport(), Qt::LeftButton, {},
-                           manager.lstModules()->visualItemRect(manager.lstModules()->item(0)).center());
+        // The double click's signal: the offscreen platform doesn't make one of two clicks.
+        emit manager.lstModules()->itemDoubleClicked(manager.lstModules()->item(0));
         ASSERT_TRUE(answer.Answered());
     }
     EXPECT_EQ(settings.Modules().Item(1).Files().Count(), 3) << "a file already listed is not added twice";
