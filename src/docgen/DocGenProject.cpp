@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QDomDocument>
 #include <QFile>
+#include <QXmlStreamWriter>
 
 namespace {
 
@@ -34,12 +35,6 @@ void takeBool(const QHash<QString, QString>& values, const char* name, bool& tar
     const auto it = values.constFind(QLatin1String(name));
     if (it != values.constEnd())
         target = it->toLower() == QStringLiteral("yes");
-}
-
-QDomElement textElement(QDomDocument& document, const QString& name, const QString& text) {
-    QDomElement element = document.createElement(name);
-    element.appendChild(document.createTextNode(text));
-    return element;
 }
 
 } // namespace
@@ -135,41 +130,42 @@ bool DocGenProject::ApplySettingsText(const QString& text, QString* error) {
 }
 
 QString DocGenProject::SettingsText() const {
-    QDomDocument document;
-    QDomElement root = document.createElement(QStringLiteral("ModuleManager"));
-    document.appendChild(root);
-
-    QDomElement settings = document.createElement(QStringLiteral("Settings"));
-    settings.setAttribute(QStringLiteral("currmodule"), CurrentModule);
-    settings.setAttribute(QStringLiteral("templatename"), TemplateName);
-    settings.setAttribute(QStringLiteral("generatename"), GenerateName);
-    settings.setAttribute(QStringLiteral("generatenamealt"), GenerateNameAlt);
-    settings.setAttribute(QStringLiteral("documentype"), DocumentType);
-    settings.setAttribute(QStringLiteral("option"), QString::number(OptionSelected));
-    settings.setAttribute(QStringLiteral("showsummary"), yesNo(IncludeModuleSummay));
-    settings.setAttribute(QStringLiteral("showsummaryperfile"), yesNo(IncludeModuleSummayPerFile));
-    settings.setAttribute(QStringLiteral("ownernames"), yesNo(IncludeOwnerNames));
-    settings.setAttribute(QStringLiteral("encapsulateowner"), yesNo(EncapsOwnerNames));
-    settings.setAttribute(QStringLiteral("encapsulateobject"), yesNo(EncapsObjects));
-    settings.setAttribute(QStringLiteral("ownerowncol"), yesNo(OwnerInOwnCol));
-    root.appendChild(settings);
-
-    QDomElement modules = document.createElement(QStringLiteral("Modules"));
+    // The stream writer keeps the attributes in the order of the file's description.
+    QString text;
+    QXmlStreamWriter xml(&text);
+    xml.setAutoFormatting(true);
+    xml.setAutoFormattingIndent(2);
+    xml.writeStartElement(QStringLiteral("ModuleManager"));
+    xml.writeEmptyElement(QStringLiteral("Settings"));
+    xml.writeAttribute(QStringLiteral("currmodule"), CurrentModule);
+    xml.writeAttribute(QStringLiteral("templatename"), TemplateName);
+    xml.writeAttribute(QStringLiteral("generatename"), GenerateName);
+    xml.writeAttribute(QStringLiteral("generatenamealt"), GenerateNameAlt);
+    xml.writeAttribute(QStringLiteral("documentype"), DocumentType);
+    xml.writeAttribute(QStringLiteral("option"), QString::number(OptionSelected));
+    xml.writeAttribute(QStringLiteral("showsummary"), yesNo(IncludeModuleSummay));
+    xml.writeAttribute(QStringLiteral("showsummaryperfile"), yesNo(IncludeModuleSummayPerFile));
+    xml.writeAttribute(QStringLiteral("ownernames"), yesNo(IncludeOwnerNames));
+    xml.writeAttribute(QStringLiteral("encapsulateowner"), yesNo(EncapsOwnerNames));
+    xml.writeAttribute(QStringLiteral("encapsulateobject"), yesNo(EncapsObjects));
+    xml.writeAttribute(QStringLiteral("ownerowncol"), yesNo(OwnerInOwnCol));
+    xml.writeStartElement(QStringLiteral("Modules"));
     for (const auto& module : mModules) {
-        QDomElement element = document.createElement(QStringLiteral("Module"));
-        element.setAttribute(QStringLiteral("name"), module->Name);
-        element.setAttribute(QStringLiteral("project"), module->Project);
-        element.setAttribute(QStringLiteral("createdby"), module->CreatedBy);
-        element.setAttribute(QStringLiteral("createdon"), module->CreatedOn);
-        element.appendChild(textElement(document, QStringLiteral("Description"), module->Description));
-        element.appendChild(textElement(document, QStringLiteral("DevelopedBy"), module->DevelopedBy));
-        element.appendChild(textElement(document, QStringLiteral("PrimaryPath"), module->Path));
+        xml.writeStartElement(QStringLiteral("Module"));
+        xml.writeAttribute(QStringLiteral("name"), module->Name);
+        xml.writeAttribute(QStringLiteral("project"), module->Project);
+        xml.writeAttribute(QStringLiteral("createdby"), module->CreatedBy);
+        xml.writeAttribute(QStringLiteral("createdon"), module->CreatedOn);
+        xml.writeTextElement(QStringLiteral("Description"), module->Description);
+        xml.writeTextElement(QStringLiteral("DevelopedBy"), module->DevelopedBy);
+        xml.writeTextElement(QStringLiteral("PrimaryPath"), module->Path);
         for (const auto& file : module->Files())
-            element.appendChild(textElement(document, QStringLiteral("File"), file->FileName()));
-        modules.appendChild(element);
+            xml.writeTextElement(QStringLiteral("File"), file->FileName());
+        xml.writeEndElement();
     }
-    root.appendChild(modules);
-    return document.toString(2);
+    xml.writeEndElement();
+    xml.writeEndElement();
+    return text;
 }
 
 void DocGenProject::SaveDocumentSettings(const QString& FileName) const {
