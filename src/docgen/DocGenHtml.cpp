@@ -149,7 +149,8 @@ void DocGenHtml::writeObjectRow(TARMOObjectVSS& object, long* counter, bool& new
         appendLine(QStringLiteral("</table>"), 2);
         appendLine(QStringLiteral("</td>"), 1);
     }
-    appendLine(QStringLiteral("<td>") + EscapeHTML(object.Description(), true) + QStringLiteral("</td>"), 1);
+    appendLine(
+        QStringLiteral("<td>") + EscapeHTML(mNames.Description(object), true) + QStringLiteral("</td>"), 1);
     appendLine(QStringLiteral("</tr>"));
     if (counter)
         mProgress.ShowStepProgress(++*counter);

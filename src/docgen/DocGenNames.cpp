@@ -23,6 +23,13 @@ bool DocGenNames::OwnerColumn() const {
     return mProject.OwnerInOwnCol && mProject.IncludeOwnerNames;
 }
 
+QString DocGenNames::Description(TARMOObjectVSS& object) {
+    auto it = mDescriptions.constFind(&object);
+    if (it == mDescriptions.constEnd())
+        it = mDescriptions.insert(&object, object.Description());
+    return *it;
+}
+
 QString FileLabel(const DocGenModule& module, const QString& fileName, QString* note) {
     if (note)
         note->clear();

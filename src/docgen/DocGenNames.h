@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QString>
 
 class DocGenModule;
@@ -19,9 +20,13 @@ public:
     QString ObjectDisplayText(const TARMOObjectVSS& object, bool ownerHasColumn) const;
     // OwnerInOwnCol and IncludeOwnerNames both set.
     bool OwnerColumn() const;
+    // The object's description, read from the store once per document: a module document shows an
+    // object in its summary and again under every file that uses it.
+    QString Description(TARMOObjectVSS& object);
 
 private:
     const DocGenProject& mProject;
+    QHash<const TARMOObjectVSS*, QString> mDescriptions;
 };
 
 // The label of a module's file, relative to the module's path with "/" turned into ":", or "@" and

@@ -139,7 +139,7 @@ void DocGenWord::objectTable(const QString& kindName, const QList<std::shared_pt
                                                         noProofing());
         if (withFields)
             fieldCell(row.Cells[column++], *object);
-        row.Cells[column].FirstParagraph().AddRun(object->Description());
+        row.Cells[column].FirstParagraph().AddRun(mNames.Description(*object));
         mProgress.ShowStepProgress(++counter);
     }
 }

@@ -53,6 +53,9 @@ Paragraph& Cell::AddParagraph() {
 }
 
 Table& Cell::AddTable(int rows, int columns) {
+    // A table put into a fresh cell takes the place of its empty paragraph, as in a word processor.
+    if (mBlocks.size() == 1 && mBlocks.front().paragraph && mBlocks.front().paragraph->Runs.isEmpty())
+        mBlocks.clear();
     mBlocks.push_back(Block{nullptr, std::make_unique<Table>(rows, columns)});
     return *mBlocks.back().table;
 }
