@@ -21,6 +21,7 @@ public:
     // false, with a line on stderr, when either can't be opened.
     bool Connect(TARMOSQL& sql, TARMOVSS& vss) const;
 
+    double Scale() const { return mScale; }
     QString Server() const;
     QString Database() const { return QStringLiteral("Bench"); }
     QString IniFile() const;

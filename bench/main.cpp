@@ -1,3 +1,4 @@
+#include "BenchDocs.h"
 #include "BenchExpand.h"
 #include "BenchProject.h"
 #include "BenchQuery.h"
@@ -21,6 +22,7 @@ int usage() {
                          "       tarmo-bench expand [--runs N] [--cache DIR]\n"
                          "       tarmo-bench startup [--runs N]\n"
                          "       tarmo-bench query [--rows N] [--cache DIR]\n"
+                         "       tarmo-bench docs [--objects N] [--files F] [--rtt-ms M] [--cache DIR]\n"
                          "  refresh      refreshes the four lists of the project\n"
                          "  test         tests the syntax of one procedure and checks it in\n"
                          "  sync         compares a copy of the project, with known differences, as a\n"
@@ -28,6 +30,8 @@ int usage() {
                          "  expand       opens the Stored Procedures node of the tree (scale 1)\n"
                          "  startup      starts the program on the demo until its main window shows\n"
                          "  query        reads a large table into the query window\n"
+                         "  docs         documents a module of F source files of 500 lines (default 200)\n"
+                         "               over a project of N objects (default 9000, scale 1)\n"
                          "  --scale F    size of the project; 1 is 5,000 procedures, 1,000 views, 1,000\n"
                          "               functions and 2,000 triggers on 500 tables (default 1)\n"
                          "  --rtt-ms M   round trip added to every statement and store call (default 0)\n"
@@ -52,7 +56,7 @@ int main(int argc, char* argv[]) {
     if (command == QLatin1String("bare-window"))
         return RunBareWindow();
     const bool onProject = command == QLatin1String("refresh") || command == QLatin1String("test") ||
-                           command == QLatin1String("sync");
+                           command == QLatin1String("sync") || command == QLatin1String("docs");
     const bool expand = command == QLatin1String("expand");
     if (!onProject && !expand && command != QLatin1String("startup") && command != QLatin1String("query"))
         return usage();
@@ -60,6 +64,7 @@ int main(int argc, char* argv[]) {
     int rtt = 0;
     int runs = 10;
     int rows = 100000;
+    int files = 200;
     QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
                     QStringLiteral("/tarmo-bench");
     for (int i = 0; i < args.size(); ++i) {
@@ -74,13 +79,17 @@ int main(int argc, char* argv[]) {
             rtt = value.toInt(&ok);
         else if (option == QLatin1String("--runs") && (command == QLatin1String("startup") || expand))
             runs = value.toInt(&ok);
+        else if (option == QLatin1String("--objects") && command == QLatin1String("docs"))
+            scale = value.toDouble(&ok) / 9000.0;
+        else if (option == QLatin1String("--files") && command == QLatin1String("docs"))
+            files = value.toInt(&ok);
         else if (option == QLatin1String("--rows") && command == QLatin1String("query"))
             rows = value.toInt(&ok);
         else if (option == QLatin1String("--cache") && command != QLatin1String("startup"))
             cache = value;
         else
             return usage();
-        if (!ok || scale <= 0 || rtt < 0 || runs < 1 || rows < 1)
+        if (!ok || scale <= 0 || rtt < 0 || runs < 1 || rows < 1 || files < 1)
             return usage();
     }
     if (command == QLatin1String("startup"))
@@ -104,6 +113,8 @@ int main(int argc, char* argv[]) {
             return RunTestBenchmark(project);
         if (command == QLatin1String("sync"))
             return RunSyncBenchmark(project, rtt);
+        if (command == QLatin1String("docs"))
+            return RunDocsBenchmark(project, files, rtt);
         return RunRefreshBenchmark(project, rtt);
     } catch (const TARMOError& e) {
         std::fprintf(stderr, "tarmo-bench: %s\n", qPrintable(e.Description()));

@@ -1,5 +1,6 @@
 #include "AppPrompts.h"
 #include "CoreDispatch.h"
+#include "DocGenWindows.h"
 #include "Globals.h"
 #include "GuardedApplication.h"
 #include "ItemTools.h"
@@ -111,6 +112,7 @@ int main(int argc, char* argv[]) {
         frmSQLQuery::Install(*window);
         ItemTools::Install(*window);
         SyncWindows::Install(*window);
+        DocGenWindows::Install(*window);
         Options::Install(*window);
         return window;
     });

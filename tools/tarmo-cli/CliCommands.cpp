@@ -51,6 +51,15 @@ const char* const kUsage =
     "      remove or check in). Prints \"applied\" or \"stayed\" per difference, then the counts.\n"
     "      Exit code 0 when nothing stayed, 3 when differences stayed.\n"
     "\n"
+    "Documents (the display options are those the start dialog saved for the project):\n"
+    "  --project P docs (--all | --module NAME) --format html|word --out FILE [--template DOTX]\n"
+    "      The complete object documentation, or the documentation of one module: which objects\n"
+    "      its files use, where, with excerpts. Prints the file written.\n"
+    "  --project P modules                    name, number of files, primary path\n"
+    "  --project P module add NAME --path DIR [--files PATTERN]\n"
+    "      A module of the files under DIR (PATTERN a glob such as '*.php'; all files without it).\n"
+    "  --project P module remove NAME\n"
+    "\n"
     "Demo:\n"
     "  demo [--folder DIR] [--reset | --force]\n"
     "      Makes the demo: an embedded server with the database Demo (login sa, password demo), a\n"
@@ -137,6 +146,12 @@ int CliCommands::Run(QStringList args) {
             code = projectCommand(args);
         else if (command == QLatin1String("sync"))
             code = sync(args);
+        else if (command == QLatin1String("docs"))
+            code = docs(args);
+        else if (command == QLatin1String("modules"))
+            code = modules(args);
+        else if (command == QLatin1String("module"))
+            code = moduleCommand(args);
         else
             code = objectCommand(command, args);
     } catch (const TARMOError& e) {

@@ -38,6 +38,12 @@ private:
     int permissions(const TARMOObjectRef& object, bool script);
     // The compare of the synchronization, and with --apply-to its actions (in CliSync.cpp).
     int sync(QStringList args);
+    // The document generator's commands (in CliDocs.cpp).
+    int docs(QStringList args);
+    int modules(QStringList args);
+    int moduleCommand(QStringList args);
+    // The project record exists; False after telling why. Opens no connection.
+    bool knownProject();
 
     // Opens the project's two connections; False after telling why.
     bool openProject();
