@@ -8,6 +8,7 @@
 #include "Options.h"
 #include "ProjectWindow.h"
 #include "RecoveryFiles.h"
+#include "ScriptGenWindows.h"
 #include "SyncWindows.h"
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
@@ -109,6 +110,7 @@ int main(int argc, char* argv[]) {
         frmSQLQuery::Install(*window);
         ItemTools::Install(*window);
         SyncWindows::Install(*window);
+        ScriptGenWindows::Install(*window);
         Options::Install(*window);
         return window;
     });
