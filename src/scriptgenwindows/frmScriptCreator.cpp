@@ -74,6 +74,14 @@ public:
     }
 };
 
+// The "..." buttons beside a field: as narrow as their text allows.
+QPushButton* browseButton(const char* name, const QString& toolTip) {
+    auto* button = named(new QPushButton(QStringLiteral("...")), name);
+    button->setToolTip(toolTip);
+    button->setFixedWidth(button->fontMetrics().horizontalAdvance(QStringLiteral("...")) * 3);
+    return button;
+}
+
 QDateTimeEdit* datePicker(const char* name) {
     auto* picker = named(new QDateTimeEdit, name);
     picker->setCalendarPopup(true);
@@ -82,6 +90,8 @@ QDateTimeEdit* datePicker(const char* name) {
     // The earliest moment stands for "no date": it shows as a blank.
     picker->setMinimumDateTime(QDateTime(QDate(1900, 1, 1), QTime(0, 0)));
     picker->setSpecialValueText(QStringLiteral(" "));
+    picker->setMinimumWidth(picker->fontMetrics().horizontalAdvance(QStringLiteral("00.00.0000 00:00:00")) +
+                            picker->style()->pixelMetric(QStyle::PM_ScrollBarExtent) * 3);
     return picker;
 }
 
@@ -194,8 +204,7 @@ QFrame* frmScriptCreator::buildAnotherDBPage() {
     cboSQLServer = named(new QComboBox, "cboSQLServer");
     cboSQLServer->setEditable(true);
     cboSQLServer->hide();
-    cmdSQLServer = named(new QPushButton(QStringLiteral("...")), "cmdSQLServer");
-    cmdSQLServer->setToolTip(QStringLiteral("List the servers"));
+    cmdSQLServer = browseButton("cmdSQLServer", QStringLiteral("List the servers"));
     txtSQLUsername = named(new QLineEdit, "txtSQLUsername");
     txtSQLPassword = named(new QLineEdit, "txtSQLPassword");
     txtSQLPassword->setEchoMode(QLineEdit::Password);
@@ -263,8 +272,7 @@ QFrame* frmScriptCreator::buildProgressPage() {
 QFrame* frmScriptCreator::buildFinishPage() {
     QFrame* frame = page("fraFinish", QStringLiteral("Destination ..."));
     txtFileLocation = named(new QLineEdit, "txtFileLocation");
-    cmdCreateFile = named(new QPushButton(QStringLiteral("...")), "cmdCreateFile");
-    cmdCreateFile->setToolTip(QStringLiteral("Choose the script file"));
+    cmdCreateFile = browseButton("cmdCreateFile", QStringLiteral("Choose the script file"));
     auto* lblFile = new QLabel(QStringLiteral("&Script file name:"));
     lblFile->setBuddy(txtFileLocation);
     chkCreatePermission =

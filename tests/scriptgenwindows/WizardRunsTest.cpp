@@ -86,7 +86,8 @@ TEST_F(ScriptWizardTest, CompleteScriptTakesTheDestinationsOptionsAndCanBeWritte
     form->chkDropObjectsFirst->setChecked(false);
     const QString again = finish();
     EXPECT_EQ(sectionsOf(again), QStringList{QStringLiteral("Create objects")});
-    EXPECT_EQ(prompts->Unanswered(), 0);
+    EXPECT_EQ(messages().size(), 2);
+    EXPECT_EQ(messages().value(1), success);
 
     back();
     EXPECT_EQ(form->CurrentPage(), frmScriptCreator::Page::Start);
