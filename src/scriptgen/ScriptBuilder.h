@@ -10,7 +10,9 @@
 #include <memory>
 
 class ScriptSteps;
+class TARMODBTItems;
 class TARMODatabaseObjects;
+class TARMOObjectList;
 class TARMOObjectVSS;
 
 // How a builder ended; the wizard picks its next page from it.
@@ -74,7 +76,8 @@ public:
     // Mode 3: every object of the project's server, to create.
     ScriptBuildOutcome BuildAllList();
     // Mode 4, first half: the objects the custom page offers, in the order of the kinds and lists.
-    ScriptBuildOutcome BuildCustomCandidates(QList<ScriptCustomRow>& rows);
+    // Names carry their owner in front where showOwnerInName (the user's setting) asks for it.
+    ScriptBuildOutcome BuildCustomCandidates(QList<ScriptCustomRow>& rows, bool showOwnerInName);
     // Mode 4, second half: the checked rows, in their order, to create.
     void BuildCustomSelection(const QList<ScriptCustomRow>& checkedRows);
 
@@ -82,12 +85,14 @@ public:
     std::function<QDateTime()> Now = [] { return QDateTime::currentDateTime(); };
 
 private:
-    struct Loaded; // the lists of one kind as a mode loads them
-    bool loadCurrentLists(QList<Loaded>& lists);
-    bool loadDeletedLists(QList<Loaded>& lists);
+    // One step per kind; False where the user interrupted.
+    bool loadCurrentLists(const TARMODBTItems& types, QList<TARMOObjectList*>& lists);
+    bool loadDeletedObjects(const TARMODBTItems& types, QList<std::shared_ptr<TARMOObjectVSS>>& deleted);
     long latestVersionInFrame(TARMOObjectVSS& object, const ScriptTimeFrame& frame, const QDateTime& now);
-    void relayProgress();
-    void stopRelay();
+    // Opens the creator's connection with its own values; "" or the error.
+    QString openOther();
+    bool compareList(TARMOObjectList& list, TARMOObjectList& otherList, long& done);
+    bool prepareAllOrCustom(const QString& endText, QList<TARMOObjectList*>& lists);
 
     TARMODatabaseObjects& mCore;
     ScriptCreator& mCreator;

@@ -15,6 +15,9 @@ ScriptTexts::~ScriptTexts() = default;
 
 QString ScriptTexts::Text(const ScriptCreatorObject& entry) {
     TARMOObjectVSS& object = *entry.ScriptObject();
+    // An object the store doesn't hold yet has its only text on the project's server.
+    if (!object.InVSS() && object.InSQL())
+        return object.GetContent(TARMOObjectVSS::LocationSQL);
     if (entry.VersionNumber() == -1) {
         readLatest();
         const auto found = mLatest.constFind(object.ItemName().toLower());

@@ -58,25 +58,6 @@ QList<Section> sectionsOf(const ScriptCreator& creator) {
     return sections;
 }
 
-// The script is CR LF throughout, whatever line ends a stored text was checked in with.
-QString withCrLf(const QString& text) {
-    QString out;
-    out.reserve(text.size() + text.size() / 20);
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar c = text[i];
-        if (c == QLatin1Char('\r')) {
-            out += crLf;
-            if (i + 1 < text.size() && text[i + 1] == QLatin1Char('\n'))
-                ++i;
-        } else if (c == QLatin1Char('\n')) {
-            out += crLf;
-        } else {
-            out += c;
-        }
-    }
-    return out;
-}
-
 QString padded(const QString& title, qsizetype width) {
     return title.size() >= width ? title : title + QString(width - title.size(), QLatin1Char(' '));
 }
@@ -150,12 +131,14 @@ std::optional<QString> ScriptWriter::BuildScript(const QDateTime& created) {
         }
         if (section.Text == SectionText::Create && mCreator.DependencyOrder())
             objectTexts = inDependencyOrder(entries, objectTexts);
+        // An object's text goes as the store holds it, line ends included: the object that the script
+        // creates must compare equal to the store's text afterwards.
         QString sectionText;
         for (const QString& text : objectTexts) {
             // A permission script that grants nothing leaves no batch behind.
             if (section.Text == SectionText::Permissions && text.isEmpty())
                 continue;
-            sectionText += withCrLf(text) + crLf + QStringLiteral("GO") + crLf + crLf;
+            sectionText += text + crLf + QStringLiteral("GO") + crLf + crLf;
         }
         body += ScriptSection(sectionText, section.Title);
     }

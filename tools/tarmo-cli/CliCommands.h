@@ -38,6 +38,8 @@ private:
     int permissions(const TARMOObjectRef& object, bool script);
     // The compare of the synchronization, and with --apply-to its actions (in CliSync.cpp).
     int sync(QStringList args);
+    // The deployment script of a mode, written to a file (in CliScript.cpp).
+    int script(QStringList args);
 
     // Opens the project's two connections; False after telling why.
     bool openProject();
