@@ -8,13 +8,13 @@ namespace ScriptGenWindows {
 
 void Install(mdiMain& main) {
     mdiMain* window = &main;
-    main.Factories().ScriptGenerator = [window](TARMODatabase&, QWidget* owner) {
+    main.Factories().ScriptGenerator = [window](TARMODatabase& database, QWidget* owner) {
         TARMODatabaseObjects* objects = window->Dispatch() ? window->Dispatch()->DatabaseObjects() : nullptr;
         if (!objects)
             return;
         frmScriptCreator form(owner);
         form.SetHelp(window->Factories().Help);
-        form.StartScriptGenerator(*objects);
+        form.StartScriptGenerator(database, *objects);
     };
 }
 

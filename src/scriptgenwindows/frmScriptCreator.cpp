@@ -298,8 +298,8 @@ QFrame* frmScriptCreator::buildFinishPage() {
     return frame;
 }
 
-void frmScriptCreator::StartScriptGenerator(TARMODatabaseObjects& sdbCurrent) {
-    Begin(sdbCurrent);
+void frmScriptCreator::StartScriptGenerator(TARMODatabase& settings, TARMODatabaseObjects& sdbCurrent) {
+    Begin(settings, sdbCurrent);
     {
         // The main window opens the wizard under the hourglass; the pages are for typing into.
         NormalPointer pointer;
@@ -309,7 +309,8 @@ void frmScriptCreator::StartScriptGenerator(TARMODatabaseObjects& sdbCurrent) {
     mCreator.reset();
 }
 
-void frmScriptCreator::Begin(TARMODatabaseObjects& sdbCurrent) {
+void frmScriptCreator::Begin(TARMODatabase& settings, TARMODatabaseObjects& sdbCurrent) {
+    mSettings = &settings;
     msdbCurrent = &sdbCurrent;
     mCreator = std::make_unique<ScriptCreator>();
     mBuilder = std::make_unique<ScriptBuilder>(sdbCurrent, *mCreator, *mStepModel);

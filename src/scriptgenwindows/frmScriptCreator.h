@@ -23,6 +23,7 @@ class ScriptCreator;
 class ScriptObjectChecklist;
 class ScriptStepList;
 class ScriptSteps;
+class TARMODatabase;
 class TARMODatabaseObjects;
 
 // "Script Generation ...": the wizard that decides which objects of the project go into a deployment
@@ -37,10 +38,11 @@ public:
     explicit frmScriptCreator(QWidget* parent = nullptr);
     ~frmScriptCreator() override;
 
-    // Prepares the window, loads the settings and shows it modally until it closes.
-    void StartScriptGenerator(TARMODatabaseObjects& sdbCurrent);
+    // Prepares the window, loads the settings and shows it modally until it closes. The core comes
+    // in its two halves: the user's settings and the object lists.
+    void StartScriptGenerator(TARMODatabase& settings, TARMODatabaseObjects& sdbCurrent);
     // The same without the modal loop, for callers that drive the window themselves.
-    void Begin(TARMODatabaseObjects& sdbCurrent);
+    void Begin(TARMODatabase& settings, TARMODatabaseObjects& sdbCurrent);
 
     void SetHelp(std::function<void(QWidget*, long)> help) { mHelp = std::move(help); }
 
@@ -117,6 +119,7 @@ private:
     void WriteScript();
     void closeNow();
 
+    TARMODatabase* mSettings = nullptr;
     TARMODatabaseObjects* msdbCurrent = nullptr;
     std::unique_ptr<ScriptCreator> mCreator;
     std::unique_ptr<ScriptSteps> mStepModel;

@@ -7,6 +7,7 @@
 #include "ScriptObjectChecklist.h"
 #include "ScriptSteps.h"
 #include "ScriptWriter.h"
+#include "TARMODatabase.h"
 #include "TARMOSQL.h"
 #include "UserPrompts.h"
 
@@ -96,7 +97,7 @@ void frmScriptCreator::BuildList(int mode) {
         break;
     case 4:
         mCustomRows.clear();
-        outcome = mBuilder->BuildCustomCandidates(mCustomRows);
+        outcome = mBuilder->BuildCustomCandidates(mCustomRows, mSettings->ShowOwnerNameInName());
         break;
     default:
         return;

@@ -25,7 +25,7 @@ void ScriptWizardTest::openWizard() {
     form.reset();
     form = std::make_unique<frmScriptCreator>();
     form->setModal(false);
-    form->Begin(objects());
+    form->Begin(database, objects());
     form->show();
 }
 
@@ -68,9 +68,10 @@ QStringList ScriptWizardTest::objectsIn(const QString& script, const QString& se
     const qsizetype to = script.indexOf(QStringLiteral(" *** End: ") + section);
     if (from < 0 || to < from)
         return {};
+    // The object's name behind the statement's keywords, with or without brackets and owner.
     static const QRegularExpression statement(
-        QStringLiteral(R"(\b(?:CREATE|ALTER|DROP)\s+(?:PROCEDURE|FUNCTION|VIEW|TRIGGER)\s+"
-                       R"((?:\[?(\w+)\]?\.)?\[?(\w+)\]?)"),
+        QStringLiteral(R"(\b(?:CREATE|ALTER|DROP)\s+(?:PROCEDURE|FUNCTION|VIEW|TRIGGER)\s+)") +
+            QStringLiteral(R"((?:\[?(\w+)\]?\.)?\[?(\w+)\]?)"),
         QRegularExpression::CaseInsensitiveOption);
     QStringList names;
     for (auto it = statement.globalMatch(script.mid(from, to - from)); it.hasNext();) {
