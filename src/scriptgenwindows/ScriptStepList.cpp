@@ -28,8 +28,15 @@ ScriptStepList::ScriptStepList(QWidget* parent)
     mlvwSteps->setTextElideMode(Qt::ElideRight);
     mlvwSteps->setHeaderLabels({QString(), QStringLiteral("Step"), QStringLiteral("Status")});
     mlvwSteps->setColumnWidth(PictureColumn, style()->pixelMetric(QStyle::PM_SmallIconSize) + 12);
-    mlvwSteps->setColumnWidth(StepColumn, fontMetrics().horizontalAdvance(QLatin1Char('x')) * 46);
-    mlvwSteps->header()->setStretchLastSection(true);
+    // The step's text takes what the window offers; the status keeps room for its longest text.
+    QHeaderView* header = mlvwSteps->header();
+    header->setStretchLastSection(false);
+    header->setSectionResizeMode(PictureColumn, QHeaderView::Fixed);
+    header->setSectionResizeMode(StepColumn, QHeaderView::Stretch);
+    header->setSectionResizeMode(StatusColumn, QHeaderView::Interactive);
+    mlvwSteps->setColumnWidth(StatusColumn,
+                              fontMetrics().horizontalAdvance(QStringLiteral("No Objects Found!")) +
+                                  fontMetrics().averageCharWidth() * 4);
 
     mpbrCurrent = new QProgressBar(this);
     mpbrCurrent->setObjectName(QStringLiteral("pbrCurrent"));

@@ -1,5 +1,6 @@
 #include "ScriptWizardFixture.h"
 
+#include "ScriptSteps.h"
 #include "VSSBulkReader.h"
 
 #include <QFile>
@@ -8,6 +9,7 @@
 #include <QRadioButton>
 #include <QRegularExpression>
 #include <QTest>
+#include <QTimer>
 
 void ScriptWizardTest::SetUp() {
     ASSERT_TRUE(project = OpenDemoProject(folder, database));
@@ -40,6 +42,21 @@ void ScriptWizardTest::next() {
 
 void ScriptWizardTest::back() {
     QTest::mouseClick(form->cmdBack, Qt::LeftButton);
+}
+
+void ScriptWizardTest::whileRunning(std::function<void()> act) {
+    auto look = std::make_shared<std::function<void(int)>>();
+    *look = [this, act = std::move(act), look](int triesLeft) {
+        QTimer::singleShot(0, form.get(), [this, act, look, triesLeft] {
+            if (form->Steps().Current() >= 1 || triesLeft == 0) {
+                act();
+                *look = nullptr;
+            } else {
+                (*look)(triesLeft - 1);
+            }
+        });
+    };
+    (*look)(100);
 }
 
 QString ScriptWizardTest::scriptPath(const QString& fileName) const {

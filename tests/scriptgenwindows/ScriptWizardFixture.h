@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 
 // The demo project in a temporary folder, opened as the core does, and the wizard on it, shown but
@@ -30,6 +31,9 @@ protected:
     // The objects a section of the script creates, alters or drops, in their order ("dbo.Name").
     static QStringList objectsIn(const QString& script, const QString& section);
     QStringList messages() { return MessagesOf(prompts); }
+    // Does what it is given from inside the next run, once its steps are under way: the step list
+    // lets window events through at each move, as it does for a user's click.
+    void whileRunning(std::function<void()> act);
 
     IsolatedUserFolders folders;
     TempFolder folder;

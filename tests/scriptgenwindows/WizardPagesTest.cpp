@@ -3,6 +3,7 @@
 #include "ScriptWizardFixture.h"
 
 #include "ScriptObjectChecklist.h"
+#include "ScriptSteps.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -15,7 +16,6 @@
 #include <QRadioButton>
 #include <QSet>
 #include <QTest>
-#include <QTimer>
 
 namespace {
 
@@ -226,8 +226,7 @@ TEST_F(ScriptWizardTest, Screenshots) {
         // The steps can only be seen while a run goes: the picture is taken from inside it.
         back();
         back();
-        QTimer::singleShot(0, form.get(),
-                           [&] { Screenshot(form.get(), QStringLiteral("script-steps") + suffix); });
+        whileRunning([&] { Screenshot(form.get(), QStringLiteral("script-steps") + suffix); });
         chooseMode(3);
     }
     QApplication::setPalette(normal);

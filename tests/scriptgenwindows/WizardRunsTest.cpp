@@ -238,8 +238,12 @@ TEST_F(ScriptWizardTest, CompareScriptsWhatTheOtherDatabaseLacksOrHasDifferently
 // Cancel while a list is being built asks first; No lets the run go on, Yes stops it and closes the
 // window, whose values are kept for the next time.
 TEST_F(ScriptWizardTest, CancelDuringARunAsksAndStopsTheRun) {
-    auto cancelDuringTheRun = [this] {
-        QTimer::singleShot(0, form.get(), [this] { QTest::mouseClick(form->cmdCancel, Qt::LeftButton); });
+    int stepOfTheClick = -1;
+    auto cancelDuringTheRun = [&] {
+        whileRunning([&] {
+            stepOfTheClick = form->Steps().Current();
+            QTest::mouseClick(form->cmdCancel, Qt::LeftButton);
+        });
     };
     const QString question =
         QStringLiteral("Are you sure?: Are you sure you want to interrupt the process now?");
@@ -260,6 +264,10 @@ TEST_F(ScriptWizardTest, CancelDuringARunAsksAndStopsTheRun) {
     EXPECT_EQ(messages(), QStringList{question});
     EXPECT_FALSE(form->isVisible());
     EXPECT_TRUE(form->Idle());
+    // The builder stopped where the click found it: no later step began.
+    EXPECT_GE(stepOfTheClick, 1);
+    EXPECT_EQ(form->Steps().Current(), stepOfTheClick);
+    EXPECT_EQ(form->Creator()->ObjectsToScript().Count(), 0);
 
     openWizard();
     EXPECT_EQ(form->SelectedMode(), 3);
