@@ -104,8 +104,16 @@ TEST_F(ScriptWizardTest, OtherDatabaseChecksComeInOrderAndTestTheConnection) {
     EXPECT_EQ(messages(), QStringList{invalid + "Server is Missing!"});
     EXPECT_EQ(form->focusWidget(), form->txtSQLServer);
 
+    // An embedded server isn't announced on the network: the list offers the project's own.
+    QTest::mouseClick(form->cmdSQLServer, Qt::LeftButton);
+    ASSERT_TRUE(form->cboSQLServer->isVisible());
+    EXPECT_FALSE(form->txtSQLServer->isVisible());
+    EXPECT_GE(form->cboSQLServer->findText(project->SQL().Server()), 0);
+    next();
+    EXPECT_EQ(form->focusWidget(), form->cboSQLServer);
+
     prompts->Clear();
-    form->txtSQLServer->setText(project->SQL().Server());
+    form->cboSQLServer->setEditText(project->SQL().Server());
     next();
     EXPECT_EQ(messages(), QStringList{invalid + "Username is Missing!"});
     EXPECT_EQ(form->focusWidget(), form->txtSQLUsername);

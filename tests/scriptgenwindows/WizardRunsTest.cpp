@@ -50,6 +50,16 @@ TEST_F(ScriptWizardTest, CompleteScriptTakesTheDestinationsOptionsAndCanBeWritte
     EXPECT_EQ(messages(), QStringList{QStringLiteral("Invalid Data: No Script file name specifed!")});
     EXPECT_EQ(form->focusWidget(), form->cmdCreateFile);
 
+    // The file is chosen in the save dialog; a cancelled dialog keeps the name there was.
+    prompts->QueueFile(scriptPath(QStringLiteral("chosen.sql")));
+    QTest::mouseClick(form->cmdCreateFile, Qt::LeftButton);
+    EXPECT_EQ(form->txtFileLocation->text(), scriptPath(QStringLiteral("chosen.sql")));
+    QTest::mouseClick(form->cmdCreateFile, Qt::LeftButton);
+    EXPECT_EQ(form->txtFileLocation->text(), scriptPath(QStringLiteral("chosen.sql")));
+    ASSERT_EQ(prompts->Records().size(), 3);
+    EXPECT_EQ(prompts->Records().at(1).kind, ScriptedPrompts::Kind::SaveFile);
+    EXPECT_EQ(prompts->Records().at(1).title, QStringLiteral("Save Script As ..."));
+
     prompts->Clear();
     form->chkDropObjectsFirst->setChecked(true);
     form->chkCreatePermission->setChecked(true);
