@@ -120,10 +120,19 @@ QList<int> componentsOf(const QList<QList<qsizetype>>& uses) {
 
 } // namespace
 
-QList<qsizetype> ScriptDependenciesOf(const QList<ScriptDependencyNode>& nodes, qsizetype at) {
-    QHash<QString, QList<qsizetype>> byName;
+namespace {
+
+using NameIndex = QHash<QString, QList<qsizetype>>;
+
+NameIndex indexByName(const QList<ScriptDependencyNode>& nodes) {
+    NameIndex byName;
     for (qsizetype i = 0; i < nodes.size(); ++i)
         byName[nodes[i].Name.toLower()].append(i);
+    return byName;
+}
+
+QList<qsizetype> dependenciesOf(const QList<ScriptDependencyNode>& nodes, const NameIndex& byName,
+                                qsizetype at) {
     const ScriptDependencyNode& node = nodes[at];
     QList<qsizetype> uses;
     for (const QStringList& parts : namesIn(node.Text)) {
@@ -150,11 +159,18 @@ QList<qsizetype> ScriptDependenciesOf(const QList<ScriptDependencyNode>& nodes, 
     return uses;
 }
 
+} // namespace
+
+QList<qsizetype> ScriptDependenciesOf(const QList<ScriptDependencyNode>& nodes, qsizetype at) {
+    return dependenciesOf(nodes, indexByName(nodes), at);
+}
+
 QList<qsizetype> ScriptDependencyOrder(const QList<ScriptDependencyNode>& nodes) {
     const qsizetype n = nodes.size();
     QList<QList<qsizetype>> uses(n);
+    const NameIndex byName = indexByName(nodes);
     for (qsizetype i = 0; i < n; ++i)
-        uses[i] = ScriptDependenciesOf(nodes, i);
+        uses[i] = dependenciesOf(nodes, byName, i);
     const QList<int> component = componentsOf(uses);
     int components = 0;
     for (const int c : component)

@@ -52,7 +52,7 @@ TEST(ScriptDependencyOrderTest, CommentsLiteralsAndOtherOwnersAreNoUse) {
              QStringLiteral("sales")),
     };
     EXPECT_EQ(ScriptDependenciesOf(nodes, 0), QList<qsizetype>({3}));
-    EXPECT_EQ(namesInOrder(nodes), QStringList({"dbo.v_b", "dbo.v_c", "sales.v_c", "dbo.v_a"}));
+    EXPECT_EQ(namesInOrder(nodes), QStringList({"sales.v_c", "dbo.v_a", "dbo.v_b", "dbo.v_c"}));
 }
 
 // Two procedures calling each other can't both come second: they keep the list's order, and what

@@ -86,24 +86,25 @@ TEST_F(ScriptFileTest, SectionsFollowTheActionsOfTheEntries) {
     entries.Item(3).SetAction(ScriptAction::None);
     QString script = build();
     EXPECT_EQ(linesStarting(script, QStringLiteral(" *** Start:")),
-              QStringList(
-                  {QStringLiteral(" *** Start: Update objects                                       ***"),
-                   QStringLiteral(" *** Start: Drop objects                                         ***")}));
+              QStringList({QStringLiteral(" *** Start: Update objects") + QString(35, QLatin1Char(' ')) +
+                               QStringLiteral(" ***"),
+                           QStringLiteral(" *** Start: Drop objects") + QString(37, QLatin1Char(' ')) +
+                               QStringLiteral(" ***")}));
     EXPECT_TRUE(script.contains(QStringLiteral("ALTER PROCEDURE dbo.p_list AS")));
     EXPECT_TRUE(script.contains(QStringLiteral(" DROP VIEW [dbo].[a_summary]")));
     EXPECT_FALSE(script.contains(QStringLiteral("z_orders")));
 
-    // Permissions are mirrored for created objects only; one without any adds no batch.
+    // Permissions are mirrored for created objects only, each object a batch of its own.
     entries.Item(1).SetAction(ScriptAction::Create);
     entries.Item(3).SetAction(ScriptAction::Create);
     script = build();
     const qsizetype start = script.indexOf(QStringLiteral("Start: Set Permissions for Added objects"));
     ASSERT_GT(start, 0);
     const QString permissions = script.mid(start);
-    EXPECT_TRUE(permissions.contains(QStringLiteral("GRANT EXECUTE")));
-    EXPECT_TRUE(permissions.contains(QStringLiteral("[Clerks]")) ||
-                permissions.contains(QStringLiteral("Clerks")));
-    EXPECT_EQ(permissions.count(QStringLiteral("\r\nGO\r\n")), 3); // its own, one grant, the end block's
+    EXPECT_TRUE(permissions.contains(QStringLiteral("GRANT EXECUTE ON [dbo].[p_list] TO [Clerks]")));
+    EXPECT_TRUE(permissions.contains(QStringLiteral("[dbo].[z_orders]")));
+    EXPECT_FALSE(permissions.contains(QStringLiteral("a_summary")));
+    EXPECT_EQ(permissions.count(QStringLiteral("\r\nGO\r\n")), 4) << qPrintable(permissions);
 }
 
 TEST_F(ScriptFileTest, AlterTextLeavesAHeaderCommentAlone) {
@@ -125,7 +126,7 @@ TEST(ScriptSectionTest, TitlesArePaddedToTheBlockWidth) {
             .split(QStringLiteral("\r\n"));
     EXPECT_EQ(lines[1], QStringLiteral(" *** Start: ") + QString(30, QLatin1Char('t')) +
                             QString(19, QLatin1Char(' ')) + QStringLiteral(" ***"));
-    EXPECT_EQ(lines[6], QStringLiteral(" *** End: ") + QString(30, QLatin1Char('t')) +
+    EXPECT_EQ(lines[7], QStringLiteral(" *** End: ") + QString(30, QLatin1Char('t')) +
                             QString(21, QLatin1Char(' ')) + QStringLiteral(" ***"));
     const QString longTitle(60, QLatin1Char('t'));
     EXPECT_TRUE(ScriptWriter::ScriptSection(QStringLiteral("x"), longTitle)
