@@ -76,7 +76,8 @@ public:
     // Mode 3: every object of the project's server, to create.
     ScriptBuildOutcome BuildAllList();
     // Mode 4, first half: the objects the custom page offers, in the order of the kinds and lists.
-    // Names carry their owner in front where showOwnerInName (the user's setting) asks for it.
+    // Names carry their owner in front where showOwnerInName (the user's setting of owner names in
+    // the tree, which the core doesn't hand out) asks for it.
     ScriptBuildOutcome BuildCustomCandidates(QList<ScriptCustomRow>& rows, bool showOwnerInName);
     // Mode 4, second half: the checked rows, in their order, to create.
     void BuildCustomSelection(const QList<ScriptCustomRow>& checkedRows);

@@ -75,17 +75,20 @@ void ScriptWriter::AddWriteSteps() {
 }
 
 QString ScriptWriter::Banner(const QDateTime& created) {
-    return starLine + crLf +                                                                            //
-           QStringLiteral(" ***                                                          ***") + crLf + //
-           QStringLiteral(" ***       The Script file was created using                  ***") + crLf + //
-           QStringLiteral(" ***               TARMO v2.0 professional                    ***") + crLf + //
-           QStringLiteral(" ***                                                          ***") + crLf + //
-           QStringLiteral(" ***       Date Created:  ") +
-           created.toString(QStringLiteral("dd.MM.yyyy HH:mm:ss")) + QStringLiteral("                 ***") +
-           crLf +                                                                                       //
-           QStringLiteral(" ***                                                          ***") + crLf + //
-           QStringLiteral(" ****************************************************************/") + crLf +
-           crLf + crLf;
+    const QString blank = QStringLiteral(" ***                                                          ***");
+    const QStringList lines = {
+        starLine,
+        blank,
+        QStringLiteral(" ***       The Script file was created using                  ***"),
+        QStringLiteral(" ***               TARMO v2.0 professional                    ***"),
+        blank,
+        QStringLiteral(" ***       Date Created:  ") +
+            created.toString(QStringLiteral("dd.MM.yyyy HH:mm:ss")) + QStringLiteral("                 ***"),
+        blank,
+        closingLine,
+    };
+    // Two empty lines stand between the banner and the first section.
+    return lines.join(crLf) + crLf + crLf + crLf;
 }
 
 QString ScriptWriter::ScriptSection(const QString& sectionText, const QString& title) {

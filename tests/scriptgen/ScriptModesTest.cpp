@@ -78,6 +78,14 @@ TEST_F(TimeFrameTest, EachObjectAtItsLatestVersionInsideTheFrame) {
     EXPECT_FALSE(script.contains(QStringLiteral("p_flash")));
     EXPECT_FALSE(script.contains(QStringLiteral("p_quiet")));
     EXPECT_EQ(prompts->Messages(), QStringList());
+    // The writing steps of a time frame script, each done.
+    QStringList keys;
+    for (const ScriptStep& step : steps.Rows()) {
+        keys << step.Key;
+        EXPECT_EQ(step.Status, QStringLiteral("Completed")) << qPrintable(step.Text);
+    }
+    EXPECT_EQ(keys, QStringList({"ADD", "UPDATE", "DROP", "SAVE"}));
+    EXPECT_EQ(steps.Rows().first().Text, QStringLiteral("Step 1 - Create Script to Create Objects"));
 }
 
 // An object that came and went inside the frame is all there was: nothing to script, and the user
@@ -152,6 +160,16 @@ TEST_F(CompareTest, TheScriptBringsTheOtherDatabaseToTheProjectsState) {
     EXPECT_EQ(Entries(),
               QStringList({"2:dbo.p_diff", "1:dbo.p_new", "2:dbo.p_same", "3:dbo.p_extra", "3:dbo.v_extra"}));
     EXPECT_FALSE(creator.SQLConnection().ConnectionOpen());
+    QStringList rows;
+    for (const ScriptStep& step : steps.Rows())
+        rows << step.Key + QLatin1Char('|') + step.Text + QLatin1Char('|') + step.Status;
+    EXPECT_EQ(rows.first(),
+              QStringLiteral("GETOBJECTS_StoredProcedures|Step 1 - Find all Stored Procedures|Completed"));
+    EXPECT_TRUE(
+        rows.contains(QStringLiteral("CONNECT|Step 5 - Open a Connection to specified Database|Completed")))
+        << qPrintable(rows.join(QLatin1Char('\n')));
+    EXPECT_TRUE(rows.contains(QStringLiteral("GETOBJECTS_OTHER_Views|Step 8 - Find all Views|Completed")));
+    EXPECT_EQ(rows.last(), QStringLiteral("END|Step 11 - Close Connection to specified database|Completed"));
 
     const QString script = QString::fromUtf8(WriteScript());
     for (const QString& batch : modParser::SplitSQLBatches(script))
