@@ -3,6 +3,7 @@
 #include "BenchProject.h"
 #include "BenchQuery.h"
 #include "BenchRefresh.h"
+#include "BenchScript.h"
 #include "BenchStartup.h"
 #include "BenchSync.h"
 #include "BenchTest.h"
@@ -18,7 +19,7 @@
 namespace {
 
 int usage() {
-    std::fprintf(stderr, "Usage: tarmo-bench refresh|test|sync [--scale F] [--rtt-ms M] [--cache DIR]\n"
+    std::fprintf(stderr, "Usage: tarmo-bench refresh|test|sync|script [--scale F] [--rtt-ms M] [--cache DIR]\n"
                          "       tarmo-bench expand [--runs N] [--cache DIR]\n"
                          "       tarmo-bench startup [--runs N]\n"
                          "       tarmo-bench query [--rows N] [--cache DIR]\n"
@@ -27,6 +28,7 @@ int usage() {
                          "  test         tests the syntax of one procedure and checks it in\n"
                          "  sync         compares a copy of the project, with known differences, as a\n"
                          "               synchronization does\n"
+                         "  script       writes the complete deployment script of the project\n"
                          "  expand       opens the Stored Procedures node of the tree (scale 1)\n"
                          "  startup      starts the program on the demo until its main window shows\n"
                          "  query        reads a large table into the query window\n"
@@ -56,7 +58,8 @@ int main(int argc, char* argv[]) {
     if (command == QLatin1String("bare-window"))
         return RunBareWindow();
     const bool onProject = command == QLatin1String("refresh") || command == QLatin1String("test") ||
-                           command == QLatin1String("sync") || command == QLatin1String("docs");
+                           command == QLatin1String("sync") || command == QLatin1String("docs") ||
+                           command == QLatin1String("script");
     const bool expand = command == QLatin1String("expand");
     if (!onProject && !expand && command != QLatin1String("startup") && command != QLatin1String("query"))
         return usage();
@@ -115,6 +118,8 @@ int main(int argc, char* argv[]) {
             return RunSyncBenchmark(project, rtt);
         if (command == QLatin1String("docs"))
             return RunDocsBenchmark(project, files, rtt);
+        if (command == QLatin1String("script"))
+            return RunScriptBenchmark(project, rtt);
         return RunRefreshBenchmark(project, rtt);
     } catch (const TARMOError& e) {
         std::fprintf(stderr, "tarmo-bench: %s\n", qPrintable(e.Description()));

@@ -10,6 +10,7 @@
 #include "Options.h"
 #include "ProjectWindow.h"
 #include "RecoveryFiles.h"
+#include "ScriptGenWindows.h"
 #include "SyncWindows.h"
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
@@ -113,6 +114,7 @@ int main(int argc, char* argv[]) {
         ItemTools::Install(*window);
         SyncWindows::Install(*window);
         DocGenWindows::Install(*window);
+        ScriptGenWindows::Install(*window);
         Options::Install(*window);
         return window;
     });

@@ -50,6 +50,14 @@ const char* const kUsage =
     "      database like the store (drop, create or alter), vss the store like the database (add,\n"
     "      remove or check in). Prints \"applied\" or \"stayed\" per difference, then the counts.\n"
     "      Exit code 0 when nothing stayed, 3 when differences stayed.\n"
+    "  --project P script --mode all|timeframe|compare|custom [--from DATE] [--until DATE]\n"
+    "                     [--server S --database D (--user U | --trusted)] [--objects TAG:NAME,...]\n"
+    "                     [--drop] [--permissions] --out FILE\n"
+    "      Writes the deployment script of the script generator: all objects of the database, the\n"
+    "      changes the store recorded from --from until --until (default: now), the differences to\n"
+    "      another database, or the objects listed. DATE is yyyy-MM-dd [HH:mm:ss]. The password of\n"
+    "      --user comes from SQLCMDPASSWORD or is typed at the terminal. Exit code 1 when nothing\n"
+    "      was found to script or the file could not be written.\n"
     "\n"
     "Documents (the display options are those the start dialog saved for the project):\n"
     "  --project P docs (--all | --module NAME) --format html|word --out FILE [--template DOTX]\n"
@@ -152,6 +160,8 @@ int CliCommands::Run(QStringList args) {
             code = modules(args);
         else if (command == QLatin1String("module"))
             code = moduleCommand(args);
+        else if (command == QLatin1String("script"))
+            code = script(args);
         else
             code = objectCommand(command, args);
     } catch (const TARMOError& e) {

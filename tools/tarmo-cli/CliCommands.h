@@ -44,6 +44,8 @@ private:
     int moduleCommand(QStringList args);
     // The project record exists; False after telling why. Opens no connection.
     bool knownProject();
+    // The deployment script of a mode, written to a file (in CliScript.cpp).
+    int script(QStringList args);
 
     // Opens the project's two connections; False after telling why.
     bool openProject();
