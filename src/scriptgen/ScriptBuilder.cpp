@@ -311,6 +311,8 @@ ScriptBuildOutcome ScriptBuilder::BuildCompareList() {
         } catch (const TARMOError&) {
             // A kind the other server doesn't have takes no part in the compare.
         }
+        // The list outlives this run; its progress must not reach a builder that is gone.
+        list->RetrieveStatusChange = nullptr;
         if (cancel || mSteps.CancelRequested())
             return ScriptBuildOutcome::Cancelled;
     }
