@@ -28,6 +28,8 @@ DatabaseTree::DatabaseTree(const ImageList& images, QWidget* parent)
     setRootIsDecorated(true);
     setSortingEnabled(false);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // A double click opens an object's window; the tree decides itself whether it opens the node.
+    setExpandsOnDoubleClick(false);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setDragEnabled(true);
     setDragDropMode(QAbstractItemView::DragOnly);
@@ -295,7 +297,10 @@ void DatabaseTree::mouseDoubleClickEvent(QMouseEvent* event) {
     QTreeWidgetItem* node = itemAt(mLastMousePos);
     if (node)
         setCurrentItem(node);
-    emit NodeDoubleClicked(node);
+    bool opened = false;
+    emit NodeDoubleClicked(node, opened);
+    if (node && !opened && node->childCount() > 0)
+        node->setExpanded(!node->isExpanded());
     emit SelectionSettled();
 }
 

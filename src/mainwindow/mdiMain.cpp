@@ -421,8 +421,9 @@ void mdiMain::treeRightReleased(QTreeWidgetItem* node, const QPoint& globalPos) 
         popup->popup(globalPos);
 }
 
-void mdiMain::treeDoubleClicked(QTreeWidgetItem* node) {
+void mdiMain::treeDoubleClicked(QTreeWidgetItem* node, bool& opened) {
     if (node) {
+        opened = opensWindow(node);
         if (DatabaseTree::NodeTag(node) == QLatin1String("Permission")) {
             QTreeWidgetItem* parentNode = node->parent();
             DoCommand(Command::Permissions,
@@ -434,6 +435,18 @@ void mdiMain::treeDoubleClicked(QTreeWidgetItem* node) {
         }
     }
     UpdateContextPanel();
+}
+
+bool mdiMain::opensWindow(QTreeWidgetItem* node) const {
+    if (DatabaseTree::NodeTag(node) == QLatin1String("Permission"))
+        return true;
+    bool editable = false;
+    if (mDispatch)
+        Guarded([&] {
+            const auto object = mDispatch->GetObject(DatabaseTree::NodeTag(node), DatabaseTree::NodeKey(node));
+            editable = object && object->IsEditable();
+        });
+    return editable;
 }
 
 void mdiMain::showStatusProgress(const QString& verb, const QString& displayName, long current, long total) {

@@ -440,6 +440,7 @@ QString TARMOObjectVSS::StripDriverPrefix(const QString& text) {
 }
 
 bool TARMOObjectVSS::GetLatestVersion() {
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     StoreTraffic::StoreCall();
     const bool fetched = mVSS->GetLatestVersion(ItemName(), false);
     RefreshState();
@@ -447,6 +448,7 @@ bool TARMOObjectVSS::GetLatestVersion() {
 }
 
 bool TARMOObjectVSS::CheckOut() {
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     if (mIsNew)
         return false;
     StoreTraffic::StoreCall();
@@ -456,6 +458,7 @@ bool TARMOObjectVSS::CheckOut() {
 }
 
 bool TARMOObjectVSS::UndoCheckout() {
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     if (mIsNew)
         return false;
     StoreTraffic::StoreCall();
@@ -503,6 +506,7 @@ bool TARMOObjectVSS::CheckIn(const QString& strContent, const QString& strCommen
     if (!TestItem(strContent))
         return false;
     QString content = strContent;
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     try {
         // A name without owner would hit the connection user's own object of that name.
         if (mOwner.compare(mSQL->DatabaseUserName(), Qt::CaseInsensitive) != 0) {
@@ -574,6 +578,10 @@ bool TARMOObjectVSS::checkInNew(const QString& strContent, const QString& strCom
         RefreshState();
     NewItemCreated_Event();
     return mInVSS;
+}
+
+QString TARMOObjectVSS::StoreObjectName() const {
+    return ObjectDisplayName().toLower() + QLatin1Char(' ') + qualifiedDisplayName();
 }
 
 QString TARMOObjectVSS::qualifiedDisplayName() const {

@@ -216,6 +216,24 @@ TEST_F(BrowserTest, StoreProjectTreeOpensDownThePresentFolder) {
     EXPECT_EQ(root->child(0)->child(0)->text(0), QStringLiteral("Orders"));
 }
 
+// The list comes up with its first row chosen, so Open works without a click on a row.
+TEST_F(BrowserTest, OpenActsOnTheFirstRowWithoutAClick) {
+    saved(QStringLiteral("First"));
+    saved(QStringLiteral("Second"));
+    prompts->Clear();
+    frmProjectBrowser modal;
+    QTimer::singleShot(0, &modal, [&] {
+        QTreeWidgetItem* chosen = modal.lvwProjects()->currentItem();
+        ASSERT_NE(chosen, nullptr);
+        EXPECT_TRUE(chosen->isSelected());
+        modal.cmdOpen()->click();
+    });
+    auto picked = modal.ProjectBrowser(nullptr, true);
+    ASSERT_TRUE(picked);
+    EXPECT_EQ(picked->Name(), QStringLiteral("First"));
+    EXPECT_TRUE(prompts->Records().isEmpty());
+}
+
 TEST_F(BrowserTest, BrowserListsRemovesAndOpens) {
     auto* browser = new frmProjectBrowser;
     browser->setAttribute(Qt::WA_DeleteOnClose);

@@ -1,6 +1,8 @@
 #include "QtPrompts.h"
 
 #include <QApplication>
+#include <QEvent>
+#include <QGridLayout>
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QInputDialog>
@@ -67,7 +69,23 @@ QMessageBox::Icon iconOf(Prompt::Icon icon) {
     return QMessageBox::NoIcon;
 }
 
+// A box sized for a short text ("Syntax OK") would cut its own title: it is made wide enough for the
+// title and the window frame's buttons.
+void fitTitle(QMessageBox& box, const QString& title) {
+    auto* grid = qobject_cast<QGridLayout*>(box.layout());
+    if (!grid)
+        return;
+    const int width = box.fontMetrics().horizontalAdvance(title) + 4 * box.fontMetrics().height() + 60;
+    grid->addItem(new QSpacerItem(width, 0, QSizePolicy::Minimum, QSizePolicy::Expanding), grid->rowCount(), 0,
+                  1, grid->columnCount());
+}
+
 } // namespace
+
+QtPrompts::QtPrompts()
+    : mModalArrow(std::make_unique<ArrowOverModalWindows>()) {}
+
+QtPrompts::~QtPrompts() = default;
 
 Prompt::Answer QtPrompts::MessageBox(const QString& text, Prompt::Buttons buttons, Prompt::Icon icon,
                                      const QString& title, int defaultButton) {
@@ -78,6 +96,7 @@ Prompt::Answer QtPrompts::MessageBox(const QString& text, Prompt::Buttons button
         box.addButton(b);
     if (defaultButton >= 1 && defaultButton <= list.size())
         box.setDefaultButton(list[defaultButton - 1]);
+    fitTitle(box, title);
     return answerOf(box.exec());
 }
 
@@ -114,6 +133,43 @@ ArrowWhileAsking::ArrowWhileAsking()
 ArrowWhileAsking::~ArrowWhileAsking() {
     if (mBusy)
         QGuiApplication::restoreOverrideCursor();
+}
+
+ArrowOverModalWindows::ArrowOverModalWindows(QObject* parent)
+    : QObject(parent) {
+    if (qApp)
+        qApp->installEventFilter(this);
+}
+
+ArrowOverModalWindows::~ArrowOverModalWindows() {
+    if (qApp)
+        qApp->removeEventFilter(this);
+    for (QObject* window : std::as_const(mArrowed)) {
+        disconnect(window, nullptr, this, nullptr);
+        QGuiApplication::restoreOverrideCursor();
+    }
+}
+
+bool ArrowOverModalWindows::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Show) {
+        auto* widget = qobject_cast<QWidget*>(watched);
+        if (widget && widget->isWindow() && widget->isModal() && !mArrowed.contains(widget) &&
+            QGuiApplication::overrideCursor() != nullptr) {
+            mArrowed.insert(widget);
+            QGuiApplication::setOverrideCursor(Qt::ArrowCursor);
+            connect(widget, &QObject::destroyed, this, &ArrowOverModalWindows::release);
+        }
+    } else if (event->type() == QEvent::Hide) {
+        release(watched);
+    }
+    return false;
+}
+
+void ArrowOverModalWindows::release(QObject* window) {
+    if (!mArrowed.remove(window))
+        return;
+    disconnect(window, nullptr, this, nullptr);
+    QGuiApplication::restoreOverrideCursor();
 }
 
 void QtPrompts::SetBusy(bool busy) {
