@@ -1,6 +1,8 @@
 #include "QtPrompts.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QEvent>
 #include <QGridLayout>
 #include <QFileDialog>
@@ -69,6 +71,29 @@ QMessageBox::Icon iconOf(Prompt::Icon icon) {
     return QMessageBox::NoIcon;
 }
 
+// A folder chooser that also takes the name of a folder that isn't there yet, and makes it: a new
+// server or store goes into a new folder, and a working folder is often new as well.
+class NewFolderDialog : public QFileDialog {
+public:
+    NewFolderDialog(QWidget* parent, const QString& title, const QString& initialPath)
+        : QFileDialog(parent, title, initialPath) {
+        setFileMode(QFileDialog::Directory);
+        setOption(QFileDialog::ShowDirsOnly);
+        // The platform's own chooser would refuse the new name before this class could make it.
+        setOption(QFileDialog::DontUseNativeDialog);
+    }
+
+    void accept() override {
+        const QStringList chosen = selectedFiles();
+        if (!chosen.isEmpty() && !QFileInfo::exists(chosen.constFirst()) && !QDir().mkpath(chosen.constFirst())) {
+            QMessageBox::warning(this, windowTitle(),
+                                 QStringLiteral("The folder %1 could not be made.").arg(chosen.constFirst()));
+            return;
+        }
+        QFileDialog::accept();
+    }
+};
+
 // A box sized for a short text ("Syntax OK") would cut its own title: it is made wide enough for the
 // title and the window frame's buttons.
 void fitTitle(QMessageBox& box, const QString& title) {
@@ -112,7 +137,10 @@ QString QtPrompts::SaveFileName(const QString& title, const QString& filter, con
 
 QString QtPrompts::FolderName(const QString& title, const QString& initialPath) {
     const ArrowWhileAsking arrow;
-    return QFileDialog::getExistingDirectory(owner(), title, initialPath);
+    NewFolderDialog dialog(owner(), title, initialPath);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return {};
+    return dialog.selectedFiles().constFirst();
 }
 
 bool QtPrompts::InputText(const QString& title, const QString& label, QString& text) {
