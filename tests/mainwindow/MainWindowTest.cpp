@@ -312,3 +312,31 @@ TEST_F(MainWindowTest, PanelFollowsTheSelectionARefreshMoved) {
         EXPECT_NE(selected->text(0), QStringLiteral("usp_Orders"));
     EXPECT_FALSE(panel().HasBar(QStringLiteral("Description"))) << "the description was usp_Orders'";
 }
+
+// Another project opened into a maximized window: the window stays maximized, and its contents fill
+// it, with no part left at the size of before.
+TEST_F(MainWindowTest, AMaximizedWindowStaysMaximizedAndFilledOnAProjectChange) {
+    window->showMaximized();
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(window->isMaximized());
+    const QRect maximized = window->geometry();
+
+    database->SetWindowState(WindowState::Maximized);
+    database->SetMainWindowFactory([this] { return window.get(); });
+    // The first opening hands the window to the settings; the second is the change of project.
+    ASSERT_TRUE(database->OpenProject(database->Project()));
+    auto other = std::make_shared<TARMOProject>();
+    other->SetName(QStringLiteral("Stock"));
+    other->SQL().SetServer(QStringLiteral("embedded:/srv/stock"));
+    ASSERT_TRUE(database->OpenProject(other));
+    QCoreApplication::processEvents();
+
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_TRUE(window->isMaximized());
+    EXPECT_TRUE(window->updatesEnabled());
+    EXPECT_EQ(window->geometry(), maximized);
+    EXPECT_EQ(window->centralWidget()->width(), window->width());
+    EXPECT_GE(window->centralWidget()->geometry().bottom(), window->height() / 2);
+    EXPECT_EQ(window->windowTitle(), QStringLiteral("Stock - TARMO"));
+    database->SetMainWindowFactory(nullptr);
+}
