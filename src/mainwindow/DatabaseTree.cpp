@@ -84,6 +84,8 @@ void DatabaseTree::AddItems(const TARMODBTItems& Items, QTreeWidgetItem* Parent,
         if (!item.Key.isEmpty())
             node->setData(0, KeyRole, item.Key);
         node->setText(0, item.Text);
+        // A narrow tree cuts long names ("CustomerTotal (Checked out by ...)"): the tip holds it whole.
+        node->setToolTip(0, item.ToolTipText().isEmpty() ? item.Text : item.ToolTipText());
         applyRecordIcon(node, item.ImageName);
         node->setData(0, TagRole, item.Tag);
         AddItems(item.Children(), node, strExpanded, true);
@@ -198,6 +200,7 @@ void DatabaseTree::RefreshNode(QTreeWidgetItem* Node) {
         Node->setData(0, KeyRole, record->Key);
         Node->setData(0, TagRole, record->Tag);
         Node->setText(0, record->Text);
+        Node->setToolTip(0, record->ToolTipText().isEmpty() ? record->Text : record->ToolTipText());
         const QString strExpanded = ExpandedKeys();
         if (!hasPlaceholder(Node)) {
             const bool wasOpen = Node->isExpanded();

@@ -2,9 +2,11 @@
 // window and dialog into a folder: scripts/screenshots runs it under the offscreen platform, once in the
 // light palette and once in a dark one. Nothing of the user's own settings or demo is touched.
 #include "AppPrompts.h"
+#include "ChildWindowArea.h"
 #include "CoreDispatch.h"
 #include "DatabaseTree.h"
 #include "DemoSeed.h"
+#include "EditorChildWindow.h"
 #include "Globals.h"
 #include "ItemTools.h"
 #include "Options.h"
@@ -14,7 +16,6 @@
 #include "SyncWindows.h"
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
-#include "TARMOProject.h"
 #include "frmEditObjectPermissions.h"
 #include "frmEditObjectText.h"
 #include "frmInitialize.h"
@@ -25,6 +26,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
+#include <QFile>
 #include <QMdiSubWindow>
 #include <QPalette>
 #include <QPushButton>
@@ -115,7 +117,7 @@ mdiMain* startProgram() {
 
 void closeChildren(mdiMain& main) {
     for (QMdiSubWindow* sub : main.MdiArea()->subWindowList())
-        if (auto* form = dynamic_cast<ChildWindowContract*>(sub->widget()))
+        if (auto* form = qobject_cast<EditorChildWindow*>(sub->widget()))
             form->CloseItem(true);
     QApplication::processEvents();
 }
