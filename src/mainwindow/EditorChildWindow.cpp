@@ -10,8 +10,8 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QMdiArea>
 #include <QCloseEvent>
+#include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMimeData>
 #include <QTimer>
@@ -252,8 +252,9 @@ void EditorChildWindow::placeWindow() {
         // Until the user sizes a child window, one fills the window area; a remembered size is kept
         // within the area, which may be smaller than when the size was taken.
         const QSize area = sub->mdiArea() ? sub->mdiArea()->viewport()->size() : QSize();
-        QSize size(static_cast<int>(static_cast<double>(msdbCurrent->ChildWindowWidth()) / twipsPerPixelX()),
-                   static_cast<int>(static_cast<double>(msdbCurrent->ChildWindowHeight()) / twipsPerPixelY()));
+        QSize size(
+            static_cast<int>(static_cast<double>(msdbCurrent->ChildWindowWidth()) / twipsPerPixelX()),
+            static_cast<int>(static_cast<double>(msdbCurrent->ChildWindowHeight()) / twipsPerPixelY()));
         if (!area.isEmpty()) {
             size = msdbCurrent->ChildWindowSizeSet() ? size.boundedTo(area) : area;
             if (!msdbCurrent->ChildWindowSizeSet())

@@ -214,8 +214,11 @@ void pencil(QPainter& p, const QColor& wood, const QRectF& r) {
     p.setPen(pen(stateInk, 0.8));
     p.setBrush(wood);
     const qreal x = r.left(), y = r.top(), w = r.width(), h = r.height();
-    p.drawPolygon(QPolygonF{{x, y + h}, {x + w * 0.12, y + h * 0.62}, {x + w * 0.62, y + h * 0.12},
-                            {x + w * 0.88, y + h * 0.38}, {x + w * 0.38, y + h * 0.88}});
+    p.drawPolygon(QPolygonF{{x, y + h},
+                            {x + w * 0.12, y + h * 0.62},
+                            {x + w * 0.62, y + h * 0.12},
+                            {x + w * 0.88, y + h * 0.38},
+                            {x + w * 0.38, y + h * 0.88}});
     p.setBrush(stateInk);
     p.drawPolygon(QPolygonF{{x, y + h}, {x + w * 0.06, y + h * 0.8}, {x + w * 0.2, y + h * 0.94}});
 }
@@ -574,7 +577,8 @@ public:
         return scaledPixmap(size, mode, state, 1.0);
     }
     QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State, qreal scale) override {
-        const int side = std::max(1, static_cast<int>(std::lround(std::min(size.width(), size.height()) * scale)));
+        const int side =
+            std::max(1, static_cast<int>(std::lround(std::min(size.width(), size.height()) * scale)));
         // A tree repaints its rows often; each picture is drawn once per size.
         const QString cacheKey =
             QStringLiteral("tarmo-icon:%1:%2:%3").arg(mKey).arg(side).arg(mode == QIcon::Disabled ? 1 : 0);

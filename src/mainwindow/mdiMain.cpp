@@ -464,7 +464,8 @@ bool mdiMain::opensWindow(QTreeWidgetItem* node) const {
     bool editable = false;
     if (mDispatch)
         Guarded([&] {
-            const auto object = mDispatch->GetObject(DatabaseTree::NodeTag(node), DatabaseTree::NodeKey(node));
+            const auto object =
+                mDispatch->GetObject(DatabaseTree::NodeTag(node), DatabaseTree::NodeKey(node));
             editable = object && object->IsEditable();
         });
     return editable;

@@ -196,8 +196,8 @@ void multiGrid::ShowPane(bool bMessages) {
 
 int multiGrid::StackedGridHeight(const QTableView* grid) {
     const int rows = std::clamp(grid->model() ? grid->model()->rowCount() : 0, 2, 8);
-    int height = grid->horizontalHeader()->sizeHint().height() + rows * grid->verticalHeader()->defaultSectionSize() +
-                 2 * grid->frameWidth();
+    int height = grid->horizontalHeader()->sizeHint().height() +
+                 rows * grid->verticalHeader()->defaultSectionSize() + 2 * grid->frameWidth();
     if (grid->horizontalHeader()->length() > grid->width() - 2 * grid->frameWidth())
         height += grid->horizontalScrollBar()->sizeHint().height();
     return height;

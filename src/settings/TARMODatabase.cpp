@@ -156,8 +156,8 @@ void TARMODatabase::SetWindowState(::WindowState value) {
 }
 
 long TARMODatabase::DBTWidth() const {
-    return readBounded(QStringLiteral("DatabaseListWidth"), std::max(2865L, firstStartShare(mScreen.WidthTwips(), 20)),
-                       1, mScreen.WidthTwips());
+    return readBounded(QStringLiteral("DatabaseListWidth"),
+                       std::max(2865L, firstStartShare(mScreen.WidthTwips(), 20)), 1, mScreen.WidthTwips());
 }
 void TARMODatabase::SetDBTWidth(long value) {
     writeLong(QStringLiteral("DatabaseListWidth"), value);

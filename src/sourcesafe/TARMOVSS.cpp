@@ -41,8 +41,9 @@ bool reported(bool bSilent, const QString& title, const QString& firstLine, Step
         description = QString::fromUtf8(e.what());
     }
     if (!bSilent)
-        MsgBox(withObjectName(firstLine + QLatin1Char('\n') + QLatin1Char('(') + description + QLatin1Char(')')),
-               Prompt::Buttons::OK, Prompt::Icon::Critical, title);
+        MsgBox(
+            withObjectName(firstLine + QLatin1Char('\n') + QLatin1Char('(') + description + QLatin1Char(')')),
+            Prompt::Buttons::OK, Prompt::Icon::Critical, title);
     return false;
 }
 

@@ -337,7 +337,8 @@ TEST(FirstRun, ProjectFromNothingEntirelyInTheWindows) {
     for (const auto& record : prompts->Records())
         if (record.kind == ScriptedPrompts::Kind::NewLogin)
             newLogins << record.title;
-    EXPECT_EQ(newLogins, (QStringList{QStringLiteral("New Embedded Server"), QStringLiteral("New Version Store")}));
+    EXPECT_EQ(newLogins,
+              (QStringList{QStringLiteral("New Embedded Server"), QStringLiteral("New Version Store")}));
     ASSERT_EQ(browser.lvwProjects()->topLevelItemCount(), 1);
     auto* item = browser.lvwProjects()->topLevelItem(0);
     EXPECT_EQ(item->text(1), QStringLiteral("embedded:") + dir.Path(QStringLiteral("server")));

@@ -4,8 +4,8 @@
 #include "TARMOError.h"
 
 #include <QCoreApplication>
-#include <QMenu>
 #include <QMdiSubWindow>
+#include <QMenu>
 #include <QTest>
 
 TEST_F(MainWindowTest, OpeningAProjectShowsTheListsUnreadWithPlaceholders) {

@@ -126,9 +126,9 @@ void expectApartInShapeAndColour(const QStringList& names, const QList<Marking>&
 // The states of an object tell apart at a glance: each adds a mark of a good size, and any two marks
 // differ in shape and in colour as a red-green colour-blind person sees them.
 TEST(ImageList, ObjectStatesDifferInShapeAndColourForEveryone) {
-    const QStringList states{QStringLiteral("CHECKEDIN"), QStringLiteral("CHECKEDOUT"),
+    const QStringList states{QStringLiteral("CHECKEDIN"),    QStringLiteral("CHECKEDOUT"),
                              QStringLiteral("CHECKEDINOUT"), QStringLiteral("VSSBROKEN"),
-                             QStringLiteral("SQLBROKEN"), QStringLiteral("NEW")};
+                             QStringLiteral("SQLBROKEN"),    QStringLiteral("NEW")};
     for (const char* kind : {"STOREDPROCEDURE", "VIEW", "USERDEFINEDFUNCTION", "TRIGGER"}) {
         const QString base = QString::fromLatin1(kind);
         const QImage plain = IconPainter::Image(base, 32);
@@ -143,7 +143,8 @@ TEST(ImageList, ObjectStatesDifferInShapeAndColourForEveryone) {
 
 // Test SQL, Check Out and Check In sit side by side in the toolbar and must not be taken for each other.
 TEST(ImageList, TestCheckOutAndCheckInAreDistinct) {
-    const QStringList keys{QStringLiteral("EDIT:TEST"), QStringLiteral("VSS:CHECKOUT"), QStringLiteral("VSS:CHECKIN")};
+    const QStringList keys{QStringLiteral("EDIT:TEST"), QStringLiteral("VSS:CHECKOUT"),
+                           QStringLiteral("VSS:CHECKIN")};
     QImage empty(32, 32, QImage::Format_ARGB32);
     empty.fill(Qt::transparent);
     QList<Marking> marks;

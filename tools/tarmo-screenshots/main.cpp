@@ -11,8 +11,8 @@
 #include "ItemTools.h"
 #include "Options.h"
 #include "ProjectWindow.h"
-#include "ScreenshotRun.h"
 #include "SQLTextEditor.h"
+#include "ScreenshotRun.h"
 #include "SyncWindows.h"
 #include "SystemComponents.h"
 #include "TARMODatabase.h"
@@ -180,7 +180,8 @@ void shootDialogs(ScreenshotRun& run, mdiMain& main) {
     });
     run.Modal(QStringLiteral("about"), "frmAbout", [&] { main.DoCommand(Command::About); });
     run.Modal(QStringLiteral("options"), "frmOptions", [&] { main.DoCommand(Command::Options); });
-    run.Modal(QStringLiteral("sync-results"), "frmSyncResults", [&] { main.DoCommand(Command::Synchronize); });
+    run.Modal(QStringLiteral("sync-results"), "frmSyncResults",
+              [&] { main.DoCommand(Command::Synchronize); });
 }
 
 } // namespace

@@ -2,10 +2,10 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QFileInfo>
 #include <QEvent>
-#include <QGridLayout>
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QGridLayout>
 #include <QGuiApplication>
 #include <QInputDialog>
 #include <QLineEdit>
@@ -85,7 +85,8 @@ public:
 
     void accept() override {
         const QStringList chosen = selectedFiles();
-        if (!chosen.isEmpty() && !QFileInfo::exists(chosen.constFirst()) && !QDir().mkpath(chosen.constFirst())) {
+        if (!chosen.isEmpty() && !QFileInfo::exists(chosen.constFirst()) &&
+            !QDir().mkpath(chosen.constFirst())) {
             QMessageBox::warning(this, windowTitle(),
                                  QStringLiteral("The folder %1 could not be made.").arg(chosen.constFirst()));
             return;
@@ -101,8 +102,8 @@ void fitTitle(QMessageBox& box, const QString& title) {
     if (!grid)
         return;
     const int width = box.fontMetrics().horizontalAdvance(title) + 4 * box.fontMetrics().height() + 60;
-    grid->addItem(new QSpacerItem(width, 0, QSizePolicy::Minimum, QSizePolicy::Expanding), grid->rowCount(), 0,
-                  1, grid->columnCount());
+    grid->addItem(new QSpacerItem(width, 0, QSizePolicy::Minimum, QSizePolicy::Expanding), grid->rowCount(),
+                  0, 1, grid->columnCount());
 }
 
 } // namespace
