@@ -1,8 +1,14 @@
 #include "AppPrompts.h"
+#include "ModalAnswer.h"
+#include "ScriptedPrompts.h"
+#include "TestSupport.h"
+#include "frmPassword.h"
 
 #include <QApplication>
 #include <QCursor>
 #include <QDialog>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QTimer>
 #include <QWidget>
 
@@ -92,4 +98,29 @@ TEST(AppPrompts, ModalWindowsLeaveTheCursorAloneWhenNothingIsBusy) {
     });
     window.exec();
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+// The password of a new server or store is typed twice; two that differ are refused before anything
+// is made, and the user types them again in the same window.
+TEST(NewPasswordDialog, ThePasswordIsTypedTwiceAndMustAgree) {
+    ScriptedPromptsScope prompts;
+    bool refusedFirst = false;
+    const ModalAnswerOf<frmNewPassword> answer([&](frmNewPassword* dialog) {
+        EXPECT_EQ(dialog->windowTitle(), QStringLiteral("New Version Store"));
+        EXPECT_EQ(dialog->txtUserName()->text(), QStringLiteral("Admin"));
+        dialog->txtPwd()->setText(QStringLiteral("s3cret"));
+        dialog->txtConfirm()->setText(QStringLiteral("secret"));
+        dialog->cmdOK()->click();
+        refusedFirst = dialog->isVisible() && dialog->txtConfirm()->text().isEmpty();
+        dialog->txtConfirm()->setText(QStringLiteral("s3cret"));
+        dialog->cmdOK()->click();
+    });
+    QString user = QStringLiteral("Admin"), password;
+    ASSERT_TRUE(frmNewPassword::GetNewLogin(QStringLiteral("New Version Store"), QStringLiteral("/srv/store"),
+                                            user, password));
+    EXPECT_TRUE(answer.Answered());
+    EXPECT_TRUE(refusedFirst);
+    EXPECT_EQ(prompts->Messages(),
+              QStringList{QStringLiteral("The two passwords differ. Type the new password twice.")});
+    EXPECT_EQ(password, QStringLiteral("s3cret"));
 }
