@@ -27,6 +27,8 @@
 #include <QStyle>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
 const QString kWindowsAuthentication = QStringLiteral("(Windows authentication)");
@@ -212,7 +214,7 @@ void frmProjectDetails::buildWindow() {
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(mSteps, 1);
     layout->addLayout(buttons);
-    resize(520, 340);
+    resize(std::max(620, sizeHint().width()), std::max(420, sizeHint().height()));
 
     // Every change of an input makes the record dirty.
     for (auto* box : findChildren<QLineEdit*>())
