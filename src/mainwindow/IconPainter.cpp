@@ -606,8 +606,8 @@ private:
         for (int y = 0; y < image.height(); ++y) {
             auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
             for (int x = 0; x < image.width(); ++x) {
-                const int grey = qGray(line[x]);
-                line[x] = qRgba(grey, grey, grey, qAlpha(line[x]) * 2 / 5);
+                const int level = qGray(line[x]);
+                line[x] = qRgba(level, level, level, qAlpha(line[x]) * 2 / 5);
             }
         }
         return QPixmap::fromImage(image);
