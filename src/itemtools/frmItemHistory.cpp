@@ -212,11 +212,10 @@ void frmItemHistory::fitColumnsToTexts() {
     // The comment column takes what is left; the others show their texts whole (the date with its
     // time), however the user's locale writes them.
     for (int column = 0; column < 4; ++column) {
-        const int needed =
-            std::max(mlvwHistory->sizeHintForColumn(column), mlvwHistory->header()->sectionSizeHint(column)) +
-            mlvwHistory->fontMetrics().averageCharWidth();
-        if (mlvwHistory->columnWidth(column) < needed)
-            mlvwHistory->setColumnWidth(column, needed);
+        const int given = mlvwHistory->columnWidth(column);
+        mlvwHistory->resizeColumnToContents(column);
+        const int needed = mlvwHistory->columnWidth(column) + mlvwHistory->fontMetrics().averageCharWidth();
+        mlvwHistory->setColumnWidth(column, std::max(given, needed));
     }
 }
 
