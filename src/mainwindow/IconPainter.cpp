@@ -571,14 +571,14 @@ public:
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override {
         const qreal ratio = painter->device() ? painter->device()->devicePixelRatioF() : 1.0;
-        painter->drawPixmap(rect, scaledPixmap(rect.size(), mode, state, ratio));
+        painter->drawPixmap(rect, scaledPixmap(rect.size() * ratio, mode, state, ratio));
     }
     QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
         return scaledPixmap(size, mode, state, 1.0);
     }
     QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State, qreal scale) override {
-        const int side =
-            std::max(1, static_cast<int>(std::lround(std::min(size.width(), size.height()) * scale)));
+        // The size comes in device pixels; the scale is the ratio they stand for.
+        const int side = std::max(1, std::min(size.width(), size.height()));
         // A tree repaints its rows often; each picture is drawn once per size.
         const QString cacheKey =
             QStringLiteral("tarmo-icon:%1:%2:%3").arg(mKey).arg(side).arg(mode == QIcon::Disabled ? 1 : 0);
