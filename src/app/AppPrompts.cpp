@@ -12,3 +12,8 @@ bool AppPrompts::VSSLogin(const QString& iniFile, QString& userName, QString& pa
     const ArrowWhileAsking arrow;
     return frmVSSPassword::GetUserNameAndPassword(iniFile, userName, password);
 }
+
+bool AppPrompts::NewLogin(const QString& title, const QString& place, QString& userName, QString& password) {
+    const ArrowWhileAsking arrow;
+    return frmNewPassword::GetNewLogin(title, place, userName, password);
+}

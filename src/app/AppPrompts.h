@@ -8,4 +8,5 @@ public:
     bool SQLLogin(const QString& server, const QString& database, QString& userName,
                   QString& password) override;
     bool VSSLogin(const QString& iniFile, QString& userName, QString& password) override;
+    bool NewLogin(const QString& title, const QString& place, QString& userName, QString& password) override;
 };

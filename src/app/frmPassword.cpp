@@ -10,6 +10,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 frmPassword::frmPassword(const QList<std::tuple<QString, QString, QString>>& places, QWidget* parent)
     : QDialog(parent) {
     setWindowTitle(QStringLiteral("Connect to Database ..."));
@@ -91,4 +93,73 @@ bool frmVSSPassword::GetUserNameAndPassword(const QString& strIniFile, QString& 
                                             QString& strPassword) {
     frmVSSPassword dialog(strIniFile, QApplication::activeWindow());
     return dialog.Run(strUsername, strPassword);
+}
+
+frmNewPassword::frmNewPassword(const QString& title, const QString& place, QWidget* parent)
+    : QDialog(parent) {
+    setObjectName(QStringLiteral("frmNewPassword"));
+    setWindowTitle(title);
+    auto* where = new QLineEdit(place);
+    where->setObjectName(QStringLiteral("txtPlace"));
+    where->setReadOnly(true);
+    where->setToolTip(place);
+    mtxtUserName = new QLineEdit;
+    mtxtUserName->setObjectName(QStringLiteral("txtUserName"));
+    mtxtPwd = new QLineEdit;
+    mtxtPwd->setObjectName(QStringLiteral("txtPwd"));
+    mtxtPwd->setEchoMode(QLineEdit::Password);
+    mtxtConfirm = new QLineEdit;
+    mtxtConfirm->setObjectName(QStringLiteral("txtConfirm"));
+    mtxtConfirm->setEchoMode(QLineEdit::Password);
+    auto* form = new QFormLayout;
+    form->addRow(QStringLiteral("Location:"), where);
+    form->addRow(QStringLiteral("&User Name:"), mtxtUserName);
+    form->addRow(QStringLiteral("New &Password:"), mtxtPwd);
+    form->addRow(QStringLiteral("&Confirm Password:"), mtxtConfirm);
+    mcmdOK = new QPushButton(QStringLiteral("OK"));
+    mcmdOK->setObjectName(QStringLiteral("cmdOK"));
+    mcmdOK->setDefault(true);
+    auto* cancel = new QPushButton(QStringLiteral("Cancel"));
+    cancel->setObjectName(QStringLiteral("cmdCancel"));
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(mcmdOK);
+    buttons->addWidget(cancel);
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(form);
+    layout->addLayout(buttons);
+    resize(std::max(460, sizeHint().width()), sizeHint().height());
+    connect(mcmdOK, &QPushButton::clicked, this, &frmNewPassword::cmdOK_Click);
+    connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
+    SelectAllTextOnFocus(this);
+}
+
+bool frmNewPassword::GetNewLogin(const QString& title, const QString& place, QString& strUsername,
+                                 QString& strPassword) {
+    frmNewPassword dialog(title, place, QApplication::activeWindow());
+    dialog.mtxtUserName->setText(strUsername);
+    (strUsername.isEmpty() ? dialog.mtxtUserName : dialog.mtxtPwd)->setFocus();
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    strUsername = dialog.mtxtUserName->text();
+    strPassword = dialog.mtxtPwd->text();
+    return true;
+}
+
+void frmNewPassword::cmdOK_Click() {
+    if (mtxtUserName->text().trimmed().isEmpty()) {
+        MsgBox(QStringLiteral("User Name is missing"), Prompt::Buttons::OK, Prompt::Icon::Exclamation,
+               QStringLiteral("Invalid Data"));
+        mtxtUserName->setFocus();
+        return;
+    }
+    if (mtxtPwd->text() != mtxtConfirm->text()) {
+        MsgBox(QStringLiteral("The two passwords differ. Type the new password twice."), Prompt::Buttons::OK,
+               Prompt::Icon::Exclamation, QStringLiteral("Invalid Data"));
+        mtxtConfirm->clear();
+        mtxtPwd->setFocus();
+        mtxtPwd->selectAll();
+        return;
+    }
+    accept();
 }

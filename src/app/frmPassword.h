@@ -45,3 +45,27 @@ public:
     explicit frmVSSPassword(const QString& strIniFile, QWidget* parent = nullptr);
     static bool GetUserNameAndPassword(const QString& strIniFile, QString& strUsername, QString& strPassword);
 };
+
+// The login of something the user makes (a new embedded server, a new version store): a user name and
+// a new password typed twice, so that a slip of the finger can't lock the user out of it.
+class frmNewPassword : public QDialog {
+    Q_OBJECT
+public:
+    frmNewPassword(const QString& title, const QString& place, QWidget* parent = nullptr);
+    // Runs modally; on OK the user name and the password come back.
+    static bool GetNewLogin(const QString& title, const QString& place, QString& strUsername,
+                            QString& strPassword);
+
+    QLineEdit* txtUserName() const { return mtxtUserName; }
+    QLineEdit* txtPwd() const { return mtxtPwd; }
+    QLineEdit* txtConfirm() const { return mtxtConfirm; }
+    QPushButton* cmdOK() const { return mcmdOK; }
+
+private:
+    void cmdOK_Click();
+
+    QLineEdit* mtxtUserName;
+    QLineEdit* mtxtPwd;
+    QLineEdit* mtxtConfirm;
+    QPushButton* mcmdOK;
+};

@@ -93,6 +93,8 @@ void frmProjectBrowser::buildColumns() {
 }
 
 void frmProjectBrowser::fillList() {
+    const QTreeWidgetItem* was = mlvwProjects->currentItem();
+    const QString kept = was && was->isSelected() ? was->text(0) : QString();
     mlvwProjects->clear();
     if (mProjects) {
         for (const auto& project : *mProjects) {
@@ -103,6 +105,16 @@ void frmProjectBrowser::fillList() {
             mlvwProjects->addTopLevelItem(item);
         }
     }
+    // A row is always chosen, so that Open, Edit and Remove act at once: the one chosen before a
+    // refill, else the first.
+    QTreeWidgetItem* chosen = nullptr;
+    for (int i = 0; i < mlvwProjects->topLevelItemCount() && !chosen; ++i)
+        if (mlvwProjects->topLevelItem(i)->text(0) == kept)
+            chosen = mlvwProjects->topLevelItem(i);
+    if (!chosen && mlvwProjects->topLevelItemCount() > 0)
+        chosen = mlvwProjects->topLevelItem(0);
+    if (chosen)
+        mlvwProjects->setCurrentItem(chosen);
     mchkMostResent->setChecked(gDatabase && gDatabase->OpenMostRecent());
 }
 

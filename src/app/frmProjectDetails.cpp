@@ -27,6 +27,8 @@
 #include <QStyle>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
 const QString kWindowsAuthentication = QStringLiteral("(Windows authentication)");
@@ -41,6 +43,12 @@ QLabel* image(QStyle::StandardPixmap which) {
     auto* label = new QLabel;
     label->setPixmap(label->style()->standardIcon(which).pixmap(32, 32));
     return label;
+}
+
+// Sets a box only when its text differs: putting back what is there is no change of the record.
+void setChanged(QLineEdit* box, const QString& text) {
+    if (box->text() != text)
+        box->setText(text);
 }
 
 template <typename T> T* named(T* widget, const char* name) {
@@ -152,7 +160,7 @@ void frmProjectDetails::buildWindow() {
         if (button)
             g->addWidget(button, r, 2);
     };
-    row(grids[0], 0, QStringLiteral("Project &Name:"), txtProjectName);
+    row(grids[0], 0, QStringLiteral("&Project Name:"), txtProjectName);
     grids[0]->addWidget(
         note(QStringLiteral("The Working Folder specifies the location where items will be checked "
                             "out to.")),
@@ -206,7 +214,7 @@ void frmProjectDetails::buildWindow() {
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(mSteps, 1);
     layout->addLayout(buttons);
-    resize(520, 340);
+    resize(std::max(620, sizeHint().width()), std::max(420, sizeHint().height()));
 
     // Every change of an input makes the record dirty.
     for (auto* box : findChildren<QLineEdit*>())
@@ -405,6 +413,8 @@ void frmProjectDetails::FillDatabaseList() {
     for (QWidget* w : std::initializer_list<QWidget*>{lblSQLServerErrorLabel, lblSQLServerError,
                                                       imgSqlServerError, imgSqlServerInfo})
         w->hide();
+    // Refilling the list is no change of the user's: the text in the box stays as it was.
+    const bool wasDirty = mbDirty;
     const QString kept = cboSQLDatabase->currentText();
     cboSQLDatabase->clear();
     TARMOSQL& sql = mProject->SQL();
@@ -439,6 +449,7 @@ void frmProjectDetails::FillDatabaseList() {
         imgSqlServerInfo->show();
     }
     cboSQLDatabase->setEditText(kept);
+    mbDirty = wasDirty;
 }
 
 bool frmProjectDetails::askToContinue(const QString& firstLine, const QString& err) {
@@ -474,8 +485,8 @@ bool frmProjectDetails::TestSQLLogin() {
             QStringLiteral("Could not connect to the specified database. Would you like to continue anyway?"),
             err);
     if (ok) {
-        txtSQLUsername->setText(user);
-        txtSQLPassword->setText(password);
+        setChanged(txtSQLUsername, user);
+        setChanged(txtSQLPassword, password);
     }
     return ok;
 }
@@ -497,7 +508,8 @@ bool frmProjectDetails::TestVSSLogin(bool bFull) {
         }
         return true;
     }
-    QString err = vss.TestConnection(ini, user, QString(), QString());
+    // The store is tested with the password entered: one just made has no empty password.
+    QString err = vss.TestConnection(ini, user, password, QString());
     if (!err.isEmpty() && password.trimmed().isEmpty() && !chkVSSStorePassword->isChecked()) {
         if (!prompts().VSSLogin(ini, user, password))
             err = QStringLiteral("Password was not entered!");
@@ -510,8 +522,8 @@ bool frmProjectDetails::TestVSSLogin(bool bFull) {
             QStringLiteral("Could not connect to the specified project. Would you like to continue anyway?"),
             err);
     if (ok) {
-        txtVSSUserName->setText(user);
-        txtVSSPassword->setText(password);
+        setChanged(txtVSSUserName, user);
+        setChanged(txtVSSPassword, password);
     }
     return ok;
 }
@@ -596,10 +608,12 @@ void frmProjectDetails::cmdSQLServer_Click() {
         return;
     }
     const QString remembered = cboSQLServer->isVisible() ? cboSQLServer->currentText() : txtSQLServer->text();
+    const bool wasDirty = mbDirty;
     cboSQLServer->clear();
     for (qsizetype i = 1; i < names.size(); ++i)
         cboSQLServer->addItem(names[i]);
     cboSQLServer->setEditText(remembered);
+    mbDirty = wasDirty;
     cboSQLServer->show();
     txtSQLServer->hide();
     cboSQLServer->setFocus();
@@ -652,7 +666,7 @@ void frmProjectDetails::cmdNewServer_Click() {
     QString user = QStringLiteral("sa");
     QString password;
     if (!EmbeddedServer::IsServerFolder(folder)) {
-        if (!prompts().SQLLogin(server, QString(), user, password))
+        if (!prompts().NewLogin(QStringLiteral("New Embedded Server"), server, user, password))
             return;
         try {
             BusyCursor busy;
@@ -700,7 +714,7 @@ void frmProjectDetails::cmdNewStore_Click() {
         return;
     QString user = QStringLiteral("Admin");
     QString password;
-    if (!prompts().VSSLogin(folder, user, password))
+    if (!prompts().NewLogin(QStringLiteral("New Version Store"), folder, user, password))
         return;
     QString ini;
     try {

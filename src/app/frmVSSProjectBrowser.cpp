@@ -169,7 +169,10 @@ frmVSSNewProject::frmVSSNewProject(QWidget* parent)
     buttons->addWidget(cmdOK);
     buttons->addWidget(cmdCancel);
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(new QLabel(QStringLiteral("Project &Name:")));
+    auto* label = new QLabel(QStringLiteral("Project &Name:"));
+    // Without its box as buddy the label would show the "&" instead of underlining the key.
+    label->setBuddy(txtVSSProject);
+    layout->addWidget(label);
     layout->addWidget(txtVSSProject);
     layout->addLayout(buttons);
     connect(cmdOK, &QPushButton::clicked, this, [this, txtVSSProject] {

@@ -170,7 +170,8 @@ void ExplorerBar::AddEntry(const QString& barKey, const QString& entryKey, const
     link->setFlat(true);
     link->setCursor(Qt::PointingHandCursor);
     link->setFocusPolicy(Qt::TabFocus);
-    // A narrow panel clips a long caption rather than scrolling sideways.
+    // A narrow panel clips a long caption rather than scrolling sideways; the whole caption is its tip.
+    link->setToolTip(text);
     link->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     link->setStyleSheet(
         QStringLiteral("QPushButton { text-align: left; border: none; padding: 2px; color: palette(link); }"

@@ -2,6 +2,8 @@
 
 #include <QLabel>
 
+#include <algorithm>
+
 StatusPanels::StatusPanels(QWidget* parent)
     : QStatusBar(parent) {
     setSizeGripEnabled(true);
@@ -15,10 +17,33 @@ void StatusPanels::ClearPanels() {
     mPanels.clear();
 }
 
+namespace {
+
+// A panel at its given width while there is room, narrower (its text cut) when the window is: the
+// panels together must not make the window wider than a small screen, or a maximized window overflow.
+class StatusPanel : public QLabel {
+public:
+    StatusPanel(int width, QWidget* parent)
+        : QLabel(parent)
+        , mWidth(width) {}
+    QSize sizeHint() const override {
+        const QSize natural = QLabel::sizeHint();
+        return {std::max(natural.width(), mWidth), natural.height()};
+    }
+    QSize minimumSizeHint() const override {
+        const QSize natural = QLabel::minimumSizeHint();
+        return {std::min(natural.width(), std::min(mWidth, 16)), natural.height()};
+    }
+
+private:
+    int mWidth;
+};
+
+} // namespace
+
 void StatusPanels::AddPanel(const QString& key, int minWidth, bool bStretch) {
-    auto* label = new QLabel(this);
+    auto* label = new StatusPanel(minWidth, this);
     label->setObjectName(key.isEmpty() ? QStringLiteral("panel%1").arg(mPanels.size() + 1) : key);
-    label->setMinimumWidth(minWidth);
     label->setFrameShape(QFrame::Panel);
     label->setFrameShadow(QFrame::Sunken);
     addPermanentWidget(label, bStretch ? 1 : 0);

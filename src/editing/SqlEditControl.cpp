@@ -7,6 +7,7 @@
 
 #include <Qsci/qscilexersql.h>
 
+#include <QEvent>
 #include <QFile>
 #include <QFontDatabase>
 
@@ -30,8 +31,60 @@ SqlEditControl::SqlEditControl(QWidget* parent)
     setAutoIndent(true);
     setBraceMatching(QsciScintilla::SloppyBraceMatch);
     setCaretLineVisible(true);
-    setCaretLineBackgroundColor(QColor(0xf4, 0xf7, 0xfb));
     setWrapMode(QsciScintilla::WrapNone);
+    applyPalette();
+}
+
+void SqlEditControl::changeEvent(QEvent* event) {
+    QsciScintilla::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ApplicationPaletteChange)
+        applyPalette();
+}
+
+void SqlEditControl::applyPalette() {
+    auto* sql = qobject_cast<QsciLexerSQL*>(lexer());
+    if (!sql)
+        return;
+    const QPalette colours = palette();
+    const QColor paper = colours.color(QPalette::Base);
+    const QColor text = colours.color(QPalette::Text);
+    mDark = paper.lightness() < 128;
+    // Light and dark sets of the same hues, each readable on its own paper.
+    struct Style {
+        int style;
+        QColor light, dark;
+    };
+    const Style styles[] = {
+        {QsciLexerSQL::Comment, QColor(0x00, 0x7f, 0x00), QColor(0x6a, 0xb0, 0x5a)},
+        {QsciLexerSQL::CommentLine, QColor(0x00, 0x7f, 0x00), QColor(0x6a, 0xb0, 0x5a)},
+        {QsciLexerSQL::CommentDoc, QColor(0x00, 0x7f, 0x00), QColor(0x6a, 0xb0, 0x5a)},
+        {QsciLexerSQL::CommentLineHash, QColor(0x00, 0x7f, 0x00), QColor(0x6a, 0xb0, 0x5a)},
+        {QsciLexerSQL::Number, QColor(0x00, 0x7f, 0x7f), QColor(0x8f, 0xd6, 0xc8)},
+        {QsciLexerSQL::Keyword, QColor(0x00, 0x00, 0xb0), QColor(0x7c, 0xb4, 0xff)},
+        {QsciLexerSQL::KeywordSet5, QColor(0x00, 0x00, 0xb0), QColor(0x7c, 0xb4, 0xff)},
+        {QsciLexerSQL::DoubleQuotedString, QColor(0x9a, 0x28, 0x00), QColor(0xf0, 0xa0, 0x78)},
+        {QsciLexerSQL::SingleQuotedString, QColor(0x9a, 0x28, 0x00), QColor(0xf0, 0xa0, 0x78)},
+        {QsciLexerSQL::QuotedIdentifier, QColor(0x6f, 0x2d, 0x8f), QColor(0xd0, 0x9c, 0xf0)},
+        {QsciLexerSQL::PlusKeyword, QColor(0x7f, 0x00, 0x7f), QColor(0xe0, 0x90, 0xe0)},
+        {QsciLexerSQL::PlusPrompt, QColor(0x7f, 0x00, 0x7f), QColor(0xe0, 0x90, 0xe0)},
+    };
+    sql->setDefaultPaper(paper);
+    sql->setDefaultColor(text);
+    sql->setPaper(paper, -1);
+    sql->setColor(text, -1);
+    for (const Style& s : styles)
+        sql->setColor(mDark ? s.dark : s.light, s.style);
+    setPaper(paper);
+    setColor(text);
+    setMarginsBackgroundColor(colours.color(QPalette::Window));
+    setMarginsForegroundColor(colours.color(QPalette::PlaceholderText));
+    setFoldMarginColors(colours.color(QPalette::Window), colours.color(QPalette::Window));
+    setCaretForegroundColor(text);
+    setCaretLineBackgroundColor(mDark ? paper.lighter(135) : paper.darker(104));
+    setSelectionBackgroundColor(colours.color(QPalette::Highlight));
+    setSelectionForegroundColor(colours.color(QPalette::HighlightedText));
+    setMatchedBraceBackgroundColor(mDark ? QColor(0x3a, 0x5a, 0x3a) : QColor(0xd0, 0xf0, 0xd0));
+    setMatchedBraceForegroundColor(text);
 }
 
 SqlEditControl::~SqlEditControl() = default;

@@ -37,11 +37,20 @@ public:
     // Replaces every match; the number of replacements.
     int ReplaceAll(const Search& search, const QString& replacement);
 
+    // True when the colours in use are those of a dark palette.
+    bool DarkColours() const { return mDark; }
+
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
+    // Paper, text, margins and the SQL colours from the palette: light text on a dark palette.
+    void applyPalette();
     bool selectionMatches(const Search& search) const;
     FindReplaceDialog* dialog();
 
     QString mCurrentFile;
     Search mLastSearch;
     FindReplaceDialog* mDialog = nullptr;
+    bool mDark = false;
 };

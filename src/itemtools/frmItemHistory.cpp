@@ -16,6 +16,8 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
 // The list's widths are given in twips; the screen has 96 dots to the inch.
@@ -200,9 +202,21 @@ void frmItemHistory::FillList() {
     if (reselect)
         mlvwHistory->setCurrentItem(reselect);
     mbFilling = false;
+    fitColumnsToTexts();
     UpdatePanel();
     if (reselect)
         mlvwHistory->scrollToItem(reselect);
+}
+
+void frmItemHistory::fitColumnsToTexts() {
+    // The comment column takes what is left; the others show their texts whole (the date with its
+    // time), however the user's locale writes them.
+    for (int column = 0; column < 4; ++column) {
+        const int given = mlvwHistory->columnWidth(column);
+        mlvwHistory->resizeColumnToContents(column);
+        const int needed = mlvwHistory->columnWidth(column) + mlvwHistory->fontMetrics().averageCharWidth();
+        mlvwHistory->setColumnWidth(column, std::max(given, needed));
+    }
 }
 
 void frmItemHistory::UpdatePanel() {
@@ -227,8 +241,10 @@ void frmItemHistory::setRollbackOffered(bool offered) {
         mcmdRollback = newCommand(mgrpTools, QStringLiteral("Rollback"), QStringLiteral("Rollback"),
                                   QStringLiteral("Rollback to selected object"));
         mToolsLayout->addWidget(mcmdRollback);
-        // A layout shows a late child only on the next pass of the event loop.
-        mcmdRollback->setVisible(isVisible());
+        // A child added to a window on the screen must be shown; one added before the window is shown
+        // comes up with it, and hiding it now would keep it hidden then.
+        if (isVisible())
+            mcmdRollback->show();
         connect(mcmdRollback, &QToolButton::clicked, this,
                 [this] { RunCommand(QStringLiteral("Rollback")); });
     } else if (!offered && mcmdRollback) {
@@ -271,7 +287,8 @@ void frmItemHistory::showComment(const QString& heading, const QString& comment)
             }
         });
         mPanelLayout->insertWidget(1, mgrpComment, 1);
-        mgrpComment->setVisible(isVisible());
+        if (isVisible())
+            mgrpComment->show();
     }
     mgrpComment->setTitle(heading);
     mtxtComment->setPlainText(comment);

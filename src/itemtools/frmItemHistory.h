@@ -47,6 +47,7 @@ protected:
 private:
     void FillList();
     void UpdatePanel();
+    void fitColumnsToTexts();
     void Rollback();
     void setRollbackOffered(bool offered);
     void showComment(const QString& heading, const QString& comment);

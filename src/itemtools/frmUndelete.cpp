@@ -98,16 +98,31 @@ void frmUndelete::FillList() {
     }
 }
 
+QList<const QTreeWidgetItem*> frmUndelete::rowsToUndelete() const {
+    QList<const QTreeWidgetItem*> rows;
+    for (int i = 0; i < mlvwDeletedItems->topLevelItemCount(); ++i)
+        if (mlvwDeletedItems->topLevelItem(i)->checkState(0) == Qt::Checked)
+            rows << mlvwDeletedItems->topLevelItem(i);
+    // A user who highlights a row and presses the button means that row, ticked or not.
+    if (rows.isEmpty())
+        for (const QTreeWidgetItem* row : mlvwDeletedItems->selectedItems())
+            rows << row;
+    return rows;
+}
+
 void frmUndelete::cmdUndelete_Click() {
     if (!msdbCurrent)
         return;
+    const QList<const QTreeWidgetItem*> rows = rowsToUndelete();
+    if (rows.isEmpty()) {
+        MsgBox(QStringLiteral("No object is selected. Tick the objects to undelete, or select one."),
+               Prompt::Buttons::OK, Prompt::Icon::Information, QStringLiteral("Nothing to Undelete"));
+        return;
+    }
     BusyCursor busy;
     long successes = 0;
     long failures = 0;
-    for (int i = 0; i < mlvwDeletedItems->topLevelItemCount(); ++i) {
-        const QTreeWidgetItem* row = mlvwDeletedItems->topLevelItem(i);
-        if (row->checkState(0) != Qt::Checked)
-            continue;
+    for (const QTreeWidgetItem* row : rows) {
         bool done = false;
         try {
             done = msdbCurrent->UnDeleteObject(row->data(0, kTagRole).toString(),

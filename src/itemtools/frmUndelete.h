@@ -6,6 +6,7 @@
 
 class QPushButton;
 class QTreeWidget;
+class QTreeWidgetItem;
 class TARMODatabaseObjects;
 
 // Lists the deleted objects of every editable list, with check boxes, and brings back the checked
@@ -32,6 +33,8 @@ protected:
 private:
     void FillList();
     void cmdUndelete_Click();
+    // The ticked rows; without any, the highlighted ones.
+    QList<const QTreeWidgetItem*> rowsToUndelete() const;
 
     TARMODatabaseObjects* msdbCurrent = nullptr;
     bool mbResult = false;

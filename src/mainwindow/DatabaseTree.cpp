@@ -28,6 +28,8 @@ DatabaseTree::DatabaseTree(const ImageList& images, QWidget* parent)
     setRootIsDecorated(true);
     setSortingEnabled(false);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // A double click opens an object's window; the tree decides itself whether it opens the node.
+    setExpandsOnDoubleClick(false);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setDragEnabled(true);
     setDragDropMode(QAbstractItemView::DragOnly);
@@ -82,6 +84,8 @@ void DatabaseTree::AddItems(const TARMODBTItems& Items, QTreeWidgetItem* Parent,
         if (!item.Key.isEmpty())
             node->setData(0, KeyRole, item.Key);
         node->setText(0, item.Text);
+        // A narrow tree cuts long names ("CustomerTotal (Checked out by ...)"): the tip holds it whole.
+        node->setToolTip(0, item.ToolTipText().isEmpty() ? item.Text : item.ToolTipText());
         applyRecordIcon(node, item.ImageName);
         node->setData(0, TagRole, item.Tag);
         AddItems(item.Children(), node, strExpanded, true);
@@ -196,6 +200,7 @@ void DatabaseTree::RefreshNode(QTreeWidgetItem* Node) {
         Node->setData(0, KeyRole, record->Key);
         Node->setData(0, TagRole, record->Tag);
         Node->setText(0, record->Text);
+        Node->setToolTip(0, record->ToolTipText().isEmpty() ? record->Text : record->ToolTipText());
         const QString strExpanded = ExpandedKeys();
         if (!hasPlaceholder(Node)) {
             const bool wasOpen = Node->isExpanded();
@@ -295,7 +300,10 @@ void DatabaseTree::mouseDoubleClickEvent(QMouseEvent* event) {
     QTreeWidgetItem* node = itemAt(mLastMousePos);
     if (node)
         setCurrentItem(node);
-    emit NodeDoubleClicked(node);
+    bool opened = false;
+    emit NodeDoubleClicked(node, opened);
+    if (node && !opened && node->childCount() > 0)
+        node->setExpanded(!node->isExpanded());
     emit SelectionSettled();
 }
 

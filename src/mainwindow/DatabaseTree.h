@@ -50,7 +50,9 @@ public:
     QString DragText(QTreeWidgetItem* node) const;
 
 signals:
-    void NodeDoubleClicked(QTreeWidgetItem* node);
+    // A handler that opens the node's object sets `opened`; a node that opens nothing opens or
+    // closes instead, so that one double click never does both.
+    void NodeDoubleClicked(QTreeWidgetItem* node, bool& opened);
     void RightButtonReleased(QTreeWidgetItem* node, const QPoint& globalPos);
     // After any mouse release, after a drag, and after a key release: the context panel follows.
     void SelectionSettled();

@@ -11,6 +11,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
+#include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMimeData>
 #include <QTimer>
@@ -248,9 +249,18 @@ void EditorChildWindow::placeWindow() {
             });
     sub->setWindowIcon(windowIcon());
     if (msdbCurrent && !(sub->windowState() & (Qt::WindowMaximized | Qt::WindowMinimized))) {
-        sub->resize(
+        // Until the user sizes a child window, one fills the window area; a remembered size is kept
+        // within the area, which may be smaller than when the size was taken.
+        const QSize area = sub->mdiArea() ? sub->mdiArea()->viewport()->size() : QSize();
+        QSize size(
             static_cast<int>(static_cast<double>(msdbCurrent->ChildWindowWidth()) / twipsPerPixelX()),
             static_cast<int>(static_cast<double>(msdbCurrent->ChildWindowHeight()) / twipsPerPixelY()));
+        if (!area.isEmpty()) {
+            size = msdbCurrent->ChildWindowSizeSet() ? size.boundedTo(area) : area;
+            if (!msdbCurrent->ChildWindowSizeSet())
+                sub->move(0, 0);
+        }
+        sub->resize(size);
         // The settings know normal and maximized only: a window never opens minimized.
         if (msdbCurrent->ChildWindowState() == WindowState::Maximized)
             sub->showMaximized();

@@ -1,9 +1,12 @@
 #include "IconPainter.h"
 
+#include <QIconEngine>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPixmap>
+#include <QPixmapCache>
 
+#include <algorithm>
 #include <cmath>
 
 // Every picture is drawn on a 16 x 16 grid and rendered at 16 and 32 pixels, so that it stays sharp
@@ -190,48 +193,84 @@ void circleArrows(QPainter& p, const QColor& a, const QColor& b) {
     p.drawPolygon(QPolygonF{{10, 9}, {15, 9}, {12.5, 6}});
 }
 
-// The state badges: a disc of 7 pixels in the lower right corner.
+// The state badges sit in the lower right corner, 9 of the 16 pixels wide, each with a shape and a
+// colour of its own. The colours are of a palette that stays apart for red-green colour blindness
+// (blue, orange, sky blue, reddish purple, yellow), and no two states differ in colour alone.
+const QColor stateBlue(0x00, 0x72, 0xb2);
+const QColor stateOrange(0xe6, 0x9f, 0x00);
+const QColor stateSky(0x56, 0xb4, 0xe9);
+const QColor statePurple(0xcc, 0x79, 0xa7);
+const QColor stateYellow(0xf0, 0xe4, 0x42);
+const QColor stateInk(0x1a, 0x1a, 0x1a);
+
+// A disc, as the trigger actions and the synchronization pictures use it.
 void badge(QPainter& p, const QColor& fill) {
     p.setPen(pen(paper, 1.2));
     p.setBrush(fill);
     p.drawEllipse(QRectF(8.5, 8.5, 7, 7));
 }
 
+void pencil(QPainter& p, const QColor& wood, const QRectF& r) {
+    p.setPen(pen(stateInk, 0.8));
+    p.setBrush(wood);
+    const qreal x = r.left(), y = r.top(), w = r.width(), h = r.height();
+    p.drawPolygon(QPolygonF{{x, y + h},
+                            {x + w * 0.12, y + h * 0.62},
+                            {x + w * 0.62, y + h * 0.12},
+                            {x + w * 0.88, y + h * 0.38},
+                            {x + w * 0.38, y + h * 0.88}});
+    p.setBrush(stateInk);
+    p.drawPolygon(QPolygonF{{x, y + h}, {x + w * 0.06, y + h * 0.8}, {x + w * 0.2, y + h * 0.94}});
+}
+
+void padlock(QPainter& p, const QColor& body, const QRectF& r) {
+    p.setPen(pen(stateInk, 1.3));
+    p.setBrush(Qt::NoBrush);
+    const qreal shackle = r.width() * 0.6;
+    p.drawArc(QRectF(r.center().x() - shackle / 2, r.top(), shackle, r.height() * 0.7), 0, 180 * 16);
+    p.drawLine(QPointF(r.center().x() - shackle / 2, r.top() + r.height() * 0.35),
+               QPointF(r.center().x() - shackle / 2, r.top() + r.height() * 0.5));
+    p.drawLine(QPointF(r.center().x() + shackle / 2, r.top() + r.height() * 0.35),
+               QPointF(r.center().x() + shackle / 2, r.top() + r.height() * 0.5));
+    p.setPen(pen(stateInk, 0.9));
+    p.setBrush(body);
+    p.drawRoundedRect(QRectF(r.left(), r.top() + r.height() * 0.45, r.width(), r.height() * 0.55), 1, 1);
+}
+
 void stateBadge(QPainter& p, const QString& state) {
     if (state == QLatin1String("CHECKEDIN")) {
-        badge(p, green);
-        tick(p, paper, QRectF(10.3, 10.5, 3.6, 3), 1.3);
-    } else if (state == QLatin1String("CHECKEDOUT")) {
-        // Checked out to me: red, with a pencil stroke.
-        badge(p, red);
-        p.setPen(pen(paper, 1.4));
-        p.drawLine(QPointF(10.5, 13.5), QPointF(13.5, 10.5));
-    } else if (state == QLatin1String("CHECKEDINOUT")) {
-        // Checked out by somebody else: amber, with a padlock.
-        badge(p, orange);
-        p.setPen(pen(paper, 1));
-        p.setBrush(paper);
-        p.drawRect(QRectF(10.5, 12, 3, 2));
-        p.setBrush(Qt::NoBrush);
-        p.drawArc(QRectF(10.8, 10, 2.4, 3.4), 0, 180 * 16);
-    } else if (state == QLatin1String("VSSBROKEN")) {
-        // Missing from the version store: purple square with a cross.
+        // In the store and on the server alike: a blue disc with a tick.
         p.setPen(pen(paper, 1.2));
-        p.setBrush(purple);
-        p.drawRect(QRectF(8.5, 8.5, 7, 7));
-        cross(p, paper, QRectF(10.5, 10.5, 3, 3), 1.3);
+        p.setBrush(stateBlue);
+        p.drawEllipse(QRectF(7, 7, 8.5, 8.5));
+        tick(p, paper, QRectF(9.2, 9.6, 4.2, 3.6), 1.5);
+    } else if (state == QLatin1String("CHECKEDOUT")) {
+        // Checked out to me, to be edited: an orange pencil.
+        pencil(p, stateOrange, QRectF(6.5, 6.5, 9.5, 9.5));
+    } else if (state == QLatin1String("CHECKEDINOUT")) {
+        // Checked out by somebody else: a padlock, locked to me.
+        padlock(p, statePurple, QRectF(7.5, 6.5, 8, 9));
+    } else if (state == QLatin1String("VSSBROKEN")) {
+        // On the server only: a sky-blue database with a question of the store (no tick, a dash).
+        cylinder(p, QRectF(8, 6.5, 7.5, 9), stateSky);
+        p.setPen(pen(stateInk, 1.4));
+        p.drawLine(QPointF(10, 11.5), QPointF(13.5, 11.5));
     } else if (state == QLatin1String("SQLBROKEN")) {
-        // Missing from SQL Server: a red database with a cross.
-        cylinder(p, QRectF(8.5, 8, 7, 8), red);
-        cross(p, paper, QRectF(10.5, 11, 3, 3), 1.2);
+        // In the store only: a dark diamond with an exclamation mark, missing from the server.
+        p.setPen(pen(paper, 1));
+        p.setBrush(stateInk);
+        p.drawPolygon(QPolygonF{{11.5, 6.5}, {16, 11}, {11.5, 15.5}, {7, 11}});
+        p.setPen(pen(stateYellow, 1.5));
+        p.drawLine(QPointF(11.5, 8.8), QPointF(11.5, 11.6));
+        p.drawPoint(QPointF(11.5, 13.4));
     } else if (state == QLatin1String("NEW")) {
-        p.setPen(pen(orange.darker(120), 0.8));
-        p.setBrush(yellow);
+        p.setPen(pen(stateInk, 0.8));
+        p.setBrush(stateYellow);
         QPolygonF star;
         for (int i = 0; i < 10; ++i) {
-            const qreal radius = i % 2 ? 1.6 : 4;
+            const qreal radius = i % 2 ? 1.9 : 4.6;
             const qreal angle = -M_PI / 2 + i * M_PI / 5;
-            star << QPointF(12 + radius * std::cos(angle), 12 + radius * std::sin(angle));
+            star << QPointF(11.4 + radius * std::cos(angle), 11.4 + radius * std::sin(angle));
         }
         p.drawPolygon(star);
     }
@@ -379,11 +418,15 @@ void paintKey(QPainter& p, const QString& key) {
         page(p, purple);
         arrow(p, green, QPointF(8, 3), QPointF(8, 12));
     } else if (key == QLatin1String("VSS:CHECKOUT")) {
-        page(p, purple, QRectF(1.5, 1.5, 9, 13));
-        tick(p, red, QRectF(6.5, 6.5, 8, 6), 2.2);
+        // The same pencil as an object checked out to me.
+        page(p, purple, QRectF(1.5, 1.5, 10, 13));
+        pencil(p, stateOrange, QRectF(5, 4, 11, 11));
     } else if (key == QLatin1String("VSS:CHECKIN")) {
-        page(p, purple, QRectF(1.5, 1.5, 9, 13));
-        tick(p, green, QRectF(6.5, 6.5, 8, 6), 2.2);
+        // An arrow into the store's tray, and the tick of a checked-in object.
+        p.setPen(pen(purple.darker(130), 1.4));
+        p.setBrush(Qt::NoBrush);
+        p.drawPolyline(QPolygonF{{1.5, 9.5}, {1.5, 14.5}, {14.5, 14.5}, {14.5, 9.5}});
+        arrow(p, stateBlue, QPointF(8, 1.5), QPointF(8, 10), 2.2);
     } else if (key == QLatin1String("VSS:UNDOCHECKOUT")) {
         page(p, purple, QRectF(1.5, 1.5, 9, 13));
         curvedArrow(p, red, false);
@@ -405,8 +448,21 @@ void paintKey(QPainter& p, const QString& key) {
         p.drawRect(QRectF(4.5, 1.5, 7, 5));
         p.drawRect(QRectF(3.5, 9.5, 9, 5));
     } else if (key == QLatin1String("EDIT:TEST") || key == QLatin1String("SQLQUERY:PARSE")) {
-        page(p, blue);
-        tick(p, green, QRectF(4.5, 6.5, 9, 7), 2.2);
+        // A flask: the text is tried on the server, nothing is kept.
+        p.setPen(pen(stateInk, 1.1));
+        p.setBrush(paper);
+        QPainterPath flask;
+        flask.moveTo(6, 1.5);
+        flask.lineTo(10, 1.5);
+        flask.lineTo(10, 6);
+        flask.lineTo(14.5, 14.5);
+        flask.lineTo(1.5, 14.5);
+        flask.lineTo(6, 6);
+        flask.closeSubpath();
+        p.drawPath(flask);
+        p.setPen(Qt::NoPen);
+        p.setBrush(stateSky);
+        p.drawPolygon(QPolygonF{{4.3, 10}, {11.7, 10}, {13.6, 13.8}, {2.4, 13.8}});
     } else if (key == QLatin1String("DESCRIPTION")) {
         page(p, QColor(0xc4, 0xa0, 0x00));
         textLines(p, grey, 4.5, 5, 4);
@@ -506,13 +562,64 @@ QPixmap render(const QString& key, int size) {
     return pixmap;
 }
 
+// Draws the picture at whatever size and device pixel ratio it is asked for, so that it is sharp on
+// a dense screen at any size, rather than scaled from a few fixed pixmaps.
+class PaintedIconEngine : public QIconEngine {
+public:
+    explicit PaintedIconEngine(QString key)
+        : mKey(std::move(key)) {}
+
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override {
+        const qreal ratio = painter->device() ? painter->device()->devicePixelRatioF() : 1.0;
+        painter->drawPixmap(rect, scaledPixmap(rect.size() * ratio, mode, state, ratio));
+    }
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
+        return scaledPixmap(size, mode, state, 1.0);
+    }
+    QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State, qreal scale) override {
+        // The size comes in device pixels; the scale is the ratio they stand for.
+        const int side = std::max(1, std::min(size.width(), size.height()));
+        // A tree repaints its rows often; each picture is drawn once per size.
+        const QString cacheKey =
+            QStringLiteral("tarmo-icon:%1:%2:%3").arg(mKey).arg(side).arg(mode == QIcon::Disabled ? 1 : 0);
+        QPixmap pixmap;
+        if (!QPixmapCache::find(cacheKey, &pixmap)) {
+            pixmap = render(mKey, side);
+            if (mode == QIcon::Disabled)
+                pixmap = disabled(pixmap);
+            QPixmapCache::insert(cacheKey, pixmap);
+        }
+        pixmap.setDevicePixelRatio(scale);
+        return pixmap;
+    }
+    QSize actualSize(const QSize& size, QIcon::Mode, QIcon::State) override {
+        const int side = std::min(size.width(), size.height());
+        return {side, side};
+    }
+    QIconEngine* clone() const override { return new PaintedIconEngine(mKey); }
+    QString key() const override { return QStringLiteral("tarmo-painted"); }
+
+private:
+    // Grey and faint, as a disabled button shows its picture.
+    static QPixmap disabled(const QPixmap& source) {
+        QImage image = source.toImage().convertToFormat(QImage::Format_ARGB32);
+        for (int y = 0; y < image.height(); ++y) {
+            auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
+            for (int x = 0; x < image.width(); ++x) {
+                const int level = qGray(line[x]);
+                line[x] = qRgba(level, level, level, qAlpha(line[x]) * 2 / 5);
+            }
+        }
+        return QPixmap::fromImage(image);
+    }
+
+    QString mKey;
+};
+
 } // namespace
 
 QIcon IconPainter::Icon(const QString& key) {
-    QIcon icon;
-    for (int size : {16, 24, 32})
-        icon.addPixmap(render(key, size));
-    return icon;
+    return QIcon(new PaintedIconEngine(key));
 }
 
 QImage IconPainter::Image(const QString& key, int size) {

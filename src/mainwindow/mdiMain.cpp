@@ -25,6 +25,7 @@
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMimeData>
+#include <QScreen>
 #include <QSplitter>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -234,8 +235,22 @@ void mdiMain::buildStatusBar() {
 }
 
 void mdiMain::SetGeometry(long height, long width, ::WindowState windowState) {
-    resize(toPixels(width), toPixels(height));
-    setWindowState(windowState == ::WindowState::Maximized ? Qt::WindowMaximized : Qt::WindowNoState);
+    const QSize normal(toPixels(width), toPixels(height));
+    if (windowState == ::WindowState::Maximized) {
+        // A window that is maximized already stays as it is: a resize would leave its contents at the
+        // old size while the frame stays maximized. The normal size waits for a restore.
+        if (!isMaximized()) {
+            resize(normal);
+            setWindowState(Qt::WindowMaximized);
+        }
+        return;
+    }
+    setWindowState(Qt::WindowNoState);
+    resize(normal);
+    // A window that isn't on the screen yet comes up in the middle of it.
+    if (!isVisible())
+        if (const QScreen* on = screen())
+            move(on->availableGeometry().center() - rect().center());
 }
 
 void mdiMain::SetDatabaseTreeVisible(bool visible) {
@@ -253,6 +268,7 @@ void mdiMain::SetExtraPanelVisible(bool visible) {
 }
 
 void mdiMain::ShowWindow() {
+    setUpdatesEnabled(true);
     if (windowState() & Qt::WindowMaximized)
         showMaximized();
     else
@@ -260,7 +276,12 @@ void mdiMain::ShowWindow() {
 }
 
 void mdiMain::HideWindow() {
-    hide();
+    // While another project is opened the window is not taken off the screen but stops drawing:
+    // unmapping a maximized window and mapping it again leaves it drawn at its old size.
+    if (isVisible())
+        setUpdatesEnabled(false);
+    else
+        hide();
 }
 
 void mdiMain::CheckProjectSyncInfo() {
@@ -421,8 +442,9 @@ void mdiMain::treeRightReleased(QTreeWidgetItem* node, const QPoint& globalPos) 
         popup->popup(globalPos);
 }
 
-void mdiMain::treeDoubleClicked(QTreeWidgetItem* node) {
+void mdiMain::treeDoubleClicked(QTreeWidgetItem* node, bool& opened) {
     if (node) {
+        opened = opensWindow(node);
         if (DatabaseTree::NodeTag(node) == QLatin1String("Permission")) {
             QTreeWidgetItem* parentNode = node->parent();
             DoCommand(Command::Permissions,
@@ -434,6 +456,19 @@ void mdiMain::treeDoubleClicked(QTreeWidgetItem* node) {
         }
     }
     UpdateContextPanel();
+}
+
+bool mdiMain::opensWindow(QTreeWidgetItem* node) const {
+    if (DatabaseTree::NodeTag(node) == QLatin1String("Permission"))
+        return true;
+    bool editable = false;
+    if (mDispatch)
+        Guarded([&] {
+            const auto object =
+                mDispatch->GetObject(DatabaseTree::NodeTag(node), DatabaseTree::NodeKey(node));
+            editable = object && object->IsEditable();
+        });
+    return editable;
 }
 
 void mdiMain::showStatusProgress(const QString& verb, const QString& displayName, long current, long total) {

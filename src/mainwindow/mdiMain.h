@@ -174,7 +174,9 @@ private:
     void runCommand(Command command, const QString& strParameter, long lngHelpContext, int index);
     void refreshTree();
     bool unloadWindow();
-    void treeDoubleClicked(QTreeWidgetItem* node);
+    void treeDoubleClicked(QTreeWidgetItem* node, bool& opened);
+    // A double click on the node opens a window (an object's text or its permissions).
+    bool opensWindow(QTreeWidgetItem* node) const;
     void fillContextPanel();
     void treeRightReleased(QTreeWidgetItem* node, const QPoint& globalPos);
     void panelEntryClicked(const QString& entryKey, long command);

@@ -69,9 +69,10 @@ const std::vector<mdiMain::CommandRow>& mdiMain::CommandTable() {
         child(C::Paste, &W::CanPaste, &W::PasteText, "EDITBAR:PASTE", "mnuPaste"),
         own(C::RefreshNode, R::NeedsSelectedNode,
             [](mdiMain& w, const CommandCall& call) {
-                if (call.selected == w.mnodPanelItem)
-                    w.mnodPanelItem = nullptr;
+                w.mnodPanelItem = nullptr;
                 w.mtvwDBT->RefreshNode(call.selected);
+                // The refresh may remove the node and move the selection: the panel follows it.
+                w.UpdateContextPanel();
             }),
         own(C::RefreshTree, R::Always, [](mdiMain& w, const CommandCall&) { w.refreshTree(); }),
         own(C::Synchronize, R::NeedsProject,
@@ -269,6 +270,8 @@ void mdiMain::runCommand(Command command, const QString& strParameter, long lngH
 void mdiMain::refreshTree() {
     mnodPanelItem = nullptr;
     mtvwDBT->RefreshAll();
+    // Nodes that went away moved the selection: the panel offers what the selected node offers now.
+    UpdateContextPanel();
 }
 
 void mdiMain::KeyPreview(bool bKeyDown, int& KeyCode, int Shift, long lngHelpContext) {

@@ -450,6 +450,7 @@ QString TARMOObjectVSS::StripDriverPrefix(const QString& text) {
 }
 
 bool TARMOObjectVSS::GetLatestVersion() {
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     StoreTraffic::StoreCall();
     const bool fetched = mVSS->GetLatestVersion(ItemName(), false);
     RefreshState();
@@ -457,6 +458,7 @@ bool TARMOObjectVSS::GetLatestVersion() {
 }
 
 bool TARMOObjectVSS::CheckOut() {
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     if (mIsNew)
         return false;
     StoreTraffic::StoreCall();
@@ -466,6 +468,7 @@ bool TARMOObjectVSS::CheckOut() {
 }
 
 bool TARMOObjectVSS::UndoCheckout() {
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     if (mIsNew)
         return false;
     StoreTraffic::StoreCall();
@@ -513,6 +516,7 @@ bool TARMOObjectVSS::CheckIn(const QString& strContent, const QString& strCommen
     if (!TestItem(strContent))
         return false;
     QString content = strContent;
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     try {
         // A name without owner would hit the connection user's own object of that name.
         if (mOwner.compare(mSQL->DatabaseUserName(), Qt::CaseInsensitive) != 0) {
@@ -584,6 +588,10 @@ bool TARMOObjectVSS::checkInNew(const QString& strContent, const QString& strCom
         RefreshState();
     NewItemCreated_Event();
     return mInVSS;
+}
+
+QString TARMOObjectVSS::StoreObjectName() const {
+    return ObjectDisplayName().toLower() + QLatin1Char(' ') + qualifiedDisplayName();
 }
 
 QString TARMOObjectVSS::qualifiedDisplayName() const {

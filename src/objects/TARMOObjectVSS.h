@@ -80,6 +80,8 @@ public:
     // --- Constants of the kind
     const QString& ObjectType() const { return mObjectType; }
     const QString& ObjectDisplayName() const { return mObjectDisplayName; }
+    // The kind and the qualified name, as a message names the object: "view dbo.CustomerSummary".
+    QString StoreObjectName() const;
     const QString& ParentObjectType() const { return mParentObjectType; }
     const QString& TreeParentObjectType() const { return mParentObjectType; }
     const QString& TreeParentObjectKey() const { return mParentObjectType; }

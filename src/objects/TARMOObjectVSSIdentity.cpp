@@ -39,6 +39,7 @@ QString TARMOObjectVSS::CleanSQLError(const QString& description) {
 }
 
 bool TARMOObjectVSS::RenameItem(const QString& NewName, bool) {
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     if (mIsNew) {
         show(QStringLiteral("Cannot rename a New Item!"), kRenameAborted, Prompt::Icon::Critical);
         return false;
@@ -126,6 +127,7 @@ bool TARMOObjectVSS::RenameItem(const QString& NewName, bool) {
 }
 
 bool TARMOObjectVSS::DeleteItem() {
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     StoreTraffic::Statements();
     mSQL->ExecuteSQL(DropScript());
     mInSQL = false;
@@ -137,6 +139,7 @@ bool TARMOObjectVSS::DeleteItem() {
 }
 
 bool TARMOObjectVSS::Rollback(long RollbackToVersion, bool bSilent) {
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     if (!mCheckedOutBy.isEmpty()) {
         if (!bSilent)
             show(QStringLiteral("The item is currently checkedout by '") + mCheckedOutBy +
@@ -217,6 +220,7 @@ bool TARMOObjectVSS::Rollback(long RollbackToVersion, bool bSilent) {
 }
 
 bool TARMOObjectVSS::UnDelete(bool) {
+    const TARMOVSS::NamedItem named(ItemName(), StoreObjectName());
     const QString oldItem = ItemName();
     StoreTraffic::StoreCall();
     const QString text = mVSS->ItemContent(oldItem, true, -1, false, true);

@@ -194,8 +194,13 @@ void multiGrid::ShowPane(bool bMessages) {
 
 // --- Layout
 
-int multiGrid::StackedGridHeight(int rowCount) {
-    return std::clamp(rowCount, 2, 8) * 20 + 25;
+int multiGrid::StackedGridHeight(const QTableView* grid) {
+    const int rows = std::clamp(grid->model() ? grid->model()->rowCount() : 0, 2, 8);
+    int height = grid->horizontalHeader()->sizeHint().height() +
+                 rows * grid->verticalHeader()->defaultSectionSize() + 2 * grid->frameWidth();
+    if (grid->horizontalHeader()->length() > grid->width() - 2 * grid->frameWidth())
+        height += grid->horizontalScrollBar()->sizeHint().height();
+    return height;
 }
 
 void multiGrid::resizeEvent(QResizeEvent* event) {
@@ -237,7 +242,7 @@ void multiGrid::layoutGrids(int paneHeight) {
     const int gap = px(10);
     int total = 0;
     for (QTableView* grid : mGrids)
-        total += StackedGridHeight(grid->model()->rowCount());
+        total += StackedGridHeight(grid);
     if (!mGrids.empty())
         total += gap * static_cast<int>(mGrids.size() - 1);
 
@@ -247,7 +252,8 @@ void multiGrid::layoutGrids(int paneHeight) {
     mpicArea->setGeometry(0, 0, areaWidth, mbScroll ? total : paneHeight);
     int top = 0;
     for (QTableView* grid : mGrids) {
-        grid->setGeometry(left, top, areaWidth - 2 * left, StackedGridHeight(grid->model()->rowCount()));
+        grid->setGeometry(left, top, areaWidth - 2 * left, grid->height());
+        grid->resize(areaWidth - 2 * left, StackedGridHeight(grid));
         top += grid->height() + gap;
     }
     if (!mGrids.empty() && !mbScroll) {

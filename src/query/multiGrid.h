@@ -49,8 +49,9 @@ public:
     QWidget* picResults() const { return mpicResults; }
     QWidget* picMessages() const { return mpicMessages; }
 
-    // Height of a grid in a stack of several: its rows counted between 2 and 8.
-    static int StackedGridHeight(int rowCount);
+    // The height of a grid in a stack: its header and its rows whole (from 2 up to 8 of them, so a
+    // large result scrolls inside its grid), with room for a horizontal scroll bar when it needs one.
+    static int StackedGridHeight(const QTableView* grid);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;

@@ -6,6 +6,7 @@
 
 #include <QDir>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -33,6 +34,12 @@ std::optional<long> asLong(const QString& text) {
 }
 
 // A window is put back normal or maximized; anything else stored (minimized too) means normal.
+// A size before the user has set one: a share of the screen, so that the window suits a small
+// laptop and a large desktop alike.
+long firstStartShare(long screenTwips, long percent) {
+    return screenTwips * percent / 100;
+}
+
 WindowState restoredState(long stored) {
     return stored == static_cast<long>(WindowState::Maximized) ? WindowState::Maximized : WindowState::Normal;
 }
@@ -126,14 +133,16 @@ void TARMODatabase::SetOpenMostRecent(bool value) {
 }
 
 long TARMODatabase::WindowHeight() const {
-    return readBounded(QStringLiteral("WinHeight"), 8580, 1001, mScreen.HeightTwips());
+    return readBounded(QStringLiteral("WinHeight"), firstStartShare(mScreen.HeightTwips(), 80), 1001,
+                       mScreen.HeightTwips());
 }
 void TARMODatabase::SetWindowHeight(long value) {
     writeLong(QStringLiteral("WinHeight"), value);
 }
 
 long TARMODatabase::WindowWidth() const {
-    return readBounded(QStringLiteral("WinWidth"), 10320, 1001, mScreen.WidthTwips());
+    return readBounded(QStringLiteral("WinWidth"), firstStartShare(mScreen.WidthTwips(), 80), 1001,
+                       mScreen.WidthTwips());
 }
 void TARMODatabase::SetWindowWidth(long value) {
     writeLong(QStringLiteral("WinWidth"), value);
@@ -147,7 +156,8 @@ void TARMODatabase::SetWindowState(::WindowState value) {
 }
 
 long TARMODatabase::DBTWidth() const {
-    return readBounded(QStringLiteral("DatabaseListWidth"), 2865, 1, mScreen.WidthTwips());
+    return readBounded(QStringLiteral("DatabaseListWidth"),
+                       std::max(2865L, firstStartShare(mScreen.WidthTwips(), 20)), 1, mScreen.WidthTwips());
 }
 void TARMODatabase::SetDBTWidth(long value) {
     writeLong(QStringLiteral("DatabaseListWidth"), value);
@@ -277,6 +287,10 @@ void TARMODatabase::SetShowPermissionsInEditor(int value) {
 }
 void TARMODatabase::SetChildWindowState(::WindowState value) {
     writeLong(QStringLiteral("ChildWindowState"), static_cast<long>(value));
+}
+
+bool TARMODatabase::ChildWindowSizeSet() const {
+    return !SettingText(QStringLiteral("ChildWindowWidth")).isEmpty();
 }
 
 long TARMODatabase::ChildWindowWidth() const {

@@ -121,6 +121,8 @@ public:
     // --- Child windows (twips)
     ::WindowState ChildWindowState() const; // Normal or Maximized
     void SetChildWindowState(::WindowState value);
+    // False until a child window's size has been stored: the first one then fills the window area.
+    bool ChildWindowSizeSet() const;
     long ChildWindowWidth() const;
     void SetChildWindowWidth(long value);
     long ChildWindowHeight() const;

@@ -13,6 +13,21 @@ namespace {
 
 const QString connectionErrorTitle = QStringLiteral("Connection Error");
 
+// The item that a NamedItem names, and its object; one at a time, since all of this runs on one thread.
+QString gNamedItem, gNamedObject;
+
+QString withObjectName(const QString& text) {
+    if (gNamedItem.isEmpty())
+        return text;
+    const QString quoted = QLatin1Char('\'') + gNamedItem + QLatin1Char('\'');
+    const qsizetype at = text.indexOf(quoted, 0, Qt::CaseInsensitive);
+    if (at < 0)
+        return text;
+    QString named = text;
+    named.insert(at + quoted.size(), QStringLiteral(" (") + gNamedObject + QLatin1Char(')'));
+    return named;
+}
+
 // Runs one step of an operation that reports its own failures: any error becomes the critical box of
 // the operation (unless silent) and a False result. What was done before the error stays done.
 template <typename Step>
@@ -26,8 +41,9 @@ bool reported(bool bSilent, const QString& title, const QString& firstLine, Step
         description = QString::fromUtf8(e.what());
     }
     if (!bSilent)
-        MsgBox(firstLine + QLatin1Char('\n') + QLatin1Char('(') + description + QLatin1Char(')'),
-               Prompt::Buttons::OK, Prompt::Icon::Critical, title);
+        MsgBox(
+            withObjectName(firstLine + QLatin1Char('\n') + QLatin1Char('(') + description + QLatin1Char(')')),
+            Prompt::Buttons::OK, Prompt::Icon::Critical, title);
     return false;
 }
 
@@ -54,6 +70,18 @@ QString temporaryVersionName() {
 }
 
 } // namespace
+
+TARMOVSS::NamedItem::NamedItem(const QString& ItemName, const QString& objectName)
+    : mPreviousItem(gNamedItem)
+    , mPreviousName(gNamedObject) {
+    gNamedItem = ItemName;
+    gNamedObject = objectName;
+}
+
+TARMOVSS::NamedItem::~NamedItem() {
+    gNamedItem = mPreviousItem;
+    gNamedObject = mPreviousName;
+}
 
 TARMOVSS::TARMOVSS() = default;
 TARMOVSS::~TARMOVSS() = default;

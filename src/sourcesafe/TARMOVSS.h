@@ -21,6 +21,19 @@ public:
     // The three states of IsCheckedOut of a store item.
     enum { VSSFILE_NOTCHECKEDOUT = 0, VSSFILE_CHECKEDOUT = 1, VSSFILE_CHECKEDOUT_ME = 2 };
 
+    // While it lives, a failure reported about the item also names its object ("view dbo.Totals"):
+    // a store file name such as '1013578660.vw' alone doesn't tell the user what failed.
+    class NamedItem {
+    public:
+        NamedItem(const QString& ItemName, const QString& objectName);
+        ~NamedItem();
+        NamedItem(const NamedItem&) = delete;
+        NamedItem& operator=(const NamedItem&) = delete;
+
+    private:
+        QString mPreviousItem, mPreviousName;
+    };
+
     TARMOVSS();
     ~TARMOVSS();
     TARMOVSS(const TARMOVSS&) = delete;

@@ -11,6 +11,7 @@
 #include "frmProjectDetails.h"
 #include "frmVSSProjectBrowser.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -18,6 +19,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSet>
 #include <QTimer>
 #include <QTreeWidget>
 
@@ -65,7 +67,6 @@ protected:
         frmProjectDetails w;
         w.BeginNew();
         fill(w, name);
-        prompts->QueueAnswer(Prompt::Answer::Yes); // step 5 tests the store login without a password
         w.cmdFinished->click();
         auto project = w.Result();
         EXPECT_TRUE(project);
@@ -216,6 +217,24 @@ TEST_F(BrowserTest, StoreProjectTreeOpensDownThePresentFolder) {
     EXPECT_EQ(root->child(0)->child(0)->text(0), QStringLiteral("Orders"));
 }
 
+// The list comes up with its first row chosen, so Open works without a click on a row.
+TEST_F(BrowserTest, OpenActsOnTheFirstRowWithoutAClick) {
+    saved(QStringLiteral("First"));
+    saved(QStringLiteral("Second"));
+    prompts->Clear();
+    frmProjectBrowser modal;
+    QTimer::singleShot(0, &modal, [&] {
+        QTreeWidgetItem* chosen = modal.lvwProjects()->currentItem();
+        ASSERT_NE(chosen, nullptr);
+        EXPECT_TRUE(chosen->isSelected());
+        modal.cmdOpen()->click();
+    });
+    auto picked = modal.ProjectBrowser(nullptr, true);
+    ASSERT_TRUE(picked);
+    EXPECT_EQ(picked->Name(), QStringLiteral("First"));
+    EXPECT_TRUE(prompts->Records().isEmpty());
+}
+
 TEST_F(BrowserTest, BrowserListsRemovesAndOpens) {
     auto* browser = new frmProjectBrowser;
     browser->setAttribute(Qt::WA_DeleteOnClose);
@@ -307,13 +326,19 @@ TEST(FirstRun, ProjectFromNothingEntirelyInTheWindows) {
         wizard->cmdNewStore->click();
         wizard->chkVSSStorePassword->setChecked(true);
         wizard->txtVSSProject->setText(QStringLiteral("$\\"));
-        prompts->QueueAnswer(Prompt::Answer::Yes); // the store is tested without its password first
         wizard->cmdFinished->click();
         if (wizard->isVisible())
             wizard->reject();
     });
     browser.cmdNew()->click();
-    EXPECT_EQ(prompts->Messages().size(), 1) << qPrintable(prompts->Messages().join(QLatin1Char('\n')));
+    // The store just made is tested with the password given for it: Finished asks nothing more.
+    EXPECT_EQ(prompts->Messages(), QStringList());
+    QStringList newLogins;
+    for (const auto& record : prompts->Records())
+        if (record.kind == ScriptedPrompts::Kind::NewLogin)
+            newLogins << record.title;
+    EXPECT_EQ(newLogins,
+              (QStringList{QStringLiteral("New Embedded Server"), QStringLiteral("New Version Store")}));
     ASSERT_EQ(browser.lvwProjects()->topLevelItemCount(), 1);
     auto* item = browser.lvwProjects()->topLevelItem(0);
     EXPECT_EQ(item->text(1), QStringLiteral("embedded:") + dir.Path(QStringLiteral("server")));

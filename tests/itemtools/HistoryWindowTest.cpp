@@ -189,3 +189,25 @@ TEST_F(HistoryWindowTest, CurrentVersionIsRefusedAndCloseEnds) {
     EXPECT_FALSE(form.isVisible());
     EXPECT_FALSE(form.RolledBack());
 }
+
+// The window is filled before it is shown, as the object window opens it: the comment of the version
+// selected then, and the whole date with its time, must be there once it is on the screen.
+TEST_F(HistoryWindowTest, WhatIsFilledBeforeShowingIsSeenWhole) {
+    newVersion(item, kVersion2, QStringLiteral("totals by city"));
+    form.Load(*object);
+    form.show();
+    ASSERT_NE(form.CommentGroup(), nullptr);
+    EXPECT_TRUE(form.CommentGroup()->isVisible());
+    EXPECT_EQ(commentText(), QStringLiteral("totals by city"));
+
+    select(1);
+    ASSERT_NE(form.Command(QStringLiteral("Rollback")), nullptr);
+    EXPECT_TRUE(form.Command(QStringLiteral("Rollback"))->isVisible());
+
+    const QTreeWidget* list = form.lvwHistory();
+    for (int row = 0; row < list->topLevelItemCount(); ++row) {
+        const QString date = list->topLevelItem(row)->text(3);
+        EXPECT_GT(list->columnWidth(3), list->fontMetrics().horizontalAdvance(date)) << qPrintable(date);
+    }
+    form.hide();
+}

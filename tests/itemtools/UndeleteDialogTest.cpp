@@ -43,8 +43,8 @@ protected:
     frmUndelete form;
 };
 
-// The deleted objects are listed by name and type, unchecked; with nothing checked the button says
-// nothing and changes nothing.
+// The deleted objects are listed by name and type, unchecked; with nothing ticked or highlighted the
+// button says so and changes nothing; a highlighted row that isn't ticked is what the user means.
 TEST_F(UndeleteDialogTest, ListsDeletedObjectsAndIgnoresAnEmptyChoice) {
     const qsizetype before = prompts->Records().size();
     form.Load(objects());
@@ -58,10 +58,19 @@ TEST_F(UndeleteDialogTest, ListsDeletedObjectsAndIgnoresAnEmptyChoice) {
     EXPECT_NE(rowNamed(form.lvwDeletedItems(), QStringLiteral("GetCustomerOrders")), nullptr);
     Screenshot(&form, QStringLiteral("itemtools-undelete"));
 
+    form.lvwDeletedItems()->clearSelection();
     form.cmdUndelete()->click();
-    EXPECT_EQ(prompts->Records().size(), before);
+    ASSERT_EQ(prompts->Records().size(), before + 1);
+    EXPECT_EQ(prompts->Records().last().title, QStringLiteral("Nothing to Undelete"));
     EXPECT_FALSE(form.Result());
     EXPECT_NE(rowNamed(form.lvwDeletedItems(), QStringLiteral("AddOrder")), nullptr);
+
+    form.lvwDeletedItems()->setCurrentItem(row);
+    form.cmdUndelete()->click();
+    EXPECT_TRUE(form.Result());
+    EXPECT_EQ(rowNamed(form.lvwDeletedItems(), QStringLiteral("AddOrder")), nullptr);
+    EXPECT_NE(rowNamed(form.lvwDeletedItems(), QStringLiteral("GetCustomerOrders")), nullptr)
+        << "only the highlighted row";
 }
 
 // One object comes back under a new id with its item renamed to match, and leaves the list.

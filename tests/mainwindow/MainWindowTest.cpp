@@ -4,7 +4,9 @@
 #include "TARMOError.h"
 
 #include <QCoreApplication>
+#include <QMdiSubWindow>
 #include <QMenu>
+#include <QTest>
 
 TEST_F(MainWindowTest, OpeningAProjectShowsTheListsUnreadWithPlaceholders) {
     EXPECT_EQ(dispatch.Reads, QStringList{QStringLiteral("Start|")}) << "no list is read before it is opened";
@@ -261,4 +263,77 @@ TEST_F(MainWindowTest, ACommandThatFailsIsToldAndEndsTheBusyState) {
     EXPECT_EQ(prompts->Records().first().text, QStringLiteral("The server is gone."));
     EXPECT_NE(node({QStringLiteral("Tables"), QStringLiteral("Customers")}), nullptr)
         << "the tree keeps what it showed";
+}
+
+// A double click on an object opens its window and leaves the node as it was; on a list, which opens
+// no window, it opens and closes the node.
+TEST_F(MainWindowTest, DoubleClickOpensAnObjectOrTogglesAList) {
+    auto doubleClick = [&](QTreeWidgetItem* item) {
+        tree().scrollToItem(item);
+        const QPoint at = tree().visualItemRect(item).center();
+        QTest::mouseDClick(tree().viewport(), Qt::LeftButton, {}, at);
+    };
+    QTreeWidgetItem* procedures = open({QStringLiteral("Stored Procedures")});
+    QTreeWidgetItem* orders = node({QStringLiteral("Stored Procedures"), QStringLiteral("usp_Orders")});
+    ASSERT_NE(orders, nullptr);
+    ASSERT_GT(orders->childCount(), 0) << "an object node has children of its own to toggle";
+    doubleClick(orders);
+    EXPECT_EQ(window->MdiArea()->subWindowList().size(), 1);
+    EXPECT_FALSE(orders->isExpanded());
+
+    QTreeWidgetItem* views = node({QStringLiteral("Views")});
+    doubleClick(views);
+    EXPECT_TRUE(views->isExpanded());
+    doubleClick(procedures);
+    EXPECT_FALSE(procedures->isExpanded());
+    EXPECT_EQ(window->MdiArea()->subWindowList().size(), 1) << "lists open no window";
+}
+
+// A refresh that takes the selected object away moves the selection; the panel then offers what the
+// newly selected node offers, never the actions of the object that went.
+TEST_F(MainWindowTest, PanelFollowsTheSelectionARefreshMoved) {
+    open({QStringLiteral("Stored Procedures")});
+    select(node({QStringLiteral("Stored Procedures"), QStringLiteral("usp_Orders")}));
+    ASSERT_EQ(panel().EntryText(QStringLiteral("Item"), QStringLiteral("mnuPopupEditItem")),
+              QStringLiteral("Edit usp_Orders"));
+    dispatch.Object(QStringLiteral("101"))->mLeavesList = true;
+    window->DoCommand(Command::RefreshNode);
+
+    QTreeWidgetItem* selected = tree().SelectedNode();
+    const QStringList entries = panel().EntryKeys(QStringLiteral("Item"));
+    if (!selected)
+        EXPECT_EQ(entries, QStringList{QStringLiteral("NoItem")});
+    else if (entries.contains(QStringLiteral("mnuPopupEditItem")))
+        EXPECT_EQ(panel().EntryText(QStringLiteral("Item"), QStringLiteral("mnuPopupEditItem")),
+                  QStringLiteral("Edit ") + selected->text(0));
+    else
+        EXPECT_NE(selected->text(0), QStringLiteral("usp_Orders"));
+    EXPECT_FALSE(panel().HasBar(QStringLiteral("Description"))) << "the description was usp_Orders'";
+}
+
+// Another project opened into a maximized window: the window stays maximized, and its contents fill
+// it, with no part left at the size of before.
+TEST_F(MainWindowTest, AMaximizedWindowStaysMaximizedAndFilledOnAProjectChange) {
+    window->showMaximized();
+    database->SetWindowState(WindowState::Maximized);
+    database->SetMainWindowFactory([this] { return window.get(); });
+    // The first opening hands the window to the settings; the second is the change of project.
+    ASSERT_TRUE(database->OpenProject(database->Project()));
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(window->isMaximized());
+    const QRect maximized = window->geometry();
+    auto other = std::make_shared<TARMOProject>();
+    other->SetName(QStringLiteral("Stock"));
+    other->SQL().SetServer(QStringLiteral("embedded:/srv/stock"));
+    ASSERT_TRUE(database->OpenProject(other));
+    QCoreApplication::processEvents();
+
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_TRUE(window->isMaximized());
+    EXPECT_TRUE(window->updatesEnabled());
+    EXPECT_EQ(window->geometry(), maximized);
+    EXPECT_EQ(window->centralWidget()->width(), window->width());
+    EXPECT_GE(window->centralWidget()->geometry().bottom(), window->height() / 2);
+    EXPECT_EQ(window->windowTitle(), QStringLiteral("Stock - TARMO"));
+    database->SetMainWindowFactory(nullptr);
 }

@@ -56,6 +56,10 @@ TEST_F(FailureTest, CheckOutIntoARemovedWorkingFolderLeavesTheObjectCheckedIn) {
     EXPECT_EQ(prompts->Records()[0].title, QStringLiteral("Could not check out"));
     EXPECT_TRUE(prompts->Records()[0].text.contains(QStringLiteral("does not exist")))
         << qPrintable(titlesAndTexts(*prompts));
+    // The store's file name alone would not tell the user which object failed.
+    EXPECT_TRUE(prompts->Records()[0].text.contains(QStringLiteral("'") + id +
+                                                    QStringLiteral(".sp' (stored procedure dbo.Orders)")))
+        << qPrintable(titlesAndTexts(*prompts));
 
     QDir().mkpath(folder.Path(QStringLiteral("work-Bob")));
     ASSERT_TRUE(object->CheckOut());

@@ -14,6 +14,7 @@
 #include <QMdiSubWindow>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTableView>
 #include <QTest>
 
@@ -200,4 +201,26 @@ TEST_F(QueryWindowTest, ScratchFileSavingAndClosing) {
     prompts->QueueAnswer(Prompt::Answer::No);
     EXPECT_TRUE(first->CloseItem());
     EXPECT_EQ(window.MdiArea()->subWindowList().size(), 1);
+}
+
+// Grids stacked one above another each show their rows whole, whatever the font makes of a row's
+// height: a grid of two rows never shows one and a half behind a scroll bar.
+TEST_F(QueryWindowTest, StackedGridsShowTheirRowsWhole) {
+    frmSQLQuery* form = openQuery();
+    ASSERT_TRUE(form);
+    form->txtSQL()->SetText(QStringLiteral("SELECT CustomerID, Name, City FROM dbo.Customers\n"
+                                           "SELECT OrderID, Amount FROM dbo.Orders\n"
+                                           "SELECT 1 AS one\n"));
+    click(form, "SQWBAR:EXECUTE");
+    multiGrid* grid = form->grdResults();
+    ASSERT_EQ(grid->GridCount(), 3) << grid->MessagesText().toStdString();
+    QApplication::processEvents();
+    for (int number : {1, 2}) {
+        const QTableView* view = grid->Grid(number);
+        ASSERT_EQ(view->model()->rowCount(), 2);
+        EXPECT_EQ(view->verticalScrollBar()->maximum(), 0) << "grid " << number;
+        EXPECT_LE(view->rowViewportPosition(1) + view->rowHeight(1), view->viewport()->height())
+            << "grid " << number;
+    }
+    Screenshot(&window, QStringLiteral("query-stacked-grids"));
 }

@@ -183,7 +183,7 @@ TEST_F(ProjectsTest, OpeningBringsUpTheMainWindowInOrder) {
     EXPECT_TRUE(db.OpenProject(b));
     EXPECT_EQ(window.calls,
               (QStringList{QStringLiteral("Loading=1"), QStringLiteral("Init"), QStringLiteral("B - TARMO"),
-                           QStringLiteral("InitDBT 2865"), QStringLiteral("8580x10320 0"),
+                           QStringLiteral("InitDBT 3072"), QStringLiteral("9216x12288 0"),
                            QStringLiteral("Tree=1"), QStringLiteral("Extra=0"), QStringLiteral("Loading=0"),
                            QStringLiteral("Show"), QStringLiteral("Sync")}));
     EXPECT_EQ(db.Project(), b);

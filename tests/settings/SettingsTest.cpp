@@ -27,10 +27,11 @@ protected:
 
 TEST_F(SettingsTest, EmptyStoreGivesEveryDefault) {
     EXPECT_FALSE(db.OpenMostRecent());
-    EXPECT_EQ(db.WindowHeight(), 8580);
-    EXPECT_EQ(db.WindowWidth(), 10320);
+    // The first start takes four fifths of the screen, the tree a fifth of its width.
+    EXPECT_EQ(db.WindowHeight(), 7200);
+    EXPECT_EQ(db.WindowWidth(), 12000);
     EXPECT_EQ(db.WindowState(), WindowState::Normal);
-    EXPECT_EQ(db.DBTWidth(), 2865);
+    EXPECT_EQ(db.DBTWidth(), 3000);
     EXPECT_TRUE(db.DBTVisible());
     EXPECT_TRUE(db.ExtraPanelVisible());
     EXPECT_EQ(db.ExtraPanelHeight(), -1);
@@ -50,15 +51,15 @@ TEST_F(SettingsTest, EmptyStoreGivesEveryDefault) {
 
 TEST_F(SettingsTest, ScreenBoundsOnReading) {
     store(QStringLiteral("WinHeight"), QStringLiteral("1000"));
-    EXPECT_EQ(db.WindowHeight(), 8580);
+    EXPECT_EQ(db.WindowHeight(), 7200);
     store(QStringLiteral("WinHeight"), QStringLiteral("1001"));
     EXPECT_EQ(db.WindowHeight(), 1001);
     store(QStringLiteral("WinHeight"), QStringLiteral("9000"));
-    EXPECT_EQ(db.WindowHeight(), 8580) << "the screen's own height is out of bounds";
+    EXPECT_EQ(db.WindowHeight(), 7200) << "the screen's own height is out of bounds";
     store(QStringLiteral("WinHeight"), QStringLiteral("8999"));
     EXPECT_EQ(db.WindowHeight(), 8999);
     store(QStringLiteral("WinWidth"), QStringLiteral("tall"));
-    EXPECT_EQ(db.WindowWidth(), 10320);
+    EXPECT_EQ(db.WindowWidth(), 12000);
 
     // Out-of-bounds values stay in the store until the next write.
     store(QStringLiteral("ExtraInfoHeight"), QStringLiteral("600"));

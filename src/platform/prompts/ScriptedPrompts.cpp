@@ -73,6 +73,13 @@ bool ScriptedPrompts::VSSLogin(const QString& iniFile, QString& userName, QStrin
     return nextLogin(Kind::VSSLogin, iniFile, userName, password);
 }
 
+bool ScriptedPrompts::NewLogin(const QString& title, const QString& place, QString& userName,
+                               QString& password) {
+    const bool ok = nextLogin(Kind::NewLogin, place, userName, password);
+    mRecords.last().title = title;
+    return ok;
+}
+
 bool ScriptedPrompts::InputText(const QString& title, const QString& label, QString& text) {
     mRecords.append({Kind::Input, title, label});
     if (mTexts.empty()) {

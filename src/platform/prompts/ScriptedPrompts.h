@@ -13,7 +13,7 @@
 // can assert that nothing unexpected was asked.
 class ScriptedPrompts : public UserPrompts {
 public:
-    enum class Kind { Message, OpenFile, SaveFile, Folder, SQLLogin, VSSLogin, Input };
+    enum class Kind { Message, OpenFile, SaveFile, Folder, SQLLogin, VSSLogin, NewLogin, Input };
     struct Record {
         Kind kind;
         QString title;
@@ -49,6 +49,8 @@ public:
     bool SQLLogin(const QString& server, const QString& database, QString& userName,
                   QString& password) override;
     bool VSSLogin(const QString& iniFile, QString& userName, QString& password) override;
+    // Answered from the same queue as the logins.
+    bool NewLogin(const QString& title, const QString& place, QString& userName, QString& password) override;
     bool InputText(const QString& title, const QString& label, QString& text) override;
     void SetBusy(bool busy) override { mBusy += busy ? 1 : -1; }
 

@@ -34,6 +34,16 @@ public:
                           QString& password) = 0;
     virtual bool VSSLogin(const QString& iniFile, QString& userName, QString& password) = 0;
 
+    // The login of something new (a server, a store): the user name and a password typed twice.
+    // place says what is made; user and password are in-out. False when cancelled.
+    virtual bool NewLogin(const QString& title, const QString& place, QString& userName, QString& password) {
+        (void)title;
+        (void)place;
+        (void)userName;
+        (void)password;
+        return false;
+    }
+
     // One line of text, such as the name of something new; text is in-out. False when cancelled.
     virtual bool InputText(const QString& title, const QString& label, QString& text) {
         (void)title;
