@@ -2,6 +2,7 @@
 #include "CoreDispatch.h"
 #include "Globals.h"
 #include "GuardedApplication.h"
+#include "HelpIntegration.h"
 #include "ItemTools.h"
 #include "LastResortHandlers.h"
 #include "OfferRecovery.h"
@@ -98,6 +99,7 @@ int main(int argc, char* argv[]) {
     QApplication::setApplicationVersion(App::VersionText());
 
     installPrompts(std::make_unique<AppPrompts>());
+    gHelp = std::make_unique<HelpIntegration>();
     RecoveryFiles recovery;
     InstallLastResortHandlers(recovery);
     SystemComponents::RegisterPlatformComponents();
@@ -110,6 +112,7 @@ int main(int argc, char* argv[]) {
         ItemTools::Install(*window);
         SyncWindows::Install(*window);
         Options::Install(*window);
+        window->Factories().Help = HelpHook();
         return window;
     });
 
@@ -121,5 +124,8 @@ int main(int argc, char* argv[]) {
         splash, &frmInitialize::Finished, &app, [&recovery] { offerLostTexts(recovery); },
         Qt::QueuedConnection);
     splash->StartTARMO();
-    return app.exec();
+    const int exitCode = app.exec();
+    // The help window goes with the program, before the application object that it needs.
+    gHelp.reset();
+    return exitCode;
 }
