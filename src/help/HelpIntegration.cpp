@@ -6,6 +6,7 @@
 #include "UserPrompts.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QKeyEvent>
@@ -96,7 +97,7 @@ QString HelpIntegration::UserCollection() const {
     const QFileInfo existing(copy);
     if (existing.exists() && existing.lastModified() >= shipped.lastModified())
         return copy;
-    EnsureFolder(folder);
+    QDir().mkpath(folder);
     return copyInOnePiece(shipped.absoluteFilePath(), copy) ? copy : QString();
 }
 

@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDesktopServices>
 #include <QFileInfo>
 #include <QHelpContentWidget>
 #include <QHelpEngine>
@@ -34,7 +35,15 @@ public:
         : QTextBrowser(parent)
         , mEngine(engine) {
         setObjectName(QStringLiteral("HelpBrowser"));
-        setOpenExternalLinks(true);
+        // Left to itself the browser takes a relative link in a page that isn't a local file for
+        // an outside address, and hands it to the desktop.
+        setOpenLinks(false);
+        connect(this, &QTextBrowser::anchorClicked, this, [this](const QUrl& url) {
+            if (url.scheme() == QLatin1String("qthelp"))
+                setSource(url);
+            else
+                QDesktopServices::openUrl(url);
+        });
         // The pages are written as white paper with dark text; a dark desktop palette would give
         // their dark text a dark background.
         QPalette paper = palette();
@@ -100,6 +109,9 @@ HelpWindow::HelpWindow(const QString& collectionFile, const QString& documentati
     connect(mBrowser, &QTextBrowser::backwardAvailable, back, &QAction::setEnabled);
     connect(mBrowser, &QTextBrowser::forwardAvailable, forward, &QAction::setEnabled);
     connect(mBrowser, &QTextBrowser::sourceChanged, this, &HelpWindow::followInContents);
+    // The contents are read on a thread: the first page is marked in them once they are there.
+    connect(mEngine->contentModel(), &QHelpContentModel::contentsCreated, this,
+            [this] { followInContents(mBrowser->source()); });
 
     auto* page = new QWidget;
     auto* pageLayout = new QVBoxLayout(page);
@@ -107,13 +119,13 @@ HelpWindow::HelpWindow(const QString& collectionFile, const QString& documentati
     pageLayout->addWidget(toolbar);
     pageLayout->addWidget(mBrowser);
 
-    auto* splitter = new QSplitter;
-    splitter->addWidget(mTabs);
-    splitter->addWidget(page);
-    splitter->setStretchFactor(1, 1);
+    mSplitter = new QSplitter;
+    mSplitter->addWidget(mTabs);
+    mSplitter->addWidget(page);
+    mSplitter->setStretchFactor(1, 1);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(splitter);
+    layout->addWidget(mSplitter);
 
     // Only what changed since the last index is read again.
     mEngine->searchEngine()->scheduleIndexDocumentation();
@@ -223,8 +235,13 @@ void HelpWindow::placeOnScreen(QWidget* owner) {
     if (!screen)
         return;
     const QRect area = screen->availableGeometry();
-    resize(area.width() * 3 / 5, area.height() * 3 / 4);
+    // A good part of a large screen; on a small one as much as it takes to read a page beside the
+    // contents.
+    resize(qMin(area.width(), qMax(area.width() * 3 / 5, 900)),
+           qMin(area.height(), qMax(area.height() * 3 / 4, 650)));
     move(area.center() - rect().center());
+    // The page is what the user came for; the lists beside it need only a quarter.
+    mSplitter->setSizes({width() / 4, width() - width() / 4});
     mPlaced = true;
 }
 

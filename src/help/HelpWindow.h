@@ -5,6 +5,7 @@
 
 class QHelpEngine;
 class QLineEdit;
+class QSplitter;
 class QTabWidget;
 class QTextBrowser;
 
@@ -44,6 +45,7 @@ private:
     QHelpEngine* mEngine;
     QTextBrowser* mBrowser;
     QTabWidget* mTabs;
+    QSplitter* mSplitter;
     QLineEdit* mIndexFilter = nullptr;
     bool mPlaced = false;
 };

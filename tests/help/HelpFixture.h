@@ -9,6 +9,12 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
+inline void PrintTo(const QUrl& url, std::ostream* os) {
+    *os << '"' << qPrintable(url.toString()) << '"';
+}
+
 // gHelp over the manual that this build compiled, with its own user folders, so that the writable
 // copy of the collection is made anew for every test.
 class HelpTest : public ::testing::Test {

@@ -45,7 +45,7 @@ TEST_F(HelpTest, EveryTopicOpensItsPageAndAnchorInTheCompiledManual) {
         const QString topic = HelpIntegration::Topic(id);
         ASSERT_FALSE(topic.isEmpty());
         gHelp->ShowHelp(nullptr, id);
-        ASSERT_NE(window(), nullptr);
+        ASSERT_NE(window(), nullptr) << qPrintable(prompts->Messages().join('\n'));
         if (!first)
             first = window();
         EXPECT_EQ(window(), first);
@@ -56,8 +56,9 @@ TEST_F(HelpTest, EveryTopicOpensItsPageAndAnchorInTheCompiledManual) {
         page.setFragment(QString());
         const QByteArray html = window()->Engine().fileData(page);
         ASSERT_FALSE(html.isEmpty()) << qPrintable(page.toString());
-        if (!anchor.isEmpty())
+        if (!anchor.isEmpty()) {
             EXPECT_TRUE(html.contains("id=\"" + anchor.toUtf8() + '"')) << qPrintable(topic);
+        }
         EXPECT_FALSE(window()->Browser()->documentTitle().isEmpty()) << qPrintable(topic);
     }
     EXPECT_TRUE(prompts->Records().isEmpty());

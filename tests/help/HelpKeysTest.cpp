@@ -102,20 +102,20 @@ TEST_F(HelpTest, F1InEachWindowOpensItsTopic) {
 // The child windows have no key of their own: F1 reaches the main window's help command with the
 // child's topic. Help > Contents opens the manual's start page from wherever it is chosen.
 TEST_F(HelpTest, TheMainWindowsHelpCommandShowsTheChildsTopicAndContentsTheStartPage) {
-    mdiMain main;
-    main.Factories().Help = HelpHook();
+    mdiMain mainWindow;
+    mainWindow.Factories().Help = HelpHook();
     int key = KeyCodes::F1;
-    main.KeyPreview(true, key, 0, HelpId(HelpTopic::QueryWindow));
+    mainWindow.KeyPreview(true, key, 0, HelpId(HelpTopic::QueryWindow));
     EXPECT_EQ(window(), nullptr) << "F1 works when the key comes up";
     key = KeyCodes::F1;
-    main.KeyPreview(false, key, 0, HelpId(HelpTopic::QueryWindow));
+    mainWindow.KeyPreview(false, key, 0, HelpId(HelpTopic::QueryWindow));
     EXPECT_EQ(key, 0);
     EXPECT_EQ(shown(), HelpWindow::TopicUrl(QStringLiteral("SQLQuery.htm")));
 
-    main.DoCommand(Command::Help, QString(), HelpId(HelpTopic::ObjectEditWindow));
+    mainWindow.DoCommand(Command::Help, QString(), HelpId(HelpTopic::ObjectEditWindow));
     EXPECT_EQ(shown(), HelpWindow::TopicUrl(QStringLiteral("TheEditor.htm")));
 
-    auto* contents = main.findChild<QAction*>(QStringLiteral("mnuHelpContents"));
+    auto* contents = mainWindow.findChild<QAction*>(QStringLiteral("mnuHelpContents"));
     ASSERT_NE(contents, nullptr);
     contents->trigger();
     EXPECT_EQ(shown().fileName(), HelpWindow::StartPage());
