@@ -1,4 +1,5 @@
 #include "HelpFixture.h"
+#include "TARMODatabase.h"
 #include "frmEditObjectTextSavePrompt.h"
 #include "frmInitialize.h"
 #include "frmItemDescription.h"
@@ -47,7 +48,8 @@ template <typename Form> std::function<QWidget*()> plain() {
 // F1 goes to the control with the focus, as a user's key does; the window must see it from there.
 QWidget* focusedControl(QWidget* window) {
     for (QWidget* child : window->findChildren<QWidget*>())
-        if (child->isVisible() && child->isEnabled() && child->focusPolicy() != Qt::NoFocus) {
+        if (child->window() == window && child->isVisible() && child->isEnabled() &&
+            child->focusPolicy() != Qt::NoFocus) {
             child->setFocus();
             return child;
         }
@@ -102,8 +104,13 @@ TEST_F(HelpTest, F1InEachWindowOpensItsTopic) {
 // The child windows have no key of their own: F1 reaches the main window's help command with the
 // child's topic. Help > Contents opens the manual's start page from wherever it is chosen.
 TEST_F(HelpTest, TheMainWindowsHelpCommandShowsTheChildsTopicAndContentsTheStartPage) {
+    TARMODatabase database;
     mdiMain mainWindow;
     mainWindow.Factories().Help = HelpHook();
+    mainWindow.SetLoading(true);
+    mainWindow.Init(database);
+    mainWindow.InitDBT(2865);
+    mainWindow.SetLoading(false);
     int key = KeyCodes::F1;
     mainWindow.KeyPreview(true, key, 0, HelpId(HelpTopic::QueryWindow));
     EXPECT_EQ(window(), nullptr) << "F1 works when the key comes up";
