@@ -102,8 +102,10 @@ TEST_F(HelpTest, TheIndexLeadsFromAHeadingToItsSection) {
     gHelp->ShowHelp(nullptr, 1);
     const QList<QHelpLink> links =
         window()->Engine().documentsForKeyword(QStringLiteral("The Project Browser"));
-    ASSERT_FALSE(links.isEmpty());
-    EXPECT_EQ(links.first().url, HelpWindow::TopicUrl(QStringLiteral("ProjectManager.htm#Browser")));
+    QList<QUrl> urls;
+    for (const QHelpLink& link : links)
+        urls << link.url;
+    EXPECT_TRUE(urls.contains(HelpWindow::TopicUrl(QStringLiteral("ProjectManager.htm#Browser"))));
     EXPECT_FALSE(window()->Engine().documentsForKeyword(QStringLiteral("Synchronization")).isEmpty());
 }
 
@@ -123,17 +125,30 @@ TEST_F(HelpTest, TheContentsFollowTheManualsContentsPage) {
               (QStringList{QStringLiteral("Introduction.htm"), QStringLiteral("GettingStarted.htm"),
                            QStringLiteral("ProjectManager.htm")}));
     EXPECT_EQ(chapters.removeDuplicates(), 0);
-    QHelpContentItem* gettingStarted = root->child(1);
-    ASSERT_GE(gettingStarted->childCount(), 7);
-    EXPECT_EQ(gettingStarted->child(0)->url().fileName(), QStringLiteral("GettingStarted_Firstly.htm"));
-    QHelpContentItem* step2 = gettingStarted->child(2);
+    // The pages below a page, leaving out its own sections.
+    const auto pagesBelow = [](QHelpContentItem* item) {
+        QList<QHelpContentItem*> pages;
+        for (int i = 0; i < item->childCount(); ++i)
+            if (!item->child(i)->url().hasFragment())
+                pages << item->child(i);
+        return pages;
+    };
+    const QList<QHelpContentItem*> steps = pagesBelow(root->child(1));
+    ASSERT_GE(steps.size(), 7);
+    EXPECT_EQ(steps[0]->url().fileName(), QStringLiteral("GettingStarted_Firstly.htm"));
+    QHelpContentItem* step2 = steps[2];
     EXPECT_EQ(step2->url().fileName(), QStringLiteral("GettingStarted_Step2.htm"));
     QStringList sections;
     for (int i = 0; i < step2->childCount(); ++i)
         sections << step2->child(i)->url().fragment();
-    EXPECT_EQ(sections, (QStringList{QStringLiteral("ProjectDetails"), QStringLiteral("SQLServer"),
-                                     QStringLiteral("SQLDB"), QStringLiteral("VSSDB"),
-                                     QStringLiteral("VSSProject"), QStringLiteral("OpenProject")}));
+    const QStringList wanted =
+        (QStringList{QStringLiteral("ProjectDetails"), QStringLiteral("SQLServer"), QStringLiteral("SQLDB"),
+                     QStringLiteral("VSSDB"), QStringLiteral("VSSProject"), QStringLiteral("OpenProject")});
+    QStringList inOrder;
+    for (const QString& section : sections)
+        if (wanted.contains(section))
+            inOrder << section;
+    EXPECT_EQ(inOrder, wanted);
 }
 
 TEST_F(HelpTest, TheWindowTakesAGoodPartOfTheScreenAndStaysWhereTheUserPutIt) {
