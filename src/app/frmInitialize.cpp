@@ -2,6 +2,7 @@
 
 #include "ErrorReport.h"
 #include "Globals.h"
+#include "HelpIntegration.h"
 #include "OdbcConnection.h"
 #include "ProjectWindow.h"
 #include "ScreenMetrics.h"
@@ -22,6 +23,7 @@ frmInitialize::frmInitialize(QWidget* parent)
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowFlag(Qt::SplashScreen);
     setWindowTitle(QStringLiteral("TARMO - Initializing"));
+    InstallHelpKey(this, HelpId(HelpTopic::Introduction));
     auto* title = new QLabel(QStringLiteral("<h2>TARMO</h2>"));
     title->setAlignment(Qt::AlignCenter);
     mlblVersion = new QLabel;

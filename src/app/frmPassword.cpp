@@ -1,6 +1,7 @@
 #include "frmPassword.h"
 
 #include "GuiHelpers.h"
+#include "HelpIntegration.h"
 #include "UserPrompts.h"
 
 #include <QApplication>
@@ -15,6 +16,7 @@
 frmPassword::frmPassword(const QList<std::tuple<QString, QString, QString>>& places, QWidget* parent)
     : QDialog(parent) {
     setWindowTitle(QStringLiteral("Connect to Database ..."));
+    InstallHelpKey(this, HelpId(HelpTopic::Login));
     auto* form = new QFormLayout;
     for (const auto& [label, name, value] : places) {
         auto* box = new QLineEdit(value);

@@ -1,6 +1,7 @@
 #include "frmProjectBrowser.h"
 
 #include "Globals.h"
+#include "HelpIntegration.h"
 #include "ProjectWindow.h"
 #include "ScreenMetrics.h"
 #include "TARMODatabase.h"
@@ -31,6 +32,7 @@ bool sameRecord(const TARMOProject& a, const TARMOProject& b) {
 frmProjectBrowser::frmProjectBrowser(QWidget* parent)
     : QDialog(parent) {
     setObjectName(QStringLiteral("frmProjectBrowser"));
+    InstallHelpKey(this, HelpId(HelpTopic::ProjectBrowser));
     setWindowTitle(QStringLiteral("Project Browser"));
     mlvwProjects = new QTreeWidget;
     mlvwProjects->setObjectName(QStringLiteral("lvwProjects"));

@@ -5,6 +5,7 @@
 #include "GeneralHelpers.h"
 #include "Globals.h"
 #include "GuiHelpers.h"
+#include "HelpIntegration.h"
 #include "SqlQuote.h"
 #include "TARMODatabase.h"
 #include "TARMOError.h"
@@ -79,6 +80,7 @@ frmProjectDetails::frmProjectDetails(QWidget* parent)
     : QDialog(parent)
     , mProject(std::make_shared<TARMOProject>()) {
     setObjectName(QStringLiteral("frmProjectDetails"));
+    InstallHelpKey(this, HelpId(HelpTopic::ProjectWizard));
     buildWindow();
 }
 

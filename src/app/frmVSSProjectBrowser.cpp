@@ -1,6 +1,7 @@
 #include "frmVSSProjectBrowser.h"
 
 #include "GuiHelpers.h"
+#include "HelpIntegration.h"
 #include "TARMOError.h"
 #include "TARMOVSS.h"
 #include "UserPrompts.h"
@@ -21,6 +22,7 @@ constexpr int TagRole = Qt::UserRole + 1;
 frmVSSProjectBrowser::frmVSSProjectBrowser(QWidget* parent)
     : QDialog(parent) {
     setObjectName(QStringLiteral("frmVSSProjectBrowser"));
+    InstallHelpKey(this, HelpId(HelpTopic::StoreProject));
     setWindowTitle(QStringLiteral("VSS Project Browser"));
     mtvwVSSProjects = new QTreeWidget;
     mtvwVSSProjects->setObjectName(QStringLiteral("tvwVSSProjects"));
@@ -156,6 +158,7 @@ void frmVSSProjectBrowser::cmdOK_Click() {
 frmVSSNewProject::frmVSSNewProject(QWidget* parent)
     : QDialog(parent) {
     setObjectName(QStringLiteral("frmVSSNewProject"));
+    InstallHelpKey(this, HelpId(HelpTopic::StoreProject));
     setWindowTitle(QStringLiteral("New Project"));
     auto* txtVSSProject = new QLineEdit;
     txtVSSProject->setObjectName(QStringLiteral("txtVSSProject"));

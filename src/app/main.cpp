@@ -3,6 +3,7 @@
 #include "DocGenWindows.h"
 #include "Globals.h"
 #include "GuardedApplication.h"
+#include "HelpIntegration.h"
 #include "ItemTools.h"
 #include "LastResortHandlers.h"
 #include "MemoryTuning.h"
@@ -102,6 +103,7 @@ int main(int argc, char* argv[]) {
     QApplication::setApplicationVersion(App::VersionText());
 
     installPrompts(std::make_unique<AppPrompts>());
+    gHelp = std::make_unique<HelpIntegration>();
     RecoveryFiles recovery;
     InstallLastResortHandlers(recovery);
     SystemComponents::RegisterPlatformComponents();
@@ -116,6 +118,7 @@ int main(int argc, char* argv[]) {
         DocGenWindows::Install(*window);
         ScriptGenWindows::Install(*window);
         Options::Install(*window);
+        window->Factories().Help = HelpHook();
         return window;
     });
 
@@ -127,5 +130,8 @@ int main(int argc, char* argv[]) {
         splash, &frmInitialize::Finished, &app, [&recovery] { offerLostTexts(recovery); },
         Qt::QueuedConnection);
     splash->StartTARMO();
-    return app.exec();
+    const int exitCode = app.exec();
+    // The help window goes with the program, before the application object that it needs.
+    gHelp.reset();
+    return exitCode;
 }

@@ -1,5 +1,6 @@
 #include "frmEditObjectTextSavePrompt.h"
 
+#include "HelpIntegration.h"
 #include "TARMODatabase.h"
 #include "UserPrompts.h"
 
@@ -38,6 +39,7 @@ frmEditObjectTextSavePrompt::frmEditObjectTextSavePrompt(QWidget* parent)
     , mcmdCancel(new QPushButton(QStringLiteral("Cancel"), this)) {
     setWindowTitle(QStringLiteral("Action to take ..."));
     setObjectName(QStringLiteral("frmEditObjectTextSavePrompt"));
+    InstallHelpKey(this, HelpId(HelpTopic::ChangesMade));
     mlblCaption->setText(QStringLiteral(
         "Changes have been made do the object. Which of the following actions would you like to take?"));
     mlblCaption->setWordWrap(true);

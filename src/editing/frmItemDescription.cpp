@@ -1,5 +1,6 @@
 #include "frmItemDescription.h"
 
+#include "HelpIntegration.h"
 #include "UserPrompts.h"
 
 #include <QEvent>
@@ -17,6 +18,7 @@ frmItemDescription::frmItemDescription(QWidget* parent)
     , mcmdCancel(new QPushButton(QStringLiteral("&Cancel"), this)) {
     setWindowTitle(QStringLiteral("Description ..."));
     setObjectName(QStringLiteral("frmItemDescription"));
+    InstallHelpKey(this, HelpId(HelpTopic::Descriptions));
     mtxtDescription->setObjectName(QStringLiteral("txtDescription"));
     auto* label = new QLabel(QStringLiteral("Object &Description:"), this);
     label->setBuddy(mtxtDescription);

@@ -244,7 +244,7 @@ void MainMenus::buildMainMenu(const MenuTable& newEntries, const MenuTable& rece
 
     QMenu* help = addMenu(nullptr, QStringLiteral("mnuHelp"), QStringLiteral("&Help"));
     addEntry(help, QStringLiteral("mnuHelpContents"), QStringLiteral("&Contents"), Command::Help,
-             QStringLiteral("HELP"), true);
+             QStringLiteral("HELP"), true, QStringLiteral("CONTENTS"));
     addSeparator(help, QStringLiteral("mnuHelpSpacer1"));
     QMenu* bugs = addMenu(help, QStringLiteral("mnuBugMenu"), QStringLiteral("Report a &Bug"));
     addEntry(bugs, QStringLiteral("mnuBug1"), QStringLiteral("&Critical Bug"), Command::ReportCriticalBug);

@@ -169,7 +169,7 @@ private:
     void DeleteObject(QTreeWidgetItem* Node = nullptr);
     void AfterChange(QTreeWidgetItem* Node, bool bClose);
     void permissionsCommand(const QString& strParameter);
-    void showHelp(long lngHelpContext);
+    void showHelp(long lngHelpContext, const QString& strParameter);
     void sendFeedback(bool bug, int level);
     void runCommand(Command command, const QString& strParameter, long lngHelpContext, int index);
     void refreshTree();

@@ -182,7 +182,8 @@ const std::vector<mdiMain::CommandRow>& mdiMain::CommandTable() {
                 if (w.mFactories.Undelete && w.mFactories.Undelete(*w.msdbCurrent, &w))
                     w.refreshTree();
             }),
-        own(C::Help, R::Always, [](mdiMain& w, const CommandCall& call) { w.showHelp(call.helpContext); }),
+        own(C::Help, R::Always,
+            [](mdiMain& w, const CommandCall& call) { w.showHelp(call.helpContext, call.parameter); }),
         own(C::DocumentGenerator, R::NeedsProject,
             [](mdiMain& w, const CommandCall&) {
                 if (w.mFactories.DocumentGenerator) {
@@ -346,8 +347,9 @@ void mdiMain::onMenuOpening(const QString& menuKey) {
     }
 }
 
-void mdiMain::showHelp(long lngHelpContext) {
-    long topic = lngHelpContext;
+void mdiMain::showHelp(long lngHelpContext, const QString& strParameter) {
+    // Help > Contents asks for the manual's start page, whatever window is active.
+    long topic = strParameter == QLatin1String("CONTENTS") ? 0 : lngHelpContext;
     if (topic == HelpId(HelpTopic::MainWindow) && QApplication::focusWidget() == mtvwDBT)
         topic = HelpId(HelpTopic::DatabaseTree);
     if (mFactories.Help)
