@@ -19,27 +19,28 @@
 namespace {
 
 int usage() {
-    std::fprintf(stderr, "Usage: tarmo-bench refresh|test|sync|script [--scale F] [--rtt-ms M] [--cache DIR]\n"
-                         "       tarmo-bench expand [--runs N] [--cache DIR]\n"
-                         "       tarmo-bench startup [--runs N]\n"
-                         "       tarmo-bench query [--rows N] [--cache DIR]\n"
-                         "       tarmo-bench docs [--objects N] [--files F] [--rtt-ms M] [--cache DIR]\n"
-                         "  refresh      refreshes the four lists of the project\n"
-                         "  test         tests the syntax of one procedure and checks it in\n"
-                         "  sync         compares a copy of the project, with known differences, as a\n"
-                         "               synchronization does\n"
-                         "  script       writes the complete deployment script of the project\n"
-                         "  expand       opens the Stored Procedures node of the tree (scale 1)\n"
-                         "  startup      starts the program on the demo until its main window shows\n"
-                         "  query        reads a large table into the query window\n"
-                         "  docs         documents a module of F source files of 500 lines (default 200)\n"
-                         "               over a project of N objects (default 9000, scale 1)\n"
-                         "  --scale F    size of the project; 1 is 5,000 procedures, 1,000 views, 1,000\n"
-                         "               functions and 2,000 triggers on 500 tables (default 1)\n"
-                         "  --rtt-ms M   round trip added to every statement and store call (default 0)\n"
-                         "  --runs N     timed starts after one to warm up (default 10)\n"
-                         "  --rows N     rows of the table that the query reads (default 100000)\n"
-                         "  --cache DIR  where the project or the table is built once and kept\n");
+    std::fprintf(stderr,
+                 "Usage: tarmo-bench refresh|test|sync|script [--scale F] [--rtt-ms M] [--cache DIR]\n"
+                 "       tarmo-bench expand [--runs N] [--cache DIR]\n"
+                 "       tarmo-bench startup [--runs N]\n"
+                 "       tarmo-bench query [--rows N] [--cache DIR]\n"
+                 "       tarmo-bench docs [--objects N] [--files F] [--rtt-ms M] [--cache DIR]\n"
+                 "  refresh      refreshes the four lists of the project\n"
+                 "  test         tests the syntax of one procedure and checks it in\n"
+                 "  sync         compares a copy of the project, with known differences, as a\n"
+                 "               synchronization does\n"
+                 "  script       writes the complete deployment script of the project\n"
+                 "  expand       opens the Stored Procedures node of the tree (scale 1)\n"
+                 "  startup      starts the program on the demo until its main window shows\n"
+                 "  query        reads a large table into the query window\n"
+                 "  docs         documents a module of F source files of 500 lines (default 200)\n"
+                 "               over a project of N objects (default 9000, scale 1)\n"
+                 "  --scale F    size of the project; 1 is 5,000 procedures, 1,000 views, 1,000\n"
+                 "               functions and 2,000 triggers on 500 tables (default 1)\n"
+                 "  --rtt-ms M   round trip added to every statement and store call (default 0)\n"
+                 "  --runs N     timed starts after one to warm up (default 10)\n"
+                 "  --rows N     rows of the table that the query reads (default 100000)\n"
+                 "  --cache DIR  where the project or the table is built once and kept\n");
     return 2;
 }
 
