@@ -12,9 +12,9 @@
 namespace {
 
 const char* const kStyleSheet[] = {
-    "body { font: normal normal 100 12px Verdana, Arial, Helvetica, sans-serif; color: #002157; margin: 0px "
-    "0px "
-    "50px 0px; background-color: #E7EDF5; }",
+    // NOLINTNEXTLINE(bugprone-suspicious-missing-comma): one rule, too long for a line
+    "body { font: normal normal 100 12px Verdana, Arial, Helvetica, sans-serif; color: #002157; "
+    "margin: 0px 0px 50px 0px; background-color: #E7EDF5; }",
     "h1 { font-size: 19px; margin: 15px 5px 15px 20px; }",
     "h2 { font-size: 17px; margin: 25px 5px 15px 20px; }",
     "h3 { font-size: 15px; margin: 10px 5px 10px 20px; }",

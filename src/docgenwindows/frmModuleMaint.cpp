@@ -252,7 +252,7 @@ void frmModuleMaint::MarkRow(int row, bool missing) {
 }
 
 QString frmModuleMaint::StartFolder() const {
-    const QString path = modulePath(mtxtPath->text());
+    QString path = modulePath(mtxtPath->text());
     if (!path.isEmpty() && QFileInfo(path).isDir())
         return path;
     const QStringList names = FileNames();
@@ -355,7 +355,7 @@ bool frmModuleMaint::Save() {
     module.Files().Clear();
     for (const QString& file : names)
         module.Files().Add(file);
-    mIndex = module.Index;
+    mIndex = static_cast<int>(module.Index);
     mbChanged = false;
     accept();
     return true;

@@ -92,7 +92,7 @@ bool HelpIntegration::HelpFilesPresent() const {
 
 QString HelpIntegration::UserCollection() const {
     const QString folder = ApplicationFolder() + QStringLiteral("/help");
-    const QString copy = folder + QLatin1Char('/') + kCollectionName;
+    QString copy = folder + QLatin1Char('/') + kCollectionName;
     const QFileInfo shipped(CollectionFile());
     const QFileInfo existing(copy);
     if (existing.exists() && existing.lastModified() >= shipped.lastModified())

@@ -145,7 +145,7 @@ QDateTime ScriptCreator::ParseDateText(const QString& text) {
     for (const QString& format : {dateFormat, QStringLiteral("yyyy-MM-dd"),
                                   QStringLiteral("yyyy.MM.dd HH:mm:ss"), QStringLiteral("yyyy.MM.dd"),
                                   QStringLiteral("dd.MM.yyyy HH:mm:ss"), QStringLiteral("dd.MM.yyyy")}) {
-        const QDateTime date = QDateTime::fromString(trimmed, format);
+        QDateTime date = QDateTime::fromString(trimmed, format);
         if (date.isValid())
             return date;
     }
