@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
 
 #include <sqlite3.h>
 
@@ -448,6 +449,32 @@ const ObjectType* ObjectTypeCache::Find(SqliteDb& db, const QString& schema, qin
         if (const ObjectType* type = lookup(id))
             return type;
     return TypeOfObject(db, schema, id, scratch) ? &scratch : nullptr;
+}
+
+// A list of the catalogue calls OBJECTPROPERTY once per row. Its cache of the catalogue's types is
+// kept with the connection for as long as the database is unchanged, so that the lists a refresh
+// sends one after another read the types once; a statement holds on to the cache it started with
+// (SQLite's auxiliary data of the constant schema argument), even if a change drops it meanwhile.
+const ObjectType* StatementObjectType(sqlite3_context* ctx, SqliteDb& db, sqlite3_value* schemaArg, qint64 id,
+                                      ObjectType& scratch) {
+    using Cache = ObjectTypeCache;
+    struct Held {
+        std::shared_ptr<Cache> cache;
+        QString schema;
+    };
+    auto* held = static_cast<Held*>(sqlite3_get_auxdata(ctx, 2));
+    if (held)
+        return held->cache->Find(db, held->schema, id, scratch);
+    const QString schema = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(schemaArg)),
+                                             sqlite3_value_bytes(schemaArg));
+    const QString key = QStringLiteral("object types of ") + schema;
+    auto cache = std::static_pointer_cast<Cache>(db.Memo(key));
+    if (!cache) {
+        cache = std::make_shared<Cache>();
+        db.KeepMemo(key, cache);
+    }
+    sqlite3_set_auxdata(ctx, 2, new Held{cache, schema}, [](void* p) { delete static_cast<Held*>(p); });
+    return cache->Find(db, schema, id, scratch);
 }
 
 QString UserName(SqliteDb& db, const QString& schema, int uid) {

@@ -10,6 +10,8 @@
 #include <vector>
 
 class SqliteDb;
+struct sqlite3_context;
+struct sqlite3_value;
 
 // The system types as the server numbers them.
 struct SystemType {
@@ -88,6 +90,10 @@ private:
     std::vector<qint64> mIds;
     std::vector<ObjectType> mTypes;
 };
+// The type of an object for OBJECTPROPERTY, asked once per row of a statement: through the cache kept
+// with the connection, held by the statement for as long as it runs.
+const ObjectType* StatementObjectType(sqlite3_context* ctx, SqliteDb& db, sqlite3_value* schemaArg, qint64 id,
+                                      ObjectType& scratch);
 int UserUid(SqliteDb& db, const QString& schema, const QString& name); // -1 when missing
 QString UserName(SqliteDb& db, const QString& schema, int uid);
 int NextObjectId(SqliteDb& db);

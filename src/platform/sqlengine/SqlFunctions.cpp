@@ -829,31 +829,6 @@ void ResultVariant(sqlite3_context* ctx, const QVariant& v) {
         ResultText(ctx, v.toString());
 }
 
-// A list of the catalogue calls OBJECTPROPERTY once per row. Its cache of the catalogue's types is
-// kept with the connection for as long as the database is unchanged, so that the lists a refresh
-// sends one after another read the types once; a statement holds on to the cache it started with
-// (SQLite's auxiliary data of the constant schema argument), even if a change drops it meanwhile.
-const Catalogue::ObjectType* ObjectTypeOf(sqlite3_context* ctx, SqliteDb& db, sqlite3_value* schemaArg,
-                                          qint64 id, Catalogue::ObjectType& scratch) {
-    using Cache = Catalogue::ObjectTypeCache;
-    struct Held {
-        std::shared_ptr<Cache> cache;
-        QString schema;
-    };
-    auto* held = static_cast<Held*>(sqlite3_get_auxdata(ctx, 2));
-    if (held)
-        return held->cache->Find(db, held->schema, id, scratch);
-    const QString schema = Text(schemaArg);
-    const QString key = QStringLiteral("object types of ") + schema;
-    auto cache = std::static_pointer_cast<Cache>(db.Memo(key));
-    if (!cache) {
-        cache = std::make_shared<Cache>();
-        db.KeepMemo(key, cache);
-    }
-    sqlite3_set_auxdata(ctx, 2, new Held{cache, schema}, [](void* p) { delete static_cast<Held*>(p); });
-    return cache->Find(db, schema, id, scratch);
-}
-
 // The property argument in lower case, made once per statement where it is a constant.
 const QString& PropertyOf(sqlite3_context* ctx, sqlite3_value* arg, QString& scratch) {
     if (auto* kept = static_cast<QString*>(sqlite3_get_auxdata(ctx, 1)))
@@ -873,7 +848,8 @@ void ObjectPropertyFn(sqlite3_context* ctx, int, sqlite3_value** a) {
     try {
         SqliteDb& db = Connection(ctx);
         Catalogue::ObjectType scratch;
-        const Catalogue::ObjectType* type = ObjectTypeOf(ctx, db, a[2], sqlite3_value_int64(a[0]), scratch);
+        const Catalogue::ObjectType* type =
+            Catalogue::StatementObjectType(ctx, db, a[2], sqlite3_value_int64(a[0]), scratch);
         if (!type)
             return sqlite3_result_null(ctx);
         const QString& x = type->xtype;
