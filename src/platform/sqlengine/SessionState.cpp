@@ -9,9 +9,6 @@
 
 namespace {
 
-// Thrown after an error that ends the batch has been reported.
-struct BatchAborted {};
-
 void UdfCallback(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     auto* session = static_cast<SessionState*>(sqlite3_user_data(ctx));
     QVariantList args;
@@ -330,10 +327,16 @@ SqlBatchResults SessionState::Execute(const QString& batch, SqlResultSink* sink)
     mFrames.append(Frame());
     mNesting = 0;
     mModuleDepth = 0;
+    mTryFrames.clear();
+    mCaught.clear();
     try {
-        Run(statements);
+        if (Run(statements) == Flow::Goto)
+            throw ServerError::Unsupported(QStringLiteral("GOTO to a label inside a block"));
     } catch (const BatchAborted&) {
+    } catch (const ServerError& e) {
+        Emit(e, mLine);
     }
+    EndBatchTransaction();
     // SQLite rolls back the whole transaction when it stops a statement that writes inside one.
     if (mCancelled && mTranCount > 0 && sqlite3_get_autocommit(mDb->Handle()))
         mTranCount = 0;
@@ -342,8 +345,20 @@ SqlBatchResults SessionState::Execute(const QString& batch, SqlResultSink* sink)
 }
 
 SessionState::Flow SessionState::Run(const QList<SqlStatementP>& statements) {
-    for (const SqlStatementP& s : statements) {
-        const Flow f = RunStatement(*s);
+    for (qsizetype i = 0; i < statements.size(); ++i) {
+        const Flow f = RunStatement(*statements[i]);
+        if (f == Flow::Goto) {
+            // The label may stand in this list; if not, an enclosing one looks.
+            const auto at =
+                std::find_if(statements.cbegin(), statements.cend(), [this](const SqlStatementP& s) {
+                    return s->kind == SqlStatement::Kind::Label &&
+                           s->name.compare(mGotoLabel, Qt::CaseInsensitive) == 0;
+                });
+            if (at != statements.cend()) {
+                i = at - statements.cbegin();
+                continue;
+            }
+        }
         if (f != Flow::Normal)
             return f;
     }
@@ -363,22 +378,18 @@ SessionState::Flow SessionState::RunStatement(const SqlStatement& s) {
     try {
         const Flow f = RunStatementInner(s);
         if (s.kind != SqlStatement::Kind::If && s.kind != SqlStatement::Kind::Block &&
-            s.kind != SqlStatement::Kind::While)
+            s.kind != SqlStatement::Kind::While && s.kind != SqlStatement::Kind::TryCatch &&
+            s.kind != SqlStatement::Kind::Raiserror)
             mLastError = 0;
         return f;
     } catch (const ServerError& e) {
         if (mCancelled)
             throw BatchAborted{};
-        Emit(e, s.line);
-        if (e.abortsBatch)
-            throw BatchAborted{};
+        RaiseError(e, s.line);
     } catch (const SqliteError& e) {
         if (mCancelled)
             throw BatchAborted{};
-        const ServerError mapped = MapSqliteError(e, QStringLiteral("INSERT"));
-        Emit(mapped, s.line);
-        if (mapped.abortsBatch)
-            throw BatchAborted{};
+        RaiseError(MapSqliteError(e, QStringLiteral("INSERT")), s.line);
     }
     return Flow::Normal;
 }
@@ -431,7 +442,7 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
             const Flow f = Run(s.body);
             if (f == Flow::Break)
                 break;
-            if (f == Flow::Return)
+            if (f == Flow::Return || f == Flow::Goto)
                 return f;
             if (++guard > 10000000)
                 throw ServerError::Unsupported(QStringLiteral("loops of more than 10000000 rounds"));
@@ -497,75 +508,33 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
     case K::DropRole:
         Principal(s);
         return Flow::Normal;
-    case K::Raiserror: {
-        const QVariant msg = Evaluate(*s.execArgs[0].value);
-        const int severity = Evaluate(*s.execArgs[1].value).toInt();
-        const int state = Evaluate(*s.execArgs[2].value).toInt();
-        QString text = msg.toString();
-        long number = 50000;
-        if (msg.typeId() == QMetaType::LongLong) {
-            number = msg.toLongLong();
-            text = QStringLiteral(
-                       "Error %1, severity %2, state %3 was raised, but no message with that error number "
-                       "was found in sys.messages.")
-                       .arg(number)
-                       .arg(severity)
-                       .arg(state);
-        } else {
-            // printf-style arguments: %s and %d take the next argument in turn.
-            int argIndex = 3;
-            QString out;
-            for (int i = 0; i < text.size(); ++i) {
-                if (text[i] == u'%' && i + 1 < text.size()) {
-                    int k = i + 1;
-                    while (k < text.size() && (text[k].isDigit() || text[k] == u'-' || text[k] == u'.'))
-                        ++k;
-                    if (k < text.size() && QStringLiteral("sdiuxX").contains(text[k])) {
-                        const QVariant a = argIndex < s.execArgs.size()
-                                               ? Evaluate(*s.execArgs[argIndex++].value)
-                                               : QVariant();
-                        out += a.isValid() ? a.toString() : QStringLiteral("(null)");
-                        i = k;
-                        continue;
-                    }
-                    if (text[i + 1] == u'%') {
-                        out += u'%';
-                        ++i;
-                        continue;
-                    }
-                }
-                out += text[i];
-            }
-            text = out;
-        }
-        ServerError e = ServerError::Make(number, qBound(0, severity, 25), text);
-        e.state = state;
-        if (severity <= 10) {
-            EmitInfo(number == 50000 ? 0 : number, text, severity);
-            return Flow::Normal;
-        }
-        throw e;
-    }
+    case K::Raiserror:
+        RunRaiserror(s);
+        return Flow::Normal;
     case K::BeginTran:
-        if (mTranCount == 0)
-            mDb->Exec(QStringLiteral("BEGIN"));
-        ++mTranCount;
+        BeginTran(s);
         return Flow::Normal;
     case K::CommitTran:
-        if (mTranCount == 0)
-            throw ServerError::Make(
-                3902, 16,
-                QStringLiteral("The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION."));
-        if (--mTranCount == 0)
-            mDb->Exec(QStringLiteral("COMMIT"));
+        CommitTran(s);
         return Flow::Normal;
     case K::RollbackTran:
-        if (mTranCount == 0)
-            throw ServerError::Make(
-                3903, 16,
-                QStringLiteral("The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION."));
-        mTranCount = 0;
-        mDb->Exec(QStringLiteral("ROLLBACK"));
+        RollbackTran(s);
+        return Flow::Normal;
+    case K::SaveTran:
+        SaveTran(s);
+        return Flow::Normal;
+    case K::TryCatch:
+        return RunTryCatch(s);
+    case K::Throw:
+        RunThrow(s);
+        return Flow::Normal;
+    case K::Goto:
+        mGotoLabel = s.name;
+        return Flow::Goto;
+    case K::Label:
+        return Flow::Normal;
+    case K::WaitFor:
+        RunWaitFor(s);
         return Flow::Normal;
     case K::Unsupported:
         throw ServerError::Unsupported(s.construct);
@@ -636,6 +605,10 @@ QVariant SessionState::Global(const QString& name) {
         return qlonglong(mLastError);
     if (n == QLatin1String("@@TRANCOUNT"))
         return mTranCount;
+    if (n.startsWith(QLatin1String("ERROR_")))
+        return ErrorFunction(n);
+    if (n == QLatin1String("XACT_STATE"))
+        return XactState();
     if (n == QLatin1String("@@NESTLEVEL"))
         return mNesting;
     if (n == QLatin1String("@@SPID"))

@@ -55,7 +55,21 @@ public:
     QVariant CallFunction(const QString& name, const QVariantList& args, const QString& defaults = {});
 
 private:
-    enum class Flow { Normal, Break, Continue, Return };
+    enum class Flow { Normal, Break, Continue, Return, Goto };
+    // Thrown after an error that ends the batch has been reported.
+    struct BatchAborted {};
+    // An error on its way to the innermost CATCH block, and what the ERROR_... functions give there.
+    struct CaughtError {
+        long number = 0;
+        int severity = 16;
+        int state = 1;
+        int line = 0;
+        QString procedure;
+        QString text;
+    };
+    struct ErrorCaught {
+        CaughtError error;
+    };
     struct Var {
         SqlTypeSpec type;
         QVariant value;
@@ -139,6 +153,30 @@ private:
     void AddRoleMember(const QVariantList& args, bool add);
     void ExecuteSql(const QVariantList& args);
 
+    // TRY...CATCH, THROW, RAISERROR, WAITFOR, GOTO (SessionControl.cpp)
+    Flow RunTryCatch(const SqlStatement& s);
+    void RunThrow(const SqlStatement& s);
+    void RunRaiserror(const SqlStatement& s);
+    void RunWaitFor(const SqlStatement& s);
+    QString FormatMessage(const QString& format, const SqlStatement& s);
+    // An error of a statement goes to the innermost CATCH block or to the client; it may end the batch.
+    void RaiseError(const ServerError& e, int line);
+    // An error raised on purpose (THROW, RAISERROR) that no CATCH block takes.
+    void EmitCaught(const CaughtError& c);
+    bool InTry() const { return !mTryFrames.isEmpty(); }
+    QVariant ErrorFunction(const QString& name) const;
+
+    // transactions (SessionTransactions.cpp)
+    void BeginTran(const SqlStatement& s);
+    void CommitTran(const SqlStatement& s);
+    void RollbackTran(const SqlStatement& s);
+    void SaveTran(const SqlStatement& s);
+    void RollbackAll();
+    QString TranName(const SqlStatement& s);
+    int XactState() const;
+    // At the end of a batch: a transaction an error made uncommittable is rolled back.
+    void EndBatchTransaction();
+
     Module LoadModule(const CatalogueObject& o);
     QString ObjectText(int id);
     CatalogueObject ResolveObjectName(const QString& name);
@@ -168,4 +206,11 @@ private:
     long mLastError = 0;
     int mLine = 0; // the line of the statement that runs
     QString mBatchText;
+    QList<int> mTryFrames;      // for each open TRY block, the number of frames when it began
+    QList<CaughtError> mCaught; // the errors of the CATCH blocks that run, innermost last
+    QString mGotoLabel;
+    QString mTranName;       // of the outermost BEGIN TRAN
+    QStringList mSavepoints; // SAVE TRAN names in order; SQLite's savepoint is "tsql_save_<index>"
+    bool mXactAbort = false;
+    bool mDoomed = false; // an error under XACT_ABORT inside TRY: only a rollback may follow
 };

@@ -180,6 +180,12 @@ struct SqlStatement {
         RollbackTran,
         CreateIndex,
         Truncate,
+        TryCatch, // body: the TRY block, elseBody: the CATCH block
+        Throw,    // execArgs: number, message, state; none to rethrow
+        Goto,     // name: the label
+        Label,    // name
+        WaitFor,  // optionValue: DELAY or TIME; condition: the time
+        SaveTran, // name (or procedureVariable)
         Unsupported
     };
     Kind kind = Kind::Empty;

@@ -208,6 +208,8 @@ QList<SqlStatementP> SqlParser::ParseBatch(QList<SqlSyntaxError>* errors) {
         }
         first = false;
     }
+    if (errors && errors->isEmpty() && mLexError.number == 0)
+        CheckLabels(out);
     if (mLexError.number != 0 && errors) {
         // The tokens stop at an unclosed string or comment; what the parser said of the cut-off
         // end would only mislead.
@@ -257,6 +259,8 @@ SqlStatementP SqlParser::ParseStatement(bool first) {
     if (t.kind != SqlToken::Kind::Word)
         Fail(t);
     const QString w = t.text.toUpper();
+    if (SqlStatementP procedural = ParseProcedural(t, w))
+        return procedural;
     if (w == QLatin1String("SELECT")) {
         auto s = MakeStatement(SqlStatement::Kind::Select, t);
         s->select = ParseSelect();

@@ -85,6 +85,12 @@ private:
     QList<SqlParam> ParseParams(bool parenthesised);
     QList<SqlStatementP> ParseStatementsToEnd();
     SqlStatementP ParseBlockOrStatement();
+    // SqlParserProc.cpp: TRY...CATCH, THROW, RAISERROR, GOTO, labels, WAITFOR, transactions; null
+    // when the statement is none of these.
+    SqlStatementP ParseProcedural(const SqlToken& t, const QString& word);
+    QList<SqlStatementP> ParseStatementsUntilEnd(const char* blockWord);
+    void ParseTranName(SqlStatement& s, const SqlToken& keyword);
+    void CheckLabels(const QList<SqlStatementP>& statements);
 
     SqlSelectP ParseSelect();
     SqlSelectCore ParseSelectCore();

@@ -541,11 +541,16 @@ QString SqlTranslator::Function(const SqlExpr& e) {
         f == QLatin1String("SYSTEM_USER") || f == QLatin1String("CURRENT_USER") ||
         f == QLatin1String("SESSION_USER") || f == QLatin1String("USER") || f == QLatin1String("HOST_NAME") ||
         f == QLatin1String("APP_NAME") || f == QLatin1String("SCOPE_IDENTITY") ||
-        f == QLatin1String("SUSER_SID")) {
+        f == QLatin1String("SUSER_SID") || f == QLatin1String("ERROR_NUMBER") ||
+        f == QLatin1String("ERROR_MESSAGE") || f == QLatin1String("ERROR_LINE") ||
+        f == QLatin1String("ERROR_PROCEDURE") || f == QLatin1String("ERROR_SEVERITY") ||
+        f == QLatin1String("ERROR_STATE") || f == QLatin1String("XACT_STATE")) {
         if (!e.args.isEmpty())
             throw ServerError::Unsupported(QStringLiteral("%1 with an argument").arg(f));
         return AddParam(mContext.Global(f));
     }
+    if (QString later = LaterFunction(e, f); !later.isEmpty())
+        return later;
     throw ServerError::Make(
         195, 15, QStringLiteral("'%1' is not a recognized built-in function name.").arg(e.text), true);
 }

@@ -60,6 +60,8 @@ private:
     static QString Fold(const QString& function, QStringList terms);
     QString Function(const SqlExpr& e);
     QString ObjectProperty(const SqlExpr& e);
+    // SqlTranslatorFunctions.cpp; empty when f is none of them.
+    QString LaterFunction(const SqlExpr& e, const QString& f);
 
     TranslatorContext& mContext;
     QVariantList mParams;

@@ -197,6 +197,7 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
     ++mNesting;
     ++mModuleDepth;
     QVariant rc = 0;
+    const int tranCountBefore = mTranCount;
     // A SET inside a procedure lasts until the procedure ends, as on the server.
     const bool callerNoCount = mNoCount;
     auto leave = [&]() {
@@ -232,6 +233,10 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
                 Assign(outputTo[i], outs[i], s.line);
     } catch (const ServerError& e) {
         // An error in binding belongs to the caller's statement.
+        if (InTry()) {
+            leave();
+            throw;
+        }
         Emit(e, s.line);
         leave();
         if (e.abortsBatch)
@@ -240,6 +245,17 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
     } catch (...) {
         leave();
         throw;
+    }
+    if (mTranCount != tranCountBefore) {
+        ServerError e = ServerError::Make(
+            266, 16,
+            QStringLiteral(
+                "Transaction count after EXECUTE indicates a mismatching number of BEGIN and COMMIT "
+                "statements. Previous count = %1, current count = %2.")
+                .arg(tranCountBefore)
+                .arg(mTranCount));
+        e.state = 2;
+        throw e;
     }
     return rc;
 }
@@ -283,6 +299,13 @@ QVariant SessionState::CallFunction(const QString& name, const QVariantList& arg
     ++mNesting;
     ++mModuleDepth;
     QVariant result;
+    // A function runs inside a SQLite statement: its errors must not leave it for a CATCH block,
+    // they fail the statement that called it, which the CATCH block then takes.
+    struct KeepTry {
+        QList<int>& frames;
+        QList<int> saved;
+        ~KeepTry() { frames = saved; }
+    } keepTry{mTryFrames, std::exchange(mTryFrames, {})};
     try {
         for (int i = 0; i < params.size(); ++i) {
             if (i >= defaults.size() || defaults[i] != u'1') {

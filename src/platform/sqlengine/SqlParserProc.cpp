@@ -1,0 +1,214 @@
+// The procedural statements: TRY...CATCH, THROW, RAISERROR, GOTO and labels, WAITFOR and the
+// transaction statements with their names and save points.
+#include "SqlParser.h"
+
+#include <QSet>
+
+namespace {
+
+SqlStatementP NewStatement(SqlStatement::Kind kind, const SqlToken& at) {
+    auto s = std::make_shared<SqlStatement>();
+    s->kind = kind;
+    s->line = at.line;
+    s->begin = at.begin;
+    return s;
+}
+
+// The labels of one batch or module body and the GOTOs that name them; a module's body is a scope
+// of its own.
+struct LabelScope {
+    QSet<QString> labels;
+    QList<const SqlStatement*> gotos;
+    const SqlStatement* duplicate = nullptr;
+};
+
+void CollectLabels(const QList<SqlStatementP>& list, LabelScope& scope, QList<LabelScope>& modules) {
+    for (const SqlStatementP& s : list) {
+        if (s->kind == SqlStatement::Kind::Label) {
+            const QString key = s->name.toLower();
+            if (scope.labels.contains(key) && !scope.duplicate)
+                scope.duplicate = s.get();
+            scope.labels.insert(key);
+        } else if (s->kind == SqlStatement::Kind::Goto) {
+            scope.gotos.append(s.get());
+        }
+        if (s->kind == SqlStatement::Kind::CreateModule) {
+            LabelScope inner;
+            CollectLabels(s->body, inner, modules);
+            modules.append(inner);
+            continue;
+        }
+        CollectLabels(s->body, scope, modules);
+        CollectLabels(s->elseBody, scope, modules);
+    }
+}
+
+} // namespace
+
+void SqlParser::CheckLabels(const QList<SqlStatementP>& statements) {
+    QList<LabelScope> scopes;
+    LabelScope top;
+    CollectLabels(statements, top, scopes);
+    scopes.prepend(top);
+    for (const LabelScope& scope : scopes) {
+        if (scope.duplicate) {
+            SqlSyntaxError e;
+            e.number = 132;
+            e.line = scope.duplicate->line;
+            e.text = QStringLiteral("The label '%1' has already been declared. Label names must be unique "
+                                    "within a query batch or stored procedure.")
+                         .arg(scope.duplicate->name);
+            mErrors->append(e);
+        }
+        for (const SqlStatement* g : scope.gotos) {
+            if (scope.labels.contains(g->name.toLower()))
+                continue;
+            SqlSyntaxError e;
+            e.number = 133;
+            e.line = g->line;
+            e.text = QStringLiteral("A GOTO statement references the label '%1' but the label has not been "
+                                    "declared.")
+                         .arg(g->name);
+            mErrors->append(e);
+        }
+    }
+}
+
+// A transaction's or save point's name after BEGIN/COMMIT/ROLLBACK/SAVE TRAN: a name or a variable
+// on the same line.
+void SqlParser::ParseTranName(SqlStatement& s, const SqlToken& keyword) {
+    const SqlToken& n = Peek();
+    if (n.line != keyword.line)
+        return;
+    if (n.kind == SqlToken::Kind::Variable) {
+        s.procedureVariable = Next().text;
+        return;
+    }
+    if (n.kind == SqlToken::Kind::QuotedName ||
+        (n.kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(n.text)))
+        s.name = Next().text;
+}
+
+QList<SqlStatementP> SqlParser::ParseStatementsUntilEnd(const char* blockWord) {
+    QList<SqlStatementP> list;
+    while (!(Peek().IsWord("END") && Peek(1).IsWord(blockWord))) {
+        if (AtEnd())
+            Fail(Peek());
+        if (AcceptSymbol(";"))
+            continue;
+        SqlStatementP inner = ParseStatement(false);
+        inner->end = Peek().begin;
+        list.append(inner);
+        AcceptSymbol(";");
+    }
+    Next();
+    Next();
+    return list;
+}
+
+SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word) {
+    using K = SqlStatement::Kind;
+    if (t.kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(word) && Peek(1).IsSymbol(":") &&
+        Peek(1).begin == t.end) {
+        auto s = NewStatement(K::Label, t);
+        s->name = Next().text;
+        Next();
+        return s;
+    }
+    if (word == QLatin1String("BEGIN") && Peek(1).IsWord("TRY")) {
+        auto s = NewStatement(K::TryCatch, t);
+        Next();
+        Next();
+        s->body = ParseStatementsUntilEnd("TRY");
+        AcceptSymbol(";");
+        if (!Peek().IsWord("BEGIN") || !Peek(1).IsWord("CATCH"))
+            Fail(Peek());
+        Next();
+        Next();
+        s->elseBody = ParseStatementsUntilEnd("CATCH");
+        return s;
+    }
+    if (word == QLatin1String("BEGIN") && (Peek(1).IsWord("TRAN") || Peek(1).IsWord("TRANSACTION"))) {
+        auto s = NewStatement(K::BeginTran, t);
+        Next();
+        const SqlToken& tran = Next();
+        ParseTranName(*s, tran);
+        if (AcceptWord("WITH")) {
+            ExpectWord("MARK");
+            if (Peek().kind == SqlToken::Kind::String)
+                Next();
+        }
+        return s;
+    }
+    if (word == QLatin1String("COMMIT") || word == QLatin1String("ROLLBACK")) {
+        auto s = NewStatement(word == QLatin1String("COMMIT") ? K::CommitTran : K::RollbackTran, t);
+        Next();
+        if (AcceptWord("WORK"))
+            return s;
+        if (Peek().IsWord("TRAN") || Peek().IsWord("TRANSACTION")) {
+            const SqlToken& tran = Next();
+            ParseTranName(*s, tran);
+        }
+        return s;
+    }
+    if (word == QLatin1String("SAVE")) {
+        auto s = NewStatement(K::SaveTran, t);
+        Next();
+        if (!Peek().IsWord("TRAN") && !Peek().IsWord("TRANSACTION"))
+            Fail(Peek());
+        const SqlToken& tran = Next();
+        ParseTranName(*s, tran);
+        if (s->name.isEmpty() && s->procedureVariable.isEmpty())
+            Fail(Peek());
+        return s;
+    }
+    if (word == QLatin1String("THROW")) {
+        auto s = NewStatement(K::Throw, t);
+        Next();
+        const SqlToken& n = Peek();
+        if (n.kind == SqlToken::Kind::End || n.IsSymbol(";") || n.IsWord("END") || IsStatementStart(n))
+            return s;
+        for (int i = 0; i < 3; ++i) {
+            if (i > 0)
+                ExpectSymbol(",");
+            s->execArgs.append(SqlExecArg{QString(), ParseExpr(), false, false});
+        }
+        return s;
+    }
+    if (word == QLatin1String("RAISERROR") && Peek(1).IsSymbol("(")) {
+        auto s = NewStatement(K::Raiserror, t);
+        Next();
+        Next();
+        do
+            s->execArgs.append(SqlExecArg{QString(), ParseExpr(), false, false});
+        while (AcceptSymbol(","));
+        ExpectSymbol(")");
+        if (s->execArgs.size() < 3)
+            Fail(Peek());
+        if (AcceptWord("WITH")) {
+            do {
+                const SqlToken& option = Peek();
+                if (!option.IsWord("LOG") && !option.IsWord("NOWAIT") && !option.IsWord("SETERROR"))
+                    Fail(option);
+                s->optionNames.append(Next().text.toUpper());
+            } while (AcceptSymbol(","));
+        }
+        return s;
+    }
+    if (word == QLatin1String("GOTO")) {
+        auto s = NewStatement(K::Goto, t);
+        Next();
+        s->name = ParseName();
+        return s;
+    }
+    if (word == QLatin1String("WAITFOR")) {
+        auto s = NewStatement(K::WaitFor, t);
+        Next();
+        if (!Peek().IsWord("DELAY") && !Peek().IsWord("TIME"))
+            Fail(Peek());
+        s->optionValue = Next().text.toUpper();
+        s->condition = ParseExpr();
+        return s;
+    }
+    return nullptr;
+}
