@@ -576,13 +576,15 @@ QVariant SessionState::Convert(const QVariant& value, const SqlTypeSpec& type) {
     int length = type.length;
     if (length == -1 && type.precision > 0)
         length = type.precision;
+    if (QVariant fast; FastConvert(value, type, fast))
+        return fast;
     const SystemType* t = Catalogue::FindType(type.name);
     if (t && t->character && length == -1)
         length = 1; // a declared varchar without length holds one character
-    SqliteStatement st(mDb->Handle(), QStringLiteral("SELECT tsql_convert(?, ?, ?, ?)"));
-    st.BindAll({type.name, length, type.scale, value});
-    st.Step();
-    return st.Value(0);
+    const CachedStatement st = mDb->Prepare(QStringLiteral("SELECT tsql_convert(?, ?, ?, ?)"));
+    st->BindAll({type.name, length, type.scale, value});
+    st->Step();
+    return st->Value(0);
 }
 
 QVariant SessionState::Variable(const QString& name, int) {
@@ -642,20 +644,24 @@ QVariant SessionState::Global(const QString& name) {
 }
 
 QVariant SessionState::Evaluate(const SqlExpr& e) {
+    if (FastInt fast; FastInteger(e, fast))
+        return fast.null ? QVariant() : QVariant(fast.value);
     SqlTranslator t(*this);
     const QString sql = QStringLiteral("SELECT ") + t.Expr(e);
-    SqliteStatement st(mDb->Handle(), sql);
-    st.BindAll(t.Params());
-    return st.Step() ? st.Value(0) : QVariant();
+    const CachedStatement st = mDb->Prepare(sql);
+    st->BindAll(t.Params());
+    return st->Step() ? st->Value(0) : QVariant();
 }
 
 bool SessionState::Condition(const SqlExpr& e) {
+    if (int fast = 0; FastCondition(e, fast))
+        return fast == 1;
     SqlTranslator t(*this);
     const QString sql =
         QStringLiteral("SELECT CASE WHEN ") + t.Expr(e) + QStringLiteral(" THEN 1 ELSE 0 END");
-    SqliteStatement st(mDb->Handle(), sql);
-    st.BindAll(t.Params());
-    return st.Step() && st.Value(0).toInt() == 1;
+    const CachedStatement st = mDb->Prepare(sql);
+    st->BindAll(t.Params());
+    return st->Step() && st->Value(0).toInt() == 1;
 }
 
 void SessionState::RunSelect(const SqlStatement& s) {

@@ -106,6 +106,16 @@ private:
     QVariant Convert(const QVariant& value, const SqlTypeSpec& type);
     QVariant Evaluate(const SqlExpr& e);
     bool Condition(const SqlExpr& e);
+    // Integers, their arithmetic and comparisons without SQLite (SessionEvaluate.cpp); false when
+    // the expression is anything else.
+    struct FastInt {
+        qlonglong value = 0;
+        bool null = false;
+        bool big = false; // bigint rather than int
+    };
+    bool FastInteger(const SqlExpr& e, FastInt& out);
+    bool FastCondition(const SqlExpr& e, int& out);
+    bool FastConvert(const QVariant& value, const SqlTypeSpec& type, QVariant& out);
 
     // queries
     void RunSelect(const SqlStatement& s);
