@@ -103,8 +103,10 @@ CatalogueObject SessionState::TargetTable(const QStringList& name, int, const ch
     return o;
 }
 
-long long SessionState::RunDml(const QString& sql, const QVariantList& params, const CatalogueObject&,
+long long SessionState::RunDml(const QString& sql, const QVariantList& params, const CatalogueObject& table,
                                const QString& verb) {
+    if (const QList<Module> triggers = TriggersFor(table, verb); !triggers.isEmpty())
+        return RunDmlWithTriggers(sql, params, table, verb, triggers);
     try {
         SqliteStatement st(mDb->Handle(), sql);
         st.BindAll(params);
@@ -276,6 +278,9 @@ void SessionState::RunUpdate(const SqlStatement& s) {
                    QStringLiteral(" = __u.__v%1").arg(i);
         sql += QStringLiteral(" FROM (%1) AS __u WHERE %2.rowid = __u.__rid").arg(inner, physical);
     }
+    mDmlColumns.clear();
+    for (const auto& set : sets)
+        mDmlColumns.append(set.first);
     RunDml(sql, t.Params(), table, QStringLiteral("UPDATE"));
 }
 

@@ -611,6 +611,8 @@ QVariant SessionState::Global(const QString& name) {
         return ErrorFunction(n);
     if (n == QLatin1String("XACT_STATE"))
         return XactState();
+    if (n == QLatin1String("COLUMNS_UPDATED") || n.startsWith(QLatin1String("UPDATE(")))
+        return TriggerFunction(n);
     if (n == QLatin1String("@@NESTLEVEL"))
         return mNesting;
     if (n == QLatin1String("@@SPID"))
@@ -710,6 +712,8 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
     const QString written = parts.join(u'.');
     if (name.startsWith(u'@'))
         throw ServerError::Unsupported(QStringLiteral("table variables"));
+    if (Table t; parts.size() == 1 && TriggerTable(name, t))
+        return t;
     const QString schema = SchemaFor(dbName, ref.line);
     if (schema.isEmpty())
         throw ServerError::InvalidObject(written);

@@ -187,6 +187,22 @@ private:
     // At the end of a batch: a transaction an error made uncommittable is rolled back.
     void EndBatchTransaction();
 
+    // triggers (SessionTriggers.cpp)
+    struct TriggerRun {
+        int triggerId = 0;
+        int tableId = 0;
+        int depth = 0;              // names the snapshot tables of inserted and deleted
+        QStringList updatedColumns; // lower case
+        QStringList columns;        // the table's, in order
+    };
+    QList<Module> TriggersFor(const CatalogueObject& table, const QString& verb);
+    long long RunDmlWithTriggers(const QString& sql, const QVariantList& params, const CatalogueObject& table,
+                                 const QString& verb, const QList<Module>& triggers);
+    QStringList PrepareCapture(int tableId);
+    void FireTrigger(const Module& trigger, const CatalogueObject& table, const TriggerRun& run);
+    bool TriggerTable(const QString& name, Table& out) const;
+    QVariant TriggerFunction(const QString& name) const;
+
     Module LoadModule(const CatalogueObject& o);
     QString ObjectText(int id);
     CatalogueObject ResolveObjectName(const QString& name);
@@ -222,5 +238,8 @@ private:
     QString mTranName;       // of the outermost BEGIN TRAN
     QStringList mSavepoints; // SAVE TRAN names in order; SQLite's savepoint is "tsql_save_<index>"
     bool mXactAbort = false;
-    bool mDoomed = false; // an error under XACT_ABORT inside TRY: only a rollback may follow
+    bool mDoomed = false;          // an error under XACT_ABORT inside TRY: only a rollback may follow
+    QList<TriggerRun> mTriggers;   // the triggers that run, innermost last
+    QHash<int, QString> mCaptures; // table id -> the columns its capture tables were made with
+    QStringList mDmlColumns;       // the columns the UPDATE that runs sets
 };

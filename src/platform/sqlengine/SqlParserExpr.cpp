@@ -26,7 +26,8 @@ bool IsComparison(const SqlToken& t) {
 bool IsFunctionKeyword(const QString& w) {
     static const QStringList words = {QStringLiteral("LEFT"),      QStringLiteral("RIGHT"),
                                       QStringLiteral("COALESCE"),  QStringLiteral("NULLIF"),
-                                      QStringLiteral("USER_NAME"), QStringLiteral("IDENTITY")};
+                                      QStringLiteral("USER_NAME"), QStringLiteral("IDENTITY"),
+                                      QStringLiteral("UPDATE")};
     return words.contains(w.toUpper());
 }
 

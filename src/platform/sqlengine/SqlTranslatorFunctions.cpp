@@ -1,4 +1,5 @@
-// The later built-in functions: IIF, CHOOSE, CONCAT, CONCAT_WS, TRIM, TRANSLATE, STRING_AGG.
+// The later built-in functions: IIF, CHOOSE, CONCAT, CONCAT_WS, TRIM, TRANSLATE, STRING_AGG; and
+// UPDATE(column) and COLUMNS_UPDATED() of a trigger.
 #include "SqlTranslator.h"
 
 #include "ServerError.h"
@@ -11,6 +12,16 @@ QString SqlTranslator::LaterFunction(const SqlExpr& e, const QString& f) {
                 QStringLiteral("The %1 function requires %2 argument(s).").arg(e.text.toLower()).arg(min),
                 true);
     };
+    if (f == QLatin1String("UPDATE")) {
+        need(1, 1);
+        if (e.args[0]->kind != SqlExpr::Kind::Column)
+            throw ServerError::Make(102, 15, QStringLiteral("Incorrect syntax near 'UPDATE'."), true);
+        return AddParam(mContext.Global(QStringLiteral("UPDATE(%1)").arg(e.args[0]->parts.last())));
+    }
+    if (f == QLatin1String("COLUMNS_UPDATED")) {
+        need(0, 0);
+        return AddParam(mContext.Global(f));
+    }
     QStringList args;
     for (const SqlExprP& a : e.args)
         args.append(Expr(*a));
