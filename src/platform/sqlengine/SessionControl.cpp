@@ -2,6 +2,7 @@
 #include "SessionState.h"
 
 #include <QDeadlineTimer>
+#include <QRegularExpression>
 #include <QThread>
 #include <QTime>
 
@@ -149,7 +150,15 @@ QString SessionState::FormatMessage(const QString& format, const SqlStatement& s
     return out;
 }
 
-void SessionState::RaiseError(const ServerError& e, int line) {
+void SessionState::RaiseError(const ServerError& raised, int line) {
+    ServerError e = raised;
+    static const QRegularExpression tableVariable(QStringLiteral("^Invalid object name '#(@[^']*)'\\.$"));
+    if (const auto m = tableVariable.match(WrittenName(e.text, false)); e.number == 208 && m.hasMatch()) {
+        e.number = 1087;
+        e.severity = 15;
+        e.state = 2;
+        e.text = QStringLiteral("Must declare the table variable \"%1\".").arg(m.captured(1));
+    }
     const bool catchable = InTry() && e.severity >= 11 && e.severity <= 19 && e.number != 50001 &&
                            !(IsResolutionError(e.number) && mTryFrames.last() == mFrames.size());
     if (catchable) {
@@ -160,7 +169,7 @@ void SessionState::RaiseError(const ServerError& e, int line) {
         c.severity = e.severity;
         c.state = e.state;
         c.line = e.line > 0 ? e.line : line;
-        c.text = e.text;
+        c.text = WrittenName(e.text);
         if (!mFrames.isEmpty())
             c.procedure = Top().procedure;
         throw ErrorCaught{c};

@@ -146,7 +146,16 @@ SessionState::SessionState(std::shared_ptr<ServerState> server, LoginInfo loginI
     : login(std::move(loginInfo))
     , mServer(std::move(server)) {}
 
-SessionState::~SessionState() = default;
+SessionState::~SessionState() {
+    try {
+        if (mDb && mTranCount > 0)
+            RollbackAll();
+        if (mDb)
+            DropTemporaries(mSessionTemporaries);
+    } catch (...) {
+        // The tables keep names no other session uses; nothing more can be done on the way out.
+    }
+}
 
 QString SessionState::MasterSchema() const {
     return database.compare(QLatin1String("master"), Qt::CaseInsensitive) == 0 ? QStringLiteral("main")
@@ -232,7 +241,7 @@ void SessionState::Emit(const ServerError& e, int line) {
     m.severity = e.severity;
     m.state = e.state;
     m.line = e.line > 0 ? e.line : line;
-    m.text = e.text;
+    m.text = WrittenName(e.text);
     if (!mFrames.isEmpty())
         m.procedure = Top().procedure;
     mLastError = e.number;
@@ -329,6 +338,7 @@ SqlBatchResults SessionState::Execute(const QString& batch, SqlResultSink* sink)
     mModuleDepth = 0;
     mTryFrames.clear();
     mCaught.clear();
+    RenameTemporaries(statements);
     try {
         if (Run(statements) == Flow::Goto)
             throw ServerError::Unsupported(QStringLiteral("GOTO to a label inside a block"));
@@ -337,6 +347,8 @@ SqlBatchResults SessionState::Execute(const QString& batch, SqlResultSink* sink)
         Emit(e, mLine);
     }
     EndBatchTransaction();
+    if (!mFrames.isEmpty())
+        DropTemporaries(mFrames.first().temporaries);
     // SQLite rolls back the whole transaction when it stops a statement that writes inside one.
     if (mCancelled && mTranCount > 0 && sqlite3_get_autocommit(mDb->Handle()))
         mTranCount = 0;
@@ -668,6 +680,10 @@ bool SessionState::Condition(const SqlExpr& e) {
 
 void SessionState::RunSelect(const SqlStatement& s) {
     const SqlSelect& sel = *s.select;
+    if (!sel.cores.isEmpty() && !sel.cores.first().into.isEmpty()) {
+        RunSelectInto(s);
+        return;
+    }
     int assigns = 0;
     for (const SqlSelectItem& item : sel.cores.first().items)
         if (!item.assignTo.isEmpty())

@@ -76,6 +76,7 @@ private:
     };
     struct Frame {
         QHash<QString, Var> vars;
+        QStringList temporaries; // tables that go when the frame ends
         QString procedure;
         QVariant returnValue;
         bool hasReturnValue = false;
@@ -203,6 +204,15 @@ private:
     bool TriggerTable(const QString& name, Table& out) const;
     QVariant TriggerFunction(const QString& name) const;
 
+    // temporary tables and table variables (SessionTempTables.cpp)
+    QString TempSuffix();
+    void RenameTemporaries(const QList<SqlStatementP>& statements);
+    // A message's text with the names of temporary tables and table variables as written.
+    QString WrittenName(QString text, bool variables = true) const;
+    void KeepTemporary(const QString& name);
+    void DropTemporaries(const QStringList& names);
+    void RunSelectInto(const SqlStatement& s);
+
     Module LoadModule(const CatalogueObject& o);
     QString ObjectText(int id);
     CatalogueObject ResolveObjectName(const QString& name);
@@ -238,8 +248,10 @@ private:
     QString mTranName;       // of the outermost BEGIN TRAN
     QStringList mSavepoints; // SAVE TRAN names in order; SQLite's savepoint is "tsql_save_<index>"
     bool mXactAbort = false;
-    bool mDoomed = false;          // an error under XACT_ABORT inside TRY: only a rollback may follow
-    QList<TriggerRun> mTriggers;   // the triggers that run, innermost last
-    QHash<int, QString> mCaptures; // table id -> the columns its capture tables were made with
-    QStringList mDmlColumns;       // the columns the UPDATE that runs sets
+    bool mDoomed = false;            // an error under XACT_ABORT inside TRY: only a rollback may follow
+    QList<TriggerRun> mTriggers;     // the triggers that run, innermost last
+    QHash<int, QString> mCaptures;   // table id -> the columns its capture tables were made with
+    QStringList mDmlColumns;         // the columns the UPDATE that runs sets
+    QString mTempSuffix;             // of this session's temporary tables
+    QStringList mSessionTemporaries; // temporary tables that last until the session ends
 };

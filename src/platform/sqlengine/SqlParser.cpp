@@ -434,8 +434,8 @@ SqlStatementP SqlParser::ParseDeclare() {
         if (v.kind != SqlToken::Kind::Variable || v.text.startsWith(QLatin1String("@@")))
             Fail(v);
         AcceptWord("AS");
-        if (Peek().IsWord("TABLE"))
-            Unsupported(QStringLiteral("table variables"), v.line);
+        if (Peek().IsWord("TABLE") && s->declarations.isEmpty())
+            return ParseTableVariable(v);
         if (Peek().IsWord("CURSOR"))
             Unsupported(QStringLiteral("cursors"), v.line);
         SqlParam p;

@@ -91,6 +91,7 @@ private:
     QList<SqlStatementP> ParseStatementsUntilEnd(const char* blockWord);
     void ParseTranName(SqlStatement& s, const SqlToken& keyword);
     void CheckLabels(const QList<SqlStatementP>& statements);
+    SqlStatementP ParseTableVariable(const SqlToken& variable);
 
     SqlSelectP ParseSelect();
     SqlSelectCore ParseSelectCore();

@@ -212,3 +212,12 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
     }
     return nullptr;
 }
+
+// DECLARE @t TABLE (...): made as a table when the declaration runs.
+SqlStatementP SqlParser::ParseTableVariable(const SqlToken& variable) {
+    auto s = NewStatement(SqlStatement::Kind::CreateTable, variable);
+    ExpectWord("TABLE");
+    s->target = QStringList{variable.text};
+    ParseTableBody(s);
+    return s;
+}

@@ -66,6 +66,7 @@ SessionState::Module SessionState::LoadModule(const CatalogueObject& o) {
     const QList<SqlStatementP> statements = parser.ParseBatch(&errors);
     for (const SqlStatementP& s : statements)
         if (s->kind == SqlStatement::Kind::CreateModule) {
+            RenameTemporaries(s->body);
             m.statement = s;
             break;
         }
@@ -201,6 +202,7 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
     // A SET inside a procedure lasts until the procedure ends, as on the server.
     const bool callerNoCount = mNoCount;
     auto leave = [&]() {
+        DropTemporaries(Top().temporaries);
         --mNesting;
         --mModuleDepth;
         mFrames.removeLast();
@@ -349,6 +351,7 @@ void SessionState::ExecuteSql(const QVariantList& args) {
         }
         return;
     }
+    RenameTemporaries(statements);
     const QString savedText = mBatchText;
     mBatchText = text;
     Frame frame;
@@ -357,15 +360,23 @@ void SessionState::ExecuteSql(const QVariantList& args) {
     ++mNesting;
     const int savedModule = mModuleDepth;
     mModuleDepth = 0; // dynamic SQL is checked against the caller's own rights
+    auto leave = [&]() {
+        DropTemporaries(Top().temporaries);
+        mModuleDepth = savedModule;
+        --mNesting;
+        mFrames.removeLast();
+        mBatchText = savedText;
+    };
     try {
         Run(statements);
+    } catch (const ErrorCaught&) {
+        // On its way to the caller's CATCH block.
+        leave();
+        throw;
     } catch (...) {
         // An error that ends a batch ends only the dynamic one.
     }
-    mModuleDepth = savedModule;
-    --mNesting;
-    mFrames.removeLast();
-    mBatchText = savedText;
+    leave();
 }
 
 bool SessionState::RunSystemProcedure(const QString& name, const SqlStatement& s, const QVariantList& args) {
