@@ -5,6 +5,7 @@
 #include <QRegularExpression>
 #include <QThread>
 #include <QTime>
+#include <climits>
 
 namespace {
 
@@ -13,6 +14,9 @@ namespace {
 bool IsResolutionError(long number) {
     return number == 207 || number == 208 || number == 209 || number == 4104;
 }
+
+// A message is at most this long, so no width or precision need be more.
+constexpr int kMaxMessage = 2047;
 
 // How long a WAITFOR waits between two looks at the cancel flag.
 constexpr int kWaitSliceMs = 20;
@@ -117,20 +121,25 @@ QString SessionState::FormatMessage(const QString& format, const SqlStatement& s
             c.flags += format[k++];
         if (k < n && format[k] == u'*') {
             c.width = next().toInt();
+            if (c.width < 0) {
+                c.flags += u'-';
+                c.width = c.width == INT_MIN ? kMaxMessage : -c.width;
+            }
             ++k;
         } else {
             while (k < n && format[k].isDigit())
-                c.width = qMax(c.width, 0) * 10 + format[k++].digitValue();
+                c.width = qMin(qMax(c.width, 0) * 10 + format[k++].digitValue(), kMaxMessage);
         }
+        c.width = qMin(c.width, kMaxMessage);
         if (k < n && format[k] == u'.') {
             ++k;
             c.precision = 0;
             if (k < n && format[k] == u'*') {
-                c.precision = next().toInt();
+                c.precision = qBound(-1, next().toInt(), kMaxMessage);
                 ++k;
             } else {
                 while (k < n && format[k].isDigit())
-                    c.precision = c.precision * 10 + format[k++].digitValue();
+                    c.precision = qMin(c.precision * 10 + format[k++].digitValue(), kMaxMessage);
             }
         }
         if (k + 2 < n && format.mid(k, 3) == QLatin1String("I64"))
@@ -343,8 +352,8 @@ void SessionState::RunRaiserror(const SqlStatement& s) {
     } else {
         c.number = 50000;
         c.text = FormatMessage(message.toString(), s);
-        if (c.text.size() > 2047)
-            c.text = c.text.left(2044) + QStringLiteral("...");
+        if (c.text.size() > kMaxMessage)
+            c.text = c.text.left(kMaxMessage - 3) + QStringLiteral("...");
     }
     if (c.severity <= 10) {
         // Information: never caught, and @@ERROR stays 0 unless asked.

@@ -391,8 +391,6 @@ SqlStatementP SqlParser::ParseStatement(bool first) {
         s->target = ParseMultiPartName();
         return s;
     }
-    if (w == QLatin1String("WITH"))
-        Unsupported(QStringLiteral("common table expressions (WITH)"), t.line);
     if (w == QLatin1String("MERGE") || w == QLatin1String("GOTO") || w == QLatin1String("WAITFOR") ||
         w == QLatin1String("OPEN") || w == QLatin1String("FETCH") || w == QLatin1String("CLOSE") ||
         w == QLatin1String("DEALLOCATE") || w == QLatin1String("DBCC") || w == QLatin1String("BACKUP") ||

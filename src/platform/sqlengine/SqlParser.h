@@ -92,6 +92,8 @@ private:
     void ParseTranName(SqlStatement& s, const SqlToken& keyword);
     void CheckLabels(const QList<SqlStatementP>& statements);
     SqlStatementP ParseTableVariable(const SqlToken& variable);
+    std::shared_ptr<SqlWindow> ParseOver();
+    SqlStatementP ParseWith(const SqlToken& t);
 
     SqlSelectP ParseSelect();
     SqlSelectCore ParseSelectCore();

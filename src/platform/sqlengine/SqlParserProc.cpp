@@ -115,6 +115,8 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
         Next();
         return s;
     }
+    if (word == QLatin1String("WITH") && Peek(1).IsName() && (Peek(2).IsWord("AS") || Peek(2).IsSymbol("(")))
+        return ParseWith(t);
     if (word == QLatin1String("BEGIN") && Peek(1).IsWord("TRY")) {
         auto s = NewStatement(K::TryCatch, t);
         Next();
@@ -219,5 +221,76 @@ SqlStatementP SqlParser::ParseTableVariable(const SqlToken& variable) {
     ExpectWord("TABLE");
     s->target = QStringList{variable.text};
     ParseTableBody(s);
+    return s;
+}
+
+// OVER ([PARTITION BY ...] [ORDER BY ...] [ROWS | RANGE ...]) after a function.
+std::shared_ptr<SqlWindow> SqlParser::ParseOver() {
+    ExpectWord("OVER");
+    ExpectSymbol("(");
+    auto w = std::make_shared<SqlWindow>();
+    if (AcceptWord("PARTITION")) {
+        ExpectWord("BY");
+        do
+            w->partitionBy.append(ParseExpr());
+        while (AcceptSymbol(","));
+    }
+    if (AcceptWord("ORDER")) {
+        ExpectWord("BY");
+        do {
+            SqlOrderItem o;
+            o.expr = ParseExpr();
+            if (AcceptWord("DESC"))
+                o.descending = true;
+            else
+                AcceptWord("ASC");
+            w->orderBy.append(o);
+        } while (AcceptSymbol(","));
+    }
+    if (Peek().IsWord("ROWS") || Peek().IsWord("RANGE")) {
+        static const QStringList frameWords = {
+            QStringLiteral("ROWS"),      QStringLiteral("RANGE"),     QStringLiteral("BETWEEN"),
+            QStringLiteral("UNBOUNDED"), QStringLiteral("PRECEDING"), QStringLiteral("FOLLOWING"),
+            QStringLiteral("AND"),       QStringLiteral("CURRENT"),   QStringLiteral("ROW")};
+        QStringList words;
+        while (!Peek().IsSymbol(")")) {
+            const SqlToken& k = Peek();
+            const bool number = k.kind == SqlToken::Kind::Number && !k.text.contains(u'.') &&
+                                !k.text.contains(u'e') && !k.text.contains(u'E');
+            if (!number && !(k.kind == SqlToken::Kind::Word && frameWords.contains(k.text.toUpper())))
+                Fail(k);
+            words.append(Next().text.toUpper());
+        }
+        w->frame = words.join(u' ');
+    }
+    ExpectSymbol(")");
+    return w;
+}
+
+// WITH name [(columns)] AS (query) [, ...] followed by the query or INSERT that uses them.
+SqlStatementP SqlParser::ParseWith(const SqlToken& t) {
+    ExpectWord("WITH");
+    QList<SqlCte> ctes;
+    do {
+        SqlCte c;
+        c.name = ParseName();
+        if (AcceptSymbol("(")) {
+            do
+                c.columns.append(ParseName());
+            while (AcceptSymbol(","));
+            ExpectSymbol(")");
+        }
+        ExpectWord("AS");
+        ExpectSymbol("(");
+        c.select = ParseSelect();
+        ExpectSymbol(")");
+        ctes.append(c);
+    } while (AcceptSymbol(","));
+    SqlStatementP s = ParseStatement(false);
+    if (!s->select || (s->kind != SqlStatement::Kind::Select && s->kind != SqlStatement::Kind::Insert))
+        Unsupported(QStringLiteral("common table expressions before UPDATE, DELETE or MERGE"), t.line);
+    s->select->ctes = ctes;
+    s->line = t.line;
+    s->begin = t.begin;
     return s;
 }

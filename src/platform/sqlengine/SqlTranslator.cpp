@@ -117,7 +117,7 @@ QString SqlTranslator::AddParam(const QVariant& value) {
 }
 
 QString SqlTranslator::Select(const SqlSelect& select) {
-    QString sql;
+    QString sql = With(select);
     const bool compound = select.cores.size() > 1;
     for (int i = 0; i < select.cores.size(); ++i) {
         if (i > 0)
@@ -199,6 +199,10 @@ QString SqlTranslator::TableRef(const SqlTableRef& ref) {
     case SqlTableRef::Kind::Subquery:
         return u'(' + Select(*ref.select) + QStringLiteral(") AS ") + Quote(ref.alias);
     case SqlTableRef::Kind::Named:
+        if (ref.name.size() == 1 && mCtes.contains(ref.name.first().toLower()))
+            return Quote(ref.name.first()) + QStringLiteral(" AS ") +
+                   Quote(ref.alias.isEmpty() ? ref.name.first() : ref.alias);
+        [[fallthrough]];
     case SqlTableRef::Kind::Function: {
         TranslatorContext::Table t = mContext.ResolveTable(ref, *this);
         const QString alias = ref.alias.isEmpty() ? t.alias : ref.alias;
@@ -349,7 +353,7 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
     case SqlExpr::Kind::Binary:
         return Binary(e);
     case SqlExpr::Kind::Function:
-        return Function(e);
+        return e.over ? Function(e) + Over(*e.over) : Function(e);
     case SqlExpr::Kind::Case: {
         QString sql = QStringLiteral("CASE");
         int i = 0;

@@ -62,6 +62,10 @@ private:
     QString ObjectProperty(const SqlExpr& e);
     // SqlTranslatorFunctions.cpp; empty when f is none of them.
     QString LaterFunction(const SqlExpr& e, const QString& f);
+    // SqlTranslatorQuery.cpp: WITH before a query, OVER after a function.
+    QString With(const SqlSelect& select);
+    QString Over(const SqlWindow& over);
+    QStringList mCtes; // lower case names of the common table expressions in scope
 
     TranslatorContext& mContext;
     QVariantList mParams;

@@ -25,6 +25,21 @@ QString SqlTranslator::LaterFunction(const SqlExpr& e, const QString& f) {
     QStringList args;
     for (const SqlExprP& a : e.args)
         args.append(Expr(*a));
+    static const QStringList windowOnly = {QStringLiteral("ROW_NUMBER"),   QStringLiteral("RANK"),
+                                           QStringLiteral("DENSE_RANK"),   QStringLiteral("NTILE"),
+                                           QStringLiteral("LAG"),          QStringLiteral("LEAD"),
+                                           QStringLiteral("FIRST_VALUE"),  QStringLiteral("LAST_VALUE"),
+                                           QStringLiteral("PERCENT_RANK"), QStringLiteral("CUME_DIST")};
+    if (windowOnly.contains(f)) {
+        if (!e.over)
+            throw ServerError::Make(
+                10753, 15, QStringLiteral("The function '%1' must have an OVER clause.").arg(f), true);
+        if (e.over->orderBy.isEmpty())
+            throw ServerError::Make(
+                4112, 15, QStringLiteral("The function '%1' must have an OVER clause with ORDER BY.").arg(f),
+                true);
+        return f.toLower() + u'(' + args.join(QStringLiteral(", ")) + u')';
+    }
     if (f == QLatin1String("IIF")) {
         need(3, 3);
         return QStringLiteral("(CASE WHEN %1 THEN %2 ELSE %3 END)").arg(args[0], args[1], args[2]);
