@@ -347,8 +347,11 @@ SqlBatchResults SessionState::Execute(const QString& batch, SqlResultSink* sink)
         Emit(e, mLine);
     }
     EndBatchTransaction();
-    if (!mFrames.isEmpty())
+    if (!mFrames.isEmpty()) {
         DropTemporaries(mFrames.first().temporaries);
+        mFrames.resize(1);
+        DropLocalCursors();
+    }
     // SQLite rolls back the whole transaction when it stops a statement that writes inside one.
     if (mCancelled && mTranCount > 0 && sqlite3_get_autocommit(mDb->Handle()))
         mTranCount = 0;
@@ -548,6 +551,9 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
     case K::WaitFor:
         RunWaitFor(s);
         return Flow::Normal;
+    case K::Cursor:
+        RunCursor(s);
+        return Flow::Normal;
     case K::Unsupported:
         throw ServerError::Unsupported(s.construct);
     }
@@ -623,6 +629,10 @@ QVariant SessionState::Global(const QString& name) {
         return ErrorFunction(n);
     if (n == QLatin1String("XACT_STATE"))
         return XactState();
+    if (n == QLatin1String("@@FETCH_STATUS"))
+        return mFetchStatus;
+    if (n == QLatin1String("@@CURSOR_ROWS"))
+        return mCursorRows;
     if (n == QLatin1String("COLUMNS_UPDATED") || n.startsWith(QLatin1String("UPDATE(")))
         return TriggerFunction(n);
     if (n == QLatin1String("@@NESTLEVEL"))

@@ -213,6 +213,21 @@ private:
     void DropTemporaries(const QStringList& names);
     void RunSelectInto(const SqlStatement& s);
 
+    // cursors (SessionCursors.cpp)
+    struct CursorState {
+        QString name;
+        SqlSelectP select;
+        bool scroll = false;
+        bool open = false;
+        SqlRowSet rows;
+        qlonglong position = -1; // -1 before the first row, rows.size() past the last
+    };
+    QString CursorKey(const QString& name, bool local) const;
+    std::shared_ptr<CursorState> FindCursor(const SqlStatement& s) const;
+    void RunCursor(const SqlStatement& s);
+    // The LOCAL cursors of the batch or procedure that ends.
+    void DropLocalCursors();
+
     Module LoadModule(const CatalogueObject& o);
     QString ObjectText(int id);
     CatalogueObject ResolveObjectName(const QString& name);
@@ -254,4 +269,7 @@ private:
     QStringList mDmlColumns;         // the columns the UPDATE that runs sets
     QString mTempSuffix;             // of this session's temporary tables
     QStringList mSessionTemporaries; // temporary tables that last until the session ends
+    QHash<QString, std::shared_ptr<CursorState>> mCursors; // CursorKey -> cursor
+    int mFetchStatus = -1;
+    long long mCursorRows = 0;
 };

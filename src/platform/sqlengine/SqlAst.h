@@ -204,6 +204,7 @@ struct SqlStatement {
         Label,    // name
         WaitFor,  // optionValue: DELAY or TIME; condition: the time
         SaveTran, // name (or procedureVariable)
+        Cursor,   // DECLARE CURSOR, OPEN, FETCH, CLOSE, DEALLOCATE: construct says which
         Unsupported
     };
     Kind kind = Kind::Empty;

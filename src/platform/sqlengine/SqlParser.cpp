@@ -424,7 +424,7 @@ SqlStatementP SqlParser::ParseDeclare() {
     if (Peek().kind != SqlToken::Kind::Variable) {
         if (Peek().IsName() &&
             (Peek(1).IsWord("CURSOR") || Peek(1).IsWord("INSENSITIVE") || Peek(1).IsWord("SCROLL")))
-            Unsupported(QStringLiteral("cursors"), s->line);
+            return ParseDeclareCursor(*s);
         Fail(Peek());
     }
     do {

@@ -94,6 +94,8 @@ private:
     SqlStatementP ParseTableVariable(const SqlToken& variable);
     std::shared_ptr<SqlWindow> ParseOver();
     SqlStatementP ParseWith(const SqlToken& t);
+    SqlStatementP ParseDeclareCursor(const SqlStatement& declare);
+    SqlStatementP ParseCursorStatement(const SqlToken& t, const QString& word);
 
     SqlSelectP ParseSelect();
     SqlSelectCore ParseSelectCore();

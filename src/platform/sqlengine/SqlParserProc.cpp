@@ -115,6 +115,9 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
         Next();
         return s;
     }
+    if (word == QLatin1String("OPEN") || word == QLatin1String("FETCH") || word == QLatin1String("CLOSE") ||
+        word == QLatin1String("DEALLOCATE"))
+        return ParseCursorStatement(t, word);
     if (word == QLatin1String("WITH") && Peek(1).IsName() && (Peek(2).IsWord("AS") || Peek(2).IsSymbol("(")))
         return ParseWith(t);
     if (word == QLatin1String("BEGIN") && Peek(1).IsWord("TRY")) {
@@ -292,5 +295,86 @@ SqlStatementP SqlParser::ParseWith(const SqlToken& t) {
     s->select->ctes = ctes;
     s->line = t.line;
     s->begin = t.begin;
+    return s;
+}
+
+// DECLARE name [INSENSITIVE] [SCROLL] CURSOR [options] FOR query [FOR READ ONLY | FOR UPDATE [OF ...]]
+SqlStatementP SqlParser::ParseDeclareCursor(const SqlStatement& declare) {
+    auto s = std::make_shared<SqlStatement>();
+    s->kind = SqlStatement::Kind::Cursor;
+    s->construct = QStringLiteral("DECLARE");
+    s->line = declare.line;
+    s->begin = declare.begin;
+    s->name = ParseName();
+    static const QStringList options = {
+        QStringLiteral("INSENSITIVE"), QStringLiteral("SCROLL"),       QStringLiteral("LOCAL"),
+        QStringLiteral("GLOBAL"),      QStringLiteral("FORWARD_ONLY"), QStringLiteral("STATIC"),
+        QStringLiteral("KEYSET"),      QStringLiteral("DYNAMIC"),      QStringLiteral("FAST_FORWARD"),
+        QStringLiteral("READ_ONLY"),   QStringLiteral("SCROLL_LOCKS"), QStringLiteral("OPTIMISTIC"),
+        QStringLiteral("TYPE_WARNING")};
+    bool cursorSeen = false;
+    while (!Peek().IsWord("FOR")) {
+        const SqlToken& w = Peek();
+        if (w.IsWord("CURSOR") && !cursorSeen) {
+            cursorSeen = true;
+            Next();
+            continue;
+        }
+        if (w.kind != SqlToken::Kind::Word || !options.contains(w.text.toUpper()))
+            Fail(w);
+        s->optionNames.append(Next().text.toUpper());
+    }
+    if (!cursorSeen)
+        Fail(Peek());
+    ExpectWord("FOR");
+    s->select = ParseSelect();
+    if (AcceptWord("FOR")) {
+        if (AcceptWord("READ")) {
+            ExpectWord("ONLY");
+        } else {
+            ExpectWord("UPDATE");
+            if (AcceptWord("OF")) {
+                do
+                    ParseName();
+                while (AcceptSymbol(","));
+            }
+        }
+    }
+    return s;
+}
+
+// OPEN c; FETCH [NEXT | PRIOR | FIRST | LAST | ABSOLUTE n | RELATIVE n] [FROM] c [INTO @a, ...];
+// CLOSE c; DEALLOCATE c. GLOBAL before the name is taken and means what it says.
+SqlStatementP SqlParser::ParseCursorStatement(const SqlToken& t, const QString& word) {
+    auto s = NewStatement(SqlStatement::Kind::Cursor, t);
+    s->construct = word;
+    Next();
+    if (word == QLatin1String("FETCH")) {
+        s->optionValue = QStringLiteral("NEXT");
+        for (const char* direction : {"NEXT", "PRIOR", "FIRST", "LAST", "ABSOLUTE", "RELATIVE"}) {
+            if (AcceptWord(direction)) {
+                s->optionValue = QString::fromLatin1(direction);
+                if (s->optionValue == QLatin1String("ABSOLUTE") ||
+                    s->optionValue == QLatin1String("RELATIVE"))
+                    s->condition = ParseExpr();
+                AcceptWord("FROM");
+                break;
+            }
+        }
+        AcceptWord("FROM");
+    }
+    if (AcceptWord("GLOBAL"))
+        s->optionNames.append(QStringLiteral("GLOBAL"));
+    if (Peek().kind == SqlToken::Kind::Variable)
+        Unsupported(QStringLiteral("cursor variables"), t.line);
+    s->name = ParseName();
+    if (word == QLatin1String("FETCH") && AcceptWord("INTO")) {
+        do {
+            const SqlToken& v = Next();
+            if (v.kind != SqlToken::Kind::Variable)
+                Fail(v);
+            s->columns.append(v.text);
+        } while (AcceptSymbol(","));
+    }
     return s;
 }

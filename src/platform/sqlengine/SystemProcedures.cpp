@@ -203,6 +203,7 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
     const bool callerNoCount = mNoCount;
     auto leave = [&]() {
         DropTemporaries(Top().temporaries);
+        DropLocalCursors();
         --mNesting;
         --mModuleDepth;
         mFrames.removeLast();
