@@ -69,7 +69,7 @@ QString FormatOne(const Conversion& c, const QVariant& a) {
     const qlonglong value = a.toLongLong();
     QString digits;
     if (type == u'd' || type == u'i') {
-        digits = QString::number(value < 0 ? -value : value);
+        digits = QString::number(value < 0 ? 0 - qulonglong(value) : qulonglong(value));
     } else {
         // Unsigned forms see the 32-bit pattern of a negative int.
         const qulonglong u =

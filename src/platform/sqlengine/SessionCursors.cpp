@@ -85,7 +85,8 @@ void SessionState::RunCursor(const SqlStatement& s) {
     else if (direction == QLatin1String("LAST"))
         at = n - 1;
     else {
-        const qlonglong k = Evaluate(*s.condition).toLongLong();
+        // Anything beyond the rows by more than one is as good as one beyond.
+        const qlonglong k = qBound(-qlonglong(n) - 2, Evaluate(*s.condition).toLongLong(), qlonglong(n) + 2);
         if (direction == QLatin1String("ABSOLUTE"))
             at = k > 0 ? k - 1 : k < 0 ? n + k : -1;
         else

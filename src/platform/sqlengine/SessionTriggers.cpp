@@ -198,7 +198,7 @@ QVariant SessionState::TriggerFunction(const QString& name) const {
         return bits;
     }
     // UPDATE(column)
-    const QString column = name.mid(7).chopped(1).toLower();
+    const QString column = name.mid(7, qMax<qsizetype>(name.size() - 8, 0)).toLower();
     if (mTriggers.isEmpty())
         return {};
     return mTriggers.last().updatedColumns.contains(column) ? 1 : 0;
