@@ -105,8 +105,10 @@ CatalogueObject SessionState::TargetTable(const QStringList& name, int, const ch
 
 long long SessionState::RunDml(const QString& sql, const QVariantList& params, const CatalogueObject& table,
                                const QString& verb) {
-    if (const QList<Module> triggers = TriggersFor(table, verb); !triggers.isEmpty())
-        return RunDmlWithTriggers(sql, params, table, verb, triggers);
+    const SqlStatement* dml = std::exchange(mDmlStatement, nullptr);
+    const SqlStatement* output = dml && !dml->output.isEmpty() ? dml : nullptr;
+    if (const QList<Module> triggers = TriggersFor(table, verb); !triggers.isEmpty() || output)
+        return RunDmlWithTriggers(sql, params, table, verb, triggers, output);
     try {
         SqliteStatement st(mDb->Handle(), sql);
         st.BindAll(params);
@@ -122,6 +124,7 @@ long long SessionState::RunDml(const QString& sql, const QVariantList& params, c
 
 void SessionState::RunInsert(const SqlStatement& s) {
     const CatalogueObject table = TargetTable(s.target, s.line, "INSERT");
+    mDmlStatement = &s;
     const QList<TableColumn> columns = Columns(*mDb, table.id);
     bool hasIdentity = false;
     for (const TableColumn& c : columns)
@@ -215,6 +218,7 @@ void SessionState::RunInsert(const SqlStatement& s) {
 
 void SessionState::RunUpdate(const SqlStatement& s) {
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "UPDATE");
+    mDmlStatement = &s;
     const QList<TableColumn> columns = Columns(*mDb, table.id);
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
@@ -286,6 +290,7 @@ void SessionState::RunUpdate(const SqlStatement& s) {
 
 void SessionState::RunDelete(const SqlStatement& s) {
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "DELETE");
+    mDmlStatement = &s;
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
     QString sql;

@@ -197,8 +197,11 @@ private:
         QStringList columns;        // the table's, in order
     };
     QList<Module> TriggersFor(const CatalogueObject& table, const QString& verb);
+    // With output, the statement's OUTPUT clause gives its rows too.
     long long RunDmlWithTriggers(const QString& sql, const QVariantList& params, const CatalogueObject& table,
-                                 const QString& verb, const QList<Module>& triggers);
+                                 const QString& verb, const QList<Module>& triggers,
+                                 const SqlStatement* output);
+    void RunOutput(const SqlStatement& s, const TriggerRun& run, const QString& verb);
     QStringList PrepareCapture(int tableId);
     void FireTrigger(const Module& trigger, const CatalogueObject& table, const TriggerRun& run);
     bool TriggerTable(const QString& name, Table& out) const;
@@ -271,5 +274,6 @@ private:
     QStringList mSessionTemporaries; // temporary tables that last until the session ends
     QHash<QString, std::shared_ptr<CursorState>> mCursors; // CursorKey -> cursor
     int mFetchStatus = -1;
+    const SqlStatement* mDmlStatement = nullptr; // the INSERT, UPDATE or DELETE whose SQL runs next
     long long mCursorRows = 0;
 };

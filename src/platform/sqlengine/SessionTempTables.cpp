@@ -52,6 +52,9 @@ public:
                 Parts(n);
         }
         Parts(s.triggerTable);
+        Parts(s.outputInto);
+        for (const SqlSelectItem& item : s.output)
+            Expr(item.expr);
         if (s.select)
             Select(*s.select);
         for (const SqlTableRefP& r : s.from)

@@ -80,7 +80,7 @@ QStringList SessionState::PrepareCapture(int tableId) {
 
 long long SessionState::RunDmlWithTriggers(const QString& sql, const QVariantList& params,
                                            const CatalogueObject& table, const QString& verb,
-                                           const QList<Module>& triggers) {
+                                           const QList<Module>& triggers, const SqlStatement* output) {
     // The statement and its triggers are one transaction, as on the server.
     const bool implicit = mTranCount == 0;
     if (implicit) {
@@ -119,6 +119,8 @@ long long SessionState::RunDmlWithTriggers(const QString& sql, const QVariantLis
             mDb->Exec(QStringLiteral("CREATE TABLE %1 AS SELECT * FROM temp.\"%2\"")
                           .arg(snapshot, CaptureName(capture, table.id)));
         }
+        if (output)
+            RunOutput(*output, run, verb);
         for (const Module& trigger : triggers) {
             run.triggerId = trigger.id;
             mRowCount = n;
@@ -202,4 +204,66 @@ QVariant SessionState::TriggerFunction(const QString& name) const {
     if (mTriggers.isEmpty())
         return {};
     return mTriggers.last().updatedColumns.contains(column) ? 1 : 0;
+}
+
+void SessionState::RunOutput(const SqlStatement& s, const TriggerRun& run, const QString& verb) {
+    auto named = [&s](const char* name) {
+        auto r = std::make_shared<SqlTableRef>();
+        r->name = QStringList{QString::fromLatin1(name)};
+        r->line = s.line;
+        return r;
+    };
+    SqlSelectCore core;
+    core.items = s.output;
+    if (verb == QLatin1String("UPDATE")) {
+        // The capture tables get a row each for every row changed, in the same order.
+        auto column = [&s](const char* table) {
+            auto c = std::make_shared<SqlExpr>();
+            c->kind = SqlExpr::Kind::Column;
+            c->parts = QStringList{QString::fromLatin1(table), QStringLiteral("rowid")};
+            c->line = s.line;
+            return c;
+        };
+        auto on = std::make_shared<SqlExpr>();
+        on->kind = SqlExpr::Kind::Binary;
+        on->text = QStringLiteral("=");
+        on->args = {column("inserted"), column("deleted")};
+        auto join = std::make_shared<SqlTableRef>();
+        join->kind = SqlTableRef::Kind::Join;
+        join->joinType = QStringLiteral("INNER");
+        join->left = named("inserted");
+        join->right = named("deleted");
+        join->on = on;
+        core.from.append(join);
+    } else {
+        core.from.append(named(verb == QLatin1String("DELETE") ? "deleted" : "inserted"));
+    }
+    auto select = std::make_shared<SqlSelect>();
+    select->cores.append(core);
+    select->line = s.line;
+    // inserted and deleted name this statement's rows while the output is read.
+    mTriggers.append(run);
+    const bool noCount = mNoCount;
+    struct Leave {
+        SessionState& s;
+        bool noCount;
+        ~Leave() {
+            s.mTriggers.removeLast();
+            s.mNoCount = noCount;
+        }
+    } leave{*this, noCount};
+    if (s.outputInto.isEmpty()) {
+        SqlTranslator t(*this);
+        const QString sql = t.Select(*select);
+        Put(SqlResult::Rows(Query(sql, t.Params())));
+        return;
+    }
+    SqlStatement insert;
+    insert.kind = SqlStatement::Kind::Insert;
+    insert.line = s.line;
+    insert.target = s.outputInto;
+    insert.columns = s.outputColumns;
+    insert.select = select;
+    mNoCount = true; // the rows OUTPUT INTO adds are not counted apart
+    RunInsert(insert);
 }

@@ -275,6 +275,11 @@ struct SqlStatement {
     QString defaultDatabase;
     QString defaultSchema;
 
-    // Unsupported: what it is
+    // OUTPUT items [INTO target [(columns)]] of INSERT, UPDATE, DELETE
+    QList<SqlSelectItem> output;
+    QStringList outputInto;
+    QStringList outputColumns;
+
+    // Unsupported: what it is; the statement of a Cursor
     QString construct;
 };

@@ -665,7 +665,7 @@ SqlStatementP SqlParser::ParseInsert() {
         ExpectSymbol(")");
     }
     if (Peek().IsWord("OUTPUT"))
-        Unsupported(QStringLiteral("the OUTPUT clause"), Peek().line);
+        ParseOutput(*s);
     if (AcceptWord("DEFAULT")) {
         ExpectWord("VALUES");
         s->defaultValues = true;
@@ -752,7 +752,7 @@ SqlStatementP SqlParser::ParseUpdate() {
         s->assignments.append({col, ParseExpr()});
     } while (AcceptSymbol(","));
     if (Peek().IsWord("OUTPUT"))
-        Unsupported(QStringLiteral("the OUTPUT clause"), Peek().line);
+        ParseOutput(*s);
     if (AcceptWord("FROM"))
         s->from = ParseFromList();
     if (AcceptWord("WHERE")) {
@@ -776,7 +776,7 @@ SqlStatementP SqlParser::ParseDelete() {
     else
         s->target = ParseMultiPartName();
     if (Peek().IsWord("OUTPUT"))
-        Unsupported(QStringLiteral("the OUTPUT clause"), Peek().line);
+        ParseOutput(*s);
     if (AcceptWord("FROM"))
         s->from = ParseFromList();
     if (AcceptWord("WHERE")) {

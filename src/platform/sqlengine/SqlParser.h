@@ -95,6 +95,7 @@ private:
     std::shared_ptr<SqlWindow> ParseOver();
     SqlStatementP ParseWith(const SqlToken& t);
     SqlStatementP ParseDeclareCursor(const SqlStatement& declare);
+    void ParseOutput(SqlStatement& s);
     SqlStatementP ParseCursorStatement(const SqlToken& t, const QString& word);
 
     SqlSelectP ParseSelect();

@@ -378,3 +378,42 @@ SqlStatementP SqlParser::ParseCursorStatement(const SqlToken& t, const QString& 
     }
     return s;
 }
+
+// OUTPUT inserted.*, deleted.column [AS name], expression ... [INTO target [(columns)]]
+void SqlParser::ParseOutput(SqlStatement& s) {
+    ExpectWord("OUTPUT");
+    do {
+        SqlSelectItem item;
+        const SqlToken& t = Peek();
+        if (t.IsName() && Peek(1).IsSymbol(".") && Peek(2).IsSymbol("*")) {
+            auto star = std::make_shared<SqlExpr>();
+            star->kind = SqlExpr::Kind::Star;
+            star->line = t.line;
+            star->parts = QStringList{Next().text};
+            Next();
+            Next();
+            item.expr = star;
+        } else {
+            item.expr = ParseExpr();
+            if (AcceptWord("AS") || Peek().kind == SqlToken::Kind::QuotedName ||
+                (Peek().kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(Peek().text))) {
+                item.alias = ParseName();
+                item.hasAlias = true;
+            }
+        }
+        s.output.append(item);
+    } while (AcceptSymbol(","));
+    if (AcceptWord("INTO")) {
+        if (Peek().kind == SqlToken::Kind::Variable)
+            s.outputInto = QStringList{Next().text};
+        else
+            s.outputInto = ParseMultiPartName();
+        if (Peek().IsSymbol("(") && !Peek(1).IsWord("SELECT")) {
+            Next();
+            do
+                s.outputColumns.append(ParseName());
+            while (AcceptSymbol(","));
+            ExpectSymbol(")");
+        }
+    }
+}
