@@ -195,6 +195,7 @@ private:
         int depth = 0;              // names the snapshot tables of inserted and deleted
         QStringList updatedColumns; // lower case
         QStringList columns;        // the table's, in order
+        bool instead = false;       // an INSTEAD OF trigger
     };
     QList<Module> TriggersFor(const CatalogueObject& table, const QString& verb);
     // With output, the statement's OUTPUT clause gives its rows too.
