@@ -76,7 +76,8 @@ private:
     };
     struct Frame {
         QHash<QString, Var> vars;
-        QStringList temporaries; // tables that go when the frame ends
+        QStringList temporaries;                            // tables that go when the frame ends
+        QHash<QString, const SqlStatement*> tableVariables; // name -> its DECLARE, to make it again
         QString procedure;
         QVariant returnValue;
         bool hasReturnValue = false;
@@ -213,7 +214,15 @@ private:
     void RenameTemporaries(const QList<SqlStatementP>& statements);
     // A message's text with the names of temporary tables and table variables as written.
     QString WrittenName(QString text, bool variables = true) const;
-    void KeepTemporary(const QString& name);
+    void KeepTemporary(const QString& name, const SqlStatement& declaration);
+    // A rollback leaves table variables as they were: their rows are read before and put back after.
+    struct TableVariableRows {
+        QString name;
+        const SqlStatement* declaration = nullptr;
+        QList<QVariantList> rows;
+    };
+    QList<TableVariableRows> KeepTableVariables();
+    void RestoreTableVariables(const QList<TableVariableRows>& kept);
     void DropTemporaries(const QStringList& names);
     void RunSelectInto(const SqlStatement& s);
 
