@@ -294,6 +294,12 @@ QString SqlTranslator::Chain(const QList<const SqlExpr*>& operands, const QStrin
                 foldedOp = op;
             }
             folded.append(rhs);
+        } else if (op == QLatin1String("/") || op == QLatin1String("%")) {
+            // Division by zero is an error, not SQLite's NULL.
+            close();
+            acc = (op == QLatin1String("/") ? QStringLiteral("tsql_divide(")
+                                            : QStringLiteral("tsql_remainder(")) +
+                  acc + QStringLiteral(", ") + rhs + u')';
         } else {
             const int g = SqliteGroup(op);
             if (g != group)
