@@ -742,6 +742,13 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
         t.catalogue = true;
         return t;
     }
+    const QString view =
+        Catalogue::SystemView(owner, name, schema, MasterSchema(), dbName.isEmpty() ? database : dbName);
+    if (!view.isEmpty()) {
+        t.sql = u'(' + view + u')';
+        t.catalogue = true;
+        return t;
+    }
     if (Catalogue::IsCatalogueTable(name) &&
         (owner.isEmpty() || owner.compare(QLatin1String("dbo"), Qt::CaseInsensitive) == 0 ||
          owner.compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0)) {

@@ -546,6 +546,8 @@ QString SqlTranslator::Function(const SqlExpr& e) {
             throw ServerError::Unsupported(QStringLiteral("%1 with an argument").arg(f));
         return AddParam(mContext.Global(f));
     }
+    if (QString sql = CatalogueFunction(e, f); !sql.isEmpty())
+        return sql;
     throw ServerError::Make(
         195, 15, QStringLiteral("'%1' is not a recognized built-in function name.").arg(e.text), true);
 }

@@ -60,6 +60,7 @@ private:
     static QString Fold(const QString& function, QStringList terms);
     QString Function(const SqlExpr& e);
     QString ObjectProperty(const SqlExpr& e);
+    QString CatalogueFunction(const SqlExpr& e, const QString& f);
 
     TranslatorContext& mContext;
     QVariantList mParams;
