@@ -1,0 +1,123 @@
+// What only a store on a server has to show: its rules hold against a client that talks to the
+// server directly, its ini names it without a password, and a server that goes away is an error of
+// the store, never the end of the program.
+#include "PgConnection.h"
+#include "StoreErrors.h"
+#include "StoreIni.h"
+#include "StoreRights.h"
+#include "TARMOError.h"
+#include "TestPostgres.h"
+#include "TestStores.h"
+#include "TestSupport.h"
+#include "VersionStore.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class ServerStoreTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        SKIP_UNLESS_AVAILABLE(StoreKind::Server);
+        ini = CreateStore(StoreKind::Server, folder.Path(QStringLiteral("store")), QStringLiteral("secret"));
+        admin.Open(ini, QStringLiteral("Admin"), QStringLiteral("secret"));
+        admin.AddUser(QStringLiteral("Bob"), QStringLiteral("bobpw"));
+        StoreItem project = admin.Item(QStringLiteral("$/")).NewSubproject(QStringLiteral("P"), QString());
+        QFile file(folder.Path(QStringLiteral("a.sp")));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("text");
+        file.close();
+        project.Add(folder.Path(QStringLiteral("a.sp")), QString());
+        database = PgConnection::DatabaseOf(StoreIni::Read(ini).server);
+    }
+    // Bob's own connection to the server, as any program with his password could make it.
+    std::unique_ptr<PgConnection> bobDirect() const {
+        return std::make_unique<PgConnection>(TestPostgres::Instance()->Url(database),
+                                              database + QStringLiteral(".bob"), QStringLiteral("bobpw"));
+    }
+
+    TempFolder folder;
+    QString ini;
+    QString database;
+    VersionStore admin;
+};
+
+TEST_F(ServerStoreTest, TheIniNamesTheServerWithoutAPassword) {
+    QFile file(ini);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    EXPECT_TRUE(text.contains("Store = postgresql://")) << text.toStdString();
+    EXPECT_FALSE(text.contains("tarmo-owner-pw"));
+    EXPECT_FALSE(text.contains("tarmo_owner"));
+    EXPECT_FALSE(text.contains("DataFolder"));
+
+    // A password written into the ini by hand is refused, not used.
+    const QString withPassword = folder.Path(QStringLiteral("password.ini"));
+    QFile written(withPassword);
+    ASSERT_TRUE(written.open(QIODevice::WriteOnly));
+    written.write("Store = postgresql://someone:pw@localhost/db\n");
+    written.close();
+    VersionStore store;
+    EXPECT_EQ(
+        ErrorOf([&] { store.Open(withPassword, QStringLiteral("Admin"), QStringLiteral("secret")); }).number,
+        StoreErrors::IniFile);
+    EXPECT_TRUE(StoreIni::PasswordInUrl(QStringLiteral("postgresql://u:p@h/db")));
+    EXPECT_TRUE(StoreIni::PasswordInUrl(QStringLiteral("postgresql://h/db?password=p")));
+    EXPECT_FALSE(StoreIni::PasswordInUrl(QStringLiteral("postgresql://u@h:5432/db")));
+    EXPECT_FALSE(StoreIni::PasswordInUrl(QStringLiteral("postgresql:///db?host=/tmp/a:b@c")));
+}
+
+TEST_F(ServerStoreTest, AUserTalkingToTheServerDirectlyCannotBypassTheRules) {
+    std::unique_ptr<PgConnection> bob = bobDirect();
+    // The tables and the helpers are the owner's alone.
+    for (const char* sql : {"SELECT * FROM tarmo.history", "UPDATE tarmo.items SET name = 'x' WHERE id = 2",
+                            "INSERT INTO tarmo.checkouts(item, \"user\", date) VALUES (2, 'Admin', 0)",
+                            "UPDATE tarmo.users SET admin = true",
+                            "SELECT tarmo.record(2, 'Admin', 'Checked in', '', 'x'::bytea)",
+                            "SELECT tarmo.make_user('Eve', NULL, true)"}) {
+        const CaughtError error = ErrorOf([&] { bob->Query(sql); });
+        EXPECT_EQ(error.number, StoreErrors::Permission) << sql << ": " << error.text.toStdString();
+    }
+    // The functions that are his check him by the login the server authenticated, whatever he passes.
+    EXPECT_EQ(ErrorOf([&] { bob->Query("SELECT tarmo.api_set_rights(1, 'Bob', 15)"); }).number,
+              StoreErrors::Permission);
+    EXPECT_EQ(ErrorOf([&] { bob->Query("SELECT tarmo.api_add_user('Eve', 'x')"); }).number,
+              StoreErrors::Permission);
+    EXPECT_EQ(ErrorOf([&] { bob->Query("SELECT tarmo.api_set_password('Admin', 'x')"); }).number,
+              StoreErrors::Permission);
+    admin.SetRights(QStringLiteral("$/P"), QStringLiteral("Bob"), 0);
+    EXPECT_EQ(ErrorOf([&] { bob->Query("SELECT * FROM tarmo.api_texts(2, '{3}')"); }).number,
+              StoreErrors::NoRight);
+    // Nor may he read a project's texts by naming items of another project.
+    admin.SetRights(QStringLiteral("$/P"), QStringLiteral("Bob"), StoreRights::Read);
+    admin.SetRights(QStringLiteral("$/"), QStringLiteral("Bob"), StoreRights::Read);
+    admin.Item(QStringLiteral("$/")).NewSubproject(QStringLiteral("Secret"), QString());
+    admin.SetRights(QStringLiteral("$/Secret"), QStringLiteral("Bob"), 0);
+    const PgResult leaked = bob->Query("SELECT * FROM tarmo.api_texts(1, '{3}')");
+    EXPECT_EQ(leaked.Rows(), 0);
+}
+
+TEST_F(ServerStoreTest, AServerThatGoesAwayIsAnErrorAndComesBack) {
+    VersionStore bob;
+    bob.Open(ini, QStringLiteral("Bob"), QStringLiteral("bobpw"));
+    const StoreItem item = bob.Item(QStringLiteral("$/P/a.sp"));
+    TestPostgres& server = *TestPostgres::Instance();
+    ASSERT_TRUE(server.Stop());
+    EXPECT_EQ(ErrorOf([&] { item.Versions(); }).number, StoreErrors::Database);
+    EXPECT_EQ(ErrorOf([&] { item.Name(); }).number, StoreErrors::Database);
+    VersionStore late;
+    EXPECT_EQ(ErrorOf([&] { late.Open(ini, QStringLiteral("Bob"), QStringLiteral("bobpw")); }).number,
+              StoreErrors::Database);
+    ASSERT_TRUE(server.Start());
+    // The open session reaches the server again on its next step.
+    EXPECT_EQ(item.Versions().size(), 1);
+    EXPECT_EQ(ErrorOf([&] { late.Open(ini, QStringLiteral("Bob"), QStringLiteral("wrong")); }).number,
+              StoreErrors::Login);
+    EXPECT_EQ(ErrorOf([&] { late.Open(ini, QStringLiteral("Nobody"), QStringLiteral("x")); }).number,
+              StoreErrors::Login);
+}
+
+} // namespace
