@@ -288,7 +288,7 @@ QString PgConnection::Verifier(const QString& password, const QString& role) {
     if (!verifier)
         raise(StoreErrors::Database, QStringLiteral("The password cannot be prepared: %1")
                                          .arg(QString::fromUtf8(PQerrorMessage(mConn)).trimmed()));
-    const QString text = QString::fromUtf8(verifier);
+    QString text = QString::fromUtf8(verifier);
     PQfreemem(verifier);
     return text;
 }

@@ -27,7 +27,7 @@ QString findBin() {
     std::sort(found.begin(), found.end(),
               [](const QString& a, const QString& b) { return a.toInt() > b.toInt(); });
     for (const QString& version : found) {
-        const QString bin = versions.filePath(version + QStringLiteral("/bin"));
+        QString bin = versions.filePath(version + QStringLiteral("/bin"));
         if (QFileInfo(bin + QStringLiteral("/initdb")).isExecutable())
             return bin;
     }
@@ -173,7 +173,7 @@ QString TestPostgres::OwnerUrl(const QString& database) const {
 }
 
 QString TestPostgres::NewDatabase() {
-    const QString name = QStringLiteral("store%1_%2").arg(getpid()).arg(++mDatabases);
+    QString name = QStringLiteral("store%1_%2").arg(getpid()).arg(++mDatabases);
     PgConnection connection(OwnerUrl(QStringLiteral("postgres")), QString(), QString());
     connection.Execute(QStringLiteral("CREATE DATABASE \"%1\"").arg(name).toUtf8().constData());
     return name;
