@@ -62,8 +62,9 @@ QString PgEngine::WithoutPassword(const QString& url) {
     return url.left(hostStart) + url.mid(at + 1);
 }
 
-void PgEngine::Create(const QString& url, const QString& adminPassword, bool multipleCheckouts) {
-    PgConnection connection(url, QString(), QString());
+void PgEngine::Create(const QString& url, const QString& owner, const QString& ownerPassword,
+                      const QString& adminPassword, bool multipleCheckouts) {
+    PgConnection connection(url, owner, owner.isEmpty() ? QString() : ownerPassword);
     PgTransaction transaction(connection);
     const PgResult existing = connection.Query("SELECT 1 FROM pg_namespace WHERE nspname = 'tarmo'");
     if (existing.Rows() > 0)

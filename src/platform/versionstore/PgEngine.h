@@ -17,9 +17,11 @@ class PgEngine : public StoreEngine {
 public:
     static std::unique_ptr<PgEngine> Open(StoreSession& session, const QString& userName,
                                           const QString& password);
-    // Makes the store's schema in the database `url` names, connecting as the URL says (its user,
-    // with a password from PGPASSWORD or the user's password file), and the administrator "Admin".
-    static void Create(const QString& url, const QString& adminPassword, bool multipleCheckouts);
+    // Makes the store's schema in the database `url` names, connecting as `owner` with its password
+    // where given, else as the URL says (its user, with a password from PGPASSWORD or the user's
+    // password file), and the administrator "Admin".
+    static void Create(const QString& url, const QString& owner, const QString& ownerPassword,
+                       const QString& adminPassword, bool multipleCheckouts);
     // The login role of a user of the store in `database`.
     static QString RoleOf(const QString& database, const QString& userName);
     // The URL without its user and password, as an ini file may keep it.

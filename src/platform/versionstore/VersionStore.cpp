@@ -35,7 +35,8 @@ QString VersionStore::Create(const QString& folder, const QString& adminPassword
 }
 
 QString VersionStore::CreateOnServer(const QString& folder, const QString& url, const QString& adminPassword,
-                                     bool multipleCheckouts) {
+                                     bool multipleCheckouts, const QString& owner,
+                                     const QString& ownerPassword) {
     QDir dir(folder);
     if (!GroupFiles::MakeFolder(dir.absolutePath()))
         StoreSession::Raise(StoreErrors::IniFile,
@@ -47,7 +48,7 @@ QString VersionStore::CreateOnServer(const QString& folder, const QString& url, 
     if (QFileInfo::exists(ini.iniFile))
         StoreSession::Raise(StoreErrors::NameExists,
                             QStringLiteral("'%1' already holds a version store.").arg(dir.absolutePath()));
-    PgEngine::Create(url, adminPassword, multipleCheckouts);
+    PgEngine::Create(url, owner, ownerPassword, adminPassword, multipleCheckouts);
     StoreIni::Write(ini);
     return ini.iniFile;
 }
