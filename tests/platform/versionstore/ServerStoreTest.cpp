@@ -104,7 +104,7 @@ TEST_F(ServerStoreTest, AServerThatGoesAwayIsAnErrorAndComesBack) {
     VersionStore bob;
     bob.Open(ini, QStringLiteral("Bob"), QStringLiteral("bobpw"));
     const StoreItem item = bob.Item(QStringLiteral("$/P/a.sp"));
-    TestPostgres& server = *TestPostgres::Instance();
+    LocalPostgres& server = *TestPostgres::Instance();
     ASSERT_TRUE(server.Stop());
     EXPECT_EQ(ErrorOf([&] { item.Versions(); }).number, StoreErrors::Database);
     EXPECT_EQ(ErrorOf([&] { item.Name(); }).number, StoreErrors::Database);

@@ -88,9 +88,9 @@ TEST(StoreMigration, ToAServerAndBackWithTheWholeHistory) {
         bob.Item(QStringLiteral("$/P/a.sp")).Checkout(QStringLiteral("his"), QString());
     }
 
-    TestPostgres& server = *TestPostgres::Instance();
+    LocalPostgres& server = *TestPostgres::Instance();
     const ToolRun created = vss({QStringLiteral("create"), folder.Path(QStringLiteral("s")),
-                                 QStringLiteral("--postgres"), server.OwnerUrl(server.NewDatabase()),
+                                 QStringLiteral("--postgres"), server.OwnerUrl(TestPostgres::NewDatabase()),
                                  QStringLiteral("--admin-password"), QStringLiteral("spw")});
     ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
     const QString onServer = created.out.trimmed();

@@ -24,9 +24,9 @@ QString CreateStore(StoreKind kind, const QString& folder, const QString& adminP
     // A folder that holds a store already keeps its database, so that making it again is refused as
     // the embedded store refuses it.
     const QString ini = QDir(folder).filePath(QStringLiteral("srcsafe.ini"));
-    TestPostgres& server = *TestPostgres::Instance();
-    const QString database =
-        QFile::exists(ini) ? PgConnection::DatabaseOf(StoreIni::Read(ini).server) : server.NewDatabase();
+    LocalPostgres& server = *TestPostgres::Instance();
+    const QString database = QFile::exists(ini) ? PgConnection::DatabaseOf(StoreIni::Read(ini).server)
+                                                : TestPostgres::NewDatabase();
     return VersionStore::CreateOnServer(folder, server.OwnerUrl(database), adminPassword, multipleCheckouts);
 }
 
