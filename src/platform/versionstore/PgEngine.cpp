@@ -88,8 +88,17 @@ std::unique_ptr<PgEngine> PgEngine::Open(StoreSession& session, const QString& u
     const QString database = PgConnection::DatabaseOf(session.ini.server);
     const QString name = userName.trimmed();
     StoreSession::CheckUserName(name);
-    auto connection = std::make_unique<PgConnection>(session.ini.server, RoleOf(database, name),
-                                                     password.isNull() ? QStringLiteral("") : password);
+    std::unique_ptr<PgConnection> connection;
+    try {
+        connection = std::make_unique<PgConnection>(session.ini.server, RoleOf(database, name),
+                                                    password.isNull() ? QStringLiteral("") : password);
+    } catch (const TARMOError& e) {
+        // The server doesn't tell an unknown user from a wrong password, and neither does the store.
+        if (e.Number() != StoreErrors::Login)
+            throw;
+        StoreSession::Raise(StoreErrors::Login,
+                            QStringLiteral("Invalid password for user \"%1\"").arg(userName));
+    }
     const PgResult me = connection->Query("SELECT * FROM tarmo.api_whoami()");
     session.userName = me.Text(0, 0);
     session.admin = me.Bool(0, 1);
