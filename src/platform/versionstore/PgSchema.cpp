@@ -391,14 +391,19 @@ DECLARE
 BEGIN
     PERFORM need_type(p_project, 0);
     v_me := need_right(p_project, 1);
+    -- The check-outs of the project are few beside its items: gathered once, not looked up per item.
     RETURN QUERY
+    WITH held AS (
+        SELECT c.item, array_agg(c."user" ORDER BY c.date, c.seq) AS holders,
+               bool_or(c."user" = v_me.name) AS mine,
+               (array_agg(c.local) FILTER (WHERE c."user" = v_me.name))[1] AS local
+        FROM checkouts c JOIN items p ON p.id = c.item AND p.parent = p_project
+        GROUP BY c.item)
     SELECT i.id, i.name, i.type,
            coalesce((SELECT max(h.number) FROM history h WHERE h.item = i.id AND NOT h.is_label), 0),
-           coalesce((SELECT array_agg(c."user" ORDER BY c.date, c.seq) FROM checkouts c WHERE c.item = i.id),
-                    '{}'::text[]),
-           mine.local IS NOT NULL, mine.local
+           coalesce(held.holders, '{}'::text[]), coalesce(held.mine, false), held.local
     FROM items i
-    LEFT JOIN checkouts mine ON mine.item = i.id AND mine."user" = v_me.name
+    LEFT JOIN held ON held.item = i.id
     WHERE i.parent = p_project AND NOT i.deleted
       AND (p_names IS NULL OR lower(i.name) = ANY (ARRAY(SELECT lower(n) FROM unnest(p_names) n)))
       AND (p_endings IS NULL OR EXISTS(SELECT 1 FROM unnest(p_endings) e WHERE right(i.name, length(e)) = e))
@@ -414,7 +419,8 @@ BEGIN
     RETURN QUERY
     SELECT i.id, h.seq IS NOT NULL, h.number, h.content, h.checksum
     FROM unnest(p_ids) w(id) JOIN items i ON i.id = w.id AND i.parent = p_project
-    LEFT JOIN history h ON h.seq = head_seq(i.id);
+    LEFT JOIN LATERAL (SELECT * FROM history x WHERE x.item = i.id AND NOT x.is_label
+                       ORDER BY x.number DESC LIMIT 1) h ON true;
 END $f$;
 
 CREATE FUNCTION api_version_text(p_item bigint, p_seq bigint, OUT o_number int, OUT o_content bytea,
