@@ -21,6 +21,7 @@ namespace {
 int usage() {
     std::fprintf(stderr,
                  "Usage: tarmo-bench refresh|test|sync|script [--scale F] [--rtt-ms M] [--cache DIR]\n"
+                 "                   [--store embedded|postgres]\n"
                  "       tarmo-bench expand [--runs N] [--cache DIR]\n"
                  "       tarmo-bench startup [--runs N]\n"
                  "       tarmo-bench query [--rows N] [--cache DIR]\n"
@@ -40,7 +41,9 @@ int usage() {
                  "  --rtt-ms M   round trip added to every statement and store call (default 0)\n"
                  "  --runs N     timed starts after one to warm up (default 10)\n"
                  "  --rows N     rows of the table that the query reads (default 100000)\n"
-                 "  --cache DIR  where the project or the table is built once and kept\n");
+                 "  --cache DIR  where the project or the table is built once and kept\n"
+                 "  --store S    the project's version store: embedded (a folder, the default) or\n"
+                 "               postgres (a PostgreSQL server the benchmark starts for the run)\n");
     return 2;
 }
 
@@ -69,6 +72,7 @@ int main(int argc, char* argv[]) {
     int runs = 10;
     int rows = 100000;
     int files = 200;
+    bool onServer = false;
     QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
                     QStringLiteral("/tarmo-bench");
     for (int i = 0; i < args.size(); ++i) {
@@ -91,6 +95,9 @@ int main(int argc, char* argv[]) {
             rows = value.toInt(&ok);
         else if (option == QLatin1String("--cache") && command != QLatin1String("startup"))
             cache = value;
+        else if (option == QLatin1String("--store") && onProject &&
+                 (value == QLatin1String("embedded") || value == QLatin1String("postgres")))
+            onServer = value == QLatin1String("postgres");
         else
             return usage();
         if (!ok || scale <= 0 || rtt < 0 || runs < 1 || rows < 1 || files < 1)
@@ -111,7 +118,7 @@ int main(int argc, char* argv[]) {
         }
     }
     try {
-        BenchProject project(cache, scale);
+        BenchProject project(cache, scale, onServer);
         project.Ensure();
         if (command == QLatin1String("test"))
             return RunTestBenchmark(project);
