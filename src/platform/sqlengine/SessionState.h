@@ -9,6 +9,7 @@
 #include "SqliteDb.h"
 
 #include <QHash>
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -36,10 +37,12 @@ public:
     QString userName;
     LoginInfo login;
     std::function<bool()> cancelCheck;
-    qsizetype rowLimit = 0; // the most rows a query may give; 0 = no limit
+    std::atomic<bool> cancelRequested = false; // set from another thread to stop the batch that runs
+    qsizetype rowLimit = 0;                    // the most rows a query may give; 0 = no limit
 
     // Whether the batch that runs has been cancelled; once it has, it stays so until the next batch.
     bool Cancelled();
+    int TransactionCount() const { return mTranCount; }
 
     // TranslatorContext
     Table ResolveTable(const SqlTableRef& ref, SqlTranslator& translator) override;

@@ -17,6 +17,8 @@ TdsConnection::TdsConnection(std::unique_ptr<TdsChannel> channel, TdsConnectionS
 TdsConnection::~TdsConnection() = default;
 
 void TdsConnection::Shutdown() {
+    // A long batch stops now rather than when it would have ended.
+    mSession.RequestCancel();
     mChannel->Shutdown();
 }
 
@@ -177,7 +179,7 @@ void TdsConnection::Run() {
             const TdsSession::Reply reply = mSession.Handle(message->type, message->payload, out);
             mPeakHeld = std::max({mPeakHeld, out.PeakHeld(), out.Data().size()});
             // A cancel that came while the batch ran takes the place of what is left of its reply.
-            if (message->type == Tds::SqlBatch)
+            if (message->type == Tds::SqlBatch || message->type == Tds::Rpc)
                 attentionArrived();
             if (mBroken || (out.Stopped() && !mCancelled))
                 break;

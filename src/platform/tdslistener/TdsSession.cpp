@@ -5,6 +5,7 @@
 #include "TdsLoginRequest.h"
 #include "TdsReader.h"
 #include "TdsResultStream.h"
+#include "TdsRpc.h"
 #include "TdsTokens.h"
 
 #include <exception>
@@ -50,15 +51,9 @@ TdsSession::Reply TdsSession::Handle(uint8_t type, const QByteArray& message, Td
     case Tds::SqlBatch:
         return batch(message, out);
     case Tds::Rpc:
-        return refuse(50000,
-                      QStringLiteral("This server takes statements as batches only: remote procedure "
-                                     "calls are not supported."),
-                      out);
+        return rpc(message, out);
     case Tds::TransactionManager:
-        return refuse(50000,
-                      QStringLiteral("This server takes statements as batches only: use BEGIN "
-                                     "TRANSACTION, COMMIT and ROLLBACK in a batch."),
-                      out);
+        return transactionManager(message, out);
     case Tds::Attention:
         out.Bytes(AttentionReply());
         return {};
@@ -71,6 +66,11 @@ void TdsSession::SetCancelCheck(std::function<bool()> check) {
     mCancelCheck = std::move(check);
     if (mSession)
         mSession->SetCancelCheck(mCancelCheck);
+}
+
+void TdsSession::RequestCancel() {
+    if (EmbeddedSession* session = mEngine.load())
+        session->RequestCancel();
 }
 
 QByteArray TdsSession::AttentionReply() {
@@ -145,6 +145,7 @@ TdsSession::Reply TdsSession::login(const QByteArray& message, TdsWriter& out) {
     if (mCancelCheck)
         mSession->SetCancelCheck(mCancelCheck);
     mSession->SetRowLimit(mRowLimit);
+    mEngine = mSession.get();
 
     mTdsVersion = std::min(request.tdsVersion, Tds::kVersion74);
     mPacketSize = request.packetSize == 0 ? kDefaultPacketSize
@@ -176,8 +177,10 @@ TdsSession::Reply TdsSession::batch(const QByteArray& message, TdsWriter& out) {
     const QString text = in.Ucs2At(in.Position(), in.Remaining() / 2);
 
     const QString before = mSession->CurrentDatabase();
+    const int tranBefore = mSession->TransactionCount();
     TdsResultStream stream(out, mTdsVersion, mServerName, before,
                            [this] { return mSession->CurrentDatabase(); });
+    stream.SetBeforeEnd([&] { writeTransactionChange(tranBefore, out); });
     try {
         mSession->Execute(text, stream);
     } catch (const TARMOError& e) {
