@@ -141,6 +141,15 @@ private:
     void Rename(const QVariantList& args);
     void AddRoleMember(const QVariantList& args, bool add);
     void ExecuteSql(const QVariantList& args);
+    // The ODBC catalogue procedures (SystemProceduresOdbc.cpp); false when name is none of them.
+    // elsewhere: the call names another database, of which nothing is listed.
+    bool RunOdbcProcedure(const QString& name, const SqlStatement& s);
+    SqlRowSet OdbcTables(const QVariantList& args, bool elsewhere);
+    SqlRowSet OdbcColumns(const QVariantList& args, bool procedures, bool elsewhere);
+    SqlRowSet OdbcProcedures(const QVariantList& args, bool elsewhere);
+    SqlRowSet OdbcKeys(const QString& procedure, const QVariantList& args, bool elsewhere);
+    static SqlRowSet OdbcForeignKeys();
+    static SqlRowSet OdbcTypes(const QVariantList& args);
 
     Module LoadModule(const CatalogueObject& o);
     QString ObjectText(int id);

@@ -105,8 +105,12 @@ QString capture(const QStringList& variables) {
 namespace TdsRpc {
 
 QString QuoteName(const QString& name) {
+    QStringList parts = splitName(name);
+    // "..sp_tables" is the current database's, with the default owner.
+    while (parts.size() > 1 && parts.first().isEmpty())
+        parts.removeFirst();
     QStringList quoted;
-    for (QString part : splitName(name))
+    for (QString part : parts)
         quoted.append(part.isEmpty() ? QString()
                                      : QStringLiteral("[%1]").arg(part.replace(u']', QLatin1String("]]"))));
     return quoted.join(u'.');

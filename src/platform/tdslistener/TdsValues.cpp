@@ -186,7 +186,7 @@ QTime timeOf(const QByteArray& bytes, int scale) {
     for (int s = scale; s < 7; ++s)
         units *= 10;
     // 100 ns units to milliseconds: the engine keeps times to the millisecond.
-    return QTime(0, 0).addMSecs(qint64(units / 10000));
+    return QTime::fromMSecsSinceStartOfDay(int(std::min<uint64_t>(units / 10000, 86399999)));
 }
 
 int timeBytes(int scale) {
