@@ -74,4 +74,20 @@ TEST_F(ClientsThroughListener, PyodbcTimeOutCancelsAnEndlessLoopAndTheConnection
     python("cancel");
 }
 
+TEST_F(ClientsThroughListener, TediousParameters) {
+    node("tediousParams");
+}
+
+TEST_F(ClientsThroughListener, TediousProcedureWithOutputAndReturnStatus) {
+    node("tediousProcedure");
+}
+
+TEST_F(ClientsThroughListener, TediousTransactions) {
+    node("tediousTransaction");
+}
+
+TEST_F(ClientsThroughListener, MssqlPoolQueriesProceduresAndTransactions) {
+    node("mssql");
+}
+
 } // namespace
