@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SqlResults.h"
+#include "TdsTls.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -22,10 +23,12 @@ struct TdsDeclaredParam;
 // server folder's logins, then SQL batches run by an engine session of its own.
 class TdsSession {
 public:
+    enum class Tls { None, LoginOnly, Full };
     struct Reply {
-        bool close = false; // end the connection after sending the reply
-        QString login;      // a refused login: its name,
-        QString refusal;    // and why (the server's message); empty when no login was refused
+        bool close = false;  // end the connection after sending the reply
+        Tls tls = Tls::None; // the TLS handshake follows the reply (PRELOGIN)
+        QString login;       // a refused login: its name,
+        QString refusal;     // and why (the server's message); empty when no login was refused
     };
 
     TdsSession(QString folder, QString serverName);
@@ -38,6 +41,10 @@ public:
     Reply Handle(uint8_t type, const QByteArray& message, TdsWriter& out);
     // Asked while a batch runs; true stops it, and its results are not written.
     void SetCancelCheck(std::function<bool()> check);
+    // How the listener encrypts (Off when it has no certificate); SetStrictTls: the connection is in
+    // TLS already (TDS 8).
+    void SetEncryption(TdsEncryption mode) { mEncryption = mode; }
+    void SetStrictTls() { mStrictTls = true; }
     // From another thread: stops the request that runs, if any.
     void RequestCancel();
     // The most rows one SELECT may give where the engine holds them all (rows sent as they are read
@@ -79,6 +86,9 @@ private:
     uint32_t mTdsVersion = 0;
     int mPacketSize = 4096;
     bool mPreLoginSeen = false;
+    TdsEncryption mEncryption = TdsEncryption::Off;
+    bool mStrictTls = false;
+    QString mEncryptionRefusal; // why the login that follows the PRELOGIN is refused
 
     struct Prepared {
         QList<TdsDeclaredParam> declared;

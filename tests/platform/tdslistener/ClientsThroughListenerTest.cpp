@@ -32,6 +32,9 @@ protected:
     static void runCase(const QString& program, const QString& script, const QString& name) {
         QProcess p;
         p.setProcessChannelMode(QProcess::MergedChannels);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TARMO_SERVER_CERT"), TdsTlsContext::CertificatePath(Folder()));
+        p.setProcessEnvironment(environment);
         p.start(program, {QStringLiteral(TARMO_CLIENT_SCRIPTS "/") + script, name, QString::number(Port()),
                           kSaPassword});
         if (!p.waitForStarted(10000))
@@ -84,6 +87,11 @@ TEST_F(ClientsThroughListener, TediousProcedureWithOutputAndReturnStatus) {
 
 TEST_F(ClientsThroughListener, TediousTransactions) {
     node("tediousTransaction");
+}
+
+TEST_F(ClientsThroughListener, TediousWithStrictEncryptionAndWithout) {
+    node("tediousStrict");
+    node("tediousUnencrypted");
 }
 
 TEST_F(ClientsThroughListener, MssqlPoolQueriesProceduresAndTransactions) {

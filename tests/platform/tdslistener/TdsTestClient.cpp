@@ -161,7 +161,7 @@ bool TdsTestClient::ServerCloses() {
 }
 
 QByteArray TdsTestClient::PreLogin() {
-    // version, encryption off, terminator
+    // version, encryption not supported (a client without TLS), terminator
     TdsWriter out;
     out.U8(0x00);
     out.U16BE(11);
@@ -171,7 +171,7 @@ QByteArray TdsTestClient::PreLogin() {
     out.U16BE(1);
     out.U8(0xFF);
     out.Bytes(QByteArray("\x0c\x00\x10\x00\x00\x00", 6));
-    out.U8(0x00);
+    out.U8(0x02);
     return out.Take();
 }
 

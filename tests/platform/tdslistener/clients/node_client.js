@@ -30,16 +30,21 @@ function check(got, wanted, what) {
   if (g !== w) throw new Error(`${what}: got ${g}, wanted ${w}`);
 }
 
-const encrypt = process.env.TARMO_NODE_ENCRYPT !== 'off';
-const tediousConfig = () => ({
+// tedious's default is to encrypt.
+const encrypt = true;
+const tediousConfig = (encryption) => ({
   server: '127.0.0.1',
   authentication: { type: 'default', options: { userName: 'sa', password } },
-  options: { port: Number(port), database: 'Sales', encrypt, trustServerCertificate: true },
+  options: {
+    port: Number(port), database: 'Sales', encrypt: encryption, trustServerCertificate: true,
+    // Strict encryption checks the certificate whatever else is said: the one the server made.
+    cryptoCredentialsDetails: process.env.TARMO_SERVER_CERT ? { ca: fs.readFileSync(process.env.TARMO_SERVER_CERT) } : {},
+  },
 });
 
-function connect(tedious) {
+function connect(tedious, encryption = encrypt) {
   return new Promise((resolve, reject) => {
-    const c = new tedious.Connection(tediousConfig());
+    const c = new tedious.Connection(tediousConfig(encryption));
     c.on('error', reject);
     c.connect((err) => (err ? reject(err) : resolve(c)));
   });
@@ -118,6 +123,19 @@ const cases = {
     await tx(c, 'rollbackTransaction');
     check(await sql(tedious, c, 'SELECT k FROM Js ORDER BY k'), [[1]], 'rows after commit and rollback');
     check(await sql(tedious, c, 'SELECT @@TRANCOUNT'), [[0]], 'after the rollback');
+    c.close();
+  },
+  async tediousStrict() {
+    // TDS 8: TLS from the first byte on.
+    const tedious = load('tedious');
+    const c = await connect(tedious, 'strict');
+    check(await sql(tedious, c, 'SELECT @a * 3', [['a', 'Int', 14]]), [[42]], 'a query over strict encryption');
+    c.close();
+  },
+  async tediousUnencrypted() {
+    const tedious = load('tedious');
+    const c = await connect(tedious, false);
+    check(await sql(tedious, c, 'SELECT @a * 3', [['a', 'Int', 14]]), [[42]], 'a query in the clear');
     c.close();
   },
   async mssql() {
