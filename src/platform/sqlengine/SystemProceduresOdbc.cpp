@@ -191,7 +191,7 @@ bool SessionState::RunOdbcProcedure(const QString& name, const SqlStatement& s) 
                args[i].toString().compare(database, Qt::CaseInsensitive) != 0;
     };
     SqlRowSet rs;
-    const QString n = procName;
+    const QString& n = procName;
     if (n == QLatin1String("sp_tables"))
         rs = OdbcTables(args, otherDatabase(2));
     else if (n == QLatin1String("sp_columns") || n == QLatin1String("sp_sproc_columns"))
