@@ -256,8 +256,9 @@ QVariant decode(const TdsTypeInfo& t, const QByteArray& bytes) {
             units = signedLittle(bytes);
         else
             units = qlonglong((unsignedLittle(bytes.left(4)) << 32) | unsignedLittle(bytes.mid(4, 4)));
-        const QString digits =
-            QString::number(units < 0 ? -units : units).rightJustified(5, QLatin1Char('0'));
+        // The magnitude unsigned: the smallest money has none as a signed number.
+        const uint64_t magnitude = units < 0 ? uint64_t(0) - uint64_t(units) : uint64_t(units);
+        const QString digits = QString::number(magnitude).rightJustified(5, QLatin1Char('0'));
         return (units < 0 ? QStringLiteral("-") : QString()) + digits.left(digits.size() - 4) +
                QLatin1Char('.') + digits.right(4);
     }
