@@ -20,7 +20,8 @@ TdsConnection::TdsConnection(std::unique_ptr<TdsChannel> channel, TdsConnectionS
 TdsConnection::~TdsConnection() = default;
 
 void TdsConnection::Shutdown() {
-    // A long batch stops now rather than when it would have ended.
+    // A long batch stops now rather than when it would have ended, also one about to begin.
+    mShutdown = true;
     mSession.RequestCancel();
     mChannel->Shutdown();
 }
@@ -130,6 +131,8 @@ std::optional<TdsConnection::Message> TdsConnection::readMessage() {
 // Asked while a request runs and while its reply goes out: reads what the client sent meanwhile.
 // Runs inside the engine, so it never throws.
 bool TdsConnection::attentionArrived() {
+    if (mShutdown)
+        mBroken = true;
     if (mCancelled || mBroken)
         return true;
     if (mPending || !mPendingFault.isEmpty() || !mIo->Readable())
@@ -275,6 +278,13 @@ void TdsConnection::Run() {
                 attentionArrived();
             if (mBroken || (out.Stopped() && !mCancelled))
                 break;
+            // A reply the client has the start of is finished, its last token whole, and the
+            // acknowledgement follows as a message of its own: clients look for it in the next one.
+            if (mCancelled && mPacketId > 1) {
+                if (!sendPackets(out.TakeUnsent(), true))
+                    break;
+                mPacketId = 1;
+            }
             const QByteArray rest = mCancelled ? TdsSession::AttentionReply() : out.Take();
 
             if (!reply.refusal.isEmpty()) {

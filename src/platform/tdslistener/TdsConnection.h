@@ -90,4 +90,5 @@ private:
     bool mTimedOut = false;
     qsizetype mPeakHeld = 0;
     std::atomic<bool> mFinished = false;
+    std::atomic<bool> mShutdown = false; // Shutdown was asked from another thread
 };

@@ -4,6 +4,8 @@
 #include <QFileInfo>
 #include <QProcess>
 
+#include <cstdio>
+
 namespace {
 
 // Client libraries people use (Python's pyodbc, Node's tedious and mssql) against the listener,
@@ -44,6 +46,7 @@ protected:
         if (p.exitCode() == 77)
             GTEST_SKIP() << output;
         EXPECT_EQ(p.exitCode(), 0) << output;
+        std::printf("%s", output.c_str()); // what the client measured, for the log
     }
     static void python(const char* name) {
         // Debian's pyodbc is built for the system's Python, not for one earlier on PATH.
@@ -92,6 +95,10 @@ TEST_F(ClientsThroughListener, TediousTransactions) {
 TEST_F(ClientsThroughListener, TediousWithStrictEncryptionAndWithout) {
     node("tediousStrict");
     node("tediousUnencrypted");
+}
+
+TEST_F(ClientsThroughListener, TediousCancelStopsAnEndlessBatchAndTheConnectionGoesOn) {
+    node("tediousCancel");
 }
 
 TEST_F(ClientsThroughListener, MssqlPoolQueriesProceduresAndTransactions) {

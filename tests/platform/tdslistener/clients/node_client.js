@@ -138,6 +138,26 @@ const cases = {
     check(await sql(tedious, c, 'SELECT @a * 3', [['a', 'Int', 14]]), [[42]], 'a query in the clear');
     c.close();
   },
+  async tediousCancel() {
+    // A batch without end, cancelled once its first row is there: the cancel is answered, the
+    // connection goes on.
+    const tedious = load('tedious');
+    const c = await connect(tedious);
+    let cancelledAt = 0;
+    const error = await new Promise((resolve) => {
+      const r = new tedious.Request(
+        // Rows enough to fill packets, so that the first one reaches the client before the loop.
+        "SELECT TOP 50 REPLICATE(N'x', 1000) AS started FROM sysobjects a, sysobjects b " +
+          'DECLARE @i int = 0 WHILE 1 = 1 SET @i = @i + 1',
+        (err) => resolve(err));
+      r.on('row', () => { if (!cancelledAt) { cancelledAt = Date.now(); c.cancel(); } });
+      c.execSql(r);
+    });
+    console.log(`cancel answered after ${Date.now() - cancelledAt} ms`);
+    check(Boolean(error && /cancel/i.test(error.message)), true, 'the request ends as cancelled');
+    check(await sql(tedious, c, 'SELECT 5'), [[5]], 'a query after the cancel');
+    c.close();
+  },
   async mssql() {
     const mssql = load('mssql');
     const pool = await new mssql.ConnectionPool({
