@@ -155,9 +155,15 @@ bool passes(const QVariant& arg, const QString& name, bool usePattern = true) {
 } // namespace
 
 bool SessionState::RunOdbcProcedure(const QString& name, const SqlStatement& s) {
+    // Drivers of TDS 7.2 and later call the _90 and _100 forms, which differ from the first in the
+    // codes of the date and time types (ours are those already).
+    QString base = name;
+    for (const QLatin1String suffix : {QLatin1String("_100"), QLatin1String("_90")})
+        if (base.endsWith(suffix, Qt::CaseInsensitive))
+            base.chop(suffix.size());
     const OdbcProcedure* proc = nullptr;
     for (const OdbcProcedure& p : kProcedures)
-        if (name.compare(QLatin1String(p.name), Qt::CaseInsensitive) == 0)
+        if (base.compare(QLatin1String(p.name), Qt::CaseInsensitive) == 0)
             proc = &p;
     if (!proc)
         return false;
@@ -262,6 +268,7 @@ struct Named {
     int id;
     QString name;
     QString owner;
+    bool procedure; // a procedure's return status comes first as @RETURN_VALUE int
 };
 
 } // namespace
@@ -298,21 +305,24 @@ SqlRowSet SessionState::OdbcColumns(const QVariantList& args, bool procedures, b
     QList<Named> objects;
     for (const QVariantList& r :
          mDb->Rows(QStringLiteral(
-                       "SELECT o.id, o.name, u.name FROM sysobjects o LEFT JOIN sysusers u ON u.uid = o.uid "
-                       "WHERE trim(o.xtype) IN (%1) ORDER BY u.name, o.name")
+                       "SELECT o.id, o.name, u.name, trim(o.xtype) FROM sysobjects o LEFT JOIN sysusers u ON "
+                       "u.uid = o.uid WHERE trim(o.xtype) IN (%1) ORDER BY u.name, o.name")
                        .arg(procedures ? QStringLiteral("'P', 'FN'") : QStringLiteral("'U', 'V', 'S'")))) {
         const QString objectName = r[1].toString();
         if (passes(args[0], procedures ? objectName + QStringLiteral(";1") : objectName, usePattern) ||
             (procedures && passes(args[0], objectName, usePattern)))
             if (passes(args[1], r[2].toString(), usePattern))
-                objects.append({r[0].toInt(), objectName, r[2].toString()});
+                objects.append(
+                    {r[0].toInt(), objectName, r[2].toString(), r[3].toString() == QLatin1String("P")});
     }
     for (const Named& o : objects) {
-        for (const QVariantList& c :
-             mDb->Rows(QStringLiteral(
-                           "SELECT name, xtype, xusertype, length, prec, scale, isnullable, colid, colstat, "
+        QList<QVariantList> described = mDb->Rows(
+            QStringLiteral("SELECT name, xtype, xusertype, length, prec, scale, isnullable, colid, colstat, "
                            "isoutparam FROM syscolumns WHERE id = ? ORDER BY colid"),
-                       {o.id})) {
+            {o.id});
+        if (procedures && o.procedure)
+            described.prepend({QString(), Int, Int, 4, 10, 0, 0, 0, 0, 1});
+        for (const QVariantList& c : described) {
             const bool returnValue = procedures && c[0].toString().isEmpty();
             const QString columnName = returnValue ? QStringLiteral("@RETURN_VALUE") : c[0].toString();
             if (!passes(args[3], columnName, usePattern))

@@ -86,6 +86,15 @@ def catalogue():
         raise AssertionError("SQLProcedures lacks PyNames: %r" % procs)
     keys = [r.column_name for r in cur.primaryKeys("Py")]
     expect(keys, ["k"], "SQLPrimaryKeys of Py")
+    params = [(r.column_name, r.column_type, r.type_name) for r in cur.procedureColumns(procedure="AddUp")]
+    expect(params, [("@RETURN_VALUE", 5, "int"), ("@a", 1, "int"), ("@b", 1, "int"), ("@sum", 2, "int"),
+                    ("@text", 2, "nvarchar")], "SQLProcedureColumns of AddUp")
+    stats = [(r.index_name, r.column_name) for r in cur.statistics("Py") if r.index_name]
+    expect(stats, [("PK_Py", "k")], "SQLStatistics of Py")
+    types = [r.type_name for r in cur.getTypeInfo()]
+    if "nvarchar" not in types or "int" not in types:
+        raise AssertionError("SQLGetTypeInfo: %r" % types)
+    expect([r.column_name for r in cur.rowIdColumns("Py")], ["k"], "SQLSpecialColumns of Py")
 
 
 def cancel():
