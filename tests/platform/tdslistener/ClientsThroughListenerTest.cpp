@@ -60,6 +60,25 @@ protected:
     }
 };
 
+TEST_F(ClientsThroughListener, FreeTdsTsqlWithItsDefaults) {
+    // tsql encrypts its login when the server offers it, the rest goes in the clear.
+    QProcess p;
+    p.setProcessChannelMode(QProcess::MergedChannels);
+    p.start(QStringLiteral("tsql"),
+            {QStringLiteral("-H"), QStringLiteral("127.0.0.1"), QStringLiteral("-p"), QString::number(Port()),
+             QStringLiteral("-U"), QStringLiteral("sa"), QStringLiteral("-P"), kSaPassword,
+             QStringLiteral("-D"), QStringLiteral("Sales")});
+    if (!p.waitForStarted(10000))
+        GTEST_SKIP() << "tsql is not installed (scripts/setup installs freetds-bin)";
+    p.write("SELECT 40 + 2 AS answer\ngo\nEXEC dbo.PyNames 2\ngo\nexit\n");
+    p.closeWriteChannel();
+    ASSERT_TRUE(p.waitForFinished(60000));
+    const QString output = QString::fromUtf8(p.readAll());
+    EXPECT_TRUE(output.contains(QStringLiteral("42"))) << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("(2 rows affected)"))) << output.toStdString();
+    EXPECT_FALSE(output.contains(QStringLiteral("Msg "))) << output.toStdString();
+}
+
 TEST_F(ClientsThroughListener, PyodbcWithItsDefaultsCommitsAndRollsBack) {
     python("defaults");
 }
