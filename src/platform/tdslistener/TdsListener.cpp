@@ -288,9 +288,15 @@ uint16_t TdsListener::Start(const QString& address, uint16_t port) {
     try {
         mState->tls =
             settled == TdsEncryption::Off ? nullptr : std::make_unique<TdsTlsContext>(mState->folder);
-    } catch (const TARMOError&) {
-        ::close(socket);
-        throw;
+    } catch (const TARMOError& e) {
+        // Encryption that was only to be offered on the machine itself doesn't keep a folder that
+        // can't hold a certificate from being served; asked for, or off the machine, it does.
+        if (mState->encryption != TdsEncryption::Default || settled != TdsEncryption::Offered) {
+            ::close(socket);
+            throw;
+        }
+        mState->Log(QStringLiteral("serving without encryption: %1").arg(e.Description()));
+        settled = TdsEncryption::Off;
     }
     mState->settled = settled;
     mState->port = ntohs(bound.ss_family == AF_INET6 ? reinterpret_cast<sockaddr_in6*>(&bound)->sin6_port
