@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr qsizetype kMaxPrepared = 65536;
+
 SqlMessage error(long number, const QString& text) {
     SqlMessage m;
     m.number = number;
@@ -133,6 +135,11 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
         case TdsRpcKind::PrepExec: {
             const QList<TdsDeclaredParam> declared = TdsRpc::ParseDeclarations(textParam(params, 1));
             const QString statement = textParam(params, 2);
+            // A client that never unprepares must not make the server hold its statements without end.
+            if (mPrepared.size() >= kMaxPrepared)
+                throw TdsRpcError{8179, QStringLiteral("This connection has %1 prepared statements already: "
+                                                       "unprepare some first.")
+                                            .arg(kMaxPrepared)};
             const int handle = mNextHandle++;
             mPrepared.insert(handle, {declared, statement});
             if (!params.isEmpty() && params[0].output)

@@ -146,6 +146,54 @@ TEST_F(RpcThroughListener, ExecuteSqlGivesRowsOutputAndEndsInDoneProc) {
     EXPECT_EQ(scalar(client, QStringLiteral("SELECT 7")), 7);
 }
 
+// A call by number with the given parameters (already written).
+QByteArray callById(uint16_t id, const QByteArray& params) {
+    TdsWriter out;
+    out.Bytes(headers());
+    out.U16(0xFFFF);
+    out.U16(id);
+    out.U16(0);
+    out.Bytes(params);
+    return out.Take();
+}
+
+TEST_F(RpcThroughListener, PreparedStatementsRunByHandleUntilUnprepared) {
+    TdsTestClient client(Port());
+    ASSERT_FALSE(client.Login(QStringLiteral("dev"), kDevPassword, QString()).isEmpty());
+    TdsWriter prepExec;
+    intParam(prepExec, QStringLiteral("@handle"), QVariant(), true);
+    nvarcharParam(prepExec, QString(), QStringLiteral("@a int, @b int OUTPUT"));
+    nvarcharParam(prepExec, QString(), QStringLiteral("SET @b = @a + 100"));
+    intParam(prepExec, QString(), 1);
+    intParam(prepExec, QString(), QVariant(), true);
+    client.SendMessage(0x03, callById(13, prepExec.Take()));
+    const QByteArray prepared = client.ReadMessage();
+    // The handle comes back first (ordinal 0), then the statement's OUTPUT.
+    const qsizetype handleAt = prepared.indexOf(QByteArray("\xAC\x00\x00\x07", 4));
+    ASSERT_NE(handleAt, -1) << prepared.toHex().constData();
+    const QByteArray handle = prepared.mid(handleAt + 4 + 14 + 1 + 4 + 2 + 3, 4);
+    EXPECT_TRUE(prepared.contains(returnedInt(4, QString(), 101)));
+
+    const auto execute = [&](int a) {
+        TdsWriter call;
+        intParam(call, QString(), int(uint8_t(handle[0]) | (uint8_t(handle[1]) << 8)));
+        intParam(call, QString(), a);
+        intParam(call, QString(), QVariant(), true);
+        client.SendMessage(0x03, callById(12, call.Take()));
+        return client.ReadMessage();
+    };
+    EXPECT_TRUE(execute(5).contains(returnedInt(2, QString(), 105)));
+    EXPECT_TRUE(execute(-100).contains(returnedInt(2, QString(), 0)));
+
+    TdsWriter unprepare;
+    intParam(unprepare, QString(), int(uint8_t(handle[0]) | (uint8_t(handle[1]) << 8)));
+    client.SendMessage(0x03, callById(15, unprepare.Take()));
+    EXPECT_EQ(client.ReadMessage().right(13).left(3), QByteArray("\xFE\x00\x00", 3));
+    const QList<TdsTestClient::Token> gone = TdsTestClient::Tokens(execute(1));
+    ASSERT_FALSE(gone.isEmpty());
+    EXPECT_EQ(gone.first().number, 8179);
+}
+
 TEST_F(RpcThroughListener, SeveralCallsInOneRequestChainTheirDoneProcs) {
     TdsTestClient client(Port());
     ASSERT_FALSE(client.Login(QStringLiteral("dev"), kDevPassword, QString()).isEmpty());

@@ -298,6 +298,9 @@ QList<TdsTestClient::Token> TdsTestClient::Tokens(const QByteArray& reply) {
         case 0xAD:
             in.Skip(in.U16());
             break;
+        case 0x79: // RETURNSTATUS
+            t.count = in.U32();
+            break;
         default:
             throw std::runtime_error("row data in a reply read without types");
         }
