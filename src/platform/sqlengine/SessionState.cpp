@@ -325,6 +325,7 @@ SqlBatchResults SessionState::Execute(const QString& batch, SqlResultSink* sink)
         return out;
     }
     mCancelled = false;
+    cancelRequested = false;
     mBatchText = batch;
     mFrames.clear();
     mFrames.append(Frame());
@@ -351,6 +352,8 @@ SessionState::Flow SessionState::Run(const QList<SqlStatementP>& statements) {
 }
 
 bool SessionState::Cancelled() {
+    if (!mCancelled && cancelRequested)
+        mCancelled = true;
     if (!mCancelled && cancelCheck)
         mCancelled = cancelCheck();
     return mCancelled;
