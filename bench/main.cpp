@@ -7,6 +7,7 @@
 #include "BenchStartup.h"
 #include "BenchSync.h"
 #include "BenchTest.h"
+#include "BenchWhile.h"
 #include "MemoryTuning.h"
 #include "TARMOError.h"
 
@@ -26,6 +27,7 @@ int usage() {
                  "       tarmo-bench startup [--runs N]\n"
                  "       tarmo-bench query [--rows N] [--cache DIR]\n"
                  "       tarmo-bench docs [--objects N] [--files F] [--rtt-ms M] [--cache DIR]\n"
+                 "       tarmo-bench while [--rounds N]\n"
                  "  refresh      refreshes the four lists of the project\n"
                  "  test         tests the syntax of one procedure and checks it in\n"
                  "  sync         compares a copy of the project, with known differences, as a\n"
@@ -34,6 +36,8 @@ int usage() {
                  "  expand       opens the Stored Procedures node of the tree (scale 1)\n"
                  "  startup      starts the program on the demo until its main window shows\n"
                  "  query        reads a large table into the query window\n"
+                 "  while        runs a WHILE loop of N simple rounds in the embedded server\n"
+                 "               (default 1000000)\n"
                  "  docs         documents a module of F source files of 500 lines (default 200)\n"
                  "               over a project of N objects (default 9000, scale 1)\n"
                  "  --scale F    size of the project; 1 is 5,000 procedures, 1,000 views, 1,000\n"
@@ -61,6 +65,18 @@ int main(int argc, char* argv[]) {
     const QString command = args.takeFirst();
     if (command == QLatin1String("bare-window"))
         return RunBareWindow();
+    if (command == QLatin1String("while")) {
+        long long rounds = 1000000;
+        if (args.size() == 2 && args[0] == QLatin1String("--rounds")) {
+            bool ok = false;
+            rounds = args[1].toLongLong(&ok);
+            if (!ok || rounds < 0)
+                return usage();
+        } else if (!args.isEmpty()) {
+            return usage();
+        }
+        return RunWhileBenchmark(rounds);
+    }
     const bool onProject = command == QLatin1String("refresh") || command == QLatin1String("test") ||
                            command == QLatin1String("sync") || command == QLatin1String("docs") ||
                            command == QLatin1String("script");

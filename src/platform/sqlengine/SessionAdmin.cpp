@@ -243,6 +243,8 @@ void SessionState::SetOption(const SqlStatement& s) {
             mParseOnly = on;
         else if (name == QLatin1String("NOEXEC"))
             mNoExec = on;
+        else if (name == QLatin1String("XACT_ABORT"))
+            mXactAbort = on;
         else if (name == QLatin1String("QUOTED_IDENTIFIER"))
             mQuotedIdentifier = on;
         else if (name == QLatin1String("ANSI_NULLS")) {

@@ -177,7 +177,10 @@ void SessionState::WriteText(int id, const QString& text) {
 }
 
 void SessionState::CreateTable(const SqlStatement& s) {
-    if (!CanCreate(QStringLiteral("TABLE")))
+    // Anyone may make temporary tables and table variables.
+    const bool temporary =
+        s.target.last().startsWith(u'#') && !s.target.last().startsWith(QLatin1String("##"));
+    if (!temporary && !CanCreate(QStringLiteral("TABLE")))
         throw ServerError::Make(
             262, 14, QStringLiteral("CREATE TABLE permission denied in database '%1'.").arg(database));
     if (s.target.size() >= 3 && !s.target[s.target.size() - 3].isEmpty() &&
@@ -298,6 +301,8 @@ void SessionState::CreateTable(const SqlStatement& s) {
             mDb->Exec(QStringLiteral("INSERT INTO sqlite_sequence (name, seq) VALUES (?, ?)"),
                       {QStringLiteral("T%1").arg(id), c.seed - 1});
     atomic.Commit();
+    if (temporary)
+        KeepTemporary(name);
 }
 
 void SessionState::AlterTable(const SqlStatement& s) {

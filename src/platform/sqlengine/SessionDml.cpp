@@ -103,8 +103,12 @@ CatalogueObject SessionState::TargetTable(const QStringList& name, int, const ch
     return o;
 }
 
-long long SessionState::RunDml(const QString& sql, const QVariantList& params, const CatalogueObject&,
+long long SessionState::RunDml(const QString& sql, const QVariantList& params, const CatalogueObject& table,
                                const QString& verb) {
+    const SqlStatement* dml = std::exchange(mDmlStatement, nullptr);
+    const SqlStatement* output = dml && !dml->output.isEmpty() ? dml : nullptr;
+    if (const QList<Module> triggers = TriggersFor(table, verb); !triggers.isEmpty() || output)
+        return RunDmlWithTriggers(sql, params, table, verb, triggers, output);
     try {
         SqliteStatement st(mDb->Handle(), sql);
         st.BindAll(params);
@@ -120,6 +124,7 @@ long long SessionState::RunDml(const QString& sql, const QVariantList& params, c
 
 void SessionState::RunInsert(const SqlStatement& s) {
     const CatalogueObject table = TargetTable(s.target, s.line, "INSERT");
+    mDmlStatement = &s;
     const QList<TableColumn> columns = Columns(*mDb, table.id);
     bool hasIdentity = false;
     for (const TableColumn& c : columns)
@@ -213,6 +218,7 @@ void SessionState::RunInsert(const SqlStatement& s) {
 
 void SessionState::RunUpdate(const SqlStatement& s) {
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "UPDATE");
+    mDmlStatement = &s;
     const QList<TableColumn> columns = Columns(*mDb, table.id);
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
@@ -276,11 +282,15 @@ void SessionState::RunUpdate(const SqlStatement& s) {
                    QStringLiteral(" = __u.__v%1").arg(i);
         sql += QStringLiteral(" FROM (%1) AS __u WHERE %2.rowid = __u.__rid").arg(inner, physical);
     }
+    mDmlColumns.clear();
+    for (const auto& set : sets)
+        mDmlColumns.append(set.first);
     RunDml(sql, t.Params(), table, QStringLiteral("UPDATE"));
 }
 
 void SessionState::RunDelete(const SqlStatement& s) {
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "DELETE");
+    mDmlStatement = &s;
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
     QString sql;

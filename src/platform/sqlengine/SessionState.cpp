@@ -9,9 +9,6 @@
 
 namespace {
 
-// Thrown after an error that ends the batch has been reported.
-struct BatchAborted {};
-
 void UdfCallback(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     auto* session = static_cast<SessionState*>(sqlite3_user_data(ctx));
     QVariantList args;
@@ -149,7 +146,16 @@ SessionState::SessionState(std::shared_ptr<ServerState> server, LoginInfo loginI
     : login(std::move(loginInfo))
     , mServer(std::move(server)) {}
 
-SessionState::~SessionState() = default;
+SessionState::~SessionState() {
+    try {
+        if (mDb && mTranCount > 0)
+            RollbackAll();
+        if (mDb)
+            DropTemporaries(mSessionTemporaries);
+    } catch (...) {
+        // The tables keep names no other session uses; nothing more can be done on the way out.
+    }
+}
 
 QString SessionState::MasterSchema() const {
     return database.compare(QLatin1String("master"), Qt::CaseInsensitive) == 0 ? QStringLiteral("main")
@@ -235,7 +241,7 @@ void SessionState::Emit(const ServerError& e, int line) {
     m.severity = e.severity;
     m.state = e.state;
     m.line = e.line > 0 ? e.line : line;
-    m.text = e.text;
+    m.text = WrittenName(e.text);
     if (!mFrames.isEmpty())
         m.procedure = Top().procedure;
     mLastError = e.number;
@@ -331,9 +337,21 @@ SqlBatchResults SessionState::Execute(const QString& batch, SqlResultSink* sink)
     mFrames.append(Frame());
     mNesting = 0;
     mModuleDepth = 0;
+    mTryFrames.clear();
+    mCaught.clear();
+    RenameTemporaries(statements);
     try {
-        Run(statements);
+        if (Run(statements) == Flow::Goto)
+            throw ServerError::Unsupported(QStringLiteral("GOTO to a label inside a block"));
     } catch (const BatchAborted&) {
+    } catch (const ServerError& e) {
+        Emit(e, mLine);
+    }
+    EndBatchTransaction();
+    if (!mFrames.isEmpty()) {
+        DropTemporaries(mFrames.first().temporaries);
+        mFrames.resize(1);
+        DropLocalCursors();
     }
     // SQLite rolls back the whole transaction when it stops a statement that writes inside one.
     if (mCancelled && mTranCount > 0 && sqlite3_get_autocommit(mDb->Handle()))
@@ -343,8 +361,20 @@ SqlBatchResults SessionState::Execute(const QString& batch, SqlResultSink* sink)
 }
 
 SessionState::Flow SessionState::Run(const QList<SqlStatementP>& statements) {
-    for (const SqlStatementP& s : statements) {
-        const Flow f = RunStatement(*s);
+    for (qsizetype i = 0; i < statements.size(); ++i) {
+        const Flow f = RunStatement(*statements[i]);
+        if (f == Flow::Goto) {
+            // The label may stand in this list; if not, an enclosing one looks.
+            const auto at =
+                std::find_if(statements.cbegin(), statements.cend(), [this](const SqlStatementP& s) {
+                    return s->kind == SqlStatement::Kind::Label &&
+                           s->name.compare(mGotoLabel, Qt::CaseInsensitive) == 0;
+                });
+            if (at != statements.cend()) {
+                i = at - statements.cbegin();
+                continue;
+            }
+        }
         if (f != Flow::Normal)
             return f;
     }
@@ -366,22 +396,18 @@ SessionState::Flow SessionState::RunStatement(const SqlStatement& s) {
     try {
         const Flow f = RunStatementInner(s);
         if (s.kind != SqlStatement::Kind::If && s.kind != SqlStatement::Kind::Block &&
-            s.kind != SqlStatement::Kind::While)
+            s.kind != SqlStatement::Kind::While && s.kind != SqlStatement::Kind::TryCatch &&
+            s.kind != SqlStatement::Kind::Raiserror)
             mLastError = 0;
         return f;
     } catch (const ServerError& e) {
         if (mCancelled)
             throw BatchAborted{};
-        Emit(e, s.line);
-        if (e.abortsBatch)
-            throw BatchAborted{};
+        RaiseError(e, s.line);
     } catch (const SqliteError& e) {
         if (mCancelled)
             throw BatchAborted{};
-        const ServerError mapped = MapSqliteError(e, QStringLiteral("INSERT"));
-        Emit(mapped, s.line);
-        if (mapped.abortsBatch)
-            throw BatchAborted{};
+        RaiseError(MapSqliteError(e, QStringLiteral("INSERT")), s.line);
     }
     return Flow::Normal;
 }
@@ -434,7 +460,7 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
             const Flow f = Run(s.body);
             if (f == Flow::Break)
                 break;
-            if (f == Flow::Return)
+            if (f == Flow::Return || f == Flow::Goto)
                 return f;
             if (++guard > 10000000)
                 throw ServerError::Unsupported(QStringLiteral("loops of more than 10000000 rounds"));
@@ -500,75 +526,36 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
     case K::DropRole:
         Principal(s);
         return Flow::Normal;
-    case K::Raiserror: {
-        const QVariant msg = Evaluate(*s.execArgs[0].value);
-        const int severity = Evaluate(*s.execArgs[1].value).toInt();
-        const int state = Evaluate(*s.execArgs[2].value).toInt();
-        QString text = msg.toString();
-        long number = 50000;
-        if (msg.typeId() == QMetaType::LongLong) {
-            number = msg.toLongLong();
-            text = QStringLiteral(
-                       "Error %1, severity %2, state %3 was raised, but no message with that error number "
-                       "was found in sys.messages.")
-                       .arg(number)
-                       .arg(severity)
-                       .arg(state);
-        } else {
-            // printf-style arguments: %s and %d take the next argument in turn.
-            int argIndex = 3;
-            QString out;
-            for (int i = 0; i < text.size(); ++i) {
-                if (text[i] == u'%' && i + 1 < text.size()) {
-                    int k = i + 1;
-                    while (k < text.size() && (text[k].isDigit() || text[k] == u'-' || text[k] == u'.'))
-                        ++k;
-                    if (k < text.size() && QStringLiteral("sdiuxX").contains(text[k])) {
-                        const QVariant a = argIndex < s.execArgs.size()
-                                               ? Evaluate(*s.execArgs[argIndex++].value)
-                                               : QVariant();
-                        out += a.isValid() ? a.toString() : QStringLiteral("(null)");
-                        i = k;
-                        continue;
-                    }
-                    if (text[i + 1] == u'%') {
-                        out += u'%';
-                        ++i;
-                        continue;
-                    }
-                }
-                out += text[i];
-            }
-            text = out;
-        }
-        ServerError e = ServerError::Make(number, qBound(0, severity, 25), text);
-        e.state = state;
-        if (severity <= 10) {
-            EmitInfo(number == 50000 ? 0 : number, text, severity);
-            return Flow::Normal;
-        }
-        throw e;
-    }
+    case K::Raiserror:
+        RunRaiserror(s);
+        return Flow::Normal;
     case K::BeginTran:
-        if (mTranCount == 0)
-            mDb->Exec(QStringLiteral("BEGIN"));
-        ++mTranCount;
+        BeginTran(s);
         return Flow::Normal;
     case K::CommitTran:
-        if (mTranCount == 0)
-            throw ServerError::Make(
-                3902, 16,
-                QStringLiteral("The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION."));
-        if (--mTranCount == 0)
-            mDb->Exec(QStringLiteral("COMMIT"));
+        CommitTran(s);
         return Flow::Normal;
     case K::RollbackTran:
-        if (mTranCount == 0)
-            throw ServerError::Make(
-                3903, 16,
-                QStringLiteral("The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION."));
-        mTranCount = 0;
-        mDb->Exec(QStringLiteral("ROLLBACK"));
+        RollbackTran(s);
+        return Flow::Normal;
+    case K::SaveTran:
+        SaveTran(s);
+        return Flow::Normal;
+    case K::TryCatch:
+        return RunTryCatch(s);
+    case K::Throw:
+        RunThrow(s);
+        return Flow::Normal;
+    case K::Goto:
+        mGotoLabel = s.name;
+        return Flow::Goto;
+    case K::Label:
+        return Flow::Normal;
+    case K::WaitFor:
+        RunWaitFor(s);
+        return Flow::Normal;
+    case K::Cursor:
+        RunCursor(s);
         return Flow::Normal;
     case K::Unsupported:
         throw ServerError::Unsupported(s.construct);
@@ -610,13 +597,15 @@ QVariant SessionState::Convert(const QVariant& value, const SqlTypeSpec& type) {
     int length = type.length;
     if (length == -1 && type.precision > 0)
         length = type.precision;
+    if (QVariant fast; FastConvert(value, type, fast))
+        return fast;
     const SystemType* t = Catalogue::FindType(type.name);
     if (t && t->character && length == -1)
         length = 1; // a declared varchar without length holds one character
-    SqliteStatement st(mDb->Handle(), QStringLiteral("SELECT tsql_convert(?, ?, ?, ?)"));
-    st.BindAll({type.name, length, type.scale, value});
-    st.Step();
-    return st.Value(0);
+    const CachedStatement st = mDb->Prepare(QStringLiteral("SELECT tsql_convert(?, ?, ?, ?)"));
+    st->BindAll({type.name, length, type.scale, value});
+    st->Step();
+    return st->Value(0);
 }
 
 QVariant SessionState::Variable(const QString& name, int) {
@@ -639,6 +628,16 @@ QVariant SessionState::Global(const QString& name) {
         return qlonglong(mLastError);
     if (n == QLatin1String("@@TRANCOUNT"))
         return mTranCount;
+    if (n.startsWith(QLatin1String("ERROR_")))
+        return ErrorFunction(n);
+    if (n == QLatin1String("XACT_STATE"))
+        return XactState();
+    if (n == QLatin1String("@@FETCH_STATUS"))
+        return mFetchStatus;
+    if (n == QLatin1String("@@CURSOR_ROWS"))
+        return mCursorRows;
+    if (n == QLatin1String("COLUMNS_UPDATED") || n.startsWith(QLatin1String("UPDATE(")))
+        return TriggerFunction(n);
     if (n == QLatin1String("@@NESTLEVEL"))
         return mNesting;
     if (n == QLatin1String("@@SPID"))
@@ -672,24 +671,32 @@ QVariant SessionState::Global(const QString& name) {
 }
 
 QVariant SessionState::Evaluate(const SqlExpr& e) {
+    if (FastInt fast; FastInteger(e, fast))
+        return fast.null ? QVariant() : QVariant(fast.value);
     SqlTranslator t(*this);
     const QString sql = QStringLiteral("SELECT ") + t.Expr(e);
-    SqliteStatement st(mDb->Handle(), sql);
-    st.BindAll(t.Params());
-    return st.Step() ? st.Value(0) : QVariant();
+    const CachedStatement st = mDb->Prepare(sql);
+    st->BindAll(t.Params());
+    return st->Step() ? st->Value(0) : QVariant();
 }
 
 bool SessionState::Condition(const SqlExpr& e) {
+    if (int fast = 0; FastCondition(e, fast))
+        return fast == 1;
     SqlTranslator t(*this);
     const QString sql =
         QStringLiteral("SELECT CASE WHEN ") + t.Expr(e) + QStringLiteral(" THEN 1 ELSE 0 END");
-    SqliteStatement st(mDb->Handle(), sql);
-    st.BindAll(t.Params());
-    return st.Step() && st.Value(0).toInt() == 1;
+    const CachedStatement st = mDb->Prepare(sql);
+    st->BindAll(t.Params());
+    return st->Step() && st->Value(0).toInt() == 1;
 }
 
 void SessionState::RunSelect(const SqlStatement& s) {
     const SqlSelect& sel = *s.select;
+    if (!sel.cores.isEmpty() && !sel.cores.first().into.isEmpty()) {
+        RunSelectInto(s);
+        return;
+    }
     int assigns = 0;
     for (const SqlSelectItem& item : sel.cores.first().items)
         if (!item.assignTo.isEmpty())
@@ -734,6 +741,8 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
     const QString written = parts.join(u'.');
     if (name.startsWith(u'@'))
         throw ServerError::Unsupported(QStringLiteral("table variables"));
+    if (Table t; parts.size() == 1 && TriggerTable(name, t))
+        return t;
     const QString schema = SchemaFor(dbName, ref.line);
     if (schema.isEmpty())
         throw ServerError::InvalidObject(written);

@@ -58,13 +58,28 @@ public:
     QVariant CallFunction(const QString& name, const QVariantList& args, const QString& defaults = {});
 
 private:
-    enum class Flow { Normal, Break, Continue, Return };
+    enum class Flow { Normal, Break, Continue, Return, Goto };
+    // Thrown after an error that ends the batch has been reported.
+    struct BatchAborted {};
+    // An error on its way to the innermost CATCH block, and what the ERROR_... functions give there.
+    struct CaughtError {
+        long number = 0;
+        int severity = 16;
+        int state = 1;
+        int line = 0;
+        QString procedure;
+        QString text;
+    };
+    struct ErrorCaught {
+        CaughtError error;
+    };
     struct Var {
         SqlTypeSpec type;
         QVariant value;
     };
     struct Frame {
         QHash<QString, Var> vars;
+        QStringList temporaries; // tables that go when the frame ends
         QString procedure;
         QVariant returnValue;
         bool hasReturnValue = false;
@@ -95,6 +110,16 @@ private:
     QVariant Convert(const QVariant& value, const SqlTypeSpec& type);
     QVariant Evaluate(const SqlExpr& e);
     bool Condition(const SqlExpr& e);
+    // Integers, their arithmetic and comparisons without SQLite (SessionEvaluate.cpp); false when
+    // the expression is anything else.
+    struct FastInt {
+        qlonglong value = 0;
+        bool null = false;
+        bool big = false; // bigint rather than int
+    };
+    bool FastInteger(const SqlExpr& e, FastInt& out);
+    bool FastCondition(const SqlExpr& e, int& out);
+    bool FastConvert(const QVariant& value, const SqlTypeSpec& type, QVariant& out);
 
     // queries
     void RunSelect(const SqlStatement& s);
@@ -151,6 +176,73 @@ private:
     static SqlRowSet OdbcForeignKeys();
     static SqlRowSet OdbcTypes(const QVariantList& args);
 
+    // TRY...CATCH, THROW, RAISERROR, WAITFOR, GOTO (SessionControl.cpp)
+    Flow RunTryCatch(const SqlStatement& s);
+    void RunThrow(const SqlStatement& s);
+    void RunRaiserror(const SqlStatement& s);
+    void RunWaitFor(const SqlStatement& s);
+    QString FormatMessage(const QString& format, const SqlStatement& s);
+    // An error of a statement goes to the innermost CATCH block or to the client; it may end the batch.
+    void RaiseError(const ServerError& e, int line);
+    // An error raised on purpose (THROW, RAISERROR) that no CATCH block takes.
+    void EmitCaught(const CaughtError& c);
+    bool InTry() const { return !mTryFrames.isEmpty(); }
+    QVariant ErrorFunction(const QString& name) const;
+
+    // transactions (SessionTransactions.cpp)
+    void BeginTran(const SqlStatement& s);
+    void CommitTran(const SqlStatement& s);
+    void RollbackTran(const SqlStatement& s);
+    void SaveTran(const SqlStatement& s);
+    void RollbackAll();
+    QString TranName(const SqlStatement& s);
+    int XactState() const;
+    // At the end of a batch: a transaction an error made uncommittable is rolled back.
+    void EndBatchTransaction();
+
+    // triggers (SessionTriggers.cpp)
+    struct TriggerRun {
+        int triggerId = 0;
+        int tableId = 0;
+        int depth = 0;              // names the snapshot tables of inserted and deleted
+        QStringList updatedColumns; // lower case
+        QStringList columns;        // the table's, in order
+    };
+    QList<Module> TriggersFor(const CatalogueObject& table, const QString& verb);
+    // With output, the statement's OUTPUT clause gives its rows too.
+    long long RunDmlWithTriggers(const QString& sql, const QVariantList& params, const CatalogueObject& table,
+                                 const QString& verb, const QList<Module>& triggers,
+                                 const SqlStatement* output);
+    void RunOutput(const SqlStatement& s, const TriggerRun& run, const QString& verb);
+    QStringList PrepareCapture(int tableId);
+    void FireTrigger(const Module& trigger, const CatalogueObject& table, const TriggerRun& run);
+    bool TriggerTable(const QString& name, Table& out) const;
+    QVariant TriggerFunction(const QString& name) const;
+
+    // temporary tables and table variables (SessionTempTables.cpp)
+    QString TempSuffix();
+    void RenameTemporaries(const QList<SqlStatementP>& statements);
+    // A message's text with the names of temporary tables and table variables as written.
+    QString WrittenName(QString text, bool variables = true) const;
+    void KeepTemporary(const QString& name);
+    void DropTemporaries(const QStringList& names);
+    void RunSelectInto(const SqlStatement& s);
+
+    // cursors (SessionCursors.cpp)
+    struct CursorState {
+        QString name;
+        SqlSelectP select;
+        bool scroll = false;
+        bool open = false;
+        SqlRowSet rows;
+        qlonglong position = -1; // -1 before the first row, rows.size() past the last
+    };
+    QString CursorKey(const QString& name, bool local) const;
+    std::shared_ptr<CursorState> FindCursor(const SqlStatement& s) const;
+    void RunCursor(const SqlStatement& s);
+    // The LOCAL cursors of the batch or procedure that ends.
+    void DropLocalCursors();
+
     Module LoadModule(const CatalogueObject& o);
     QString ObjectText(int id);
     CatalogueObject ResolveObjectName(const QString& name);
@@ -180,4 +272,20 @@ private:
     long mLastError = 0;
     int mLine = 0; // the line of the statement that runs
     QString mBatchText;
+    QList<int> mTryFrames;      // for each open TRY block, the number of frames when it began
+    QList<CaughtError> mCaught; // the errors of the CATCH blocks that run, innermost last
+    QString mGotoLabel;
+    QString mTranName;       // of the outermost BEGIN TRAN
+    QStringList mSavepoints; // SAVE TRAN names in order; SQLite's savepoint is "tsql_save_<index>"
+    bool mXactAbort = false;
+    bool mDoomed = false;            // an error under XACT_ABORT inside TRY: only a rollback may follow
+    QList<TriggerRun> mTriggers;     // the triggers that run, innermost last
+    QHash<int, QString> mCaptures;   // table id -> the columns its capture tables were made with
+    QStringList mDmlColumns;         // the columns the UPDATE that runs sets
+    QString mTempSuffix;             // of this session's temporary tables
+    QStringList mSessionTemporaries; // temporary tables that last until the session ends
+    QHash<QString, std::shared_ptr<CursorState>> mCursors; // CursorKey -> cursor
+    int mFetchStatus = -1;
+    const SqlStatement* mDmlStatement = nullptr; // the INSERT, UPDATE or DELETE whose SQL runs next
+    long long mCursorRows = 0;
 };

@@ -23,6 +23,8 @@ struct SqlTypeSpec {
     bool IsValid() const { return !name.isEmpty(); }
 };
 
+struct SqlWindow;
+
 struct SqlExpr {
     enum class Kind {
         Null,
@@ -44,12 +46,13 @@ struct SqlExpr {
         Cast
     };
     Kind kind = Kind::Null;
-    QString text;         // literal value, operator, function name, variable name
-    QStringList parts;    // a column or star qualifier: [db.][owner.][table.]column
-    QList<SqlExprP> args; // operands, function arguments, CASE: operand?, when, then..., else
-    SqlSelectP select;    // Subquery, Exists, In (subquery form)
-    SqlTypeSpec type;     // Cast / Convert target
-    bool negated = false; // NOT IN, NOT LIKE, NOT BETWEEN, IS NOT NULL
+    QString text;                    // literal value, operator, function name, variable name
+    QStringList parts;               // a column or star qualifier: [db.][owner.][table.]column
+    QList<SqlExprP> args;            // operands, function arguments, CASE: operand?, when, then..., else
+    SqlSelectP select;               // Subquery, Exists, In (subquery form)
+    SqlTypeSpec type;                // Cast / Convert target
+    std::shared_ptr<SqlWindow> over; // Function ... OVER (...)
+    bool negated = false;            // NOT IN, NOT LIKE, NOT BETWEEN, IS NOT NULL
     bool distinct = false;
     bool star = false;    // COUNT(*)
     bool unicode = false; // N'..'
@@ -106,7 +109,22 @@ struct SqlSelectCore {
     QStringList into; // SELECT ... INTO
 };
 
+// The OVER clause of a window function; the frame (ROWS/RANGE ...) as written.
+struct SqlWindow {
+    QList<SqlExprP> partitionBy;
+    QList<SqlOrderItem> orderBy;
+    QString frame;
+};
+
+// WITH name (columns) AS (query)
+struct SqlCte {
+    QString name;
+    QStringList columns;
+    SqlSelectP select;
+};
+
 struct SqlSelect {
+    QList<SqlCte> ctes;
     QList<SqlSelectCore> cores;
     QStringList unionOps; // "UNION", "UNION ALL", "EXCEPT", "INTERSECT" between cores
     QList<SqlOrderItem> orderBy;
@@ -180,6 +198,13 @@ struct SqlStatement {
         RollbackTran,
         CreateIndex,
         Truncate,
+        TryCatch, // body: the TRY block, elseBody: the CATCH block
+        Throw,    // execArgs: number, message, state; none to rethrow
+        Goto,     // name: the label
+        Label,    // name
+        WaitFor,  // optionValue: DELAY or TIME; condition: the time
+        SaveTran, // name (or procedureVariable)
+        Cursor,   // DECLARE CURSOR, OPEN, FETCH, CLOSE, DEALLOCATE: construct says which
         Unsupported
     };
     Kind kind = Kind::Empty;
@@ -250,6 +275,11 @@ struct SqlStatement {
     QString defaultDatabase;
     QString defaultSchema;
 
-    // Unsupported: what it is
+    // OUTPUT items [INTO target [(columns)]] of INSERT, UPDATE, DELETE
+    QList<SqlSelectItem> output;
+    QStringList outputInto;
+    QStringList outputColumns;
+
+    // Unsupported: what it is; the statement of a Cursor
     QString construct;
 };

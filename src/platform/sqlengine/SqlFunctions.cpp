@@ -992,4 +992,5 @@ void SqlFunctions::Register(SqliteDb& db) {
         sqlite3_create_function_v2(db.Handle(), e.name, e.args,
                                    SQLITE_UTF8 | (e.deterministic ? SQLITE_DETERMINISTIC : 0), &db, e.fn,
                                    nullptr, nullptr, nullptr);
+    RegisterText(db);
 }

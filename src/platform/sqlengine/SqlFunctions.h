@@ -9,4 +9,6 @@ class SqliteDb;
 // closing db closes the connection).
 namespace SqlFunctions {
 void Register(SqliteDb& db);
-}
+// tsql_text, tsql_concat_ws, tsql_translate (SqlFunctionsText.cpp); Register calls it.
+void RegisterText(SqliteDb& db);
+} // namespace SqlFunctions

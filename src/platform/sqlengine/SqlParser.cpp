@@ -208,6 +208,8 @@ QList<SqlStatementP> SqlParser::ParseBatch(QList<SqlSyntaxError>* errors) {
         }
         first = false;
     }
+    if (errors && errors->isEmpty() && mLexError.number == 0)
+        CheckLabels(out);
     if (mLexError.number != 0 && errors) {
         // The tokens stop at an unclosed string or comment; what the parser said of the cut-off
         // end would only mislead.
@@ -257,6 +259,8 @@ SqlStatementP SqlParser::ParseStatement(bool first) {
     if (t.kind != SqlToken::Kind::Word)
         Fail(t);
     const QString w = t.text.toUpper();
+    if (SqlStatementP procedural = ParseProcedural(t, w))
+        return procedural;
     if (w == QLatin1String("SELECT")) {
         auto s = MakeStatement(SqlStatement::Kind::Select, t);
         s->select = ParseSelect();
@@ -387,8 +391,6 @@ SqlStatementP SqlParser::ParseStatement(bool first) {
         s->target = ParseMultiPartName();
         return s;
     }
-    if (w == QLatin1String("WITH"))
-        Unsupported(QStringLiteral("common table expressions (WITH)"), t.line);
     if (w == QLatin1String("MERGE") || w == QLatin1String("GOTO") || w == QLatin1String("WAITFOR") ||
         w == QLatin1String("OPEN") || w == QLatin1String("FETCH") || w == QLatin1String("CLOSE") ||
         w == QLatin1String("DEALLOCATE") || w == QLatin1String("DBCC") || w == QLatin1String("BACKUP") ||
@@ -422,7 +424,7 @@ SqlStatementP SqlParser::ParseDeclare() {
     if (Peek().kind != SqlToken::Kind::Variable) {
         if (Peek().IsName() &&
             (Peek(1).IsWord("CURSOR") || Peek(1).IsWord("INSENSITIVE") || Peek(1).IsWord("SCROLL")))
-            Unsupported(QStringLiteral("cursors"), s->line);
+            return ParseDeclareCursor(*s);
         Fail(Peek());
     }
     do {
@@ -430,8 +432,8 @@ SqlStatementP SqlParser::ParseDeclare() {
         if (v.kind != SqlToken::Kind::Variable || v.text.startsWith(QLatin1String("@@")))
             Fail(v);
         AcceptWord("AS");
-        if (Peek().IsWord("TABLE"))
-            Unsupported(QStringLiteral("table variables"), v.line);
+        if (Peek().IsWord("TABLE") && s->declarations.isEmpty())
+            return ParseTableVariable(v);
         if (Peek().IsWord("CURSOR"))
             Unsupported(QStringLiteral("cursors"), v.line);
         SqlParam p;
@@ -663,7 +665,7 @@ SqlStatementP SqlParser::ParseInsert() {
         ExpectSymbol(")");
     }
     if (Peek().IsWord("OUTPUT"))
-        Unsupported(QStringLiteral("the OUTPUT clause"), Peek().line);
+        ParseOutput(*s);
     if (AcceptWord("DEFAULT")) {
         ExpectWord("VALUES");
         s->defaultValues = true;
@@ -750,7 +752,7 @@ SqlStatementP SqlParser::ParseUpdate() {
         s->assignments.append({col, ParseExpr()});
     } while (AcceptSymbol(","));
     if (Peek().IsWord("OUTPUT"))
-        Unsupported(QStringLiteral("the OUTPUT clause"), Peek().line);
+        ParseOutput(*s);
     if (AcceptWord("FROM"))
         s->from = ParseFromList();
     if (AcceptWord("WHERE")) {
@@ -774,7 +776,7 @@ SqlStatementP SqlParser::ParseDelete() {
     else
         s->target = ParseMultiPartName();
     if (Peek().IsWord("OUTPUT"))
-        Unsupported(QStringLiteral("the OUTPUT clause"), Peek().line);
+        ParseOutput(*s);
     if (AcceptWord("FROM"))
         s->from = ParseFromList();
     if (AcceptWord("WHERE")) {

@@ -85,6 +85,18 @@ private:
     QList<SqlParam> ParseParams(bool parenthesised);
     QList<SqlStatementP> ParseStatementsToEnd();
     SqlStatementP ParseBlockOrStatement();
+    // SqlParserProc.cpp: TRY...CATCH, THROW, RAISERROR, GOTO, labels, WAITFOR, transactions; null
+    // when the statement is none of these.
+    SqlStatementP ParseProcedural(const SqlToken& t, const QString& word);
+    QList<SqlStatementP> ParseStatementsUntilEnd(const char* blockWord);
+    void ParseTranName(SqlStatement& s, const SqlToken& keyword);
+    void CheckLabels(const QList<SqlStatementP>& statements);
+    SqlStatementP ParseTableVariable(const SqlToken& variable);
+    std::shared_ptr<SqlWindow> ParseOver();
+    SqlStatementP ParseWith(const SqlToken& t);
+    SqlStatementP ParseDeclareCursor(const SqlStatement& declare);
+    void ParseOutput(SqlStatement& s);
+    SqlStatementP ParseCursorStatement(const SqlToken& t, const QString& word);
 
     SqlSelectP ParseSelect();
     SqlSelectCore ParseSelectCore();

@@ -516,8 +516,6 @@ void SqlParser::ParseTableBody(const SqlStatementP& s) {
 
 SqlStatementP SqlParser::ParseCreateTable(SqlStatementP s) {
     s->target = ParseMultiPartName();
-    if (s->target.last().startsWith(u'#'))
-        Unsupported(QStringLiteral("temporary tables"), s->line);
     ParseTableBody(s);
     if (AcceptWord("ON"))
         ParseName();

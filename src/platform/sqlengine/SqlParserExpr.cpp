@@ -26,7 +26,8 @@ bool IsComparison(const SqlToken& t) {
 bool IsFunctionKeyword(const QString& w) {
     static const QStringList words = {QStringLiteral("LEFT"),      QStringLiteral("RIGHT"),
                                       QStringLiteral("COALESCE"),  QStringLiteral("NULLIF"),
-                                      QStringLiteral("USER_NAME"), QStringLiteral("IDENTITY")};
+                                      QStringLiteral("USER_NAME"), QStringLiteral("IDENTITY"),
+                                      QStringLiteral("UPDATE")};
     return words.contains(w.toUpper());
 }
 
@@ -596,12 +597,17 @@ SqlExprP SqlParser::ParseFunctionCall(const QStringList& name, int line) {
     ExpectSymbol("(");
     auto e = MakeExpr(SqlExpr::Kind::Function, line, name.last().toUpper());
     e->parts = name;
-    if (AcceptSymbol(")"))
+    if (AcceptSymbol(")")) {
+        if (Peek().IsWord("OVER"))
+            e->over = ParseOver();
         return e;
+    }
     if (Peek().IsSymbol("*") && Peek(1).IsSymbol(")")) {
         Next();
         Next();
         e->star = true;
+        if (Peek().IsWord("OVER"))
+            e->over = ParseOver();
         return e;
     }
     if (AcceptWord("DISTINCT"))
@@ -618,6 +624,6 @@ SqlExprP SqlParser::ParseFunctionCall(const QStringList& name, int line) {
     } while (AcceptSymbol(","));
     ExpectSymbol(")");
     if (Peek().IsWord("OVER"))
-        Unsupported(QStringLiteral("window functions (OVER)"), Peek().line);
+        e->over = ParseOver();
     return e;
 }

@@ -117,7 +117,7 @@ QString SqlTranslator::AddParam(const QVariant& value) {
 }
 
 QString SqlTranslator::Select(const SqlSelect& select) {
-    QString sql;
+    QString sql = With(select);
     const bool compound = select.cores.size() > 1;
     for (int i = 0; i < select.cores.size(); ++i) {
         if (i > 0)
@@ -199,6 +199,10 @@ QString SqlTranslator::TableRef(const SqlTableRef& ref) {
     case SqlTableRef::Kind::Subquery:
         return u'(' + Select(*ref.select) + QStringLiteral(") AS ") + Quote(ref.alias);
     case SqlTableRef::Kind::Named:
+        if (ref.name.size() == 1 && mCtes.contains(ref.name.first().toLower()))
+            return Quote(ref.name.first()) + QStringLiteral(" AS ") +
+                   Quote(ref.alias.isEmpty() ? ref.name.first() : ref.alias);
+        [[fallthrough]];
     case SqlTableRef::Kind::Function: {
         TranslatorContext::Table t = mContext.ResolveTable(ref, *this);
         const QString alias = ref.alias.isEmpty() ? t.alias : ref.alias;
@@ -349,7 +353,7 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
     case SqlExpr::Kind::Binary:
         return Binary(e);
     case SqlExpr::Kind::Function:
-        return Function(e);
+        return e.over ? Function(e) + Over(*e.over) : Function(e);
     case SqlExpr::Kind::Case: {
         QString sql = QStringLiteral("CASE");
         int i = 0;
@@ -541,13 +545,18 @@ QString SqlTranslator::Function(const SqlExpr& e) {
         f == QLatin1String("SYSTEM_USER") || f == QLatin1String("CURRENT_USER") ||
         f == QLatin1String("SESSION_USER") || f == QLatin1String("USER") || f == QLatin1String("HOST_NAME") ||
         f == QLatin1String("APP_NAME") || f == QLatin1String("SCOPE_IDENTITY") ||
-        f == QLatin1String("SUSER_SID")) {
+        f == QLatin1String("SUSER_SID") || f == QLatin1String("ERROR_NUMBER") ||
+        f == QLatin1String("ERROR_MESSAGE") || f == QLatin1String("ERROR_LINE") ||
+        f == QLatin1String("ERROR_PROCEDURE") || f == QLatin1String("ERROR_SEVERITY") ||
+        f == QLatin1String("ERROR_STATE") || f == QLatin1String("XACT_STATE")) {
         if (!e.args.isEmpty())
             throw ServerError::Unsupported(QStringLiteral("%1 with an argument").arg(f));
         return AddParam(mContext.Global(f));
     }
     if (QString sql = CatalogueFunction(e, f); !sql.isEmpty())
         return sql;
+    if (QString later = LaterFunction(e, f); !later.isEmpty())
+        return later;
     throw ServerError::Make(
         195, 15, QStringLiteral("'%1' is not a recognized built-in function name.").arg(e.text), true);
 }

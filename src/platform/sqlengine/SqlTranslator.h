@@ -61,6 +61,12 @@ private:
     QString Function(const SqlExpr& e);
     QString ObjectProperty(const SqlExpr& e);
     QString CatalogueFunction(const SqlExpr& e, const QString& f);
+    // SqlTranslatorFunctions.cpp; empty when f is none of them.
+    QString LaterFunction(const SqlExpr& e, const QString& f);
+    // SqlTranslatorQuery.cpp: WITH before a query, OVER after a function.
+    QString With(const SqlSelect& select);
+    QString Over(const SqlWindow& over);
+    QStringList mCtes; // lower case names of the common table expressions in scope
 
     TranslatorContext& mContext;
     QVariantList mParams;

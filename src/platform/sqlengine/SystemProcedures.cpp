@@ -66,6 +66,7 @@ SessionState::Module SessionState::LoadModule(const CatalogueObject& o) {
     const QList<SqlStatementP> statements = parser.ParseBatch(&errors);
     for (const SqlStatementP& s : statements)
         if (s->kind == SqlStatement::Kind::CreateModule) {
+            RenameTemporaries(s->body);
             m.statement = s;
             break;
         }
@@ -199,9 +200,12 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
     ++mNesting;
     ++mModuleDepth;
     QVariant rc = 0;
+    const int tranCountBefore = mTranCount;
     // A SET inside a procedure lasts until the procedure ends, as on the server.
     const bool callerNoCount = mNoCount;
     auto leave = [&]() {
+        DropTemporaries(Top().temporaries);
+        DropLocalCursors();
         --mNesting;
         --mModuleDepth;
         mFrames.removeLast();
@@ -234,6 +238,10 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
                 Assign(outputTo[i], outs[i], s.line);
     } catch (const ServerError& e) {
         // An error in binding belongs to the caller's statement.
+        if (InTry()) {
+            leave();
+            throw;
+        }
         Emit(e, s.line);
         leave();
         if (e.abortsBatch)
@@ -242,6 +250,17 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
     } catch (...) {
         leave();
         throw;
+    }
+    if (mTranCount != tranCountBefore) {
+        ServerError e = ServerError::Make(
+            266, 16,
+            QStringLiteral(
+                "Transaction count after EXECUTE indicates a mismatching number of BEGIN and COMMIT "
+                "statements. Previous count = %1, current count = %2.")
+                .arg(tranCountBefore)
+                .arg(mTranCount));
+        e.state = 2;
+        throw e;
     }
     return rc;
 }
@@ -285,6 +304,13 @@ QVariant SessionState::CallFunction(const QString& name, const QVariantList& arg
     ++mNesting;
     ++mModuleDepth;
     QVariant result;
+    // A function runs inside a SQLite statement: its errors must not leave it for a CATCH block,
+    // they fail the statement that called it, which the CATCH block then takes.
+    struct KeepTry {
+        QList<int>& frames;
+        QList<int> saved;
+        ~KeepTry() { frames = saved; }
+    } keepTry{mTryFrames, std::exchange(mTryFrames, {})};
     try {
         for (int i = 0; i < params.size(); ++i) {
             if (i >= defaults.size() || defaults[i] != u'1') {
@@ -328,6 +354,7 @@ void SessionState::ExecuteSql(const QVariantList& args) {
         }
         return;
     }
+    RenameTemporaries(statements);
     const QString savedText = mBatchText;
     mBatchText = text;
     Frame frame;
@@ -336,15 +363,23 @@ void SessionState::ExecuteSql(const QVariantList& args) {
     ++mNesting;
     const int savedModule = mModuleDepth;
     mModuleDepth = 0; // dynamic SQL is checked against the caller's own rights
+    auto leave = [&]() {
+        DropTemporaries(Top().temporaries);
+        mModuleDepth = savedModule;
+        --mNesting;
+        mFrames.removeLast();
+        mBatchText = savedText;
+    };
     try {
         Run(statements);
+    } catch (const ErrorCaught&) {
+        // On its way to the caller's CATCH block.
+        leave();
+        throw;
     } catch (...) {
         // An error that ends a batch ends only the dynamic one.
     }
-    mModuleDepth = savedModule;
-    --mNesting;
-    mFrames.removeLast();
-    mBatchText = savedText;
+    leave();
 }
 
 bool SessionState::RunSystemProcedure(const QString& name, const SqlStatement& s, const QVariantList& args) {
