@@ -400,7 +400,8 @@ void SessionState::CreateModule(const SqlStatement& s) {
     const CatalogueObject existing = Catalogue::FindObject(
         *mDb, Schema(), name, s.target.size() >= 2 ? s.target[s.target.size() - 2] : QString(), uid);
     const bool sameOwner = existing.IsValid() && existing.uid == uid;
-    if (s.isAlter) {
+    const bool alter = s.isAlter || (s.orAlter && sameOwner);
+    if (alter) {
         if (!existing.IsValid())
             throw ServerError::InvalidObject(name);
         uid = existing.uid;
@@ -484,7 +485,9 @@ void SessionState::CreateModule(const SqlStatement& s) {
         }
         return out;
     };
-    if (kind == QLatin1String("VIEW")) {
+    if (kind == QLatin1String("VIEW") && !s.select) {
+        columns.clear(); // a query the engine can't run: kept, and reading the view says why
+    } else if (kind == QLatin1String("VIEW")) {
         const QList<SqlParam> viewColumns = describeQuery(*s.select, {});
         for (int i = 0; i < viewColumns.size(); ++i)
             if (viewColumns[i].name.isEmpty())
@@ -494,7 +497,7 @@ void SessionState::CreateModule(const SqlStatement& s) {
                                    "specified for column %1.")
                         .arg(i + 1));
         columns = viewColumns;
-    } else if (xtype == QLatin1String("IF")) {
+    } else if (xtype == QLatin1String("IF") && s.select) {
         QHash<QString, QString> nulls;
         for (const SqlParam& p : s.params)
             nulls.insert(p.name.toLower(), QStringLiteral("NULL"));
@@ -529,8 +532,8 @@ void SessionState::CreateModule(const SqlStatement& s) {
         text = text.left(s.keywordBegin) + QStringLiteral("CREATE") + text.mid(s.keywordEnd);
     Atomic atomic(*mDb);
     const QString now = Catalogue::Now();
-    int id = existing.IsValid() && s.isAlter ? existing.id : Catalogue::NextObjectId(*mDb);
-    if (s.isAlter) {
+    int id = existing.IsValid() && alter ? existing.id : Catalogue::NextObjectId(*mDb);
+    if (alter) {
         mDb->Exec(QStringLiteral("UPDATE sysobjects SET xtype = ?, type = ?, schema_ver = schema_ver + 16, "
                                  "base_schema_ver = base_schema_ver + 16, refdate = ? WHERE id = ?"),
                   {xtype.leftJustified(2, u' '), xtype.leftJustified(2, u' '), now, id});

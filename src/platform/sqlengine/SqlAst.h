@@ -207,6 +207,7 @@ struct SqlStatement {
     QString objectKind; // TABLE, PROCEDURE, FUNCTION, VIEW, TRIGGER, INDEX, DATABASE, ...
     QList<QStringList> names;
     bool isAlter = false;
+    bool orAlter = false; // CREATE OR ALTER
     QList<SqlParam> params;
     SqlTypeSpec returnType;    // scalar function
     bool returnsTable = false; // inline (returnVariable empty) or multi-statement
@@ -250,6 +251,6 @@ struct SqlStatement {
     QString defaultDatabase;
     QString defaultSchema;
 
-    // Unsupported: what it is
+    // Unsupported: what it is; on a module, what its body holds that the engine can't run
     QString construct;
 };

@@ -244,7 +244,7 @@ SqlStatementP SqlParser::ParseBlockOrStatement() {
     return s;
 }
 
-SqlStatementP SqlParser::ParseStatement(bool first) {
+SqlStatementP SqlParser::ParseStatementTree(bool first) {
     const Nesting level = StatementLevel();
     const SqlToken t = Peek();
     if (t.kind == SqlToken::Kind::Symbol && t.IsSymbol("(") && Peek(1).IsWord("SELECT")) {

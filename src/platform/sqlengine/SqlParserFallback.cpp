@@ -1,0 +1,208 @@
+// Where the tree parser fails on valid T-SQL, or stops short of a statement's end, the recognizer
+// reads the statement instead: valid T-SQL becomes a statement that names the construct and fails
+// only when it runs, as the server parses everything and runs what it can. Inside a module's body
+// this keeps the module: CREATE PROCEDURE stores it as the server would.
+#include "SqlGrammar.h"
+#include "SqlParser.h"
+
+namespace {
+
+const QLatin1String kUnsupportedPrefix("The embedded server does not support ");
+
+bool IsFallbackError(long number) {
+    return number == 102 || number == 156 || number == 50001;
+}
+
+// The first construct of the statement that the engine is known not to run names it in the error.
+QString DescribeConstruct(const QList<SqlToken>& tokens, int from, int to) {
+    const auto word = [&](int i, const char* w) { return i < to && tokens[i].IsWord(w); };
+    const auto symbol = [&](int i, const char* s) { return i < to && tokens[i].IsSymbol(s); };
+    if (word(from, "MERGE"))
+        return QStringLiteral("MERGE");
+    if (word(from, "THROW"))
+        return QStringLiteral("THROW");
+    if (word(from, "WITH"))
+        return QStringLiteral("common table expressions (WITH)");
+    if (word(from, "BEGIN") && word(from + 1, "TRY"))
+        return QStringLiteral("TRY...CATCH");
+    if (word(from, "OPEN") || word(from, "FETCH") || word(from, "CLOSE") || word(from, "DEALLOCATE"))
+        return QStringLiteral("cursors");
+    for (int i = from; i < to; ++i) {
+        const SqlToken& t = tokens[i];
+        if (t.IsWord("FOR") && (word(i + 1, "XML") || word(i + 1, "JSON")))
+            return QStringLiteral("FOR %1").arg(tokens[i + 1].text.toUpper());
+        if (t.IsWord("OVER") && symbol(i + 1, "("))
+            return QStringLiteral("window functions (OVER)");
+        if (t.IsWord("PIVOT") || t.IsWord("UNPIVOT") || t.IsWord("OPENJSON") || t.IsWord("OPENROWSET") ||
+            t.IsWord("OPENQUERY") || t.IsWord("OPENXML") || t.IsWord("OPENDATASOURCE"))
+            return t.text.toUpper();
+        if ((t.IsWord("CROSS") || t.IsWord("OUTER")) && word(i + 1, "APPLY"))
+            return QStringLiteral("APPLY");
+        if (t.IsWord("OUTPUT") && i > from && !word(i - 1, "OUTPUT"))
+            return QStringLiteral("the OUTPUT clause");
+        if (t.IsWord("ROLLUP") || t.IsWord("CUBE") || (t.IsWord("GROUPING") && word(i + 1, "SETS")))
+            return QStringLiteral("GROUP BY ROLLUP, CUBE and GROUPING SETS");
+        if (t.IsWord("OFFSET") && i > from)
+            return QStringLiteral("OFFSET ... FETCH");
+        if (t.IsWord("CURSOR"))
+            return QStringLiteral("cursors");
+        if (t.IsWord("TABLE") && i > from && tokens[i - 1].kind == SqlToken::Kind::Variable)
+            return QStringLiteral("table variables");
+        if (t.IsSymbol("::"))
+            return QStringLiteral("methods of types (::)");
+        if (t.IsSymbol(".") && i + 2 < to && symbol(i + 2, "(") &&
+            (word(i + 1, "value") || word(i + 1, "nodes") || word(i + 1, "query") || word(i + 1, "exist") ||
+             word(i + 1, "modify")))
+            return QStringLiteral("xml methods");
+    }
+    if (tokens[from].kind == SqlToken::Kind::Word)
+        return QStringLiteral("this form of %1").arg(tokens[from].text.toUpper());
+    return QStringLiteral("this statement");
+}
+
+QString ConstructOf(const SqlSyntaxError& e) {
+    if (e.number == 50001 && e.text.startsWith(kUnsupportedPrefix) && e.text.endsWith(u'.'))
+        return e.text.mid(kUnsupportedPrefix.size()).chopped(1);
+    return {};
+}
+
+} // namespace
+
+SqlStatementP SqlParser::ParseStatement(bool first) {
+    if (mStatementDepth == 0)
+        mFallbackFailed = false;
+    const int start = mPos;
+    const qsizetype errorCount = mErrors ? mErrors->size() : 0;
+    SqlStatementP s;
+    try {
+        s = ParseStatementTree(first);
+    } catch (const Failure&) {
+        if (mFallbackFailed || !mErrors || mErrors->size() <= errorCount ||
+            !IsFallbackError(mErrors->last().number))
+            throw;
+        return Fallback(start, first, mPos, errorCount);
+    }
+    int end = 0;
+    if (StopsShort(*s, start, first, &end)) {
+        auto u = std::make_shared<SqlStatement>();
+        u->kind = SqlStatement::Kind::Unsupported;
+        u->line = mTokens[start].line;
+        u->begin = mTokens[start].begin;
+        u->construct = DescribeConstruct(mTokens, start, end);
+        mPos = end;
+        return u;
+    }
+    return s;
+}
+
+bool SqlParser::StopsShort(const SqlStatement& s, int start, bool first, int* recognizedEnd) {
+    using K = SqlStatement::Kind;
+    if (s.kind == K::Block || s.kind == K::If || s.kind == K::While || s.kind == K::CreateModule ||
+        s.kind == K::Unsupported || AtEnd() || Peek().IsSymbol(";"))
+        return false;
+    SqlGrammar grammar(mTokens);
+    const int end = grammar.ReadOneStatement(start, first, nullptr);
+    if (end <= mPos)
+        return false;
+    *recognizedEnd = end;
+    return true;
+}
+
+SqlStatementP SqlParser::Fallback(int start, bool first, int treeStop, qsizetype errorCount) {
+    const SqlSyntaxError treeError = mErrors->last();
+    SqlGrammar grammar(mTokens);
+    SqlSyntaxError error;
+    int errorAt = -1;
+    const int end = grammar.ReadOneStatement(start, first, &error, &errorAt);
+    mErrors->resize(errorCount);
+    if (end < 0) {
+        // Where the tree parser stopped at a construct it doesn't know, the recognizer's error lies
+        // further on; otherwise the tree parser's message stands.
+        const bool recognizer = treeError.number == 50001 || errorAt > treeStop || error.number == 191;
+        mErrors->append(recognizer ? error : treeError);
+        mFallbackFailed = true;
+        mPos = qBound(start, recognizer ? errorAt : treeStop, int(mTokens.size()) - 1);
+        throw Failure{};
+    }
+    auto s = std::make_shared<SqlStatement>();
+    s->kind = SqlStatement::Kind::Unsupported;
+    s->line = mTokens[start].line;
+    s->begin = mTokens[start].begin;
+    s->construct = ConstructOf(treeError);
+    if (s->construct.isEmpty())
+        s->construct = DescribeConstruct(mTokens, start, end);
+    mPos = end;
+    return s;
+}
+
+void SqlParser::ParseModuleOptions() {
+    if (!AcceptWord("WITH"))
+        return;
+    do {
+        if (AcceptWord("EXECUTE") || AcceptWord("EXEC")) {
+            ExpectWord("AS");
+            const SqlToken& who = Next();
+            if (who.kind == SqlToken::Kind::End || who.kind == SqlToken::Kind::Symbol)
+                Fail(who);
+        } else if (AcceptWord("RETURNS")) {
+            ExpectWord("NULL");
+            ExpectWord("ON");
+            ExpectWord("NULL");
+            ExpectWord("INPUT");
+        } else if (AcceptWord("CALLED")) {
+            ExpectWord("ON");
+            ExpectWord("NULL");
+            ExpectWord("INPUT");
+        } else if (AcceptWord("INLINE")) {
+            ExpectSymbol("=");
+            if (!AcceptWord("ON"))
+                ExpectWord("OFF");
+        } else if (!AcceptWord("RECOMPILE") && !AcceptWord("ENCRYPTION") && !AcceptWord("SCHEMABINDING") &&
+                   !AcceptWord("VIEW_METADATA") && !AcceptWord("NATIVE_COMPILATION")) {
+            Fail(Peek());
+        }
+    } while (AcceptSymbol(","));
+}
+
+void SqlParser::ParseModuleQuery(SqlStatement& s) {
+    const int start = mPos;
+    const qsizetype errorCount = mErrors ? mErrors->size() : 0;
+    try {
+        const bool paren = Peek().IsSymbol("(") && Peek(1).IsWord("SELECT");
+        if (paren)
+            Next();
+        SqlSelectP select = ParseSelect();
+        if (paren)
+            ExpectSymbol(")");
+        if (s.objectKind == QLatin1String("VIEW") && AcceptWord("WITH")) {
+            ExpectWord("CHECK");
+            ExpectWord("OPTION");
+        }
+        AcceptSymbol(";");
+        if (!AtEnd())
+            Fail(Peek());
+        s.select = select;
+        return;
+    } catch (const Failure&) {
+        if (!mErrors || mErrors->size() <= errorCount || !IsFallbackError(mErrors->last().number))
+            throw;
+    }
+    // A query the engine can't run: the module is kept all the same, and reading from it says why.
+    const int treeStop = mPos;
+    const SqlSyntaxError treeError = mErrors->last();
+    SqlGrammar grammar(mTokens);
+    SqlSyntaxError error;
+    const int end = grammar.ReadModuleQuery(start, &error);
+    mErrors->resize(errorCount);
+    if (end < 0) {
+        mErrors->append(treeError.number == 50001 || error.line >= mTokens[treeStop].line ? error
+                                                                                          : treeError);
+        mFallbackFailed = true;
+        throw Failure{};
+    }
+    s.select = nullptr;
+    s.construct = ConstructOf(treeError);
+    if (s.construct.isEmpty())
+        s.construct = DescribeConstruct(mTokens, start, end);
+    mPos = end;
+}
