@@ -87,6 +87,9 @@ void SqlGrammar::Predicate() {
     }
     Additive();
     if (IsComparison(Peek())) {
+        // The server also takes the two characters of <=, >=, <>, != apart: a < = b
+        if ((IsSym("<") && (IsSym("=", 1) || IsSym(">", 1))) || (IsSym(">") && IsSym("=", 1)))
+            Next();
         Next();
         if (Accept("ALL") || Accept("ANY") || Accept("SOME")) {
             ExpectSym("(");
@@ -462,6 +465,8 @@ void SqlGrammar::Primary() {
 
 void SqlGrammar::Query() {
     const Depth level(*this, mExpressionDepth, SqlParser::kMaxExpressionNesting);
+    if (Is("WITH"))
+        WithCommonTables();
     QueryBody();
     if (Is("ORDER")) {
         OrderBy();
@@ -477,6 +482,17 @@ void SqlGrammar::Query() {
                     Expect("ROW");
                 Expect("ONLY");
             }
+        }
+    }
+    // COMPUTE SUM(x)[, ...] [BY a, ...], the old form of totals after the rows
+    while (Accept("COMPUTE")) {
+        do
+            Expr();
+        while (AcceptSym(","));
+        if (Accept("BY")) {
+            do
+                Expr();
+            while (AcceptSym(","));
         }
     }
     ForClause();
@@ -497,11 +513,7 @@ void SqlGrammar::QueryBody() {
 
 void SqlGrammar::QueryTerm() {
     if (AcceptSym("(")) {
-        const Depth level(*this, mExpressionDepth, SqlParser::kMaxExpressionNesting);
-        QueryBody();
-        if (Is("ORDER"))
-            OrderBy();
-        ForClause();
+        Query();
         ExpectSym(")");
         return;
     }
@@ -871,6 +883,8 @@ void SqlGrammar::TablePrimary() {
             Expect("ALL");
         }
     }
+    if (!function)
+        TableHints(); // the old form may stand before the alias: FROM t (NOLOCK) AS a
     TableAlias(function);
     if (Accept("TABLESAMPLE")) {
         Accept("SYSTEM");
