@@ -521,7 +521,8 @@ void SessionState::CreateModule(const SqlStatement& s) {
         columns = s.params + tableColumns;
     }
     for (int i = 0; i < columns.size(); ++i)
-        if (!columns[i].type.name.isEmpty() && !Catalogue::FindType(columns[i].type.name))
+        if (!columns[i].type.name.isEmpty() && columns[i].type.name != QLatin1String("cursor") &&
+            !Catalogue::FindType(columns[i].type.name))
             throw ServerError::Make(
                 2715, 16,
                 QStringLiteral("Column, parameter, or variable #%1: Cannot find data type %2.")

@@ -131,7 +131,8 @@ struct SqlParam {
     SqlTypeSpec type;
     SqlExprP defaultValue;
     bool output = false;
-    bool nullable = true; // for the columns of a view or table function
+    bool nullable = true;  // for the columns of a view or table function
+    bool readOnly = false; // a table-valued parameter
 };
 
 struct SqlExecArg {

@@ -776,14 +776,14 @@ void SqlGrammar::ExecArguments() {
                 Next();
                 Next();
             }
-            if (Accept("DEFAULT")) {
-            } else if (Peek().kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(Peek().text) &&
-                       !IsSym("(", 1) && !IsSym(".", 1)) {
-                Next(); // a bare word is a string: EXEC sp_helptext MyProc
-            } else if (Peek().kind == SqlToken::Kind::QuotedName) {
-                Next();
-            } else {
-                Unary();
+            // A bare word is a string: EXEC sp_helptext MyProc
+            const bool bareWord = Peek().kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(Peek().text) &&
+                                  !IsSym("(", 1) && !IsSym(".", 1);
+            if (!Accept("DEFAULT")) {
+                if (bareWord || Peek().kind == SqlToken::Kind::QuotedName)
+                    Next();
+                else
+                    Unary();
             }
             if (!Accept("OUTPUT"))
                 Accept("OUT");

@@ -202,7 +202,7 @@ void SqlGrammar::FunctionArguments(bool aggregateLike) {
     if (aggregateLike && !Accept("DISTINCT"))
         Accept("ALL");
     do {
-        if (AcceptSym("*"))
+        if (AcceptSym("*") || Accept("DEFAULT"))
             continue;
         Expr();
         // JSON_OBJECT('key': value), TRIM(chars FROM text)
@@ -288,8 +288,6 @@ void SqlGrammar::Primary() {
     switch (t.kind) {
     case SqlToken::Kind::Number:
     case SqlToken::Kind::String:
-        Next();
-        return;
     case SqlToken::Kind::Variable:
         Next();
         return;

@@ -144,6 +144,11 @@ SqlTypeSpec SqlParser::ParseTypeSpec() {
     t.name = name.last().toLower();
     if (t.name == QLatin1String("double") && AcceptWord("PRECISION"))
         t.name = QStringLiteral("float");
+    // The server's synonyms of its type names
+    if (name.size() == 1 && t.name == QLatin1String("dec"))
+        t.name = QStringLiteral("decimal");
+    else if (name.size() == 1 && t.name == QLatin1String("integer"))
+        t.name = QStringLiteral("int");
     if (AcceptSymbol("(")) {
         if (AcceptWord("MAX")) {
             t.length = -2;

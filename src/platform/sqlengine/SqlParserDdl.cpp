@@ -345,16 +345,21 @@ QList<SqlParam> SqlParser::ParseParams(bool parenthesised) {
         SqlParam p;
         p.name = v.text;
         AcceptWord("AS");
-        p.type = ParseTypeSpec();
-        if (p.type.name == QLatin1String("cursor"))
-            Unsupported(QStringLiteral("cursor parameters"), v.line);
+        if (AcceptWord("CURSOR"))
+            p.type.name = QStringLiteral("cursor");
+        else
+            p.type = ParseTypeSpec();
         AcceptWord("VARYING");
+        if (!AcceptWord("NULL") && Peek().IsWord("NOT") && Peek(1).IsWord("NULL")) {
+            Next();
+            Next();
+        }
         if (AcceptSymbol("="))
             p.defaultValue = ParseUnary();
         if (AcceptWord("OUTPUT") || AcceptWord("OUT"))
             p.output = true;
         if (AcceptWord("READONLY"))
-            Unsupported(QStringLiteral("table-valued parameters"), v.line);
+            p.readOnly = true;
         list.append(p);
     } while (AcceptSymbol(","));
     Q_UNUSED(parenthesised);

@@ -101,7 +101,16 @@ bool SqlParser::StopsShort(const SqlStatement& s, int start, bool first, int* re
         s.kind == K::Unsupported || AtEnd() || Peek().IsSymbol(";"))
         return false;
     SqlGrammar grammar(mTokens);
-    const int end = grammar.ReadOneStatement(start, first, nullptr);
+    SqlSyntaxError error;
+    int errorAt = -1;
+    const int end = grammar.ReadOneStatement(start, first, &error, &errorAt);
+    if (end < 0 && errorAt > mPos && mErrors) {
+        // The statement goes on past where the tree parser stopped, into a syntax error.
+        mErrors->append(error);
+        mFallbackFailed = true;
+        mPos = errorAt;
+        throw Failure{};
+    }
     if (end <= mPos)
         return false;
     *recognizedEnd = end;
