@@ -98,7 +98,7 @@ SqlStatementP SqlParser::ParseStatement(bool first) {
 bool SqlParser::StopsShort(const SqlStatement& s, int start, bool first, int* recognizedEnd) {
     using K = SqlStatement::Kind;
     if (s.kind == K::Block || s.kind == K::If || s.kind == K::While || s.kind == K::CreateModule ||
-        s.kind == K::Unsupported || AtEnd() || Peek().IsSymbol(";"))
+        s.kind == K::Unsupported || AtEnd() || Peek().IsSymbol(";") || IsStatementStart(Peek()))
         return false;
     SqlGrammar grammar(mTokens);
     SqlSyntaxError error;
