@@ -117,5 +117,4 @@ private:
     QList<SqlSyntaxError>* mErrors = nullptr;
     int mStatementDepth = 0;
     int mExpressionDepth = 0;
-    bool mFallbackFailed = false; // the recognizer has judged the failing statement: no retry above
 };

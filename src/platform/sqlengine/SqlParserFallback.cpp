@@ -69,16 +69,15 @@ QString ConstructOf(const SqlSyntaxError& e) {
 } // namespace
 
 SqlStatementP SqlParser::ParseStatement(bool first) {
-    if (mStatementDepth == 0)
-        mFallbackFailed = false;
     const int start = mPos;
     const qsizetype errorCount = mErrors ? mErrors->size() : 0;
     SqlStatementP s;
     try {
         s = ParseStatementTree(first);
     } catch (const Failure&) {
-        if (mFallbackFailed || !mErrors || mErrors->size() <= errorCount ||
-            !IsFallbackError(mErrors->last().number))
+        // A statement within this one that failed may fail only because this one is read wrongly
+        // (BEGIN ATOMIC): the recognizer reads this one again, and the further error wins.
+        if (!mErrors || mErrors->size() <= errorCount || !IsFallbackError(mErrors->last().number))
             throw;
         return Fallback(start, first, mPos, errorCount);
     }
@@ -107,7 +106,6 @@ bool SqlParser::StopsShort(const SqlStatement& s, int start, bool first, int* re
     if (end < 0 && errorAt > mPos && mErrors) {
         // The statement goes on past where the tree parser stopped, into a syntax error.
         mErrors->append(error);
-        mFallbackFailed = true;
         mPos = errorAt;
         throw Failure{};
     }
@@ -129,7 +127,6 @@ SqlStatementP SqlParser::Fallback(int start, bool first, int treeStop, qsizetype
         // further on; otherwise the tree parser's message stands.
         const bool recognizer = treeError.number == 50001 || errorAt > treeStop || error.number == 191;
         mErrors->append(recognizer ? error : treeError);
-        mFallbackFailed = true;
         mPos = qBound(start, recognizer ? errorAt : treeStop, int(mTokens.size()) - 1);
         throw Failure{};
     }
@@ -206,7 +203,6 @@ void SqlParser::ParseModuleQuery(SqlStatement& s) {
     if (end < 0) {
         mErrors->append(treeError.number == 50001 || error.line >= mTokens[treeStop].line ? error
                                                                                           : treeError);
-        mFallbackFailed = true;
         throw Failure{};
     }
     s.select = nullptr;

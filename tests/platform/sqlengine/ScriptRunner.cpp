@@ -45,7 +45,7 @@ QString RenderSqlValue(const QVariant& v) {
         const double d = v.toDouble();
         return QString::number(d, 'g', 15);
     }
-    const QString s = v.toString();
+    QString s = v.toString();
     const bool quote = s.isEmpty() || s.front().isSpace() || s.back().isSpace() || s.contains(u'|') ||
                        s.contains(u'\n') || s.contains(u'\r') || s.contains(u'\t');
     if (!quote)
