@@ -151,11 +151,12 @@ void SqlGrammar::Additive() {
 }
 
 void SqlGrammar::Unary() {
-    const Depth level(*this, mExpressionDepth, SqlParser::kMaxExpressionNesting);
-    if (AcceptSym("-") || AcceptSym("+") || AcceptSym("~")) {
-        Unary();
-        return;
-    }
+    // Signs nest as deep as parentheses do, but are read in a loop.
+    int signs = 0;
+    while (AcceptSym("-") || AcceptSym("+") || AcceptSym("~"))
+        ++signs;
+    if (signs > SqlParser::kMaxExpressionNesting)
+        FailAt(-2);
     Postfix();
 }
 

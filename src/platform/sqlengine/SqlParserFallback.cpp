@@ -120,8 +120,13 @@ SqlStatementP SqlParser::Fallback(int start, bool first, int treeStop, qsizetype
     SqlGrammar grammar(mTokens);
     SqlSyntaxError error;
     int errorAt = -1;
-    const int end = grammar.ReadOneStatement(start, first, &error, &errorAt);
+    int end = grammar.ReadOneStatement(start, first, &error, &errorAt);
     mErrors->resize(errorCount);
+    if (end <= start && end >= 0) {
+        error = treeError; // nothing read: never a statement without tokens
+        errorAt = -1;
+        end = -1;
+    }
     if (end < 0) {
         // Where the tree parser stopped at a construct it doesn't know, the recognizer's error lies
         // further on; otherwise the tree parser's message stands.
