@@ -486,7 +486,17 @@ void SessionState::CreateModule(const SqlStatement& s) {
         return out;
     };
     if (kind == QLatin1String("VIEW") && !s.select) {
-        columns.clear(); // a query the engine can't run: kept, and reading the view says why
+        // A query the engine can't run: kept, and reading the view says why. Its tables must be
+        // there all the same, as for any view.
+        for (const QStringList& n : s.names) {
+            const bool elsewhere = n.size() >= 3 && !n[n.size() - 3].isEmpty() &&
+                                   n[n.size() - 3].compare(database, Qt::CaseInsensitive) != 0;
+            if (!elsewhere && !Catalogue::FindObject(*mDb, Schema(), n.last(),
+                                                     n.size() >= 2 ? n[n.size() - 2] : QString(), mUid)
+                                   .IsValid())
+                throw ServerError::InvalidObject(n.join(u'.'));
+        }
+        columns.clear();
     } else if (kind == QLatin1String("VIEW")) {
         const QList<SqlParam> viewColumns = describeQuery(*s.select, {});
         for (int i = 0; i < viewColumns.size(); ++i)

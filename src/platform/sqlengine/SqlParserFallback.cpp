@@ -60,6 +60,63 @@ QString DescribeConstruct(const QList<SqlToken>& tokens, int from, int to) {
     return QStringLiteral("this statement");
 }
 
+// The tables and views a query reads (names after FROM and JOIN that aren't calls), without the
+// common tables it defines and the system catalogue: a view is checked against them at CREATE.
+QList<QStringList> ReadNames(const QList<SqlToken>& tokens, int from, int to) {
+    QStringList defined;
+    for (int i = from; i + 2 < to; ++i) {
+        const SqlToken& t = tokens[i];
+        if (!t.IsName())
+            continue;
+        int j = i + 1;
+        if (tokens[j].IsSymbol("(")) {
+            while (j < to && !tokens[j].IsSymbol(")"))
+                ++j;
+            ++j;
+        }
+        if (j + 1 < to && tokens[j].IsWord("AS") && tokens[j + 1].IsSymbol("("))
+            defined.append(t.text.toLower());
+    }
+    QList<QStringList> names;
+    // FROM counts in queries only, not in a call such as TRIM('x' FROM name).
+    QList<bool> queryLevels;
+    for (int i = from; i + 1 < to; ++i) {
+        if (tokens[i].IsSymbol("(")) {
+            queryLevels.append(tokens[i + 1].IsWord("SELECT") || tokens[i + 1].IsWord("WITH"));
+            continue;
+        }
+        if (tokens[i].IsSymbol(")") && !queryLevels.isEmpty()) {
+            queryLevels.removeLast();
+            continue;
+        }
+        if ((!tokens[i].IsWord("FROM") && !tokens[i].IsWord("JOIN")) ||
+            (!queryLevels.isEmpty() && !queryLevels.last()))
+            continue;
+        int j = i + 1;
+        QStringList name;
+        while (j < to &&
+               (tokens[j].kind == SqlToken::Kind::QuotedName ||
+                (tokens[j].kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(tokens[j].text)))) {
+            name.append(tokens[j].text);
+            if (j + 1 < to && tokens[j + 1].IsSymbol(".")) {
+                j += 2;
+                continue;
+            }
+            ++j;
+            break;
+        }
+        if (name.isEmpty() || (j < to && tokens[j].IsSymbol("(")) ||
+            defined.contains(name.last().toLower()) || name.last().startsWith(u'#'))
+            continue;
+        if (name.size() >= 2 &&
+            (name[name.size() - 2].compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0 ||
+             name[name.size() - 2].compare(QLatin1String("INFORMATION_SCHEMA"), Qt::CaseInsensitive) == 0))
+            continue;
+        names.append(name);
+    }
+    return names;
+}
+
 QString ConstructOf(const SqlSyntaxError& e) {
     if (e.number == 50001 && e.text.startsWith(kUnsupportedPrefix) && e.text.endsWith(u'.'))
         return e.text.mid(kUnsupportedPrefix.size()).chopped(1);
@@ -211,6 +268,7 @@ void SqlParser::ParseModuleQuery(SqlStatement& s) {
         throw Failure{};
     }
     s.select = nullptr;
+    s.names = ReadNames(mTokens, start, end);
     s.construct = ConstructOf(treeError);
     if (s.construct.isEmpty())
         s.construct = DescribeConstruct(mTokens, start, end);
