@@ -164,34 +164,46 @@ void SqlGrammar::Merge() {
     if (!Is("WHEN"))
         Fail();
     while (Accept("WHEN")) {
-        const bool matched = !Accept("NOT");
-        Expect("MATCHED");
-        if (!matched && Accept("BY")) {
-            if (!Accept("TARGET"))
-                Expect("SOURCE");
+        // WHEN MATCHED and WHEN NOT MATCHED BY SOURCE update or delete; WHEN NOT MATCHED [BY TARGET]
+        // inserts.
+        bool inserts = false;
+        if (Accept("NOT")) {
+            Expect("MATCHED");
+            inserts = true;
+            if (Accept("BY")) {
+                if (Accept("SOURCE"))
+                    inserts = false;
+                else
+                    Expect("TARGET");
+            }
+        } else {
+            Expect("MATCHED");
         }
         if (Accept("AND"))
             Expr();
         Expect("THEN");
-        if (Is("UPDATE")) {
-            Next();
-            SetAssignments();
-        } else if (Accept("DELETE")) {
-        } else {
-            Expect("INSERT");
-            if (IsSym("("))
-                NameList();
-            if (Accept("DEFAULT")) {
-                Expect("VALUES");
+        if (!inserts) {
+            if (Is("UPDATE")) {
+                Next();
+                SetAssignments();
             } else {
-                Expect("VALUES");
-                ExpectSym("(");
-                do {
-                    if (!Accept("DEFAULT"))
-                        Expr();
-                } while (AcceptSym(","));
-                ExpectSym(")");
+                Expect("DELETE");
             }
+            continue;
+        }
+        Expect("INSERT");
+        if (IsSym("("))
+            NameList();
+        if (Accept("DEFAULT")) {
+            Expect("VALUES");
+        } else {
+            Expect("VALUES");
+            ExpectSym("(");
+            do {
+                if (!Accept("DEFAULT"))
+                    Expr();
+            } while (AcceptSym(","));
+            ExpectSym(")");
         }
     }
     Output();
