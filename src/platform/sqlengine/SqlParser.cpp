@@ -489,6 +489,19 @@ SqlStatementP SqlParser::ParseSet() {
         s->optionValue = v.text.toUpper();
         return s;
     }
+    if (first == QLatin1String("STATISTICS")) {
+        // SET STATISTICS IO, TIME ON
+        Next();
+        do
+            ParseName();
+        while (AcceptSymbol(","));
+        s->optionNames = {first};
+        const SqlToken& v = Next();
+        if (!v.IsWord("ON") && !v.IsWord("OFF"))
+            Fail(v);
+        s->optionValue = v.text.toUpper();
+        return s;
+    }
     do {
         const SqlToken& o = Next();
         if (o.kind != SqlToken::Kind::Word)
@@ -499,6 +512,8 @@ SqlStatementP SqlParser::ParseSet() {
     if (v.kind == SqlToken::Kind::End)
         Fail(v);
     s->optionValue = v.kind == SqlToken::Kind::Word ? v.text.toUpper() : v.text;
+    if (v.IsSymbol("-") && Peek().kind == SqlToken::Kind::Number)
+        s->optionValue += Next().text; // SET LOCK_TIMEOUT -1
     return s;
 }
 
