@@ -34,8 +34,15 @@ QString DescribeConstruct(const QList<SqlToken>& tokens, int from, int to) {
         if (t.IsWord("OVER") && symbol(i + 1, "("))
             return QStringLiteral("window functions (OVER)");
         if (t.IsWord("PIVOT") || t.IsWord("UNPIVOT") || t.IsWord("OPENJSON") || t.IsWord("OPENROWSET") ||
-            t.IsWord("OPENQUERY") || t.IsWord("OPENXML") || t.IsWord("OPENDATASOURCE"))
+            t.IsWord("OPENQUERY") || t.IsWord("OPENXML") || t.IsWord("OPENDATASOURCE") ||
+            t.IsWord("CONTAINSTABLE") || t.IsWord("FREETEXTTABLE"))
             return t.text.toUpper();
+        if (t.IsWord("OPTION") && symbol(i + 1, "("))
+            return QStringLiteral("query hints (OPTION)");
+        if (t.IsName() && t.text.startsWith(u'#'))
+            return QStringLiteral("temporary tables");
+        if (t.IsWord("NEXT") && word(i + 1, "VALUE") && word(i + 2, "FOR"))
+            return QStringLiteral("sequences (NEXT VALUE FOR)");
         if ((t.IsWord("CROSS") || t.IsWord("OUTER")) && word(i + 1, "APPLY"))
             return QStringLiteral("APPLY");
         if (t.IsWord("OUTPUT") && i > from && !word(i - 1, "OUTPUT"))
@@ -55,8 +62,20 @@ QString DescribeConstruct(const QList<SqlToken>& tokens, int from, int to) {
              word(i + 1, "modify")))
             return QStringLiteral("xml methods");
     }
-    if (tokens[from].kind == SqlToken::Kind::Word)
-        return QStringLiteral("this form of %1").arg(tokens[from].text.toUpper());
+    if (tokens[from].kind == SqlToken::Kind::Word) {
+        // A statement the tree parser doesn't know at all is named by its word: RECONFIGURE, DBCC ...
+        static const QStringList known = {
+            QStringLiteral("SELECT"),  QStringLiteral("INSERT"),   QStringLiteral("UPDATE"),
+            QStringLiteral("DELETE"),  QStringLiteral("CREATE"),   QStringLiteral("ALTER"),
+            QStringLiteral("DROP"),    QStringLiteral("IF"),       QStringLiteral("WHILE"),
+            QStringLiteral("BEGIN"),   QStringLiteral("DECLARE"),  QStringLiteral("SET"),
+            QStringLiteral("PRINT"),   QStringLiteral("RETURN"),   QStringLiteral("EXEC"),
+            QStringLiteral("EXECUTE"), QStringLiteral("USE"),      QStringLiteral("GRANT"),
+            QStringLiteral("DENY"),    QStringLiteral("REVOKE"),   QStringLiteral("RAISERROR"),
+            QStringLiteral("COMMIT"),  QStringLiteral("ROLLBACK"), QStringLiteral("TRUNCATE")};
+        const QString first = tokens[from].text.toUpper();
+        return known.contains(first) ? QStringLiteral("this form of %1").arg(first) : first;
+    }
     return QStringLiteral("this statement");
 }
 

@@ -140,6 +140,29 @@ TEST(SqlParserFallback, KeepsValidStatementsTheEngineCannotRun) {
     EXPECT_EQ(statements[3]->kind, SqlStatement::Kind::Print);
 }
 
+// The error a kept statement gives when it runs names what the engine lacks, not just the statement.
+TEST(SqlParserFallback, NamesTheConstruct) {
+    const struct {
+        const char* statement;
+        const char* construct;
+    } cases[] = {
+        {"RECONFIGURE WITH OVERRIDE", "RECONFIGURE"},
+        {"DELETE FROM t WHERE a IN (SELECT a FROM u) OPTION (HASH JOIN)", "query hints (OPTION)"},
+        {"SELECT a FROM t ORDER BY a FOR JSON PATH, ROOT('x')", "FOR JSON"},
+        {"SELECT a, SUM(b) FROM t GROUP BY GROUPING SETS ((a), ())",
+         "GROUP BY ROLLUP, CUBE and GROUPING SETS"},
+        {"DECLARE @t TABLE (a int)", "table variables"},
+    };
+    for (const auto& c : cases) {
+        QList<SqlSyntaxError> errors;
+        const QList<SqlStatementP> statements = Parse(QString::fromLatin1(c.statement), &errors);
+        ASSERT_TRUE(errors.isEmpty()) << c.statement << ": " << errors.first().text.toStdString();
+        ASSERT_EQ(statements.size(), 1) << c.statement;
+        EXPECT_EQ(statements[0]->kind, SqlStatement::Kind::Unsupported) << c.statement;
+        EXPECT_EQ(statements[0]->construct, QString::fromLatin1(c.construct)) << c.statement;
+    }
+}
+
 TEST(SqlParserFallback, ModuleBodiesKeepTheirRunnableStatements) {
     QList<SqlSyntaxError> errors;
     const QList<SqlStatementP> statements =
