@@ -345,7 +345,7 @@ int SqlGrammar::ReadOneStatement(int from, bool first, SqlSyntaxError* error, in
     }
 }
 
-int SqlGrammar::ReadModuleQuery(int from, SqlSyntaxError* error) {
+int SqlGrammar::ReadModuleQuery(int from, SqlSyntaxError* error, int* errorAt) {
     mPos = from;
     mStatementDepth = 0;
     mExpressionDepth = 0;
@@ -367,6 +367,8 @@ int SqlGrammar::ReadModuleQuery(int from, SqlSyntaxError* error) {
             if (mFailAt == -2)
                 error->line = Peek().line;
         }
+        if (errorAt)
+            *errorAt = mFailAt == -2 ? mPos : mFailAt;
         return -1;
     }
 }

@@ -24,7 +24,7 @@ public:
     int ReadOneStatement(int from, bool first, SqlSyntaxError* error, int* errorAt = nullptr);
     // Reads a query (a view's or an inline function's, from `from`) up to the end of the batch; an
     // optional WITH CHECK OPTION and semicolon may close it.
-    int ReadModuleQuery(int from, SqlSyntaxError* error);
+    int ReadModuleQuery(int from, SqlSyntaxError* error, int* errorAt = nullptr);
 
 private:
     struct Failure {};

@@ -279,11 +279,12 @@ void SqlParser::ParseModuleQuery(SqlStatement& s) {
     const SqlSyntaxError treeError = mErrors->last();
     SqlGrammar grammar(mTokens);
     SqlSyntaxError error;
-    const int end = grammar.ReadModuleQuery(start, &error);
+    int errorAt = -1;
+    const int end = grammar.ReadModuleQuery(start, &error, &errorAt);
     mErrors->resize(errorCount);
     if (end < 0) {
-        mErrors->append(treeError.number == 50001 || error.line >= mTokens[treeStop].line ? error
-                                                                                          : treeError);
+        const bool recognizer = treeError.number == 50001 || errorAt > treeStop || error.number == 191;
+        mErrors->append(recognizer ? error : treeError);
         throw Failure{};
     }
     s.select = nullptr;
