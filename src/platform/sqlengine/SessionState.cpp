@@ -787,6 +787,8 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
             throw ServerError::Unsupported(QStringLiteral("functions of another database"));
         CheckPermission(o, 193);
         const Module m = LoadModule(o);
+        if (m.statement && !m.statement->select && !m.statement->construct.isEmpty())
+            throw ServerError::Unsupported(m.statement->construct);
         if (!m.statement || !m.statement->select)
             throw ServerError::InvalidObject(written);
         const QList<SqlParam>& params = m.statement->params;
@@ -840,6 +842,8 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
                                "exceeded (limit 32)."),
                 true);
         const Module m = LoadModule(o);
+        if (m.statement && !m.statement->select && !m.statement->construct.isEmpty())
+            throw ServerError::Unsupported(m.statement->construct);
         if (!m.statement || !m.statement->select)
             throw ServerError::InvalidObject(written);
         const QHash<QString, QString> saved = translator.Overrides();

@@ -155,6 +155,12 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
         throw ServerError::Make(2812, 16,
                                 QStringLiteral("Could not find stored procedure '%1'.").arg(name.join(u'.')));
     const QList<SqlParam>& params = m.statement->params;
+    for (const SqlParam& p : params) {
+        if (p.type.name == QLatin1String("cursor"))
+            throw ServerError::Unsupported(QStringLiteral("cursor parameters"));
+        if (p.readOnly)
+            throw ServerError::Unsupported(QStringLiteral("table-valued parameters"));
+    }
     QList<QVariant> values(params.size());
     QList<bool> given(params.size(), false);
     QList<QString> outputTo(params.size());
