@@ -120,8 +120,14 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
     CaptureSink sink(stream);
     const TdsRpcKind kind = TdsRpc::KindOf(call.procedure);
     const QList<TdsRpcParam>& params = call.params;
-    // Values that go back whatever the batch does: a new prepared handle.
-    QList<std::pair<int, QVariant>> returned;
+    // What goes back as RETURNVALUEs: a new prepared handle (an int whatever the client sent), then
+    // the OUTPUT parameters in the type they came in.
+    struct Returned {
+        int index;
+        QVariant value;
+        TdsTypeInfo type;
+    };
+    QList<Returned> returned;
     TdsRpcBatch batch;
     bool run = true;
     mLastEndCommitted = true;
@@ -143,7 +149,7 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
             const int handle = mNextHandle++;
             mPrepared.insert(handle, {declared, statement});
             if (!params.isEmpty() && params[0].output)
-                returned.append({0, handle});
+                returned.append({0, handle, TdsTypeInfo{0x26, 4, 0, 0, {}}});
             if (kind == TdsRpcKind::Prepare)
                 run = false;
             else
@@ -201,16 +207,11 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
         out.U32(0);
     }
     for (const int index : batch.outputParams)
-        returned.append({index, captured.value(at++)});
-    for (const auto& [index, value] : returned) {
-        const TdsRpcParam& p = params[index];
-        const TdsTypeInfo type = index == 0 && kind != TdsRpcKind::Procedure &&
-                                         kind != TdsRpcKind::ExecuteSql && kind != TdsRpcKind::Execute
-                                     ? TdsTypeInfo{0x26, 4, 0, 0, {}}
-                                     : TdsValues::ReturnType(p.type);
+        returned.append({index, captured.value(at++), TdsValues::ReturnType(params[index].type)});
+    for (const auto& [index, value, type] : returned) {
         out.U8(Tds::ReturnValue);
         out.U16(uint16_t(index));
-        out.BVarchar(p.name);
+        out.BVarchar(params[index].name);
         out.U8(1); // an OUTPUT parameter
         out.U32(0);
         out.U16(0);
