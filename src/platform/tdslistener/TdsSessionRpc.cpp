@@ -88,13 +88,12 @@ QString textParam(const QList<TdsRpcParam>& params, qsizetype i) {
 
 } // namespace
 
-void TdsSession::writeTransactionChange(int before, TdsWriter& out) {
+void TdsSession::writeTransactionChange(int before, bool failed, TdsWriter& out) {
     const int now = mSession->TransactionCount();
     if (before > 0 && (now == 0 || mTransaction == 0)) {
         // Whether it ended in a COMMIT or a ROLLBACK the client only needs to forget the descriptor.
         Tds::WriteTransactionChange(
-            out, now == 0 && mLastEndCommitted ? Tds::EnvCommitTransaction : Tds::EnvRollbackTransaction,
-            mTransaction);
+            out, now == 0 && !failed ? Tds::EnvCommitTransaction : Tds::EnvRollbackTransaction, mTransaction);
         mTransaction = 0;
     }
     if (now > 0 && mTransaction == 0) {
@@ -130,7 +129,6 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
     QList<Returned> returned;
     TdsRpcBatch batch;
     bool run = true;
-    mLastEndCommitted = true;
     try {
         switch (kind) {
         case TdsRpcKind::ExecuteSql:
@@ -176,11 +174,8 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
             batch = TdsRpc::ProcedureBatch(call);
             break;
         }
-        if (run) {
+        if (run)
             mSession->Execute(batch.text, sink);
-            if (mSession->TransactionCount() < tranBefore)
-                mLastEndCommitted = !stream.Failed();
-        }
     } catch (const TdsRpcError& e) {
         stream.Add(SqlResult::Msg(error(e.number, e.text)));
         batch = {};
@@ -191,7 +186,7 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
     }
     if (mCancelCheck && mCancelCheck())
         return false;
-    stream.SetBeforeEnd([&] { writeTransactionChange(tranBefore, out); });
+    stream.SetBeforeEnd([&] { writeTransactionChange(tranBefore, stream.Failed(), out); });
     stream.EndCall();
     if (out.Stopped())
         return false;
