@@ -216,7 +216,7 @@ TdsSession::Reply TdsSession::batch(const QByteArray& message, TdsWriter& out) {
     const int tranBefore = mSession->TransactionCount();
     TdsResultStream stream(out, mTdsVersion, mServerName, before,
                            [this] { return mSession->CurrentDatabase(); });
-    stream.SetBeforeEnd([&] { writeTransactionChange(tranBefore, out); });
+    stream.SetBeforeEnd([&] { writeTransactionChange(tranBefore, stream.Failed(), out); });
     try {
         mSession->Execute(text, stream);
     } catch (const TARMOError& e) {

@@ -72,8 +72,10 @@ private:
     // One call of an RPC request; false when its reply stopped or the request was cancelled.
     bool call(const TdsRpcCall& call, bool last, TdsWriter& out);
     Reply transactionManager(const QByteArray& message, TdsWriter& out);
-    // The ENVCHANGE that tells the client its transaction began or ended since @@TRANCOUNT was before.
-    void writeTransactionChange(int before, TdsWriter& out);
+    // The ENVCHANGE that tells the client its transaction began or ended since @@TRANCOUNT was before;
+    // an end after an error is told as a rollback, any other as a commit (the client only forgets
+    // the descriptor either way).
+    void writeTransactionChange(int before, bool failed, TdsWriter& out);
     Reply refuse(long number, const QString& text, TdsWriter& out) const;
 
     QString mFolder;
@@ -98,5 +100,4 @@ private:
     int mNextHandle = 1;
     uint64_t mTransaction = 0; // the descriptor the client holds for its open transaction; 0 = none
     uint64_t mNextTransaction = 1;
-    bool mLastEndCommitted = true;
 };

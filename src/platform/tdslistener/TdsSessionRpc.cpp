@@ -88,13 +88,12 @@ QString textParam(const QList<TdsRpcParam>& params, qsizetype i) {
 
 } // namespace
 
-void TdsSession::writeTransactionChange(int before, TdsWriter& out) {
+void TdsSession::writeTransactionChange(int before, bool failed, TdsWriter& out) {
     const int now = mSession->TransactionCount();
     if (before > 0 && (now == 0 || mTransaction == 0)) {
         // Whether it ended in a COMMIT or a ROLLBACK the client only needs to forget the descriptor.
         Tds::WriteTransactionChange(
-            out, now == 0 && mLastEndCommitted ? Tds::EnvCommitTransaction : Tds::EnvRollbackTransaction,
-            mTransaction);
+            out, now == 0 && !failed ? Tds::EnvCommitTransaction : Tds::EnvRollbackTransaction, mTransaction);
         mTransaction = 0;
     }
     if (now > 0 && mTransaction == 0) {
@@ -120,11 +119,16 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
     CaptureSink sink(stream);
     const TdsRpcKind kind = TdsRpc::KindOf(call.procedure);
     const QList<TdsRpcParam>& params = call.params;
-    // Values that go back whatever the batch does: a new prepared handle.
-    QList<std::pair<int, QVariant>> returned;
+    // What goes back as RETURNVALUEs: a new prepared handle (an int whatever the client sent), then
+    // the OUTPUT parameters in the type they came in.
+    struct Returned {
+        int index;
+        QVariant value;
+        TdsTypeInfo type;
+    };
+    QList<Returned> returned;
     TdsRpcBatch batch;
     bool run = true;
-    mLastEndCommitted = true;
     try {
         switch (kind) {
         case TdsRpcKind::ExecuteSql:
@@ -143,7 +147,7 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
             const int handle = mNextHandle++;
             mPrepared.insert(handle, {declared, statement});
             if (!params.isEmpty() && params[0].output)
-                returned.append({0, handle});
+                returned.append({0, handle, TdsTypeInfo{0x26, 4, 0, 0, {}}});
             if (kind == TdsRpcKind::Prepare)
                 run = false;
             else
@@ -170,11 +174,8 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
             batch = TdsRpc::ProcedureBatch(call);
             break;
         }
-        if (run) {
+        if (run)
             mSession->Execute(batch.text, sink);
-            if (mSession->TransactionCount() < tranBefore)
-                mLastEndCommitted = !stream.Failed();
-        }
     } catch (const TdsRpcError& e) {
         stream.Add(SqlResult::Msg(error(e.number, e.text)));
         batch = {};
@@ -185,7 +186,7 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
     }
     if (mCancelCheck && mCancelCheck())
         return false;
-    stream.SetBeforeEnd([&] { writeTransactionChange(tranBefore, out); });
+    stream.SetBeforeEnd([&] { writeTransactionChange(tranBefore, stream.Failed(), out); });
     stream.EndCall();
     if (out.Stopped())
         return false;
@@ -201,16 +202,11 @@ bool TdsSession::call(const TdsRpcCall& call, bool last, TdsWriter& out) {
         out.U32(0);
     }
     for (const int index : batch.outputParams)
-        returned.append({index, captured.value(at++)});
-    for (const auto& [index, value] : returned) {
-        const TdsRpcParam& p = params[index];
-        const TdsTypeInfo type = index == 0 && kind != TdsRpcKind::Procedure &&
-                                         kind != TdsRpcKind::ExecuteSql && kind != TdsRpcKind::Execute
-                                     ? TdsTypeInfo{0x26, 4, 0, 0, {}}
-                                     : TdsValues::ReturnType(p.type);
+        returned.append({index, captured.value(at++), TdsValues::ReturnType(params[index].type)});
+    for (const auto& [index, value, type] : returned) {
         out.U8(Tds::ReturnValue);
         out.U16(uint16_t(index));
-        out.BVarchar(p.name);
+        out.BVarchar(params[index].name);
         out.U8(1); // an OUTPUT parameter
         out.U32(0);
         out.U16(0);

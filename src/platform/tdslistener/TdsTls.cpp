@@ -100,6 +100,9 @@ TdsTlsContext::TdsTlsContext(const QString& folder) {
     QByteArray pem;
     if (existing.open(QIODevice::ReadOnly)) {
         pem = existing.readAll();
+    } else if (existing.exists()) {
+        // Another user's, in a folder a group shares: theirs stays.
+        throw TARMOError(12, kSource, QStringLiteral("Can't read the certificate '%1'.").arg(path));
     } else {
         pem = makeCertificate();
         // Written whole or not at all; only the owner may read the key.

@@ -3,6 +3,9 @@
 #include "TdsWriter.h"
 
 #include "EmbeddedServer.h"
+#include "TARMOError.h"
+
+#include <QFile>
 
 namespace {
 
@@ -257,6 +260,55 @@ TEST_F(RpcThroughListener, EncryptionTheServerCantGiveIsRefusedWithAClearMessage
     EXPECT_TRUE(loginRefusal(TdsEncryption::Strict, 2, &answer).contains(QStringLiteral("strict")));
     EXPECT_TRUE(loginRefusal(TdsEncryption::Off, 2, &answer).isEmpty()) << "a client without TLS is served";
     EXPECT_TRUE(loginRefusal(TdsEncryption::Offered, 2, &answer).isEmpty());
+}
+
+} // namespace
+
+namespace {
+
+QByteArray readAll(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+TEST(TdsCertificate, MadeOnceForTheOwnerAndABrokenOneIsNeverServedOver) {
+    TempFolder temp;
+    const QString folder = temp.Path(QStringLiteral("srv"));
+    EmbeddedServer::Create(folder, QStringLiteral("Sa-pw1"));
+    const QString pem = TdsTlsContext::CertificatePath(folder);
+    {
+        TdsListener listener(folder);
+        listener.Start(QStringLiteral("127.0.0.1"), 0);
+        EXPECT_EQ(listener.Encryption(), TdsEncryption::Offered);
+    }
+    const QByteArray first = readAll(pem);
+    EXPECT_TRUE(first.contains("PRIVATE KEY") && first.contains("CERTIFICATE"));
+    EXPECT_EQ(QFile::permissions(pem) & (QFileDevice::ReadGroup | QFileDevice::ReadOther), 0);
+    {
+        TdsListener again(folder);
+        again.Start(QStringLiteral("127.0.0.1"), 0);
+    }
+    EXPECT_EQ(readAll(pem), first) << "the certificate is made once";
+
+    // A file that holds no certificate: asked-for encryption can't start; offered encryption on the
+    // machine itself goes without, and says so. The file stays as it was.
+    {
+        QFile f(pem);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        f.write("not a certificate");
+    }
+    TdsListener required(folder);
+    required.SetEncryption(TdsEncryption::Required);
+    EXPECT_THROW(required.Start(QStringLiteral("127.0.0.1"), 0), TARMOError);
+    EXPECT_FALSE(required.IsRunning());
+    QStringList log;
+    TdsListener offered(folder);
+    offered.SetLog([&log](const QString& line) { log.append(line); });
+    offered.Start(QStringLiteral("127.0.0.1"), 0);
+    EXPECT_EQ(offered.Encryption(), TdsEncryption::Off);
+    ASSERT_EQ(log.size(), 1);
+    EXPECT_TRUE(log.first().contains(QStringLiteral("serving without encryption")));
+    EXPECT_EQ(readAll(pem), QByteArray("not a certificate"));
 }
 
 } // namespace

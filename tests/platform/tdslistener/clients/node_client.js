@@ -10,15 +10,25 @@ const { execFileSync } = require('child_process');
 const [, , testCase, port, password] = process.argv;
 const cache = process.env.TARMO_NODE_CACHE || path.join(os.homedir(), '.cache', 'tarmo-node');
 
+// A failed install is remembered for an hour, so that the other cases skip at once instead of
+// waiting for the registry again.
+const failedMarker = path.join(cache, 'install-failed');
+
 function load(name) {
   const where = path.join(cache, 'node_modules', name);
   if (!fs.existsSync(where)) {
     try {
+      if (fs.existsSync(failedMarker) && Date.now() - fs.statSync(failedMarker).mtimeMs < 3600000) {
+        console.log(`npm couldn't install ${name} a short while ago: ${fs.readFileSync(failedMarker, 'utf8')}`);
+        process.exit(77);
+      }
       fs.mkdirSync(cache, { recursive: true });
       execFileSync('npm', ['install', '--prefix', cache, '--no-audit', '--no-fund', 'tedious@18', 'mssql@11'],
-                   { stdio: 'pipe', timeout: 180000 });
+                   { stdio: 'pipe', timeout: 90000 });
     } catch (e) {
-      console.log(`npm can't install ${name}: ${String(e.stderr || e.message).slice(0, 400)}`);
+      const why = String(e.stderr || e.message).slice(-400);
+      try { fs.writeFileSync(failedMarker, why); } catch (ignored) { /* the next case tries again */ }
+      console.log(`npm can't install ${name}: ${why}`);
       process.exit(77);
     }
   }
