@@ -302,7 +302,7 @@ void SessionState::CreateTable(const SqlStatement& s) {
                       {QStringLiteral("T%1").arg(id), c.seed - 1});
     atomic.Commit();
     if (temporary)
-        KeepTemporary(name);
+        KeepTemporary(name, s);
 }
 
 void SessionState::AlterTable(const SqlStatement& s) {

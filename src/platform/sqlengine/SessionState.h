@@ -79,7 +79,8 @@ private:
     };
     struct Frame {
         QHash<QString, Var> vars;
-        QStringList temporaries; // tables that go when the frame ends
+        QStringList temporaries;                            // tables that go when the frame ends
+        QHash<QString, const SqlStatement*> tableVariables; // name -> its DECLARE, to make it again
         QString procedure;
         QVariant returnValue;
         bool hasReturnValue = false;
@@ -207,6 +208,7 @@ private:
         int depth = 0;              // names the snapshot tables of inserted and deleted
         QStringList updatedColumns; // lower case
         QStringList columns;        // the table's, in order
+        bool instead = false;       // an INSTEAD OF trigger
     };
     QList<Module> TriggersFor(const CatalogueObject& table, const QString& verb);
     // With output, the statement's OUTPUT clause gives its rows too.
@@ -224,7 +226,15 @@ private:
     void RenameTemporaries(const QList<SqlStatementP>& statements);
     // A message's text with the names of temporary tables and table variables as written.
     QString WrittenName(QString text, bool variables = true) const;
-    void KeepTemporary(const QString& name);
+    void KeepTemporary(const QString& name, const SqlStatement& declaration);
+    // A rollback leaves table variables as they were: their rows are read before and put back after.
+    struct TableVariableRows {
+        QString name;
+        const SqlStatement* declaration = nullptr;
+        QList<QVariantList> rows;
+    };
+    QList<TableVariableRows> KeepTableVariables();
+    void RestoreTableVariables(const QList<TableVariableRows>& kept);
     void DropTemporaries(const QStringList& names);
     void RunSelectInto(const SqlStatement& s);
 

@@ -153,13 +153,50 @@ QString SessionState::WrittenName(QString text, bool variables) const {
     return text;
 }
 
-void SessionState::KeepTemporary(const QString& name) {
+void SessionState::KeepTemporary(const QString& name, const SqlStatement& declaration) {
     // A table variable lasts for its batch or procedure, a temporary table made in a procedure for
     // the procedure, any other for the session.
-    if (name.startsWith(QLatin1String("#@")) || mFrames.size() > 1)
-        Top().temporaries.append(name);
-    else
-        mSessionTemporaries.append(name);
+    const bool variable = name.startsWith(QLatin1String("#@"));
+    if (variable)
+        Top().tableVariables.insert(name, &declaration);
+    QStringList& list = variable || mFrames.size() > 1 ? Top().temporaries : mSessionTemporaries;
+    if (!list.contains(name))
+        list.append(name);
+}
+
+QList<SessionState::TableVariableRows> SessionState::KeepTableVariables() {
+    QList<TableVariableRows> kept;
+    for (const Frame& frame : mFrames) {
+        for (auto it = frame.tableVariables.cbegin(); it != frame.tableVariables.cend(); ++it) {
+            const CatalogueObject o = Catalogue::FindObject(*mDb, Schema(), it.key(), QString(), mUid);
+            if (!o.IsValid())
+                continue;
+            kept.append({it.key(), it.value(),
+                         mDb->Rows(QStringLiteral("SELECT * FROM \"main\".\"T%1\"").arg(o.id))});
+        }
+    }
+    return kept;
+}
+
+void SessionState::RestoreTableVariables(const QList<TableVariableRows>& kept) {
+    for (const TableVariableRows& t : kept) {
+        CatalogueObject o = Catalogue::FindObject(*mDb, Schema(), t.name, QString(), mUid);
+        if (!o.IsValid()) {
+            // Declared inside the transaction: made again.
+            CreateTable(*t.declaration);
+            o = Catalogue::FindObject(*mDb, Schema(), t.name, QString(), mUid);
+        }
+        if (!o.IsValid())
+            continue;
+        const QString table = QStringLiteral("\"main\".\"T%1\"").arg(o.id);
+        mDb->Exec(QStringLiteral("DELETE FROM ") + table);
+        for (const QVariantList& row : t.rows) {
+            QStringList marks;
+            for (qsizetype i = 0; i < row.size(); ++i)
+                marks.append(QStringLiteral("?"));
+            mDb->Exec(QStringLiteral("INSERT INTO %1 VALUES (%2)").arg(table, marks.join(u',')), row);
+        }
+    }
 }
 
 void SessionState::DropTemporaries(const QStringList& names) {

@@ -61,8 +61,12 @@ void SessionState::CommitTran(const SqlStatement&) {
 }
 
 void SessionState::RollbackAll() {
-    if (mTranCount > 0 && !sqlite3_get_autocommit(mDb->Handle()))
+    if (mTranCount > 0 && !sqlite3_get_autocommit(mDb->Handle())) {
+        const QList<TableVariableRows> kept = KeepTableVariables();
         mDb->Exec(QStringLiteral("ROLLBACK"));
+        mTranCount = 0;
+        RestoreTableVariables(kept);
+    }
     mTranCount = 0;
     mSavepoints.clear();
     mTranName.clear();
@@ -90,7 +94,9 @@ void SessionState::RollbackTran(const SqlStatement& s) {
             3931, 16,
             QStringLiteral("The current transaction cannot be committed and cannot be rolled "
                            "back to a savepoint. Roll back the entire transaction."));
+    const QList<TableVariableRows> kept = KeepTableVariables();
     mDb->Exec(QStringLiteral("ROLLBACK TO ") + SavepointName(at));
+    RestoreTableVariables(kept);
     // The save point stays; those after it are gone.
     while (mSavepoints.size() > at + 1)
         mSavepoints.removeLast();

@@ -90,21 +90,66 @@ long long SessionState::RunDmlWithTriggers(const QString& sql, const QVariantLis
         mSavepoints.clear();
         mDoomed = false;
     }
+    // An INSTEAD OF trigger takes the statement's place, except for the statements it runs itself on
+    // its own table.
+    QList<Module> instead;
+    QList<Module> after;
+    for (const Module& t : triggers)
+        (t.statement->insteadOf ? instead : after).append(t);
+    const bool insideOwn = std::any_of(mTriggers.cbegin(), mTriggers.cend(), [&table](const TriggerRun& r) {
+        return r.instead && r.tableId == table.id;
+    });
+    if (insideOwn)
+        instead.clear();
     long long n = 0;
     try {
         TriggerRun run;
         run.tableId = table.id;
         run.depth = int(mTriggers.size()) + 1;
         run.columns = PrepareCapture(table.id);
+        // In place of the statement, its rows are found by running it and undoing it.
+        if (!instead.isEmpty())
+            mDb->Exec(QStringLiteral("SAVEPOINT tsql_instead"));
+        QList<QVariantList> wouldInsert;
+        QList<QVariantList> wouldDelete;
         try {
             SqliteStatement st(mDb->Handle(), sql);
             st.BindAll(params);
             while (st.Step()) {
             }
+            if (!instead.isEmpty()) {
+                wouldInsert =
+                    mDb->Rows(QStringLiteral("SELECT * FROM temp.\"%1\"").arg(CaptureName("ins", table.id)));
+                wouldDelete =
+                    mDb->Rows(QStringLiteral("SELECT * FROM temp.\"%1\"").arg(CaptureName("del", table.id)));
+            }
         } catch (const SqliteError& e) {
+            if (!instead.isEmpty()) {
+                mDb->Exec(QStringLiteral("ROLLBACK TO tsql_instead"));
+                mDb->Exec(QStringLiteral("RELEASE tsql_instead"));
+            }
             throw MapSqliteError(e, verb);
         }
         n = mDb->Changes();
+        if (!instead.isEmpty()) {
+            mDb->Exec(QStringLiteral("ROLLBACK TO tsql_instead"));
+            mDb->Exec(QStringLiteral("RELEASE tsql_instead"));
+            mDb->Exec(QStringLiteral("DELETE FROM temp.\"%1\"").arg(CaptureName("ins", table.id)));
+            mDb->Exec(QStringLiteral("DELETE FROM temp.\"%1\"").arg(CaptureName("del", table.id)));
+            const QPair<const char*, const QList<QVariantList>*> kept[] = {{"ins", &wouldInsert},
+                                                                           {"del", &wouldDelete}};
+            for (const auto& [capture, rows] : kept) {
+                QStringList marks;
+                for (qsizetype i = 0; i < run.columns.size(); ++i)
+                    marks.append(QStringLiteral("?"));
+                const QString insert = QStringLiteral("INSERT INTO temp.\"%1\" VALUES (%2)")
+                                           .arg(CaptureName(capture, table.id), marks.join(u','));
+                for (const QVariantList& row : *rows)
+                    mDb->Exec(insert, row);
+            }
+            run.instead = true;
+            after = {instead.first()};
+        }
         if (verb == QLatin1String("INSERT")) {
             for (const QString& c : run.columns)
                 run.updatedColumns.append(c.toLower());
@@ -121,7 +166,7 @@ long long SessionState::RunDmlWithTriggers(const QString& sql, const QVariantLis
         }
         if (output)
             RunOutput(*output, run, verb);
-        for (const Module& trigger : triggers) {
+        for (const Module& trigger : after) {
             run.triggerId = trigger.id;
             mRowCount = n;
             FireTrigger(trigger, table, run);

@@ -234,6 +234,7 @@ struct SqlStatement {
     QList<QStringList> names;
     bool isAlter = false;
     bool orAlter = false; // CREATE OR ALTER
+    bool insteadOf = false; // an INSTEAD OF trigger
     QList<SqlParam> params;
     SqlTypeSpec returnType;    // scalar function
     bool returnsTable = false; // inline (returnVariable empty) or multi-statement

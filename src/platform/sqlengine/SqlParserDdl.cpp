@@ -316,10 +316,12 @@ SqlStatementP SqlParser::ParseModule(bool first, bool alter, const SqlToken& key
     ExpectWord("ON");
     s->triggerTable = ParseMultiPartName();
     ParseModuleOptions();
-    if (Peek().IsWord("INSTEAD"))
-        Unsupported(QStringLiteral("INSTEAD OF triggers"), Peek().line);
-    if (!AcceptWord("FOR") && !AcceptWord("AFTER"))
+    if (AcceptWord("INSTEAD")) {
+        ExpectWord("OF");
+        s->insteadOf = true;
+    } else if (!AcceptWord("FOR") && !AcceptWord("AFTER")) {
         Fail(Peek());
+    }
     do {
         const SqlToken& ev = Next();
         if (!ev.IsWord("INSERT") && !ev.IsWord("UPDATE") && !ev.IsWord("DELETE"))

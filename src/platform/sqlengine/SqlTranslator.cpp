@@ -204,6 +204,9 @@ QString SqlTranslator::TableRef(const SqlTableRef& ref) {
                    Quote(ref.alias.isEmpty() ? ref.name.first() : ref.alias);
         [[fallthrough]];
     case SqlTableRef::Kind::Function: {
+        if (ref.kind == SqlTableRef::Kind::Function && ref.name.size() == 1 &&
+            ref.name.first().compare(QLatin1String("STRING_SPLIT"), Qt::CaseInsensitive) == 0)
+            return StringSplit(ref);
         TranslatorContext::Table t = mContext.ResolveTable(ref, *this);
         const QString alias = ref.alias.isEmpty() ? t.alias : ref.alias;
         return t.sql + QStringLiteral(" AS ") + Quote(alias);

@@ -66,6 +66,7 @@ private:
     // SqlTranslatorQuery.cpp: WITH before a query, OVER after a function.
     QString With(const SqlSelect& select);
     QString Over(const SqlWindow& over);
+    QString StringSplit(const SqlTableRef& ref);
     QStringList mCtes; // lower case names of the common table expressions in scope
 
     TranslatorContext& mContext;

@@ -209,6 +209,7 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
     const int tranCountBefore = mTranCount;
     // A SET inside a procedure lasts until the procedure ends, as on the server.
     const bool callerNoCount = mNoCount;
+    const bool callerXactAbort = mXactAbort;
     auto leave = [&]() {
         DropTemporaries(Top().temporaries);
         DropLocalCursors();
@@ -216,6 +217,7 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
         --mModuleDepth;
         mFrames.removeLast();
         mNoCount = callerNoCount;
+        mXactAbort = callerXactAbort;
     };
     try {
         for (int i = 0; i < params.size(); ++i) {
