@@ -6,6 +6,7 @@
 #include "TARMOVSS.h"
 #include "VersionStore.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QHash>
@@ -29,9 +30,16 @@ struct Kind {
 
 } // namespace
 
-BenchProject::BenchProject(const QString& cacheFolder, double scale)
-    : mFolder(QDir(cacheFolder).absoluteFilePath(QStringLiteral("scale-") + QString::number(scale)))
-    , mScale(scale) {}
+BenchProject::BenchProject(const QString& cacheFolder, double scale, bool onServer)
+    : mFolder(QDir(cacheFolder)
+                  .absoluteFilePath(QStringLiteral("scale-") + QString::number(scale) +
+                                    (onServer ? QStringLiteral("-postgres") : QString())))
+    , mScale(scale) {
+    // In the temporary folder, which the server's own user can reach when the benchmark runs as root.
+    if (onServer)
+        mServer = std::make_shared<LocalPostgres>(QDir::tempPath() + QStringLiteral("/tarmo-bench-pg-") +
+                                                  QString::number(qHash(mFolder), 16));
+}
 
 bool BenchProject::Connect(TARMOSQL& sql, TARMOVSS& vss) const {
     vss.SetGeneralWorkingFolder(WorkingFolder());
@@ -59,12 +67,31 @@ int BenchProject::scaled(int count) const {
 }
 
 void BenchProject::Ensure() {
-    if (QFileInfo::exists(mFolder + QLatin1Char('/') + kReady))
+    // A server whose data went with the temporary folder takes the project with it.
+    const bool serverKept =
+        !mServer || QFileInfo::exists(mServer->Folder() + QStringLiteral("/data/PG_VERSION"));
+    if (mServer) {
+        QString why;
+        if (!mServer->Start(&why))
+            throw TARMOError(
+                1, QStringLiteral("tarmo-bench"),
+                QStringLiteral("The benchmark's PostgreSQL server can't be started: %1").arg(why));
+    }
+    if (serverKept && QFileInfo::exists(mFolder + QLatin1Char('/') + kReady))
         return;
     QDir(mFolder).removeRecursively();
     QDir().mkpath(WorkingFolder());
     build();
     CreateTextFile(mFolder + QLatin1Char('/') + kReady, QStringLiteral("1"));
+}
+
+QString BenchProject::makeStore() {
+    if (!mServer)
+        return VersionStore::Create(mFolder + QStringLiteral("/store"), QStringLiteral("bench-admin"));
+    const QString database = QStringLiteral("bench%1").arg(QDateTime::currentSecsSinceEpoch());
+    mServer->CreateDatabase(database);
+    return VersionStore::CreateOnServer(mFolder + QStringLiteral("/store"), mServer->OwnerUrl(database),
+                                        QStringLiteral("bench-admin"));
 }
 
 void BenchProject::build() {
@@ -135,8 +162,7 @@ void BenchProject::build() {
             .arg(texts.size())
             .arg(double(timer.elapsed()) / 1000.0));
 
-    const QString ini =
-        VersionStore::Create(mFolder + QStringLiteral("/store"), QStringLiteral("bench-admin"));
+    const QString ini = makeStore();
     {
         VersionStore admin;
         admin.Open(ini, QStringLiteral("Admin"), QStringLiteral("bench-admin"));

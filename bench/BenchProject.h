@@ -1,5 +1,9 @@
 #pragma once
 
+#include "LocalPostgres.h"
+
+#include <memory>
+
 #include <QString>
 
 class TARMOSQL;
@@ -12,7 +16,9 @@ class TARMOVSS;
 // by the benchmark's own.
 class BenchProject {
 public:
-    BenchProject(const QString& cacheFolder, double scale);
+    // With onServer, the store lives in a PostgreSQL server of the benchmark's own (started for the
+    // run, its data in the temporary folder) instead of the embedded store of a folder.
+    BenchProject(const QString& cacheFolder, double scale, bool onServer = false);
 
     // Builds the project unless the cache holds it already; progress goes to stderr.
     void Ensure();
@@ -35,7 +41,9 @@ public:
 private:
     int scaled(int count) const;
     void build();
+    QString makeStore();
 
     QString mFolder;
     double mScale;
+    std::shared_ptr<LocalPostgres> mServer;
 };

@@ -1,5 +1,6 @@
 #include "BenchDocs.h"
 #include "BenchExpand.h"
+#include "BenchParse.h"
 #include "BenchProject.h"
 #include "BenchQuery.h"
 #include "BenchRefresh.h"
@@ -22,9 +23,11 @@ namespace {
 int usage() {
     std::fprintf(stderr,
                  "Usage: tarmo-bench refresh|test|sync|script [--scale F] [--rtt-ms M] [--cache DIR]\n"
+                 "                   [--store embedded|postgres]\n"
                  "       tarmo-bench expand [--runs N] [--cache DIR]\n"
                  "       tarmo-bench startup [--runs N]\n"
                  "       tarmo-bench query [--rows N] [--cache DIR]\n"
+                 "       tarmo-bench parse [--lines N]\n"
                  "       tarmo-bench docs [--objects N] [--files F] [--rtt-ms M] [--cache DIR]\n"
                  "       tarmo-bench while [--rounds N]\n"
                  "  refresh      refreshes the four lists of the project\n"
@@ -37,6 +40,8 @@ int usage() {
                  "  query        reads a large table into the query window\n"
                  "  while        runs a WHILE loop of N simple rounds in the embedded server\n"
                  "               (default 1000000)\n"
+                 "  parse        one procedure of N lines (default 5000) through the grammar and the\n"
+                 "               embedded server under SET PARSEONLY ON\n"
                  "  docs         documents a module of F source files of 500 lines (default 200)\n"
                  "               over a project of N objects (default 9000, scale 1)\n"
                  "  --scale F    size of the project; 1 is 5,000 procedures, 1,000 views, 1,000\n"
@@ -44,7 +49,9 @@ int usage() {
                  "  --rtt-ms M   round trip added to every statement and store call (default 0)\n"
                  "  --runs N     timed starts after one to warm up (default 10)\n"
                  "  --rows N     rows of the table that the query reads (default 100000)\n"
-                 "  --cache DIR  where the project or the table is built once and kept\n");
+                 "  --cache DIR  where the project or the table is built once and kept\n"
+                 "  --store S    the project's version store: embedded (a folder, the default) or\n"
+                 "               postgres (a PostgreSQL server the benchmark starts for the run)\n");
     return 2;
 }
 
@@ -78,13 +85,17 @@ int main(int argc, char* argv[]) {
                            command == QLatin1String("sync") || command == QLatin1String("docs") ||
                            command == QLatin1String("script");
     const bool expand = command == QLatin1String("expand");
-    if (!onProject && !expand && command != QLatin1String("startup") && command != QLatin1String("query"))
+    const bool parse = command == QLatin1String("parse");
+    if (!onProject && !expand && !parse && command != QLatin1String("startup") &&
+        command != QLatin1String("query"))
         return usage();
     double scale = 1;
     int rtt = 0;
     int runs = 10;
     int rows = 100000;
     int files = 200;
+    bool onServer = false;
+    int lines = 5000;
     QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
                     QStringLiteral("/tarmo-bench");
     for (int i = 0; i < args.size(); ++i) {
@@ -103,19 +114,26 @@ int main(int argc, char* argv[]) {
             scale = value.toDouble(&ok) / 9000.0;
         else if (option == QLatin1String("--files") && command == QLatin1String("docs"))
             files = value.toInt(&ok);
+        else if (option == QLatin1String("--lines") && parse)
+            lines = value.toInt(&ok);
         else if (option == QLatin1String("--rows") && command == QLatin1String("query"))
             rows = value.toInt(&ok);
-        else if (option == QLatin1String("--cache") && command != QLatin1String("startup"))
+        else if (option == QLatin1String("--cache") && command != QLatin1String("startup") && !parse)
             cache = value;
+        else if (option == QLatin1String("--store") && onProject &&
+                 (value == QLatin1String("embedded") || value == QLatin1String("postgres")))
+            onServer = value == QLatin1String("postgres");
         else
             return usage();
-        if (!ok || scale <= 0 || rtt < 0 || runs < 1 || rows < 1 || files < 1)
+        if (!ok || scale <= 0 || rtt < 0 || runs < 1 || rows < 1 || files < 1 || lines < 3)
             return usage();
     }
     if (command == QLatin1String("startup"))
         return RunStartupBenchmark(runs);
     if (command == QLatin1String("query"))
         return RunQueryBenchmark(cache, rows);
+    if (parse)
+        return RunParseBenchmark(lines);
     if (expand) {
         try {
             BenchProject project(cache, 1);
@@ -127,7 +145,7 @@ int main(int argc, char* argv[]) {
         }
     }
     try {
-        BenchProject project(cache, scale);
+        BenchProject project(cache, scale, onServer);
         project.Ensure();
         if (command == QLatin1String("test"))
             return RunTestBenchmark(project);

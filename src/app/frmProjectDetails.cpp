@@ -121,6 +121,8 @@ void frmProjectDetails::buildWindow() {
     cmdNewServer = named(new QPushButton(QStringLiteral("New Embedded Server...")), "cmdNewServer");
     cmdNewDatabase = named(new QPushButton(QStringLiteral("New Database...")), "cmdNewDatabase");
     cmdNewStore = named(new QPushButton(QStringLiteral("New Version Store...")), "cmdNewStore");
+    cmdNewServerStore =
+        named(new QPushButton(QStringLiteral("New Store on a Server...")), "cmdNewServerStore");
     chkVSSStorePassword =
         named(new QCheckBox(QStringLiteral("&Store VSS Password in the Registry")), "chkVSSStorePassword");
     lblVSSErrorLabel = named(
@@ -194,7 +196,11 @@ void frmProjectDetails::buildWindow() {
     row(grids[3], 0, QStringLiteral("&Ini File:"), txtVSSIniFile, cmdVSSIniFile);
     row(grids[3], 1, QStringLiteral("&User Name:"), txtVSSUserName);
     row(grids[3], 2, QStringLiteral("&Password:"), txtVSSPassword);
-    grids[3]->addWidget(cmdNewStore, 3, 1, Qt::AlignLeft);
+    auto* storeButtons = new QHBoxLayout;
+    storeButtons->addWidget(cmdNewStore);
+    storeButtons->addWidget(cmdNewServerStore);
+    storeButtons->addStretch();
+    grids[3]->addLayout(storeButtons, 3, 1);
 
     row(grids[4], 0, QStringLiteral("VSS &Project:"), txtVSSProject, cmdVSSProject);
     grids[4]->addWidget(chkVSSStorePassword, 1, 1);
@@ -207,7 +213,7 @@ void frmProjectDetails::buildWindow() {
     cmdFinished = named(new QPushButton(QStringLiteral("&Finished")), "cmdFinished");
     cmdCancel = named(new QPushButton(QStringLiteral("Cancel")), "cmdCancel");
     for (auto* b : {cmdBack, cmdNext, cmdFinished, cmdCancel, cmdNewServer, cmdNewDatabase, cmdNewStore,
-                    cmdWFBrowse, cmdSQLServer, cmdVSSIniFile, cmdVSSProject})
+                    cmdNewServerStore, cmdWFBrowse, cmdSQLServer, cmdVSSIniFile, cmdVSSProject})
         b->setAutoDefault(false);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
@@ -240,6 +246,7 @@ void frmProjectDetails::buildWindow() {
     connect(cmdNewServer, &QPushButton::clicked, this, &frmProjectDetails::cmdNewServer_Click);
     connect(cmdNewDatabase, &QPushButton::clicked, this, &frmProjectDetails::cmdNewDatabase_Click);
     connect(cmdNewStore, &QPushButton::clicked, this, &frmProjectDetails::cmdNewStore_Click);
+    connect(cmdNewServerStore, &QPushButton::clicked, this, &frmProjectDetails::cmdNewServerStore_Click);
     SelectAllTextOnFocus(this);
 }
 
@@ -722,15 +729,56 @@ void frmProjectDetails::cmdNewStore_Click() {
     try {
         BusyCursor busy;
         ini = VersionStore::Create(folder, password);
-        if (user.compare(QStringLiteral("Admin"), Qt::CaseInsensitive) != 0) {
-            VersionStore store;
-            store.Open(ini, QStringLiteral("Admin"), password);
-            store.AddUser(user, password);
-        }
     } catch (const TARMOError& e) {
         MsgBox(e.Description(), Prompt::Buttons::OK, Prompt::Icon::Critical,
                QStringLiteral("Could not create the store"));
         return;
+    }
+    useNewStore(ini, user, password);
+}
+
+void frmProjectDetails::cmdNewServerStore_Click() {
+    const QString folder = prompts().FolderName(
+        QStringLiteral("Select an empty folder for the new store's ini file"), ApplicationFolder());
+    if (folder.isEmpty())
+        return;
+    QString url = QStringLiteral("postgresql://localhost:5432/tarmostore");
+    if (!prompts().InputText(QStringLiteral("New Store on a Server"),
+                             QStringLiteral("PostgreSQL database (it must exist):"), url))
+        return;
+    // The role that will own the store's tables: one that may create schemas and roles there.
+    QString owner = QStringLiteral("postgres");
+    QString ownerPassword;
+    if (!prompts().SQLLogin(url, QStringLiteral("owner of the new store"), owner, ownerPassword))
+        return;
+    QString user = QStringLiteral("Admin");
+    QString password;
+    if (!prompts().NewLogin(QStringLiteral("New Store on a Server"), url, user, password))
+        return;
+    QString ini;
+    try {
+        BusyCursor busy;
+        ini = VersionStore::CreateOnServer(folder, url, password, false, owner, ownerPassword);
+    } catch (const TARMOError& e) {
+        MsgBox(e.Description(), Prompt::Buttons::OK, Prompt::Icon::Critical,
+               QStringLiteral("Could not create the store"));
+        return;
+    }
+    useNewStore(ini, user, password);
+}
+
+void frmProjectDetails::useNewStore(const QString& ini, const QString& user, const QString& password) {
+    if (user.compare(QStringLiteral("Admin"), Qt::CaseInsensitive) != 0) {
+        try {
+            BusyCursor busy;
+            VersionStore store;
+            store.Open(ini, QStringLiteral("Admin"), password);
+            store.AddUser(user, password);
+        } catch (const TARMOError& e) {
+            MsgBox(e.Description(), Prompt::Buttons::OK, Prompt::Icon::Critical,
+                   QStringLiteral("Could not add the user to the store"));
+            return;
+        }
     }
     txtVSSIniFile->setText(ini);
     txtVSSUserName->setText(user);

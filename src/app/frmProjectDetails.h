@@ -47,7 +47,7 @@ public:
     QPushButton *cmdWFBrowse, *cmdSQLServer, *cmdVSSIniFile, *cmdVSSProject;
     // Beyond the classic wizard: make a new embedded server, database or version store on the spot, so
     // that a project can be set up without any server or store at hand.
-    QPushButton *cmdNewServer, *cmdNewDatabase, *cmdNewStore;
+    QPushButton *cmdNewServer, *cmdNewDatabase, *cmdNewStore, *cmdNewServerStore;
     QPushButton *cmdBack, *cmdNext, *cmdFinished, *cmdCancel;
     QLabel *lblSQLUserName, *lblSQLPassword, *lblSQLServerErrorLabel, *lblSQLServerError;
     QLabel *imgSqlServerError, *imgSqlServerInfo, *lblVSSErrorLabel, *lblVSSError, *imgVSSError;
@@ -76,6 +76,9 @@ private:
     void cmdNewServer_Click();
     void cmdNewDatabase_Click();
     void cmdNewStore_Click();
+    void cmdNewServerStore_Click();
+    // After a store was made: its administrator, or the user named instead, is the wizard's login.
+    void useNewStore(const QString& ini, const QString& user, const QString& password);
 
     bool mbCancelled = true;
     bool mbEditMode = false;

@@ -20,7 +20,10 @@ void requestStop(int) {
 }
 
 const char kUsage[] = "usage: tarmo-server DIR [--port N] [--listen ADDRESS] [--max-connections N]\n"
-                      "                   [--login-timeout S] [--idle-timeout S] [--max-result-rows N]\n";
+                      "                   [--login-timeout S] [--idle-timeout S] [--max-result-rows N]\n"
+                      "                   [--encrypt off|on|strict]\n"
+                      "  --encrypt: off never; on for every client; strict for TDS 8 clients only.\n"
+                      "  Without it a loopback address encrypts when the client asks, any other always.\n";
 
 struct NumberOption {
     const char* name;
@@ -41,6 +44,7 @@ int main(int argc, char* argv[]) {
     QString address = QStringLiteral("127.0.0.1");
     int port = 1433;
     TdsLimits limits;
+    TdsEncryption encryption = TdsEncryption::Default;
     const NumberOption numbers[] = {
         {"--port", &port, 0, 65535},
         {"--max-connections", &limits.maxConnections, 1, 100000},
@@ -60,6 +64,18 @@ int main(int argc, char* argv[]) {
                 err << "tarmo-server: " << number->name << " takes a number from " << number->lowest << " to "
                     << number->highest << '\n'
                     << kUsage;
+                return 2;
+            }
+        } else if (a == QLatin1String("--encrypt") && i + 1 < args.size()) {
+            const QString mode = args[++i].toLower();
+            if (mode == QLatin1String("off"))
+                encryption = TdsEncryption::Off;
+            else if (mode == QLatin1String("on"))
+                encryption = TdsEncryption::Required;
+            else if (mode == QLatin1String("strict"))
+                encryption = TdsEncryption::Strict;
+            else {
+                err << "tarmo-server: --encrypt takes off, on or strict\n" << kUsage;
                 return 2;
             }
         } else if (a == QLatin1String("--listen") && i + 1 < args.size()) {
@@ -88,9 +104,20 @@ int main(int argc, char* argv[]) {
     try {
         TdsListener listener(folder);
         listener.SetLimits(limits);
+        listener.SetEncryption(encryption);
         const uint16_t bound = listener.Start(address, uint16_t(port));
         // Scripts and tests read this line to learn the port when they asked for port 0.
         out << "tarmo-server: serving embedded:" << folder << " on " << address << " port " << bound
+            << Qt::endl;
+        const TdsEncryption settled = listener.Encryption();
+        out << "tarmo-server: encryption "
+            << (settled == TdsEncryption::Off        ? "off"
+                : settled == TdsEncryption::Offered  ? "when the client asks"
+                : settled == TdsEncryption::Required ? "on"
+                                                     : "strict (TDS 8)")
+            << (settled == TdsEncryption::Off
+                    ? QString()
+                    : QStringLiteral(", certificate ") + TdsTlsContext::CertificatePath(folder))
             << Qt::endl;
         while (sem_wait(&gStop) != 0) {
         }

@@ -1,6 +1,7 @@
 #include "VssCommandLine.h"
 
 #include "StoreErrors.h"
+#include "StoreMigration.h"
 #include "StoreRights.h"
 #include "TARMOError.h"
 #include "TerminalPassword.h"
@@ -18,9 +19,10 @@ struct UsageError {
     QString text;
 };
 
-const QStringList valueOptions = {QStringLiteral("--ini"), QStringLiteral("-y"),
-                                  QStringLiteral("-c"),    QStringLiteral("-v"),
-                                  QStringLiteral("--to"),  QStringLiteral("--admin-password")};
+const QStringList valueOptions = {QStringLiteral("--ini"),     QStringLiteral("-y"),
+                                  QStringLiteral("-c"),        QStringLiteral("-v"),
+                                  QStringLiteral("--to"),      QStringLiteral("--admin-password"),
+                                  QStringLiteral("--postgres")};
 const QStringList flagOptions = {QStringLiteral("--deleted"), QStringLiteral("--multiple-checkouts")};
 
 // Comments and actions stay on their record's line.
@@ -144,7 +146,25 @@ void VssCommandLine::runCommand() {
         if (password.isNull())
             password = passwordFrom("TARMO_VSS_PASSWORD", QStringLiteral("Password for Admin: "), true,
                                     QStringLiteral("create needs the password of Admin"));
-        mOut << VersionStore::Create(folder, password, flag(QStringLiteral("--multiple-checkouts"))) << "\n";
+        const bool multiple = flag(QStringLiteral("--multiple-checkouts"));
+        const QString server = option(QStringLiteral("--postgres"));
+        mOut << (server.isEmpty() ? VersionStore::Create(folder, password, multiple)
+                                  : VersionStore::CreateOnServer(folder, server, password, multiple))
+             << "\n";
+        return;
+    }
+    if (mCommand == QLatin1String("migrate")) {
+        const QString from = positional(0, "FROM-INI");
+        const QString to = positional(1, "TO-INI");
+        needPositionals(2);
+        const StoreMigration::Report report = StoreMigration::Copy(from, to);
+        mOut << "copied " << report.Items << " items, " << report.Versions << " history entries, "
+             << report.Checkouts << " check-outs, " << report.Rights << " rights and " << report.Users
+             << " users\n"
+             << "checksum " << report.Digest.toHex() << " read back alike\n";
+        if (report.Users > 0)
+            mOut << "the copied users have no password yet: the administrator gives them one (password "
+                    "NAME)\n";
         return;
     }
 
@@ -347,7 +367,8 @@ void VssCommandLine::runOption(VersionStore& store) {
 }
 
 void VssCommandLine::usage() const {
-    mErr << "usage: tarmo-vss create DIR [--admin-password PW] [--multiple-checkouts]\n"
+    mErr << "usage: tarmo-vss create DIR [--postgres URL] [--admin-password PW] [--multiple-checkouts]\n"
+            "       tarmo-vss migrate FROM-INI TO-INI\n"
             "       tarmo-vss --ini PATH -y USER[,PASSWORD] COMMAND ...\n"
             "commands: adduser NAME [PASSWORD] | password NAME [NEW] | users | mkproject $/P | dir $/P "
             "[--deleted]\n"

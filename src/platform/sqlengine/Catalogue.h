@@ -57,6 +57,10 @@ void CreateMasterCatalogue(SqliteDb& db);
 void EnsureIndexes(SqliteDb& db);
 
 bool IsCatalogueTable(const QString& name);
+// The query behind a catalogue view of the newer servers (sys.objects, INFORMATION_SCHEMA.ROUTINES
+// ...) over the tables of the database in `schema`; empty when owner.name is no such view.
+QString SystemView(const QString& owner, const QString& name, const QString& schema,
+                   const QString& masterSchema, const QString& database);
 bool IsMasterTable(const QString& name);
 
 // schema: the SQLite schema name the database is attached under ("main", "master", ...).

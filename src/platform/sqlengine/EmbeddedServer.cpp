@@ -147,6 +147,12 @@ SqlBatchResults EmbeddedSession::Parse(const QString& batch) {
 void EmbeddedSession::SetCancelCheck(std::function<bool()> check) {
     mState->cancelCheck = std::move(check);
 }
+void EmbeddedSession::RequestCancel() {
+    mState->cancelRequested = true;
+}
+int EmbeddedSession::TransactionCount() const {
+    return mState->TransactionCount();
+}
 void EmbeddedSession::SetRowLimit(qsizetype rows) {
     mState->rowLimit = std::max<qsizetype>(rows, 0);
 }

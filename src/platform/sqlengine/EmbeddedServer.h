@@ -70,6 +70,12 @@ public:
     // Once it answers true the batch stops where it is: nothing more runs and the results so far
     // come back. A network client's cancel arrives this way.
     void SetCancelCheck(std::function<bool()> check);
+    // From any thread: the batch that runs now stops at its next check (between statements, in
+    // loops, and within a few thousand steps of a long scan) as a cancel does; one that hasn't begun
+    // is not affected.
+    void RequestCancel();
+    // @@TRANCOUNT between batches: a listener tells its client when a transaction began or ended.
+    int TransactionCount() const;
     // The most rows one SELECT may give where the rows are all held before they go anywhere (the
     // Execute that returns a list); beyond it the statement ends with an error. 0 (the default) = no
     // limit.

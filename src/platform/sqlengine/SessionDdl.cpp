@@ -405,7 +405,8 @@ void SessionState::CreateModule(const SqlStatement& s) {
     const CatalogueObject existing = Catalogue::FindObject(
         *mDb, Schema(), name, s.target.size() >= 2 ? s.target[s.target.size() - 2] : QString(), uid);
     const bool sameOwner = existing.IsValid() && existing.uid == uid;
-    if (s.isAlter) {
+    const bool alter = s.isAlter || (s.orAlter && sameOwner);
+    if (alter) {
         if (!existing.IsValid())
             throw ServerError::InvalidObject(name);
         uid = existing.uid;
@@ -489,7 +490,19 @@ void SessionState::CreateModule(const SqlStatement& s) {
         }
         return out;
     };
-    if (kind == QLatin1String("VIEW")) {
+    if (kind == QLatin1String("VIEW") && !s.select) {
+        // A query the engine can't run: kept, and reading the view says why. Its tables must be
+        // there all the same, as for any view.
+        for (const QStringList& n : s.names) {
+            const bool elsewhere = n.size() >= 3 && !n[n.size() - 3].isEmpty() &&
+                                   n[n.size() - 3].compare(database, Qt::CaseInsensitive) != 0;
+            if (!elsewhere && !Catalogue::FindObject(*mDb, Schema(), n.last(),
+                                                     n.size() >= 2 ? n[n.size() - 2] : QString(), mUid)
+                                   .IsValid())
+                throw ServerError::InvalidObject(n.join(u'.'));
+        }
+        columns.clear();
+    } else if (kind == QLatin1String("VIEW")) {
         const QList<SqlParam> viewColumns = describeQuery(*s.select, {});
         for (int i = 0; i < viewColumns.size(); ++i)
             if (viewColumns[i].name.isEmpty())
@@ -499,7 +512,7 @@ void SessionState::CreateModule(const SqlStatement& s) {
                                    "specified for column %1.")
                         .arg(i + 1));
         columns = viewColumns;
-    } else if (xtype == QLatin1String("IF")) {
+    } else if (xtype == QLatin1String("IF") && s.select) {
         QHash<QString, QString> nulls;
         for (const SqlParam& p : s.params)
             nulls.insert(p.name.toLower(), QStringLiteral("NULL"));
@@ -523,7 +536,8 @@ void SessionState::CreateModule(const SqlStatement& s) {
         columns = s.params + tableColumns;
     }
     for (int i = 0; i < columns.size(); ++i)
-        if (!columns[i].type.name.isEmpty() && !Catalogue::FindType(columns[i].type.name))
+        if (!columns[i].type.name.isEmpty() && columns[i].type.name != QLatin1String("cursor") &&
+            !Catalogue::FindType(columns[i].type.name))
             throw ServerError::Make(
                 2715, 16,
                 QStringLiteral("Column, parameter, or variable #%1: Cannot find data type %2.")
@@ -534,8 +548,8 @@ void SessionState::CreateModule(const SqlStatement& s) {
         text = text.left(s.keywordBegin) + QStringLiteral("CREATE") + text.mid(s.keywordEnd);
     Atomic atomic(*mDb);
     const QString now = Catalogue::Now();
-    int id = existing.IsValid() && s.isAlter ? existing.id : Catalogue::NextObjectId(*mDb);
-    if (s.isAlter) {
+    int id = existing.IsValid() && alter ? existing.id : Catalogue::NextObjectId(*mDb);
+    if (alter) {
         mDb->Exec(QStringLiteral("UPDATE sysobjects SET xtype = ?, type = ?, schema_ver = schema_ver + 16, "
                                  "base_schema_ver = base_schema_ver + 16, refdate = ? WHERE id = ?"),
                   {xtype.leftJustified(2, u' '), xtype.leftJustified(2, u' '), now, id});

@@ -331,6 +331,7 @@ SqlBatchResults SessionState::Execute(const QString& batch, SqlResultSink* sink)
         return out;
     }
     mCancelled = false;
+    cancelRequested = false;
     mBatchText = batch;
     mFrames.clear();
     mFrames.append(Frame());
@@ -381,6 +382,8 @@ SessionState::Flow SessionState::Run(const QList<SqlStatementP>& statements) {
 }
 
 bool SessionState::Cancelled() {
+    if (!mCancelled && cancelRequested)
+        mCancelled = true;
     if (!mCancelled && cancelCheck)
         mCancelled = cancelCheck();
     return mCancelled;
@@ -751,6 +754,13 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
         t.catalogue = true;
         return t;
     }
+    const QString view =
+        Catalogue::SystemView(owner, name, schema, MasterSchema(), dbName.isEmpty() ? database : dbName);
+    if (!view.isEmpty()) {
+        t.sql = u'(' + view + u')';
+        t.catalogue = true;
+        return t;
+    }
     if (Catalogue::IsCatalogueTable(name) &&
         (owner.isEmpty() || owner.compare(QLatin1String("dbo"), Qt::CaseInsensitive) == 0 ||
          owner.compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0)) {
@@ -777,6 +787,8 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
             throw ServerError::Unsupported(QStringLiteral("functions of another database"));
         CheckPermission(o, 193);
         const Module m = LoadModule(o);
+        if (m.statement && !m.statement->select && !m.statement->construct.isEmpty())
+            throw ServerError::Unsupported(m.statement->construct);
         if (!m.statement || !m.statement->select)
             throw ServerError::InvalidObject(written);
         const QList<SqlParam>& params = m.statement->params;
@@ -830,6 +842,8 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
                                "exceeded (limit 32)."),
                 true);
         const Module m = LoadModule(o);
+        if (m.statement && !m.statement->select && !m.statement->construct.isEmpty())
+            throw ServerError::Unsupported(m.statement->construct);
         if (!m.statement || !m.statement->select)
             throw ServerError::InvalidObject(written);
         const QHash<QString, QString> saved = translator.Overrides();

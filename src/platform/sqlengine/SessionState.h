@@ -9,6 +9,7 @@
 #include "SqliteDb.h"
 
 #include <QHash>
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -36,10 +37,12 @@ public:
     QString userName;
     LoginInfo login;
     std::function<bool()> cancelCheck;
-    qsizetype rowLimit = 0; // the most rows a query may give; 0 = no limit
+    std::atomic<bool> cancelRequested = false; // set from another thread to stop the batch that runs
+    qsizetype rowLimit = 0;                    // the most rows a query may give; 0 = no limit
 
     // Whether the batch that runs has been cancelled; once it has, it stays so until the next batch.
     bool Cancelled();
+    int TransactionCount() const { return mTranCount; }
 
     // TranslatorContext
     Table ResolveTable(const SqlTableRef& ref, SqlTranslator& translator) override;
@@ -164,6 +167,15 @@ private:
     void Rename(const QVariantList& args);
     void AddRoleMember(const QVariantList& args, bool add);
     void ExecuteSql(const QVariantList& args);
+    // The ODBC catalogue procedures (SystemProceduresOdbc.cpp); false when name is none of them.
+    // elsewhere: the call names another database, of which nothing is listed.
+    bool RunOdbcProcedure(const QString& name, const SqlStatement& s);
+    SqlRowSet OdbcTables(const QVariantList& args, bool elsewhere);
+    SqlRowSet OdbcColumns(const QVariantList& args, bool procedures, bool elsewhere);
+    SqlRowSet OdbcProcedures(const QVariantList& args, bool elsewhere);
+    SqlRowSet OdbcKeys(const QString& procedure, const QVariantList& args, bool elsewhere);
+    static SqlRowSet OdbcForeignKeys();
+    static SqlRowSet OdbcTypes(const QVariantList& args);
 
     // TRY...CATCH, THROW, RAISERROR, WAITFOR, GOTO (SessionControl.cpp)
     Flow RunTryCatch(const SqlStatement& s);

@@ -95,7 +95,7 @@ long long SessionState::RunDmlWithTriggers(const QString& sql, const QVariantLis
     QList<Module> instead;
     QList<Module> after;
     for (const Module& t : triggers)
-        (t.statement->construct == QLatin1String("INSTEAD OF") ? instead : after).append(t);
+        (t.statement->insteadOf ? instead : after).append(t);
     const bool insideOwn = std::any_of(mTriggers.cbegin(), mTriggers.cend(), [&table](const TriggerRun& r) {
         return r.instead && r.tableId == table.id;
     });

@@ -149,7 +149,8 @@ struct SqlParam {
     SqlTypeSpec type;
     SqlExprP defaultValue;
     bool output = false;
-    bool nullable = true; // for the columns of a view or table function
+    bool nullable = true;  // for the columns of a view or table function
+    bool readOnly = false; // a table-valued parameter
 };
 
 struct SqlExecArg {
@@ -232,6 +233,8 @@ struct SqlStatement {
     QString objectKind; // TABLE, PROCEDURE, FUNCTION, VIEW, TRIGGER, INDEX, DATABASE, ...
     QList<QStringList> names;
     bool isAlter = false;
+    bool orAlter = false;   // CREATE OR ALTER
+    bool insteadOf = false; // an INSTEAD OF trigger
     QList<SqlParam> params;
     SqlTypeSpec returnType;    // scalar function
     bool returnsTable = false; // inline (returnVariable empty) or multi-statement
@@ -280,6 +283,7 @@ struct SqlStatement {
     QStringList outputInto;
     QStringList outputColumns;
 
-    // Unsupported: what it is; the statement of a Cursor
+    // Unsupported: what it is; on a module, what its body holds that the engine can't run; the
+    // statement of a Cursor
     QString construct;
 };

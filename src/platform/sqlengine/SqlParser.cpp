@@ -144,6 +144,11 @@ SqlTypeSpec SqlParser::ParseTypeSpec() {
     t.name = name.last().toLower();
     if (t.name == QLatin1String("double") && AcceptWord("PRECISION"))
         t.name = QStringLiteral("float");
+    // The server's synonyms of its type names
+    if (name.size() == 1 && t.name == QLatin1String("dec"))
+        t.name = QStringLiteral("decimal");
+    else if (name.size() == 1 && t.name == QLatin1String("integer"))
+        t.name = QStringLiteral("int");
     if (AcceptSymbol("(")) {
         if (AcceptWord("MAX")) {
             t.length = -2;
@@ -246,7 +251,7 @@ SqlStatementP SqlParser::ParseBlockOrStatement() {
     return s;
 }
 
-SqlStatementP SqlParser::ParseStatement(bool first) {
+SqlStatementP SqlParser::ParseStatementTree(bool first) {
     const Nesting level = StatementLevel();
     const SqlToken t = Peek();
     if (t.kind == SqlToken::Kind::Symbol && t.IsSymbol("(") && Peek(1).IsWord("SELECT")) {
@@ -486,6 +491,19 @@ SqlStatementP SqlParser::ParseSet() {
         s->optionValue = v.text.toUpper();
         return s;
     }
+    if (first == QLatin1String("STATISTICS")) {
+        // SET STATISTICS IO, TIME ON
+        Next();
+        do
+            ParseName();
+        while (AcceptSymbol(","));
+        s->optionNames = {first};
+        const SqlToken& v = Next();
+        if (!v.IsWord("ON") && !v.IsWord("OFF"))
+            Fail(v);
+        s->optionValue = v.text.toUpper();
+        return s;
+    }
     do {
         const SqlToken& o = Next();
         if (o.kind != SqlToken::Kind::Word)
@@ -496,6 +514,8 @@ SqlStatementP SqlParser::ParseSet() {
     if (v.kind == SqlToken::Kind::End)
         Fail(v);
     s->optionValue = v.kind == SqlToken::Kind::Word ? v.text.toUpper() : v.text;
+    if (v.IsSymbol("-") && Peek().kind == SqlToken::Kind::Number)
+        s->optionValue += Next().text; // SET LOCK_TIMEOUT -1
     return s;
 }
 

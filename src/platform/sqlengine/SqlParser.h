@@ -67,7 +67,14 @@ private:
     QStringList ParseMultiPartName();
     SqlTypeSpec ParseTypeSpec();
 
+    // A statement: the tree parser's reading, or, where it fails or stops short on valid T-SQL, a
+    // statement that names what the engine can't run (SqlParserFallback.cpp).
     SqlStatementP ParseStatement(bool first);
+    SqlStatementP ParseStatementTree(bool first);
+    SqlStatementP Fallback(int start, bool first, int treeStop, qsizetype errorCount);
+    bool StopsShort(const SqlStatement& s, int start, bool first, int* recognizedEnd);
+    void ParseModuleOptions();
+    void ParseModuleQuery(SqlStatement& s);
     SqlStatementP ParseCreate(bool first, bool alter);
     SqlStatementP ParseModule(bool first, bool alter, const SqlToken& keyword);
     SqlStatementP ParseCreateTable(SqlStatementP s);

@@ -48,12 +48,22 @@ SqlTypeSpec SqlParser::ParseType(const QString& text) {
 
 SqlStatementP SqlParser::ParseCreate(bool first, bool alter) {
     const SqlToken& keyword = mTokens[mPos - 1];
+    const bool orAlter = !alter && Peek().IsWord("OR") && Peek(1).IsWord("ALTER");
+    if (orAlter) {
+        Next();
+        Next();
+    }
     const SqlToken t = Peek();
     const QString w = t.text.toUpper();
     if (t.kind == SqlToken::Kind::Word &&
         (w == QLatin1String("PROC") || w == QLatin1String("PROCEDURE") || w == QLatin1String("FUNCTION") ||
-         w == QLatin1String("VIEW") || w == QLatin1String("TRIGGER")))
-        return ParseModule(first, alter, keyword);
+         w == QLatin1String("VIEW") || w == QLatin1String("TRIGGER"))) {
+        SqlStatementP s = ParseModule(first, alter, keyword);
+        s->orAlter = orAlter;
+        return s;
+    }
+    if (orAlter)
+        Fail(t);
     if (alter) {
         if (w == QLatin1String("TABLE")) {
             auto s = MakeStatement(SqlStatement::Kind::AlterTableAdd, keyword);
@@ -250,16 +260,7 @@ SqlStatementP SqlParser::ParseModule(bool first, bool alter, const SqlToken& key
         } else if (Peek().kind == SqlToken::Kind::Variable) {
             s->params = ParseParams(false);
         }
-        if (AcceptWord("WITH")) {
-            do {
-                if (AcceptWord("EXECUTE") || AcceptWord("EXEC")) {
-                    ExpectWord("AS");
-                    Next();
-                } else if (!AcceptWord("RECOMPILE") && !AcceptWord("ENCRYPTION")) {
-                    Fail(Peek());
-                }
-            } while (AcceptSymbol(","));
-        }
+        ParseModuleOptions();
         if (AcceptWord("FOR"))
             ExpectWord("REPLICATION");
         ExpectWord("AS");
@@ -282,19 +283,12 @@ SqlStatementP SqlParser::ParseModule(bool first, bool alter, const SqlToken& key
         } else {
             s->returnType = ParseTypeSpec();
         }
-        if (AcceptWord("WITH")) {
-            do {
-                if (!AcceptWord("SCHEMABINDING") && !AcceptWord("ENCRYPTION"))
-                    Fail(Peek());
-            } while (AcceptSymbol(","));
-        }
+        ParseModuleOptions();
         AcceptWord("AS");
         if (s->returnsTable && s->returnVariable.isEmpty()) {
             ExpectWord("RETURN");
-            const bool paren = AcceptSymbol("(");
-            s->select = ParseSelect();
-            if (paren)
-                ExpectSymbol(")");
+            ParseModuleQuery(*s);
+            return s;
         } else {
             if (!Peek().IsWord("BEGIN"))
                 Fail(Peek());
@@ -313,35 +307,18 @@ SqlStatementP SqlParser::ParseModule(bool first, bool alter, const SqlToken& key
             while (AcceptSymbol(","));
             ExpectSymbol(")");
         }
-        if (AcceptWord("WITH")) {
-            do {
-                if (!AcceptWord("SCHEMABINDING") && !AcceptWord("ENCRYPTION") && !AcceptWord("VIEW_METADATA"))
-                    Fail(Peek());
-            } while (AcceptSymbol(","));
-        }
+        ParseModuleOptions();
         ExpectWord("AS");
-        s->select = ParseSelect();
-        if (AcceptWord("WITH")) {
-            ExpectWord("CHECK");
-            ExpectWord("OPTION");
-        }
-        AcceptSymbol(";");
-        if (!AtEnd())
-            Fail(Peek());
+        ParseModuleQuery(*s);
         return s;
     }
     // TRIGGER
     ExpectWord("ON");
     s->triggerTable = ParseMultiPartName();
-    if (AcceptWord("WITH")) {
-        do {
-            if (!AcceptWord("ENCRYPTION"))
-                Fail(Peek());
-        } while (AcceptSymbol(","));
-    }
+    ParseModuleOptions();
     if (AcceptWord("INSTEAD")) {
         ExpectWord("OF");
-        s->construct = QStringLiteral("INSTEAD OF");
+        s->insteadOf = true;
     } else if (!AcceptWord("FOR") && !AcceptWord("AFTER")) {
         Fail(Peek());
     }
@@ -370,16 +347,21 @@ QList<SqlParam> SqlParser::ParseParams(bool parenthesised) {
         SqlParam p;
         p.name = v.text;
         AcceptWord("AS");
-        p.type = ParseTypeSpec();
-        if (p.type.name == QLatin1String("cursor"))
-            Unsupported(QStringLiteral("cursor parameters"), v.line);
+        if (AcceptWord("CURSOR"))
+            p.type.name = QStringLiteral("cursor");
+        else
+            p.type = ParseTypeSpec();
         AcceptWord("VARYING");
+        if (!AcceptWord("NULL") && Peek().IsWord("NOT") && Peek(1).IsWord("NULL")) {
+            Next();
+            Next();
+        }
         if (AcceptSymbol("="))
             p.defaultValue = ParseUnary();
         if (AcceptWord("OUTPUT") || AcceptWord("OUT"))
             p.output = true;
         if (AcceptWord("READONLY"))
-            Unsupported(QStringLiteral("table-valued parameters"), v.line);
+            p.readOnly = true;
         list.append(p);
     } while (AcceptSymbol(","));
     Q_UNUSED(parenthesised);

@@ -562,6 +562,8 @@ QString SqlTranslator::Function(const SqlExpr& e) {
             throw ServerError::Unsupported(QStringLiteral("%1 with an argument").arg(f));
         return AddParam(mContext.Global(f));
     }
+    if (QString sql = CatalogueFunction(e, f); !sql.isEmpty())
+        return sql;
     if (QString later = LaterFunction(e, f); !later.isEmpty())
         return later;
     throw ServerError::Make(

@@ -60,6 +60,7 @@ private:
     static QString Fold(const QString& function, QStringList terms);
     QString Function(const SqlExpr& e);
     QString ObjectProperty(const SqlExpr& e);
+    QString CatalogueFunction(const SqlExpr& e, const QString& f);
     // SqlTranslatorFunctions.cpp; empty when f is none of them.
     QString LaterFunction(const SqlExpr& e, const QString& f);
     // SqlTranslatorQuery.cpp: WITH before a query, OVER after a function.

@@ -98,6 +98,8 @@ void SessionState::Exec(const SqlStatement& s) {
     const bool systemOwner = name.size() < 2 || name[name.size() - 2].isEmpty() ||
                              name[name.size() - 2].compare(QLatin1String("dbo"), Qt::CaseInsensitive) == 0 ||
                              name[name.size() - 2].compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0;
+    if (systemOwner && name.size() <= 2 && RunOdbcProcedure(name.last(), s))
+        return;
     if (sys >= 0 && systemOwner) {
         QVariantList args(5);
         int position = 0;
@@ -153,6 +155,12 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
         throw ServerError::Make(2812, 16,
                                 QStringLiteral("Could not find stored procedure '%1'.").arg(name.join(u'.')));
     const QList<SqlParam>& params = m.statement->params;
+    for (const SqlParam& p : params) {
+        if (p.type.name == QLatin1String("cursor"))
+            throw ServerError::Unsupported(QStringLiteral("cursor parameters"));
+        if (p.readOnly)
+            throw ServerError::Unsupported(QStringLiteral("table-valued parameters"));
+    }
     QList<QVariant> values(params.size());
     QList<bool> given(params.size(), false);
     QList<QString> outputTo(params.size());

@@ -2,6 +2,8 @@
 
 #include "TdsChannel.h"
 #include "TdsSession.h"
+#include "TdsTls.h"
+#include "TdsTokens.h"
 
 #include <QByteArray>
 #include <QString>
@@ -20,9 +22,11 @@ struct TdsConnectionSettings {
     QString folder;
     QString serverName;
     uint16_t spid = 51;
-    int loginTimeoutMs = 30000;              // from the first byte to a login that went through; 0 = none
-    int idleTimeoutMs = 0;                   // from one request to the next once logged in; 0 = none
-    int maxResultRows = 0;                   // the most rows one SELECT may give; 0 = no limit
+    int loginTimeoutMs = 30000;         // from the first byte to a login that went through; 0 = none
+    int idleTimeoutMs = 0;              // from one request to the next once logged in; 0 = none
+    int maxResultRows = 0;              // the most rows one SELECT may give; 0 = no limit
+    const TdsTlsContext* tls = nullptr; // the certificate; none = no encryption
+    TdsEncryption encryption = TdsEncryption::Offered;
     TdsLoginGuard* loginGuard = nullptr;     // counts refused logins per client address
     std::function<void(const QString&)> log; // refusals and closed connections, one line each
 };
@@ -64,10 +68,16 @@ private:
     ReadResult readExactly(char* into, qsizetype count, Clock::time_point deadline);
     std::optional<Message> readMessage();
     bool attentionArrived();
-    bool sendPackets(const QByteArray& tokens, bool last);
+    bool sendPackets(const QByteArray& tokens, bool last, uint8_t type = Tds::TabularResult);
+    bool startTls(bool wrapped, QByteArray fromClient);
     void log(const QString& line) const;
 
     std::unique_ptr<TdsChannel> mChannel;
+    std::unique_ptr<TdsTlsChannel> mTls;
+    TdsChannel* mIo;        // what requests are read from and replies written to: the channel, or TLS over it
+    QByteArray mPushedBack; // read before it was known whether TLS comes first
+    bool mLoginOnlyTls = false;
+    bool mFirstByteSeen = false;
     TdsConnectionSettings mSettings;
     TdsSession mSession;
     Clock::time_point mLoginDeadline;
@@ -80,4 +90,5 @@ private:
     bool mTimedOut = false;
     qsizetype mPeakHeld = 0;
     std::atomic<bool> mFinished = false;
+    std::atomic<bool> mShutdown = false; // Shutdown was asked from another thread
 };

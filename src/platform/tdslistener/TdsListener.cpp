@@ -65,6 +65,9 @@ public:
     QString folder;
     QString serverName;
     TdsLimits limits;
+    TdsEncryption encryption = TdsEncryption::Default;
+    TdsEncryption settled = TdsEncryption::Off;
+    std::unique_ptr<TdsTlsContext> tls;
     std::function<void(const QString&)> logSink;
     std::unique_ptr<TdsLoginGuard> loginGuard;
     int listenSocket = -1;
@@ -166,6 +169,8 @@ void ListenerState::AcceptLoop() {
         settings.loginTimeoutMs = milliseconds(limits.loginTimeoutSeconds);
         settings.idleTimeoutMs = milliseconds(limits.idleTimeoutSeconds);
         settings.maxResultRows = limits.maxResultRows;
+        settings.tls = tls.get();
+        settings.encryption = settled;
         settings.loginGuard = loginGuard.get();
         settings.log = [this](const QString& line) { Log(line); };
         Client client;
@@ -202,6 +207,14 @@ void TdsListener::SetServerName(const QString& name) {
 
 void TdsListener::SetLimits(const TdsLimits& limits) {
     mState->limits = limits;
+}
+
+void TdsListener::SetEncryption(TdsEncryption mode) {
+    mState->encryption = mode;
+}
+
+TdsEncryption TdsListener::Encryption() const {
+    return mState->settled;
 }
 
 void TdsListener::SetLog(std::function<void(const QString&)> log) {
@@ -263,6 +276,29 @@ uint16_t TdsListener::Start(const QString& address, uint16_t port) {
     sockaddr_storage bound{};
     socklen_t boundLength = sizeof bound;
     ::getsockname(socket, reinterpret_cast<sockaddr*>(&bound), &boundLength);
+    // On the machine's own address encryption is the client's choice; on any other it's a must.
+    TdsEncryption settled = mState->encryption;
+    if (settled == TdsEncryption::Default) {
+        const bool loopback =
+            bound.ss_family == AF_INET6
+                ? IN6_IS_ADDR_LOOPBACK(&reinterpret_cast<sockaddr_in6*>(&bound)->sin6_addr)
+                : (ntohl(reinterpret_cast<sockaddr_in*>(&bound)->sin_addr.s_addr) >> 24) == 127;
+        settled = loopback ? TdsEncryption::Offered : TdsEncryption::Required;
+    }
+    try {
+        mState->tls =
+            settled == TdsEncryption::Off ? nullptr : std::make_unique<TdsTlsContext>(mState->folder);
+    } catch (const TARMOError& e) {
+        // Encryption that was only to be offered on the machine itself doesn't keep a folder that
+        // can't hold a certificate from being served; asked for, or off the machine, it does.
+        if (mState->encryption != TdsEncryption::Default || settled != TdsEncryption::Offered) {
+            ::close(socket);
+            throw;
+        }
+        mState->Log(QStringLiteral("serving without encryption: %1").arg(e.Description()));
+        settled = TdsEncryption::Off;
+    }
+    mState->settled = settled;
     mState->port = ntohs(bound.ss_family == AF_INET6 ? reinterpret_cast<sockaddr_in6*>(&bound)->sin6_port
                                                      : reinterpret_cast<sockaddr_in*>(&bound)->sin_port);
     int wake[2];

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TdsLoginGuard.h"
+#include "TdsTls.h"
 
 #include <QString>
 
@@ -20,7 +21,7 @@ struct TdsLimits {
     TdsLoginDelays loginDelays;   // how refused logins from one address slow down
 };
 
-// Serves an embedded server folder over TDS 7.4 (no encryption) so that ODBC drivers, FreeTDS's
+// Serves an embedded server folder over TDS 7.4 (and TLS, as the clients ask) so that ODBC drivers, FreeTDS's
 // tools and any other SQL Server client can use it: one thread accepts, one thread per client runs
 // its session. Logins are the server folder's own SQL logins.
 class TdsListener {
@@ -42,8 +43,12 @@ public:
 
     // The name that messages give as their server (the host name unless set before Start).
     void SetServerName(const QString& name);
-    // Both take effect at the next Start.
+    // All three take effect at the next Start. Any encryption but Off makes the certificate
+    // (TdsTlsContext) in the folder on first use.
     void SetLimits(const TdsLimits& limits);
+    void SetEncryption(TdsEncryption mode);
+    // What Start settled on: Off, Offered, Required or Strict.
+    TdsEncryption Encryption() const;
     // Where refusals, time-outs and failures to accept go, one line each without a line break; the
     // time is put in front. Standard error unless set.
     void SetLog(std::function<void(const QString&)> log);

@@ -13,7 +13,7 @@ TdsResultStream::TdsResultStream(TdsWriter& out, uint32_t tdsVersion, QString se
 
 void TdsResultStream::done(uint16_t status, uint16_t command, uint64_t count) {
     mLastDone = mOut.Size();
-    Tds::WriteDone(mOut, status | Tds::DoneMore, command, count);
+    Tds::WriteDone(mOut, status | Tds::DoneMore, command, count, mInProcedure ? Tds::DoneInProc : Tds::Done);
 }
 
 void TdsResultStream::closeRows(const SqlResult* next) {
@@ -55,8 +55,10 @@ void TdsResultStream::Add(SqlResult result) {
         Tds::WriteMessage(mOut, result.message, mServerName);
         // A failed statement ends in a DONE of its own, so that the error stays with it and
         // doesn't spoil the result that follows.
-        if (result.message.IsError())
+        if (result.message.IsError()) {
+            mFailed = true;
             done(Tds::DoneError, 0, 0);
+        }
         break;
     }
     }
@@ -95,7 +97,7 @@ void TdsResultStream::EndRows(long long rows) {
     mPlans.clear();
 }
 
-void TdsResultStream::Finish() {
+void TdsResultStream::EndCall() {
     if (mOut.Stopped())
         return;
     closeRows(nullptr);
@@ -103,7 +105,16 @@ void TdsResultStream::Finish() {
         const QString now = mCurrentDatabase();
         if (now != mAnnouncedDatabase)
             Tds::WriteEnvChange(mOut, Tds::EnvDatabase, now, mAnnouncedDatabase);
+        mAnnouncedDatabase = now;
     }
+    if (mBeforeEnd)
+        mBeforeEnd();
+}
+
+void TdsResultStream::Finish() {
+    if (mOut.Stopped())
+        return;
+    EndCall();
     // Every DONE but the last one of a reply carries MORE, or the client stops reading there; the
     // last one must not.
     if (mLastDone >= 0 && mLastDone == mOut.Size() - 13) {

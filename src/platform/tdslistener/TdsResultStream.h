@@ -30,6 +30,14 @@ public:
 
     // Ends the reply: the last DONE without MORE, and the final database where it changed unseen.
     void Finish();
+    // Inside a procedure call every statement ends in DONEINPROC, and the call's own end (DONEPROC,
+    // after its return status and values) is the caller's to write after EndCall.
+    void SetInProcedure(bool inProcedure) { mInProcedure = inProcedure; }
+    void EndCall();
+    // Tokens that go just before the final DONE (a change of transaction, found once the batch ran).
+    void SetBeforeEnd(std::function<void()> write) { mBeforeEnd = std::move(write); }
+    // Whether an error has been written.
+    bool Failed() const { return mFailed; }
 
 private:
     void done(uint16_t status, uint16_t command, uint64_t count);
@@ -42,6 +50,9 @@ private:
     QString mAnnouncedDatabase;
     std::function<QString()> mCurrentDatabase;
     qsizetype mLastDone = -1;
+    std::function<void()> mBeforeEnd;
+    bool mInProcedure = false;
+    bool mFailed = false;
 
     QList<TdsRowSetEncoder::ColumnFacts> mFacts; // of the row set being looked at, empty between
     QList<TdsRowSetEncoder::ColumnPlan> mPlans;

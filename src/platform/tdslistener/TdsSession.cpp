@@ -5,6 +5,7 @@
 #include "TdsLoginRequest.h"
 #include "TdsReader.h"
 #include "TdsResultStream.h"
+#include "TdsRpc.h"
 #include "TdsTokens.h"
 
 #include <exception>
@@ -50,15 +51,9 @@ TdsSession::Reply TdsSession::Handle(uint8_t type, const QByteArray& message, Td
     case Tds::SqlBatch:
         return batch(message, out);
     case Tds::Rpc:
-        return refuse(50000,
-                      QStringLiteral("This server takes statements as batches only: remote procedure "
-                                     "calls are not supported."),
-                      out);
+        return rpc(message, out);
     case Tds::TransactionManager:
-        return refuse(50000,
-                      QStringLiteral("This server takes statements as batches only: use BEGIN "
-                                     "TRANSACTION, COMMIT and ROLLBACK in a batch."),
-                      out);
+        return transactionManager(message, out);
     case Tds::Attention:
         out.Bytes(AttentionReply());
         return {};
@@ -71,6 +66,11 @@ void TdsSession::SetCancelCheck(std::function<bool()> check) {
     mCancelCheck = std::move(check);
     if (mSession)
         mSession->SetCancelCheck(mCancelCheck);
+}
+
+void TdsSession::RequestCancel() {
+    if (EmbeddedSession* session = mEngine.load())
+        session->RequestCancel();
 }
 
 QByteArray TdsSession::AttentionReply() {
@@ -86,8 +86,11 @@ QByteArray TdsSession::AbandonedReply() {
 }
 
 TdsSession::Reply TdsSession::preLogin(const QByteArray& message, TdsWriter& out) {
-    // Nothing the client offers changes our answer, but the option table must hold together.
+    // Of what the client offers only its wish for encryption changes our answer, but the option table
+    // must hold together.
     TdsReader in(message);
+    enum : uint8_t { EncryptOff = 0, EncryptOn = 1, EncryptNotSupported = 2, EncryptRequired = 3 };
+    uint8_t wish = EncryptNotSupported;
     for (;;) {
         const uint8_t token = in.U8();
         if (token == 0xFF)
@@ -96,16 +99,45 @@ TdsSession::Reply TdsSession::preLogin(const QByteArray& message, TdsWriter& out
         const uint16_t length = in.U16BE();
         if (qsizetype(offset) + length > message.size())
             throw TdsProtocolError("prelogin option outside the message");
+        if (token == 0x01 && length >= 1)
+            wish = uint8_t(message[offset]) & 0x03;
     }
     mPreLoginSeen = true;
-    out.Bytes(Tds::PreLoginReply());
-    return {};
+    Reply reply;
+    uint8_t answer = EncryptNotSupported;
+    const bool asks = wish == EncryptOn || wish == EncryptRequired;
+    if (mStrictTls) {
+        answer = EncryptNotSupported; // the connection is encrypted already
+    } else if (mEncryption == TdsEncryption::Off) {
+        if (asks)
+            mEncryptionRefusal =
+                QStringLiteral("The client asks for encryption, but this server has it turned off "
+                               "(tarmo-server --encrypt off). Connect without encryption, or start "
+                               "the server with --encrypt on.");
+    } else if (mEncryption == TdsEncryption::Strict) {
+        mEncryptionRefusal =
+            QStringLiteral("This server takes only TDS 8 strict encryption (tarmo-server --encrypt "
+                           "strict): connect with strict encryption.");
+    } else if (wish == EncryptNotSupported) {
+        if (mEncryption == TdsEncryption::Required)
+            mEncryptionRefusal =
+                QStringLiteral("This server requires encryption (tarmo-server --encrypt on), but "
+                               "the client can't encrypt.");
+    } else if (wish == EncryptOff && mEncryption == TdsEncryption::Offered) {
+        answer = EncryptOff;
+        reply.tls = Tls::LoginOnly;
+    } else {
+        answer = EncryptOn;
+        reply.tls = Tls::Full;
+    }
+    out.Bytes(Tds::PreLoginReply(answer));
+    return reply;
 }
 
 TdsSession::Reply TdsSession::login(const QByteArray& message, TdsWriter& out) {
     const TdsLoginRequest request = TdsLoginRequest::Parse(message);
     auto fail = [&](const QList<SqlMessage>& messages) {
-        Reply reply{true, request.userName, QString()};
+        Reply reply{true, Tls::None, request.userName, QString()};
         for (const SqlMessage& m : messages) {
             Tds::WriteMessage(out, m, mServerName);
             if (reply.refusal.isEmpty() && m.IsError())
@@ -116,6 +148,10 @@ TdsSession::Reply TdsSession::login(const QByteArray& message, TdsWriter& out) {
             reply.refusal = QStringLiteral("Login failed.");
         return reply;
     };
+    if (!mEncryptionRefusal.isEmpty())
+        return fail({error(
+            18456, 14,
+            QStringLiteral("Login failed for user '%1'. %2").arg(request.userName, mEncryptionRefusal))});
     if (request.tdsVersion < Tds::kVersion72)
         return fail({error(18456, 14,
                            QStringLiteral("Login failed for user '%1'. This server needs TDS 7.2 "
@@ -145,6 +181,7 @@ TdsSession::Reply TdsSession::login(const QByteArray& message, TdsWriter& out) {
     if (mCancelCheck)
         mSession->SetCancelCheck(mCancelCheck);
     mSession->SetRowLimit(mRowLimit);
+    mEngine = mSession.get();
 
     mTdsVersion = std::min(request.tdsVersion, Tds::kVersion74);
     mPacketSize = request.packetSize == 0 ? kDefaultPacketSize
@@ -176,8 +213,10 @@ TdsSession::Reply TdsSession::batch(const QByteArray& message, TdsWriter& out) {
     const QString text = in.Ucs2At(in.Position(), in.Remaining() / 2);
 
     const QString before = mSession->CurrentDatabase();
+    const int tranBefore = mSession->TransactionCount();
     TdsResultStream stream(out, mTdsVersion, mServerName, before,
                            [this] { return mSession->CurrentDatabase(); });
+    stream.SetBeforeEnd([&] { writeTransactionChange(tranBefore, stream.Failed(), out); });
     try {
         mSession->Execute(text, stream);
     } catch (const TARMOError& e) {

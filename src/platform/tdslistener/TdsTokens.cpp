@@ -24,7 +24,7 @@ QByteArray Collation() {
     return QByteArray("\x09\x04\xD0\x00\x34", 5);
 }
 
-QByteArray PreLoginReply() {
+QByteArray PreLoginReply(uint8_t encryption) {
     struct Option {
         uint8_t token;
         QByteArray data;
@@ -35,8 +35,8 @@ QByteArray PreLoginReply() {
     version.U16BE(kBuild);
     version.U16(0);
     const Option options[] = {
-        {0x00, version.Data()},   // version
-        {0x01, QByteArray(1, 2)}, // encryption: not supported
+        {0x00, version.Data()}, // version
+        {0x01, QByteArray(1, char(encryption))},
         {0x02, QByteArray(1, 0)}, // instance: accepted
         {0x03, QByteArray()},     // thread id: none
         {0x04, QByteArray(1, 0)}, // MARS: off
@@ -55,8 +55,8 @@ QByteArray PreLoginReply() {
     return out.Take();
 }
 
-void WriteDone(TdsWriter& out, uint16_t status, uint16_t command, uint64_t count) {
-    out.U8(Done);
+void WriteDone(TdsWriter& out, uint16_t status, uint16_t command, uint64_t count, uint8_t token) {
+    out.U8(token);
     out.U16(status);
     out.U16(command);
     out.U64(count);
@@ -88,6 +88,23 @@ void WriteCollationChange(TdsWriter& out) {
         out.U8(uint8_t(Collation().size()));
         out.Bytes(Collation());
         out.U8(0);
+    });
+}
+
+void WriteTransactionChange(TdsWriter& out, uint8_t type, uint64_t descriptor) {
+    withLength(out, EnvChange, [&] {
+        out.U8(type);
+        const auto value = [&] {
+            out.U8(8);
+            out.U64(descriptor);
+        };
+        if (type == EnvBeginTransaction) {
+            value();
+            out.U8(0);
+        } else {
+            out.U8(0);
+            value();
+        }
     });
 }
 

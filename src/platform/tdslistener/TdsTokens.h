@@ -32,8 +32,12 @@ enum Token : uint8_t {
     InfoToken = 0xAB,
     LoginAck = 0xAD,
     Row = 0xD1,
+    ReturnStatus = 0x79,
+    ReturnValue = 0xAC,
     EnvChange = 0xE3,
     Done = 0xFD,
+    DoneProc = 0xFE,
+    DoneInProc = 0xFF,
 };
 
 enum DoneStatus : uint16_t {
@@ -49,6 +53,9 @@ enum EnvChangeType : uint8_t {
     EnvLanguage = 2,
     EnvPacketSize = 4,
     EnvCollation = 7,
+    EnvBeginTransaction = 8,
+    EnvCommitTransaction = 9,
+    EnvRollbackTransaction = 10,
 };
 
 constexpr uint32_t kVersion72 = 0x72090002;
@@ -60,14 +67,17 @@ constexpr uint16_t kSelectCommand = 0xC1;
 // SQL_Latin1_General_CP1_CI_AS: the collation announced at login and carried by character columns.
 QByteArray Collation();
 
-// The reply to PRELOGIN: our version, no encryption, no MARS.
-QByteArray PreLoginReply();
+// The reply to PRELOGIN: our version, the encryption we settled on, no MARS.
+QByteArray PreLoginReply(uint8_t encryption = 2);
 
-void WriteDone(TdsWriter& out, uint16_t status, uint16_t command, uint64_t count);
+// token: Done, DoneProc or DoneInProc, which share their shape.
+void WriteDone(TdsWriter& out, uint16_t status, uint16_t command, uint64_t count, uint8_t token = Done);
 // INFO for severity 10 and below, ERROR above.
 void WriteMessage(TdsWriter& out, const SqlMessage& message, const QString& serverName);
 void WriteEnvChange(TdsWriter& out, uint8_t type, const QString& newValue, const QString& oldValue);
 void WriteCollationChange(TdsWriter& out);
+// A transaction began (type 8) or ended (9, 10): its descriptor as the new or the old value.
+void WriteTransactionChange(TdsWriter& out, uint8_t type, uint64_t descriptor);
 void WriteLoginAck(TdsWriter& out, uint32_t tdsVersion, const QString& programName);
 
 } // namespace Tds

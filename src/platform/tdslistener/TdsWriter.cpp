@@ -77,7 +77,7 @@ bool TdsWriter::Flush() {
     if (!mSink(QByteArray::fromRawData(mData.constData(), whole))) {
         mStopped = true;
         mBase += mData.size();
-        mData.clear();
+        mRefused = std::exchange(mData, QByteArray());
         return false;
     }
     mData.remove(0, whole);

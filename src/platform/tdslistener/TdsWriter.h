@@ -45,6 +45,10 @@ public:
     // The bytes held (all of them when there is no sink).
     const QByteArray& Data() const { return mData; }
     QByteArray Take() { return std::exchange(mData, QByteArray()); }
+    // What was written but not handed on: after a stop, what was held when the sink refused it. It
+    // ends where a token ends (Flush is called only there), so that a client that has had the start
+    // of a token gets the rest of it before the acknowledgement of its cancel.
+    QByteArray TakeUnsent() { return mStopped ? std::exchange(mRefused, QByteArray()) : Take(); }
 
 private:
     QByteArray mData;
@@ -52,5 +56,6 @@ private:
     qsizetype mPiece = 0;
     std::function<bool(const QByteArray&)> mSink;
     bool mStopped = false;
+    QByteArray mRefused;
     qsizetype mPeakHeld = 0;
 };

@@ -17,4 +17,6 @@ constexpr int Default = Read | Checkout | Add;
 bool Parse(const QString& text, int& rights);
 // The same form, in that order; "none" for no right.
 QString Format(int rights);
+// The name of one right, as Parse takes it.
+QString NameOf(int right);
 } // namespace StoreRights

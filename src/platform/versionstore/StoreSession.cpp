@@ -1,6 +1,7 @@
 #include "StoreSession.h"
 
 #include "GeneralHelpers.h"
+#include "StoreEngine.h"
 #include "StoreErrors.h"
 #include "StoreSchema.h"
 #include "TARMOError.h"
@@ -47,83 +48,20 @@ void StoreSession::CheckName(const QString& name) {
         Raise(StoreErrors::InvalidName, QStringLiteral("'%1' is not a valid item name.").arg(name));
 }
 
+StoreSession::StoreSession() = default;
+StoreSession::~StoreSession() = default;
+
+void StoreSession::CheckUserName(const QString& name) {
+    // A comma would split the "-y user,password" of the command line.
+    if (name.trimmed().isEmpty() || name != name.trimmed() || name.contains(QLatin1Char(',')) ||
+        name.size() > 31)
+        Raise(StoreErrors::InvalidName, QStringLiteral("'%1' is not a valid user name.").arg(name));
+}
+
 qint64 StoreSession::Resolve(const QString& spec, bool deleted) const {
     bool absolute = false;
     const QStringList parts = pathParts(spec, absolute);
-    qint64 id = absolute ? rootId : currentProject;
-    if (parts.isEmpty()) {
-        if (deleted != IsDeleted(id))
-            Raise(StoreErrors::NotFound, QStringLiteral("'%1' was not found.").arg(spec));
-        return id;
-    }
-    for (qsizetype i = 0; i < parts.size(); ++i) {
-        const bool last = i == parts.size() - 1;
-        Statement find(*db, "SELECT id, type FROM items WHERE parent = ?1 AND name = ?2 AND deleted = ?3 "
-                            "ORDER BY deleted_at DESC, id DESC LIMIT 1");
-        find.Bind(1, id).Bind(2, parts[i]).Bind(3, (last && deleted) ? 1 : 0);
-        if (!find.Step() || (!last && find.Int(1) != Project))
-            Raise(StoreErrors::NotFound, QStringLiteral("'%1' was not found.").arg(spec));
-        id = find.Int(0);
-    }
-    return id;
-}
-
-QString StoreSession::SpecOf(qint64 id) const {
-    QStringList names;
-    while (id != rootId) {
-        names.prepend(NameOf(id));
-        id = ParentOf(id);
-    }
-    return QStringLiteral("$/") + names.join(QLatin1Char('/'));
-}
-
-QString StoreSession::NameOf(qint64 id) const {
-    Statement s(*db, "SELECT name FROM items WHERE id = ?1");
-    s.Bind(1, id);
-    if (!s.Step())
-        Raise(StoreErrors::NotFound, QStringLiteral("The item no longer exists."));
-    return s.Text(0);
-}
-
-int StoreSession::TypeOf(qint64 id) const {
-    Statement s(*db, "SELECT type FROM items WHERE id = ?1");
-    s.Bind(1, id);
-    return s.Step() ? static_cast<int>(s.Int(0)) : File;
-}
-
-bool StoreSession::IsDeleted(qint64 id) const {
-    Statement s(*db, "SELECT deleted FROM items WHERE id = ?1");
-    s.Bind(1, id);
-    return s.Step() && s.Int(0) != 0;
-}
-
-qint64 StoreSession::ParentOf(qint64 id) const {
-    Statement s(*db, "SELECT parent FROM items WHERE id = ?1");
-    s.Bind(1, id);
-    return s.Step() && !s.IsNull(0) ? s.Int(0) : rootId;
-}
-
-int StoreSession::HeadNumber(qint64 id) const {
-    Statement s(*db, "SELECT MAX(number) FROM history WHERE item = ?1");
-    s.Bind(1, id);
-    return s.Step() ? static_cast<int>(s.Int(0)) : 0;
-}
-
-QByteArray StoreSession::HeadContent(qint64 id) const {
-    Statement s(*db, "SELECT seq FROM history WHERE item = ?1 AND is_label = 0 ORDER BY number DESC LIMIT 1");
-    s.Bind(1, id);
-    return s.Step() ? ContentOf(s.Int(0)) : QByteArray("");
-}
-
-QByteArray StoreSession::ContentOf(qint64 seq) const {
-    Statement s(*db, "SELECT item, number, content, checksum FROM history WHERE seq = ?1");
-    s.Bind(1, seq);
-    if (!s.Step())
-        Raise(StoreErrors::NoVersion, QStringLiteral("The version no longer exists."));
-    QByteArray content = s.Blob(2);
-    if (!Intact(content, !s.IsNull(3), s.Blob(3)))
-        RaiseDamaged(s.Int(1), SpecOf(s.Int(0)));
-    return content.isNull() ? QByteArray("") : content;
+    return engine->Resolve(absolute ? rootId : currentProject, parts, deleted, spec);
 }
 
 bool StoreSession::Intact(const QByteArray& content, bool hasChecksum, const QByteArray& checksum) {
@@ -135,52 +73,6 @@ void StoreSession::RaiseDamaged(qint64 number, const QString& spec) {
           QStringLiteral("Version %1 of '%2' is damaged: its stored text does not match its checksum.")
               .arg(number)
               .arg(spec));
-}
-
-int StoreSession::Record(qint64 id, const QString& action, const QString& comment, const QByteArray& content,
-                         bool isLabel, const QString& labelComment) {
-    const int number = HeadNumber(id) + (isLabel ? 0 : 1);
-    Statement insert(*db,
-                     "INSERT INTO history(item, number, is_label, user, action, date, comment, "
-                     "label_comment, content, checksum) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)");
-    insert.Bind(1, id).Bind(2, number).Bind(3, isLabel ? 1 : 0).Bind(4, userName).Bind(5, action);
-    insert.Bind(6, Now()).Bind(7, comment).Bind(8, labelComment);
-    if (TypeOf(id) == File) {
-        insert.BindBlob(9, content).BindBlob(10, TextChecksum(content));
-    } else {
-        insert.BindNull(9).BindBlob(10, TextChecksum(QByteArray()));
-    }
-    insert.Run();
-    return number;
-}
-
-int StoreSession::CheckoutState(qint64 id) const {
-    Statement s(*db, "SELECT COUNT(*), SUM(user = ?2) FROM checkouts WHERE item = ?1");
-    s.Bind(1, id).Bind(2, userName);
-    if (!s.Step() || s.Int(0) == 0)
-        return 0;
-    return s.Int(1) > 0 ? 2 : 1;
-}
-
-QStringList StoreSession::Holders(qint64 id) const {
-    Statement s(*db, "SELECT user FROM checkouts WHERE item = ?1 ORDER BY date, rowid");
-    s.Bind(1, id);
-    QStringList holders;
-    while (s.Step())
-        holders << s.Text(0);
-    return holders;
-}
-
-QString StoreSession::CheckoutLocal(qint64 id) const {
-    Statement s(*db, "SELECT local FROM checkouts WHERE item = ?1 AND user = ?2");
-    s.Bind(1, id).Bind(2, userName);
-    return s.Step() ? s.Text(0) : QString();
-}
-
-bool StoreSession::NameTaken(qint64 parent, const QString& name, qint64 except) const {
-    Statement s(*db, "SELECT 1 FROM items WHERE parent = ?1 AND name = ?2 AND deleted = 0 AND id <> ?3");
-    s.Bind(1, parent).Bind(2, name).Bind(3, except);
-    return s.Step();
 }
 
 QString CleanLocalPath(const QString& path) {

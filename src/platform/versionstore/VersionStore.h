@@ -22,6 +22,13 @@ public:
     // "Admin" with the given password. Raises if the folder already holds a store.
     static QString Create(const QString& folder, const QString& adminPassword,
                           bool multipleCheckouts = false);
+    // Makes a new store in the PostgreSQL database that `url` names ("postgresql://host:5432/db"),
+    // connecting as a role that may create schemas and roles (the owner given, else the URL's or
+    // libpq's defaults), and `folder`/srcsafe.ini pointing at it without any user or password. Raises
+    // if the database already holds a store.
+    static QString CreateOnServer(const QString& folder, const QString& url, const QString& adminPassword,
+                                  bool multipleCheckouts = false, const QString& owner = QString(),
+                                  const QString& ownerPassword = QString());
 
     void Open(const QString& iniFile, const QString& userName, const QString& password);
     void Close();
@@ -68,7 +75,5 @@ public:
 private:
     StoreSession& session() const;
     StoreSession& adminSession(const QString& what) const;
-    qint64 projectOf(const QString& spec) const;
-    QString storedUserName(const QString& name, bool* admin = nullptr) const;
     std::shared_ptr<StoreSession> mSession;
 };

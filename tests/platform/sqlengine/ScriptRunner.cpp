@@ -11,6 +11,8 @@
 //                              rowset <rows>     count <n>     print <text>
 //                              msg <number> <severity> <line>: <text>   (errors and other messages)
 //   parse                    as results, but the batch is only parsed (what parse-only gives)
+//   syntax ok                the grammar recognizer alone takes the batch as valid T-SQL
+//   syntax error L [text]    the recognizer rejects it with its first error at line L (and this text)
 //   bind <name>              runs the batch and keeps the first value of its last row set; later
 //                            batches and expected lines have ${name} replaced by it, so that a
 //                            case can send an object's id the way the product does
@@ -23,6 +25,7 @@
 #include "ScriptRunner.h"
 
 #include "EmbeddedServer.h"
+#include "SqlGrammar.h"
 #include "TestSupport.h"
 
 #include <QDateTime>
@@ -42,7 +45,7 @@ QString RenderSqlValue(const QVariant& v) {
         const double d = v.toDouble();
         return QString::number(d, 'g', 15);
     }
-    const QString s = v.toString();
+    QString s = v.toString();
     const bool quote = s.isEmpty() || s.front().isSpace() || s.back().isSpace() || s.contains(u'|') ||
                        s.contains(u'\n') || s.contains(u'\r') || s.contains(u'\t');
     if (!quote)
@@ -147,6 +150,24 @@ QStringList RunSqlScript(const QString& path) {
                          .arg(got.join(QStringLiteral("\n  ")), expected.join(QStringLiteral("\n  "))));
             if (next)
                 session = std::move(next);
+            continue;
+        }
+        if (words[0] == QLatin1String("syntax")) {
+            SqlLexError lexError;
+            const QList<SqlToken> tokens = SqlLexer::Tokenize(batch, true, &lexError);
+            SqlSyntaxError error;
+            const bool ok = lexError.number == 0 && SqlGrammar(tokens).CheckBatch(&error);
+            const QString got =
+                ok ? QStringLiteral("ok") : QStringLiteral("error %1: %2").arg(error.line).arg(error.text);
+            if (words.value(1) == QLatin1String("ok")) {
+                if (!ok)
+                    fail(headLine, QStringLiteral("syntax gave ") + got);
+            } else {
+                const QString text = head.section(u' ', 3).trimmed();
+                if (ok || error.line != words.value(2).toInt() || (!text.isEmpty() && error.text != text))
+                    fail(headLine, QStringLiteral("syntax gave %1, expected error at line %2 %3")
+                                       .arg(got, words.value(2), text));
+            }
             continue;
         }
         if (words[0] == QLatin1String("parse")) {

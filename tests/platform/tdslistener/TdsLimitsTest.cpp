@@ -255,11 +255,17 @@ TEST_F(ServerLimits, ABigResultGoesOutInPacketsWithoutBeingHeldWhole) {
                                         BatchBytes(QStringLiteral("SELECT s FROM wide_rows")),
                                     Settings(), TdsMemoryChannel::AtEnd::HangUp,
                                     AttentionBytes() + BatchBytes(QStringLiteral("PRINT 'after'")), 100000);
-    ASSERT_EQ(cancelled.replies.size(), 4);
-    EXPECT_TRUE(Acknowledges(cancelled.replies[2]));
-    EXPECT_GT(cancelled.replies[2].size(), 90000);
-    EXPECT_LT(cancelled.replies[2].size(), 200000);
-    EXPECT_EQ(FirstText(cancelled.replies[3]), QStringLiteral("after"));
+    // The rows end with a whole one, and the acknowledgement is a message of its own.
+    ASSERT_EQ(cancelled.replies.size(), 5);
+    const QByteArray& cut = cancelled.replies[2];
+    EXPECT_GT(cut.size(), 90000);
+    EXPECT_LT(cut.size(), 200000);
+    const qsizetype firstRow = cut.indexOf(char(0xD1));
+    ASSERT_GT(firstRow, 0);
+    const qsizetype rowSize = 1 + 2 + 400; // token, length, 200 UCS-2 characters
+    EXPECT_EQ((cut.size() - firstRow) % rowSize, 0);
+    EXPECT_TRUE(Acknowledges(cancelled.replies[3]));
+    EXPECT_EQ(FirstText(cancelled.replies[4]), QStringLiteral("after"));
 
     // Past the most rows a result may give, the client has those rows, then the error.
     TdsConnectionSettings capped = Settings();
@@ -390,4 +396,18 @@ TEST_F(ServerLimits, AttentionStopsALongStatementOverTheNetwork) {
     }
     EXPECT_TRUE(acknowledged);
     EXPECT_EQ(FirstText(client.Batch(QStringLiteral("PRINT 'next'"))), QStringLiteral("next"));
+}
+
+TEST_F(ServerLimits, StopEndsABatchThatWouldRunForEver) {
+    TdsListener listener(Folder());
+    listener.SetLog([](const QString&) {});
+    TdsTestClient client(listener.Start(QStringLiteral("127.0.0.1"), 0));
+    ASSERT_FALSE(client.Login(QStringLiteral("dev"), kDevPassword, QString()).isEmpty());
+    // No statement of it ever ends and the client never cancels: only the cancel that Stop requests
+    // from its own thread ends it (whether it comes before the batch begins or while it runs).
+    client.SendMessage(
+        0x01, TdsTestClient::BatchPayload(QStringLiteral("DECLARE @i int = 0 WHILE 1 = 1 SET @i = @i + 1")));
+    listener.Stop();
+    EXPECT_TRUE(client.ServerCloses());
+    EXPECT_EQ(listener.ActiveConnections(), 0);
 }

@@ -157,7 +157,8 @@ TEST_F(TdsProtocol, AttentionIsAcknowledgedAndTheConnectionStaysInStep) {
 TEST_F(TdsProtocol, UnsupportedRequestsAreRefusedWithoutLosingTheConnection) {
     TdsTestClient client(Port());
     ASSERT_FALSE(client.Login(QStringLiteral("dev"), kDevPassword, QString()).isEmpty());
-    client.SendMessage(0x03, QByteArray("\xff\xff\x0a\x00", 4));
+    // A distributed transaction's request (the address of its coordinator).
+    client.SendMessage(0x0E, QByteArray("\x04\x00\x00\x00\x00\x00\x00\x00", 8));
     const QList<Token> refused = TdsTestClient::Tokens(client.ReadMessage());
     ASSERT_NE(find(refused, 0xAA), nullptr);
     EXPECT_EQ(refused.last().status & 0x02, 0x02);

@@ -161,7 +161,7 @@ bool TdsTestClient::ServerCloses() {
 }
 
 QByteArray TdsTestClient::PreLogin() {
-    // version, encryption off, terminator
+    // version, encryption not supported (a client without TLS), terminator
     TdsWriter out;
     out.U8(0x00);
     out.U16BE(11);
@@ -171,7 +171,7 @@ QByteArray TdsTestClient::PreLogin() {
     out.U16BE(1);
     out.U8(0xFF);
     out.Bytes(QByteArray("\x0c\x00\x10\x00\x00\x00", 6));
-    out.U8(0x00);
+    out.U8(0x02);
     return out.Take();
 }
 
@@ -297,6 +297,9 @@ QList<TdsTestClient::Token> TdsTestClient::Tokens(const QByteArray& reply) {
         }
         case 0xAD:
             in.Skip(in.U16());
+            break;
+        case 0x79: // RETURNSTATUS
+            t.count = in.U32();
             break;
         default:
             throw std::runtime_error("row data in a reply read without types");

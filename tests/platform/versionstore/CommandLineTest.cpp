@@ -1,3 +1,5 @@
+#include "TestPostgres.h"
+#include "TestStores.h"
 #include "TestSupport.h"
 
 #include "StoreErrors.h"
@@ -25,7 +27,7 @@ struct Result {
 };
 
 // Runs the command line with the store of the test in the environment.
-class CommandLineTest : public ::testing::Test {
+class CommandLineTest : public ::testing::TestWithParam<StoreKind> {
 protected:
     // Standard input is a pipe, not a terminal: nothing can be asked for.
     Result Run(const QStringList& arguments, const QList<QPair<QString, QString>>& variables = {}) {
@@ -80,9 +82,17 @@ protected:
         waitpid(child, nullptr, 0);
         return shown;
     }
+    // The arguments of create for a new store of the suite's kind in `where`.
+    QStringList Create(const QString& where) const {
+        if (GetParam() == StoreKind::Embedded)
+            return {QStringLiteral("create"), where};
+        return {QStringLiteral("create"), where, QStringLiteral("--postgres"),
+                TestPostgres::Instance()->OwnerUrl(TestPostgres::NewDatabase())};
+    }
     void SetUp() override {
-        ASSERT_EQ(Run({QStringLiteral("create"), folder.Path(QStringLiteral("store")),
-                       QStringLiteral("--admin-password"), QStringLiteral("pw")})
+        SKIP_UNLESS_AVAILABLE(GetParam());
+        ASSERT_EQ(Run(Create(folder.Path(QStringLiteral("store"))) +
+                      QStringList{QStringLiteral("--admin-password"), QStringLiteral("pw")})
                       .exitCode,
                   0);
         ASSERT_EQ(As(QStringLiteral("Admin,pw"),
@@ -96,7 +106,7 @@ protected:
     TempFolder folder;
 };
 
-TEST_F(CommandLineTest, AFileThroughItsWholeLife) {
+TEST_P(CommandLineTest, AFileThroughItsWholeLife) {
     const QString ann = QStringLiteral("ann,a,1"); // the password holds a comma of its own
     QFile file(folder.Path(QStringLiteral("x.sp")));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
@@ -158,7 +168,7 @@ TEST_F(CommandLineTest, AFileThroughItsWholeLife) {
               QStringLiteral("project\tSales\tliving\t\n"));
 }
 
-TEST_F(CommandLineTest, UsersAndWrongCallsFailOnStderr) {
+TEST_P(CommandLineTest, UsersAndWrongCallsFailOnStderr) {
     EXPECT_EQ(As(QStringLiteral("ann,wrong"), {QStringLiteral("dir"), QStringLiteral("$/")}).err,
               QStringLiteral("tarmo-vss: Invalid password for user \"ann\"\n"));
     EXPECT_EQ(
@@ -183,7 +193,7 @@ TEST_F(CommandLineTest, UsersAndWrongCallsFailOnStderr) {
         << "a store is never made twice";
 }
 
-TEST_F(CommandLineTest, RightsAndOptionsAreTheAdministrators) {
+TEST_P(CommandLineTest, RightsAndOptionsAreTheAdministrators) {
     const QString admin = QStringLiteral("Admin,pw");
     const QString ann = QStringLiteral("ann,a,1");
     EXPECT_EQ(As(admin, {QStringLiteral("rights"), QStringLiteral("$/Sales"), QStringLiteral("ann"),
@@ -240,7 +250,7 @@ TEST_F(CommandLineTest, RightsAndOptionsAreTheAdministrators) {
 // check-in has made its version. The number printed is still the check-in's own: its history entry is
 // that check-in, never the rename that came right after it. The file lies deep down, so that spelling
 // its path, which the command does before it prints the number, takes a while.
-TEST_F(CommandLineTest, CheckinPrintsItsOwnVersionUnderConcurrentRenames) {
+TEST_P(CommandLineTest, CheckinPrintsItsOwnVersionUnderConcurrentRenames) {
     const QString ann = QStringLiteral("ann,a,1");
     const QString local = folder.Path(QStringLiteral("r.sp"));
     QFile file(local);
@@ -331,7 +341,7 @@ TEST_F(CommandLineTest, CheckinPrintsItsOwnVersionUnderConcurrentRenames) {
     RecordProperty("renames", renames.load());
 }
 
-TEST_F(CommandLineTest, PasswordsCanStayOffTheCommandLine) {
+TEST_P(CommandLineTest, PasswordsCanStayOffTheCommandLine) {
     const QString password = QStringLiteral("TARMO_VSS_PASSWORD");
     const QString newPassword = QStringLiteral("TARMO_VSS_NEW_PASSWORD");
     EXPECT_EQ(
@@ -370,13 +380,16 @@ TEST_F(CommandLineTest, PasswordsCanStayOffTheCommandLine) {
     EXPECT_TRUE(asked.contains("Admin\r\nann\r\n")) << asked.constData();
 
     const QString other = folder.Path(QStringLiteral("other"));
-    EXPECT_EQ(Run({QStringLiteral("create"), other}).exitCode, 1);
+    EXPECT_EQ(Run(Create(other)).exitCode, 1);
     EXPECT_FALSE(QFile::exists(other + QStringLiteral("/srcsafe.ini")));
-    ASSERT_EQ(Run({QStringLiteral("create"), other}, {{password, "admin pw"}}).exitCode, 0);
+    ASSERT_EQ(Run(Create(other), {{password, "admin pw"}}).exitCode, 0);
     EXPECT_EQ(Run({QStringLiteral("--ini"), other + QStringLiteral("/srcsafe.ini"), QStringLiteral("-y"),
                    QStringLiteral("Admin,admin pw"), QStringLiteral("users")})
                   .out,
               QStringLiteral("Admin\n"));
 }
+
+INSTANTIATE_TEST_SUITE_P(Engines, CommandLineTest, ::testing::Values(StoreKind::Embedded, StoreKind::Server),
+                         StoreKindName);
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "StoreErrors.h"
 #include "StoreRights.h"
 #include "TARMOError.h"
+#include "TestStores.h"
 #include "TestSupport.h"
 #include "VersionStore.h"
 
@@ -8,7 +9,6 @@
 #include <QFile>
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 namespace {
 
@@ -62,10 +62,11 @@ void expectSame(const StoreEntry& listed, const StoreEntry& one) {
 // A project with everything a listing has to tell apart: several versions and a label, files held
 // by the user, by others and by both, deleted files (one of them under a living file's name), a
 // subproject, an empty text, names in mixed case and a text that no longer matches its checksum.
-class StoreListingTest : public ::testing::Test {
+class StoreListingTest : public ::testing::TestWithParam<StoreKind> {
 protected:
     void SetUp() override {
-        ini = VersionStore::Create(folder.Path(QStringLiteral("store")), QStringLiteral("pw"), true);
+        SKIP_UNLESS_AVAILABLE(GetParam());
+        ini = CreateStore(GetParam(), folder.Path(QStringLiteral("store")), QStringLiteral("pw"), true);
         QDir().mkpath(folder.Path(QStringLiteral("work")));
         VersionStore admin;
         admin.Open(ini, QStringLiteral("Admin"), QStringLiteral("pw"));
@@ -97,15 +98,11 @@ protected:
         ann.Item(QStringLiteral("$/P/Both.SP"))
             .Checkout(QStringLiteral("mine"), local(QStringLiteral("both")));
 
-        sqlite3* db = nullptr;
-        ASSERT_EQ(sqlite3_open(folder.Path(QStringLiteral("store/data/store.db")).toUtf8().constData(), &db),
-                  SQLITE_OK);
-        ASSERT_EQ(sqlite3_exec(db,
-                               "UPDATE history SET content = CAST('tampered' AS BLOB) WHERE item = "
-                               "(SELECT id FROM items WHERE name = 'damaged.sp')",
-                               nullptr, nullptr, nullptr),
-                  SQLITE_OK);
-        sqlite3_close(db);
+        TamperWithStore(GetParam(), folder.Path(QStringLiteral("store")),
+                        "UPDATE history SET content = CAST('tampered' AS BLOB) WHERE item = "
+                        "(SELECT id FROM items WHERE name = 'damaged.sp')",
+                        "UPDATE tarmo.history SET content = 'tampered'::bytea WHERE item = "
+                        "(SELECT id FROM tarmo.items WHERE name = 'damaged.sp')");
     }
 
     QString local(const QString& name) const { return folder.Path(QStringLiteral("work/") + name); }
@@ -120,7 +117,7 @@ protected:
     VersionStore ann;
 };
 
-TEST_F(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
+TEST_P(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
     const StoreItem project = ann.Item(QStringLiteral("$/P"));
     const QList<StoreItem> items = project.Items(false);
     const QList<StoreEntry> entries = project.Entries(
@@ -203,7 +200,7 @@ TEST_F(StoreListingTest, EntriesGiveWhatTheItemsSayOneByOne) {
     EXPECT_EQ(ErrorOf([&] { ann.RequirePresent(); }).number, StoreErrors::IniFile);
 }
 
-TEST_F(StoreListingTest, FilesAddedInBulkAreAddedAllOrNone) {
+TEST_P(StoreListingTest, FilesAddedInBulkAreAddedAllOrNone) {
     StoreItem project = ann.Item(QStringLiteral("$/P"));
     const QList<StoreItem> added =
         project.AddFiles({{QStringLiteral("n1.sp"), "first"}, {QStringLiteral("n2.sp"), QByteArray()}},
@@ -238,5 +235,8 @@ TEST_F(StoreListingTest, FilesAddedInBulkAreAddedAllOrNone) {
               StoreErrors::NoRight);
     EXPECT_EQ(project.Items(false).size(), before);
 }
+
+INSTANTIATE_TEST_SUITE_P(Engines, StoreListingTest, ::testing::Values(StoreKind::Embedded, StoreKind::Server),
+                         StoreKindName);
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "TestStores.h"
 #include "TestSupport.h"
 #include "VersionStore.h"
 
@@ -12,13 +13,19 @@
 #include <memory>
 #include <vector>
 
+class StoreRace : public ::testing::TestWithParam<StoreKind> {
+protected:
+    void SetUp() override { SKIP_UNLESS_AVAILABLE(GetParam()); }
+};
+
 // Several processes race for the same items. If two ever won one check-out, one of their check-ins
 // would be based on a text that misses the other's line, so the chain of versions proves one winner:
 // every version is its predecessor plus exactly one line, numbers run 1..n without gap or repeat, and
 // the number of check-ins equals the number of wins the workers saw.
-TEST(StoreRace, OneWinnerPerCheckoutAndNoLostOrDuplicateVersion) {
+TEST_P(StoreRace, OneWinnerPerCheckoutAndNoLostOrDuplicateVersion) {
     TempFolder folder;
-    const QString ini = VersionStore::Create(folder.Path(QStringLiteral("store")), QStringLiteral("admin"));
+    const QString ini =
+        CreateStore(GetParam(), folder.Path(QStringLiteral("store")), QStringLiteral("admin"));
     const QStringList items = {QStringLiteral("$/Race/a.sp"), QStringLiteral("$/Race/b.sp")};
     constexpr int workers = 4;
     constexpr int rounds = 150;
@@ -98,9 +105,10 @@ TEST(StoreRace, OneWinnerPerCheckoutAndNoLostOrDuplicateVersion) {
 
 // A process killed in the middle of its work leaves a store that opens, holds whole versions only, and
 // lets the others go on; what the killed user had checked out stays his until he undoes it.
-TEST(StoreRace, AKilledProcessLeavesTheStoreConsistent) {
+TEST_P(StoreRace, AKilledProcessLeavesTheStoreConsistent) {
     TempFolder folder;
-    const QString ini = VersionStore::Create(folder.Path(QStringLiteral("store")), QStringLiteral("admin"));
+    const QString ini =
+        CreateStore(GetParam(), folder.Path(QStringLiteral("store")), QStringLiteral("admin"));
     {
         VersionStore admin;
         admin.Open(ini, QStringLiteral("Admin"), QStringLiteral("admin"));
@@ -141,3 +149,6 @@ TEST(StoreRace, AKilledProcessLeavesTheStoreConsistent) {
     item.Checkin(QStringLiteral("after the crash"), local);
     EXPECT_EQ(item.VersionNumber(), versions.size() + 1);
 }
+
+INSTANTIATE_TEST_SUITE_P(Engines, StoreRace, ::testing::Values(StoreKind::Embedded, StoreKind::Server),
+                         StoreKindName);

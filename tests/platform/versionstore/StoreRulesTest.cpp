@@ -2,6 +2,7 @@
 #include "StoreErrors.h"
 #include "StoreRights.h"
 #include "TARMOError.h"
+#include "TestStores.h"
 #include "TestSupport.h"
 #include "VersionStore.h"
 
@@ -36,10 +37,11 @@ void runSql(const QString& database, const char* sql) {
 
 // A store with the administrator, Bob and Carl, and the projects $/P and $/P/Sub.
 // Public, for the table of steps below.
-class StoreRulesTest : public ::testing::Test {
+class StoreRulesTest : public ::testing::TestWithParam<StoreKind> {
 public:
     void SetUp() override {
-        ini = VersionStore::Create(folder.Path(QStringLiteral("store")), QStringLiteral("secret"));
+        SKIP_UNLESS_AVAILABLE(GetParam());
+        ini = CreateStore(GetParam(), folder.Path(QStringLiteral("store")), QStringLiteral("secret"));
         admin.Open(ini, QStringLiteral("Admin"), QStringLiteral("secret"));
         admin.AddUser(QStringLiteral("Bob"), QStringLiteral("b"));
         admin.AddUser(QStringLiteral("Carl"), QStringLiteral("c"));
@@ -63,7 +65,7 @@ public:
 
 // Each step of the store needs one right in the item's project: refused without exactly that right
 // (with an error naming it), done with it.
-TEST_F(StoreRulesTest, EveryStepNeedsItsRight) {
+TEST_P(StoreRulesTest, EveryStepNeedsItsRight) {
     struct Case {
         const char* step;
         int right;
@@ -152,7 +154,7 @@ TEST_F(StoreRulesTest, EveryStepNeedsItsRight) {
     EXPECT_EQ(ErrorOf([&] { admin.Item(QStringLiteral("$/P/f0.sp")).Destroy(); }).number, 0);
 }
 
-TEST_F(StoreRulesTest, RightsComeFromTheNearestProjectUpThePath) {
+TEST_P(StoreRulesTest, RightsComeFromTheNearestProjectUpThePath) {
     addFile(admin, QStringLiteral("$/root.sp"));
     addFile(admin, QStringLiteral("$/P/Sub/deep.sp"));
     admin.SetRights(QStringLiteral("$/"), QStringLiteral("bob"), StoreRights::Read);
@@ -184,7 +186,7 @@ TEST_F(StoreRulesTest, RightsComeFromTheNearestProjectUpThePath) {
     EXPECT_EQ(listed[2].From, QString()) << "Carl has no entry: the store's default";
 }
 
-TEST_F(StoreRulesTest, OnlyTheAdministratorSetsRulesAndHeAlwaysHasEveryRight) {
+TEST_P(StoreRulesTest, OnlyTheAdministratorSetsRulesAndHeAlwaysHasEveryRight) {
     addFile(carl, QStringLiteral("$/P/c.sp"));
     EXPECT_EQ(ErrorOf([&] { carl.Item(QStringLiteral("$/P/c.sp")).Destroy(); }).text,
               QStringLiteral("Carl does not have the destroy right in '$/P'."))
@@ -221,7 +223,7 @@ TEST_F(StoreRulesTest, OnlyTheAdministratorSetsRulesAndHeAlwaysHasEveryRight) {
 
 // Nobody renames, deletes or destroys what another user holds, or a project that holds it; his own
 // check-out is no obstacle.
-TEST_F(StoreRulesTest, WhatAnotherUserHoldsStaysWhereItIs) {
+TEST_P(StoreRulesTest, WhatAnotherUserHoldsStaysWhereItIs) {
     addFile(admin, QStringLiteral("$/P/Sub/x.sp"));
     bob.Item(QStringLiteral("$/P/Sub/x.sp")).Checkout(QString(), work(QStringLiteral("x.sp")));
     StoreItem x = carl.Item(QStringLiteral("$/P/Sub/x.sp"));
@@ -255,7 +257,7 @@ TEST_F(StoreRulesTest, WhatAnotherUserHoldsStaysWhereItIs) {
 
 // The option lives in the store: every user sees the administrator's change at once, whatever his ini
 // says; the ini's value only seeds an old store that had none.
-TEST_F(StoreRulesTest, MultipleCheckoutsIsTheStoresOwnOption) {
+TEST_P(StoreRulesTest, MultipleCheckoutsIsTheStoresOwnOption) {
     addFile(admin, QStringLiteral("$/P/m.sp"));
     bob.Item(QStringLiteral("$/P/m.sp")).Checkout(QString(), work(QStringLiteral("bob-m.sp")));
     StoreItem m = carl.Item(QStringLiteral("$/P/m.sp"));
@@ -278,7 +280,9 @@ TEST_F(StoreRulesTest, MultipleCheckoutsIsTheStoresOwnOption) {
 
 // A store written before it kept options, rights and checksums is brought up to date when opened:
 // its texts read as before, the ini's option moves into it, and the rules apply from then on.
-TEST_F(StoreRulesTest, AnOlderStoreIsUpgradedInPlace) {
+TEST_P(StoreRulesTest, AnOlderStoreIsUpgradedInPlace) {
+    if (GetParam() != StoreKind::Embedded)
+        GTEST_SKIP() << "a server's store is made at its present level";
     {
         StoreItem item = addFile(admin, QStringLiteral("$/P/old.sp"));
         item.Checkout(QString(), work(QStringLiteral("old.sp")));
@@ -307,5 +311,8 @@ TEST_F(StoreRulesTest, AnOlderStoreIsUpgradedInPlace) {
     store.Open(ini, QStringLiteral("Bob"), QStringLiteral("b"));
     EXPECT_TRUE(store.MultipleCheckouts()) << "seeded once, then the store's own";
 }
+
+INSTANTIATE_TEST_SUITE_P(Engines, StoreRulesTest, ::testing::Values(StoreKind::Embedded, StoreKind::Server),
+                         StoreKindName);
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "GeneralHelpers.h"
 #include "StoreErrors.h"
 #include "TARMOError.h"
+#include "TestStores.h"
 #include "TestSupport.h"
 
 #include <QDir>
@@ -35,10 +36,11 @@ QByteArray readFile(const QString& path) {
     return file.readAll();
 }
 
-class VersionStoreTest : public ::testing::Test {
+class VersionStoreTest : public ::testing::TestWithParam<StoreKind> {
 protected:
     void SetUp() override {
-        ini = VersionStore::Create(folder.Path(QStringLiteral("store")), QStringLiteral("secret"));
+        SKIP_UNLESS_AVAILABLE(GetParam());
+        ini = CreateStore(GetParam(), folder.Path(QStringLiteral("store")), QStringLiteral("secret"));
         admin.Open(ini, QStringLiteral("Admin"), QStringLiteral("secret"));
         admin.AddUser(QStringLiteral("Bob"), QStringLiteral("bobpw"));
         admin.Item(QStringLiteral("$/")).NewSubproject(QStringLiteral("Sales"), QString());
@@ -56,7 +58,7 @@ protected:
     VersionStore bob;
 };
 
-TEST_F(VersionStoreTest, LoginsFailClearlyAndPasswordsAreNotStoredAsText) {
+TEST_P(VersionStoreTest, LoginsFailClearlyAndPasswordsAreNotStoredAsText) {
     VersionStore store;
     EXPECT_EQ(errorOf([&] { store.Open(ini, QStringLiteral("nobody"), QStringLiteral("x")); }),
               StoreErrors::Login);
@@ -83,18 +85,20 @@ TEST_F(VersionStoreTest, LoginsFailClearlyAndPasswordsAreNotStoredAsText) {
               StoreErrors::Login);
     store.Open(ini, QStringLiteral("Bob"), QStringLiteral("changed"));
 
-    QFile data(folder.Path(QStringLiteral("store/data/store.db")));
-    ASSERT_TRUE(data.open(QIODevice::ReadOnly));
-    const QByteArray bytes = data.readAll();
-    EXPECT_FALSE(bytes.contains("secret"));
-    EXPECT_FALSE(bytes.contains("changed"));
+    if (GetParam() == StoreKind::Embedded) {
+        QFile data(folder.Path(QStringLiteral("store/data/store.db")));
+        ASSERT_TRUE(data.open(QIODevice::ReadOnly));
+        const QByteArray bytes = data.readAll();
+        EXPECT_FALSE(bytes.contains("secret"));
+        EXPECT_FALSE(bytes.contains("changed"));
+    }
 
     EXPECT_EQ(
-        errorOf([&] { VersionStore::Create(folder.Path(QStringLiteral("store")), QStringLiteral("x")); }),
+        errorOf([&] { CreateStore(GetParam(), folder.Path(QStringLiteral("store")), QStringLiteral("x")); }),
         StoreErrors::NameExists);
 }
 
-TEST_F(VersionStoreTest, PathsInEveryFormReachTheSameProject) {
+TEST_P(VersionStoreTest, PathsInEveryFormReachTheSameProject) {
     admin.Item(QStringLiteral("$/Sales")).NewSubproject(QStringLiteral("Orders"), QString());
     const StoreItem orders = admin.Item(QStringLiteral("$/Sales/Orders"));
     EXPECT_TRUE(admin.Item(QStringLiteral("$\\Sales\\Orders\\")) == orders);
@@ -112,7 +116,7 @@ TEST_F(VersionStoreTest, PathsInEveryFormReachTheSameProject) {
     EXPECT_EQ(errorOf([&] { admin.Item(QStringLiteral("$Sales")); }), StoreErrors::NotFound);
 }
 
-TEST_F(VersionStoreTest, NewNamesAreCheckedAndMustBeFree) {
+TEST_P(VersionStoreTest, NewNamesAreCheckedAndMustBeFree) {
     StoreItem sales = admin.Item(QStringLiteral("$/Sales"));
     EXPECT_EQ(errorOf([&] { sales.NewSubproject(QStringLiteral("a/b"), QString()); }),
               StoreErrors::NameStructure);
@@ -132,7 +136,7 @@ TEST_F(VersionStoreTest, NewNamesAreCheckedAndMustBeFree) {
     EXPECT_EQ(x.Name(), QStringLiteral("X.sp"));
 }
 
-TEST_F(VersionStoreTest, VersionsAreNumberedAndKeepTheirTexts) {
+TEST_P(VersionStoreTest, VersionsAreNumberedAndKeepTheirTexts) {
     StoreItem item = addFile(bob, QStringLiteral("p.sp"), "v1\r\n");
     const QString local = work(QStringLiteral("p.sp"));
     EXPECT_TRUE(IsReadOnlyFile(local)) << "an added file is no longer the user's to edit";
@@ -168,7 +172,7 @@ TEST_F(VersionStoreTest, VersionsAreNumberedAndKeepTheirTexts) {
     EXPECT_TRUE(IsReadOnlyFile(old));
 }
 
-TEST_F(VersionStoreTest, CheckoutStateDecidesWhoMayChangeAnItem) {
+TEST_P(VersionStoreTest, CheckoutStateDecidesWhoMayChangeAnItem) {
     StoreItem mine = addFile(bob, QStringLiteral("c.sp"), "text");
     StoreItem theirs = admin.Item(QStringLiteral("$/Sales/c.sp"));
     const QString local = work(QStringLiteral("c.sp"));
@@ -196,7 +200,7 @@ TEST_F(VersionStoreTest, CheckoutStateDecidesWhoMayChangeAnItem) {
     EXPECT_EQ(mine.VersionNumber(), 1);
 }
 
-TEST_F(VersionStoreTest, GetNeverReplacesTheWorkingFileOfACheckout) {
+TEST_P(VersionStoreTest, GetNeverReplacesTheWorkingFileOfACheckout) {
     StoreItem item = addFile(bob, QStringLiteral("g.sp"), "stored");
     const QString local = work(QStringLiteral("g.sp"));
 
@@ -222,7 +226,7 @@ TEST_F(VersionStoreTest, GetNeverReplacesTheWorkingFileOfACheckout) {
     EXPECT_FALSE(IsReadOnlyFile(other));
 }
 
-TEST_F(VersionStoreTest, DeletedItemsKeepTheirHistoryAndComeBack) {
+TEST_P(VersionStoreTest, DeletedItemsKeepTheirHistoryAndComeBack) {
     StoreItem item = addFile(bob, QStringLiteral("d.sp"), "one");
     item.SetDeleted(true);
     EXPECT_EQ(errorOf([&] { bob.Item(QStringLiteral("$/Sales/d.sp")); }), StoreErrors::NotFound);
@@ -247,9 +251,9 @@ TEST_F(VersionStoreTest, DeletedItemsKeepTheirHistoryAndComeBack) {
     EXPECT_EQ(sales.Items(true).size(), 2);
 }
 
-TEST_F(VersionStoreTest, SeveralHoldersWhenTheStoreAllowsIt) {
+TEST_P(VersionStoreTest, SeveralHoldersWhenTheStoreAllowsIt) {
     TempFolder other;
-    const QString multi = VersionStore::Create(other.Path(), QStringLiteral("pw"), true);
+    const QString multi = CreateStore(GetParam(), other.Path(), QStringLiteral("pw"), true);
     VersionStore a;
     a.Open(multi, QStringLiteral("Admin"), QStringLiteral("pw"));
     a.AddUser(QStringLiteral("Zed"), QStringLiteral("z"));
@@ -263,5 +267,8 @@ TEST_F(VersionStoreTest, SeveralHoldersWhenTheStoreAllowsIt) {
     EXPECT_EQ(item.IsCheckedOut(), StoreItem::CheckedOutMe);
     EXPECT_EQ(item.Checkouts().size(), 2);
 }
+
+INSTANTIATE_TEST_SUITE_P(Engines, VersionStoreTest, ::testing::Values(StoreKind::Embedded, StoreKind::Server),
+                         StoreKindName);
 
 } // namespace

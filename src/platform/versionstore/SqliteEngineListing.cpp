@@ -1,6 +1,6 @@
-// The set-based side of a project: its living items read together, and files added in bulk. Each
-// costs a fixed number of statements, where the properties of StoreItem cost several per item.
-#include "StoreItem.h"
+// The embedded engine's set-based side of a project: its living items read together, and files added
+// in bulk. Each costs a fixed number of statements, where the properties of an item cost several each.
+#include "SqliteEngine.h"
 
 #include "StoreErrors.h"
 #include "StoreRights.h"
@@ -57,37 +57,17 @@ const char* const latestTexts =
 
 } // namespace
 
-QList<StoreEntry> StoreItem::Entries(const QStringList& endings,
-                                     const std::function<bool(const QString&)>& wantsText,
-                                     bool skipDamaged) const {
-    // Every name ends with the empty text.
-    const bool all = endings.isEmpty() || endings.contains(QString());
-    return entries(nullptr, all ? nullptr : &endings, wantsText, skipDamaged);
-}
-
-QList<StoreEntry> StoreItem::EntriesNamed(const QStringList& names,
-                                          const std::function<bool(const QString&)>& wantsText,
-                                          bool skipDamaged) const {
-    if (names.isEmpty()) {
-        // Still refused to a user who may not read here, as any other listing is.
-        requireType(Project);
-        mSession->Require(mId, StoreRights::Read);
-        return {};
-    }
-    return entries(&names, nullptr, wantsText, skipDamaged);
-}
-
-QList<StoreEntry> StoreItem::entries(const QStringList* names, const QStringList* endings,
-                                     const std::function<bool(const QString&)>& wantsText,
-                                     bool skipDamaged) const {
-    StoreConnection& db = *mSession->db;
+QList<StoreEntry> SqliteEngine::Entries(qint64 project, const QStringList* names, const QStringList* endings,
+                                        const std::function<bool(const QString&)>& wantsText,
+                                        bool skipDamaged) {
+    StoreConnection& db = *mDb;
     Transaction snapshot(db, Transaction::Read);
-    requireType(Project);
-    mSession->Require(mId, StoreRights::Read);
+    requireType(project, StoreSession::Project);
+    require(project, StoreRights::Read);
     const QString nameList = names ? jsonList(QJsonArray::fromStringList(*names)) : QString();
     const qsizetype endingCount = endings ? endings->size() : 0;
     auto bindScope = [&](Statement& s) {
-        s.Bind(1, mId);
+        s.Bind(1, project);
         if (names)
             s.Bind(2, nameList);
         else
@@ -109,7 +89,7 @@ QList<StoreEntry> StoreItem::entries(const QStringList* names, const QStringList
             entry.VersionNumber = static_cast<int>(items.Int(3));
             const qint64 id = items.Int(0);
             at.insert(id, result.size());
-            if (entry.Type == File && wantsText && wantsText(entry.Name))
+            if (entry.Type == StoreSession::File && wantsText && wantsText(entry.Name))
                 wanted.append(id);
             result.append(std::move(entry));
         }
@@ -117,20 +97,20 @@ QList<StoreEntry> StoreItem::entries(const QStringList* names, const QStringList
     {
         Statement checkouts(db, listCheckouts(endingCount).constData());
         bindScope(checkouts);
-        checkouts.Bind(3, mSession->userName);
+        checkouts.Bind(3, mSession.userName);
         while (checkouts.Step()) {
             StoreEntry& entry = result[at.value(checkouts.Int(0))];
             entry.Holders << checkouts.Text(1);
             if (checkouts.Int(2) != 0) {
-                entry.CheckoutState = CheckedOutMe;
+                entry.CheckoutState = StoreItem::CheckedOutMe;
                 entry.LocalSpec = checkouts.Text(3);
-            } else if (entry.CheckoutState == NotCheckedOut) {
-                entry.CheckoutState = CheckedOut;
+            } else if (entry.CheckoutState == StoreItem::NotCheckedOut) {
+                entry.CheckoutState = StoreItem::CheckedOut;
             }
         }
     }
     if (!wanted.isEmpty()) {
-        const QString spec = Spec();
+        const QString spec = SpecOf(project);
         const QString prefix = spec.endsWith(QLatin1Char('/')) ? spec : spec + QLatin1Char('/');
         Statement texts(db, latestTexts);
         texts.Bind(1, jsonList(wanted));
@@ -156,39 +136,37 @@ QList<StoreEntry> StoreItem::entries(const QStringList* names, const QStringList
     return result;
 }
 
-QList<StoreItem> StoreItem::AddFiles(const QList<StoreNewFile>& files, const QString& comment) {
-    requireType(Project);
-    for (const StoreNewFile& file : files)
-        StoreSession::CheckName(file.Name);
-    StoreConnection& db = *mSession->db;
+QList<qint64> SqliteEngine::AddFiles(qint64 project, const QList<StoreNewFile>& files,
+                                     const QString& comment) {
+    StoreConnection& db = *mDb;
     Transaction transaction(db);
-    mSession->Require(mId, StoreRights::Add);
-    if (Deleted())
-        StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is deleted.").arg(Spec()));
+    require(project, StoreRights::Add);
+    if (IsDeleted(project))
+        StoreSession::Raise(StoreErrors::NotFound, QStringLiteral("'%1' is deleted.").arg(SpecOf(project)));
     Statement insertItem(db, "INSERT INTO items(parent, name, type) VALUES(?1, ?2, ?3)");
     Statement insertVersion(db,
                             "INSERT INTO history(item, number, is_label, user, action, date, comment, "
                             "label_comment, content, checksum) VALUES(?1, 1, 0, ?2, ?3, ?4, ?5, '', ?6, ?7)");
-    QList<StoreItem> added;
+    QList<qint64> added;
     added.reserve(files.size());
     const qint64 now = StoreSession::Now();
     for (const StoreNewFile& file : files) {
         // Sees the files added before it in this transaction, so a name given twice is refused too.
-        if (mSession->NameTaken(mId, file.Name))
+        if (nameTaken(project, file.Name))
             StoreSession::Raise(
                 StoreErrors::NameExists,
-                QStringLiteral("An item named '%1' already exists in '%2'.").arg(file.Name, Spec()));
+                QStringLiteral("An item named '%1' already exists in '%2'.").arg(file.Name, SpecOf(project)));
         insertItem.Reset();
-        insertItem.Bind(1, mId).Bind(2, file.Name).Bind(3, static_cast<int>(File)).Run();
+        insertItem.Bind(1, project).Bind(2, file.Name).Bind(3, static_cast<int>(StoreSession::File)).Run();
         const qint64 id = db.LastInsertId();
         insertVersion.Reset();
-        insertVersion.Bind(1, id).Bind(2, mSession->userName).Bind(3, QStringLiteral("Created"));
+        insertVersion.Bind(1, id).Bind(2, mSession.userName).Bind(3, QStringLiteral("Created"));
         insertVersion.Bind(4, now)
             .Bind(5, comment)
             .BindBlob(6, file.Text)
             .BindBlob(7, TextChecksum(file.Text));
         insertVersion.Run();
-        added << StoreItem(mSession, id);
+        added << id;
     }
     transaction.Commit();
     return added;
