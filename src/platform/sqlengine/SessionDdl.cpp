@@ -180,6 +180,10 @@ void SessionState::CreateTable(const SqlStatement& s) {
     // Anyone may make temporary tables and table variables.
     const bool temporary =
         s.target.last().startsWith(u'#') && !s.target.last().startsWith(QLatin1String("##"));
+    // A table variable's DECLARE run again (in a loop) leaves the table as it is.
+    if (temporary && !mFrames.isEmpty() && Top().tableVariables.value(s.target.last()) == &s &&
+        Catalogue::FindObject(*mDb, Schema(), s.target.last(), QString(), mUid).IsValid())
+        return;
     if (!temporary && !CanCreate(QStringLiteral("TABLE")))
         throw ServerError::Make(
             262, 14, QStringLiteral("CREATE TABLE permission denied in database '%1'.").arg(database));

@@ -475,7 +475,7 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
         return Flow::Continue;
     case K::Declare:
         for (const auto& d : s.declarations)
-            Declare(d.first, d.second ? Evaluate(*d.second) : QVariant(), s.line);
+            Declare(d.first, d.second ? Evaluate(*d.second) : QVariant(), s.line, &s, d.second != nullptr);
         return Flow::Normal;
     case K::SetVariable: {
         QVariant v = Evaluate(*s.condition);
@@ -563,8 +563,14 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
     return Flow::Normal;
 }
 
-void SessionState::Declare(const SqlParam& p, const QVariant& value, int line) {
+void SessionState::Declare(const SqlParam& p, const QVariant& value, int line, const SqlStatement* by,
+                           bool initialised) {
     const QString key = p.name.toLower();
+    if (auto again = Top().vars.find(key); again != Top().vars.end() && by && again->declaredBy == by) {
+        if (initialised)
+            again->value = Convert(value, again->type);
+        return;
+    }
     if (Top().vars.contains(key))
         throw ServerError::Make(
             134, 15,
@@ -580,7 +586,7 @@ void SessionState::Declare(const SqlParam& p, const QVariant& value, int line) {
                 .arg(p.type.name),
             true);
     Q_UNUSED(line);
-    Top().vars.insert(key, Var{p.type, Convert(value, p.type)});
+    Top().vars.insert(key, Var{p.type, Convert(value, p.type), by});
 }
 
 void SessionState::Assign(const QString& name, const QVariant& value, int) {

@@ -76,6 +76,7 @@ private:
     struct Var {
         SqlTypeSpec type;
         QVariant value;
+        const SqlStatement* declaredBy = nullptr; // the DECLARE, which a loop may run again
     };
     struct Frame {
         QHash<QString, Var> vars;
@@ -106,7 +107,9 @@ private:
 
     // variables
     Frame& Top() { return mFrames.last(); }
-    void Declare(const SqlParam& p, const QVariant& value, int line);
+    // by: the DECLARE statement; run again (in a loop) it only sets the value it gives.
+    void Declare(const SqlParam& p, const QVariant& value, int line, const SqlStatement* by = nullptr,
+                 bool initialised = true);
     void Assign(const QString& name, const QVariant& value, int line);
     QVariant Convert(const QVariant& value, const SqlTypeSpec& type);
     QVariant Evaluate(const SqlExpr& e);
