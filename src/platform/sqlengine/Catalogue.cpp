@@ -43,6 +43,11 @@ const SystemType kTypes[] = {
     {"sysname", 231, 256, 256, 0, 0, true, true, true},
 };
 
+// The schemas made with CREATE SCHEMA. Their ids start far above the users' (below 16384) and the
+// roles' (from 16384), so that sysobjects.uid names either a user or a schema, never both.
+const char* const kSchemaTable = "CREATE TABLE IF NOT EXISTS engine_schemas (id int PRIMARY KEY, name "
+                                 "nvarchar(128) COLLATE TSQL UNIQUE, owner int)";
+
 const char* kCatalogueDdl[] = {
     "CREATE TABLE sysobjects (name nvarchar(128) COLLATE TSQL, id int PRIMARY KEY, xtype char(2) COLLATE "
     "TSQL, "
@@ -83,6 +88,7 @@ const char* kCatalogueDdl[] = {
     // default schema.
     "CREATE TABLE engine_triggers (id int PRIMARY KEY, isinsert int, isupdate int, isdelete int)",
     "CREATE TABLE engine_info (name text PRIMARY KEY, value)",
+    kSchemaTable,
 };
 
 // The look-ups the server answers from an index: an object by name and owner, the parts of an
@@ -109,6 +115,14 @@ void CreateIndexes(SqliteDb& db) {
 namespace Catalogue {
 
 void EnsureIndexes(SqliteDb& db) {
+    // A database from before the schemas gets their table; one that can't be written answers
+    // without schemas until it can.
+    try {
+        if (!db.Scalar(QStringLiteral("SELECT 1 FROM main.sqlite_master WHERE name = 'engine_schemas'"))
+                 .isValid())
+            db.Exec(QString::fromLatin1(kSchemaTable));
+    } catch (const SqliteError&) {
+    }
     const qlonglong present =
         db.Scalar(
               QStringLiteral("SELECT COUNT(*) FROM main.sqlite_master WHERE type = 'index' AND name IN "
@@ -351,12 +365,12 @@ CatalogueObject FindObject(SqliteDb& db, const QString& schema, const QString& n
     const QString base =
         QStringLiteral("SELECT o.id, o.name, o.uid, o.xtype, o.parent_obj FROM \"%1\".sysobjects o ")
             .arg(schema);
-    if (!owner.isEmpty())
-        return ReadObject(
-            db.Rows(base + QStringLiteral("JOIN \"%1\".sysusers u ON u.uid = o.uid WHERE o.name = ? "
-                                          "AND u.name = ?")
-                               .arg(schema),
-                    {name, owner}));
+    if (!owner.isEmpty()) {
+        const int ownerId = SchemaId(db, schema, owner);
+        if (ownerId < 0)
+            return {};
+        return ReadObject(db.Rows(base + QStringLiteral("WHERE o.name = ? AND o.uid = ?"), {name, ownerId}));
+    }
     CatalogueObject own =
         ReadObject(db.Rows(base + QStringLiteral("WHERE o.name = ? AND o.uid = ?"), {name, userUid}));
     if (own.IsValid() || userUid == 1)
@@ -478,8 +492,21 @@ const ObjectType* StatementObjectType(sqlite3_context* ctx, SqliteDb& db, sqlite
 }
 
 QString UserName(SqliteDb& db, const QString& schema, int uid) {
+    if (uid >= kFirstSchemaId)
+        return db
+            .Scalar(QStringLiteral("SELECT name FROM \"%1\".engine_schemas WHERE id = ?").arg(schema), {uid})
+            .toString();
     return db.Scalar(QStringLiteral("SELECT name FROM \"%1\".sysusers WHERE uid = ?").arg(schema), {uid})
         .toString();
+}
+
+int SchemaId(SqliteDb& db, const QString& schema, const QString& name) {
+    const QVariant id = db.Scalar(
+        QStringLiteral("SELECT id FROM \"%1\".engine_schemas WHERE name = ? UNION ALL SELECT uid FROM "
+                       "\"%1\".sysusers WHERE name = ? LIMIT 1")
+            .arg(schema),
+        {name, name});
+    return id.isValid() ? id.toInt() : -1;
 }
 
 int NextObjectId(SqliteDb& db) {

@@ -129,8 +129,16 @@ int SessionState::OwnerUid(const QStringList& name, int) {
     if (name.size() < 2 || name[name.size() - 2].isEmpty())
         return mUid == 2 ? 1 : mUid;
     const QString& owner = name[name.size() - 2];
-    const QVariant uid =
-        mDb->Scalar(QStringLiteral("SELECT uid FROM sysusers WHERE name = ? AND issqlrole = 0"), {owner});
+    // A schema of that name first; the schema's owner and the database's owners may create in it.
+    const QList<QVariantList> schema =
+        mDb->Rows(QStringLiteral("SELECT id, owner FROM engine_schemas WHERE name = ?"), {owner});
+    if (!schema.isEmpty() && (IsDbOwner() || MyPrincipals().contains(schema.first()[1].toInt())))
+        return schema.first()[0].toInt();
+    const QVariant uid = schema.isEmpty()
+                             ? mDb->Scalar(QStringLiteral("SELECT uid FROM sysusers WHERE name = ? "
+                                                          "AND issqlrole = 0"),
+                                           {owner})
+                             : QVariant();
     if (!uid.isValid())
         throw ServerError::Make(
             2760, 16,

@@ -526,6 +526,10 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
     case K::DropRole:
         Principal(s);
         return Flow::Normal;
+    case K::CreateSchema:
+    case K::DropSchema:
+        RunSchema(s);
+        return Flow::Normal;
     case K::Raiserror:
         RunRaiserror(s);
         return Flow::Normal;

@@ -144,6 +144,7 @@ private:
     void Truncate(const SqlStatement& s);
     void Permission(const SqlStatement& s);
     void Principal(const SqlStatement& s);
+    void RunSchema(const SqlStatement& s);
     void UseDatabase(const SqlStatement& s);
     void SetOption(const SqlStatement& s);
     void WriteColumns(int id, const QList<SqlParam>& params, int number);

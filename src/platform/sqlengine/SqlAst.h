@@ -191,6 +191,8 @@ struct SqlStatement {
         DropUser,
         CreateRole,
         DropRole,
+        CreateSchema,
+        DropSchema,
         Raiserror,
         Break,
         Continue,

@@ -796,10 +796,9 @@ void ObjectId(sqlite3_context* ctx, int, sqlite3_value** a) {
         const QString base = QStringLiteral("SELECT o.id FROM \"%1\".sysobjects o ").arg(schema);
         QVariant id;
         if (!owner.isEmpty()) {
-            id = lookup(base + QStringLiteral(
-                                   "JOIN \"%1\".sysusers u ON u.uid = o.uid WHERE o.name = ? AND u.name = ?")
-                                   .arg(schema),
-                        {parts.last(), owner});
+            const int ownerId = Catalogue::SchemaId(db, schema, owner);
+            if (ownerId >= 0)
+                id = lookup(base + QStringLiteral("WHERE o.name = ? AND o.uid = ?"), {parts.last(), ownerId});
         } else {
             id = lookup(base + QStringLiteral("WHERE o.name = ? AND o.uid = ?"), {parts.last(), uid});
             if (!id.isValid())

@@ -213,9 +213,20 @@ SqlStatementP SqlParser::ParseCreate(bool first, bool alter) {
             ParseName();
         return s;
     }
-    if (w == QLatin1String("SCHEMA") || w == QLatin1String("TYPE") || w == QLatin1String("SYNONYM") ||
-        w == QLatin1String("DEFAULT") || w == QLatin1String("RULE") || w == QLatin1String("ASSEMBLY") ||
-        w == QLatin1String("SEQUENCE"))
+    if (w == QLatin1String("SCHEMA")) {
+        auto s = MakeStatement(SqlStatement::Kind::CreateSchema, keyword);
+        Next();
+        // The name may be left out when AUTHORIZATION follows, and then is the owner's.
+        if (!Peek().IsWord("AUTHORIZATION"))
+            s->name = ParseName();
+        if (AcceptWord("AUTHORIZATION"))
+            s->loginName = ParseName();
+        if (s->name.isEmpty())
+            s->name = s->loginName;
+        return s;
+    }
+    if (w == QLatin1String("TYPE") || w == QLatin1String("SYNONYM") || w == QLatin1String("DEFAULT") ||
+        w == QLatin1String("RULE") || w == QLatin1String("ASSEMBLY") || w == QLatin1String("SEQUENCE"))
         Unsupported(QStringLiteral("CREATE %1").arg(w), t.line);
     Fail(t);
 }
@@ -514,6 +525,16 @@ SqlStatementP SqlParser::ParseDrop() {
     QString kind = t.text.toUpper();
     if (kind == QLatin1String("PROC"))
         kind = QStringLiteral("PROCEDURE");
+    if (kind == QLatin1String("SCHEMA")) {
+        auto s = MakeStatement(SqlStatement::Kind::DropSchema, keyword);
+        if (Peek().IsWord("IF") && Peek(1).IsWord("EXISTS")) {
+            Next();
+            Next();
+            s->objectKind = QStringLiteral("IF EXISTS");
+        }
+        s->name = ParseName();
+        return s;
+    }
     if (kind == QLatin1String("DATABASE") || kind == QLatin1String("LOGIN") ||
         kind == QLatin1String("USER") || kind == QLatin1String("ROLE")) {
         const auto k = kind == QLatin1String("DATABASE") ? SqlStatement::Kind::DropDatabase
@@ -528,9 +549,8 @@ SqlStatementP SqlParser::ParseDrop() {
                                       QStringLiteral("FUNCTION"), QStringLiteral("VIEW"),
                                       QStringLiteral("TRIGGER"),  QStringLiteral("INDEX")};
     if (!kinds.contains(kind)) {
-        if (kind == QLatin1String("SCHEMA") || kind == QLatin1String("TYPE") ||
-            kind == QLatin1String("SYNONYM") || kind == QLatin1String("DEFAULT") ||
-            kind == QLatin1String("RULE"))
+        if (kind == QLatin1String("TYPE") || kind == QLatin1String("SYNONYM") ||
+            kind == QLatin1String("DEFAULT") || kind == QLatin1String("RULE"))
             Unsupported(QStringLiteral("DROP %1").arg(kind), t.line);
         Fail(t);
     }

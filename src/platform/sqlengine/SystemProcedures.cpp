@@ -468,7 +468,9 @@ void SessionState::HelpProtect(const QVariantList& args) {
         "SELECT CASE WHEN p.id = 0 THEN '.' ELSE ou.name END, CASE WHEN p.id = 0 THEN '.' ELSE o.name END, "
         "g.name, "
         "gr.name, p.protecttype, p.action, o.xtype FROM sysprotects p JOIN sysusers g ON g.uid = p.uid "
-        "LEFT JOIN sysobjects o ON o.id = p.id LEFT JOIN sysusers ou ON ou.uid = o.uid "
+        "LEFT JOIN sysobjects o ON o.id = p.id LEFT JOIN (SELECT uid, name FROM sysusers UNION ALL SELECT "
+        "id, name FROM "
+        "engine_schemas) ou ON ou.uid = o.uid "
         "LEFT JOIN sysusers gr ON gr.uid = p.grantor WHERE 1 = 1");
     QVariantList params;
     bool nothing = false;
