@@ -41,6 +41,15 @@ const SystemType kTypes[] = {
     {"timestamp", 189, 189, 8, 0, 0, false, false, false},
     {"sql_variant", 98, 98, 8016, 0, 0, false, false, false},
     {"sysname", 231, 256, 256, 0, 0, true, true, true},
+    // The types of the newer servers. The dates keep the text of datetime; the others are kept as
+    // written (xml as text, the spatial and hierarchy types as bytes) and not interpreted.
+    {"time", 41, 41, 5, 16, 7, false, false, false},
+    {"datetime2", 42, 42, 8, 27, 7, false, false, false},
+    {"datetimeoffset", 43, 43, 10, 34, 7, false, false, false},
+    {"xml", 241, 241, -1, 0, 0, false, true, true},
+    {"hierarchyid", 240, 128, 892, 0, 0, true, false, false},
+    {"geometry", 240, 129, -1, 0, 0, true, false, false},
+    {"geography", 240, 130, -1, 0, 0, true, false, false},
 };
 
 // The schemas made with CREATE SCHEMA. Their ids start far above the users' (below 16384) and the
@@ -238,6 +247,18 @@ void DescribeDeclaredType(const QString& decl, int* typeId, int* length, int* pr
     }
     *typeId = t->xtype;
     ColumnSize(spec, length, precision, scale);
+    // Results describe the newer types as the older ones the clients of this server read: the dates
+    // as datetime, the rest as text.
+    if (t->xtype == 42 || t->xtype == 43) {
+        *typeId = 61;
+        *length = 8;
+        *precision = 23;
+        *scale = 3;
+    } else if (t->xtype == 41 || t->xtype == 240 || t->xtype == 241) {
+        *typeId = 231;
+        *length = 8000;
+        *precision = *scale = 0;
+    }
 }
 
 void CreateDatabaseCatalogue(SqliteDb& db, const QByteArray& ownerSid) {
