@@ -285,6 +285,7 @@ void SessionState::CreateTable(const SqlStatement& s) {
              (c.identity ? 0x80 : 0) | (nullable ? 0x08 : 0), t->xtype, t->xusertype, precision, scale,
              nullable ? 1 : 0});
     }
+    defs += CheckConstraints(s, id, name, uid);
     bool identityKey = false;
     for (const SqlColumnDef& c : s.columnDefs)
         identityKey = identityKey || c.identity;

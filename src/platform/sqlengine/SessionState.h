@@ -145,6 +145,10 @@ private:
     void Permission(const SqlStatement& s);
     void Principal(const SqlStatement& s);
     void RunSchema(const SqlStatement& s);
+    // The CHECK constraints of a new table: recorded in the catalogue, and returned as the clauses of
+    // its SQLite table that enforce them.
+    QStringList CheckConstraints(const SqlStatement& s, int tableId, const QString& table, int uid);
+    ServerError CheckConflict(int checkId, const QString& verb);
     void UseDatabase(const SqlStatement& s);
     void SetOption(const SqlStatement& s);
     void WriteColumns(int id, const QList<SqlParam>& params, int number);

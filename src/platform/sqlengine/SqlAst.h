@@ -131,6 +131,14 @@ struct SqlSelect {
     int line = 1;
 };
 
+// A CHECK constraint as written: its name (empty when the server names it) and its condition.
+struct SqlCheck {
+    QString name;
+    QString column; // the column it was written on; empty at table level
+    SqlExprP condition;
+    QString text;
+};
+
 struct SqlColumnDef {
     QString name;
     SqlTypeSpec type;
@@ -230,6 +238,7 @@ struct SqlStatement {
     QList<SqlColumnDef> columnDefs;
     QStringList primaryKey; // table-level PRIMARY KEY
     QString constraintName;
+    QList<SqlCheck> checks; // of the table and its columns
 
     // DROP x a, b / CREATE/ALTER module
     QString objectKind; // TABLE, PROCEDURE, FUNCTION, VIEW, TRIGGER, INDEX, DATABASE, ...

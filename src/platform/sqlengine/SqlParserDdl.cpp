@@ -377,14 +377,35 @@ QList<SqlParam> SqlParser::ParseParams(bool parenthesised) {
     return list;
 }
 
-void SqlParser::ParseColumnDef(SqlColumnDef& c) {
+SqlCheck SqlParser::ParseCheck(const QString& name, const QString& column) {
+    SqlCheck check;
+    check.name = name;
+    check.column = column;
+    if (Peek().IsWord("NOT") && Peek(1).IsWord("FOR")) {
+        Next();
+        Next();
+        ExpectWord("REPLICATION");
+    }
+    ExpectSymbol("(");
+    const int from = Peek().begin;
+    check.condition = ParseExpr();
+    check.text = mText.mid(from, Peek().begin - from).trimmed();
+    ExpectSymbol(")");
+    return check;
+}
+
+void SqlParser::ParseColumnDef(SqlColumnDef& c, QList<SqlCheck>* checks) {
     c.name = ParseName();
     if (AcceptWord("AS"))
         Unsupported(QStringLiteral("computed columns"), Peek().line);
     c.type = ParseTypeSpec();
+    QString constraint;
     for (;;) {
-        if (AcceptWord("COLLATE") || AcceptWord("CONSTRAINT")) {
-            ParseName(); // a collation or a constraint's name, read and let go
+        if (AcceptWord("COLLATE")) {
+            ParseName();
+        } else if (AcceptWord("CONSTRAINT")) {
+            constraint = ParseName();
+            continue;
         } else if (AcceptWord("NULL")) {
             c.nullable = true;
             c.nullGiven = true;
@@ -443,7 +464,10 @@ void SqlParser::ParseColumnDef(SqlColumnDef& c) {
                 }
             }
         } else if (AcceptWord("CHECK")) {
-            Unsupported(QStringLiteral("CHECK constraints"), Peek().line);
+            const SqlCheck check = ParseCheck(constraint, c.name);
+            if (!checks)
+                Unsupported(QStringLiteral("CHECK constraints here"), Peek().line);
+            checks->append(check);
         } else if (AcceptWord("ROWGUIDCOL")) {
         } else {
             break;
@@ -456,9 +480,11 @@ void SqlParser::ParseTableBody(const SqlStatementP& s) {
     do {
         if (Peek().IsSymbol(")"))
             break;
+        QString itemName;
         if (AcceptWord("CONSTRAINT"))
-            s->constraintName = ParseName();
+            itemName = ParseName();
         if (AcceptWord("PRIMARY")) {
+            s->constraintName = itemName;
             ExpectWord("KEY");
             if (!AcceptWord("CLUSTERED"))
                 AcceptWord("NONCLUSTERED");
@@ -498,10 +524,12 @@ void SqlParser::ParseTableBody(const SqlStatementP& s) {
             }
             continue;
         }
-        if (Peek().IsWord("CHECK"))
-            Unsupported(QStringLiteral("CHECK constraints"), Peek().line);
+        if (AcceptWord("CHECK")) {
+            s->checks.append(ParseCheck(itemName, QString()));
+            continue;
+        }
         SqlColumnDef c;
-        ParseColumnDef(c);
+        ParseColumnDef(c, &s->checks);
         s->columnDefs.append(c);
     } while (AcceptSymbol(","));
     ExpectSymbol(")");
