@@ -194,6 +194,21 @@ void SessionState::CreateTable(const SqlStatement& s) {
     if (s.target.size() >= 3 && !s.target[s.target.size() - 3].isEmpty() &&
         s.target[s.target.size() - 3].compare(database, Qt::CaseInsensitive) != 0)
         throw ServerError::Unsupported(QStringLiteral("creating tables in another database"));
+    // Columns of user types are made as columns of their base types.
+    for (const SqlColumnDef& c : s.columnDefs)
+        if (!Catalogue::FindType(c.type.name) && Catalogue::FindType(ResolveType(c.type).name)) {
+            SqlStatement resolved = s;
+            for (SqlColumnDef& r : resolved.columnDefs) {
+                bool notNull = false;
+                r.type = ResolveType(r.type, &notNull);
+                if (notNull && !r.nullGiven) {
+                    r.nullable = false;
+                    r.nullGiven = true;
+                }
+            }
+            CreateTable(resolved);
+            return;
+        }
     const QString name = s.target.last();
     const int uid = OwnerUid(s.target, s.line);
     if (mDb->Scalar(QStringLiteral("SELECT 1 FROM sysobjects WHERE name = ? AND uid = ?"), {name, uid})

@@ -149,6 +149,10 @@ private:
     // its SQLite table that enforce them.
     QStringList CheckConstraints(const SqlStatement& s, int tableId, const QString& table, int uid);
     ServerError CheckConflict(int checkId, const QString& verb);
+    void CreateType(const SqlStatement& s);
+    // A type as the server's own: a user type gives its base type, and nullability when notNull is
+    // given; an unknown or system type comes back as it is.
+    SqlTypeSpec ResolveType(const SqlTypeSpec& type, bool* notNull = nullptr);
     void UseDatabase(const SqlStatement& s);
     void SetOption(const SqlStatement& s);
     void WriteColumns(int id, const QList<SqlParam>& params, int number);

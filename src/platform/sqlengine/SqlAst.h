@@ -201,6 +201,7 @@ struct SqlStatement {
         DropRole,
         CreateSchema,
         DropSchema,
+        CreateType,
         Raiserror,
         Break,
         Continue,

@@ -225,6 +225,29 @@ SqlStatementP SqlParser::ParseCreate(bool first, bool alter) {
             s->name = s->loginName;
         return s;
     }
+    if (w == QLatin1String("TYPE") && Peek(1).kind != SqlToken::Kind::Symbol) {
+        // CREATE TYPE name FROM base [NULL | NOT NULL]; table types are not taken.
+        int at = 2;
+        while (Peek(at).IsSymbol(".") && at < 6)
+            at += 2;
+        if (Peek(at).IsWord("FROM")) {
+            auto s = MakeStatement(SqlStatement::Kind::CreateType, keyword);
+            Next();
+            s->target = ParseMultiPartName();
+            ExpectWord("FROM");
+            SqlColumnDef c;
+            c.type = ParseTypeSpec();
+            if (AcceptWord("NULL")) {
+                c.nullGiven = true;
+            } else if (AcceptWord("NOT")) {
+                ExpectWord("NULL");
+                c.nullable = false;
+                c.nullGiven = true;
+            }
+            s->columnDefs.append(c);
+            return s;
+        }
+    }
     if (w == QLatin1String("TYPE") || w == QLatin1String("SYNONYM") || w == QLatin1String("DEFAULT") ||
         w == QLatin1String("RULE") || w == QLatin1String("ASSEMBLY") || w == QLatin1String("SEQUENCE"))
         Unsupported(QStringLiteral("CREATE %1").arg(w), t.line);

@@ -8,10 +8,13 @@
 
 namespace {
 
+// The id is read once, outside the look-ups, so that a bare column in it (SCHEMA_NAME(uid)) can't
+// bind to the catalogue table searched.
 const QString kSchemaName =
-    QStringLiteral("(SELECT CASE %2 WHEN 3 THEN 'INFORMATION_SCHEMA' WHEN 4 THEN 'sys' ELSE "
-                   "(SELECT sch.name FROM \"%1\".engine_schemas sch WHERE sch.id = %2 UNION ALL "
-                   "SELECT usr.name FROM \"%1\".sysusers usr WHERE usr.uid = %2 LIMIT 1) END)");
+    QStringLiteral("(SELECT CASE arg.v WHEN 3 THEN 'INFORMATION_SCHEMA' WHEN 4 THEN 'sys' ELSE "
+                   "(SELECT sch.name FROM \"%1\".engine_schemas sch WHERE sch.id = arg.v UNION ALL "
+                   "SELECT usr.name FROM \"%1\".sysusers usr WHERE usr.uid = arg.v LIMIT 1) END "
+                   "FROM (SELECT %2 AS v) arg)");
 
 } // namespace
 
