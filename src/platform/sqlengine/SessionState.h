@@ -150,6 +150,7 @@ private:
     QStringList CheckConstraints(const SqlStatement& s, int tableId, const QString& table, int uid);
     ServerError CheckConflict(int checkId, const QString& verb);
     void CreateType(const SqlStatement& s);
+    void AddType(const SqlStatement& s, const QVariantList& args);
     // A type as the server's own: a user type gives its base type, and nullability when notNull is
     // given; an unknown or system type comes back as it is.
     SqlTypeSpec ResolveType(const SqlTypeSpec& type, bool* notNull = nullptr);
