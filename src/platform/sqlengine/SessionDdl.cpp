@@ -196,7 +196,8 @@ void SessionState::CreateTable(const SqlStatement& s) {
         throw ServerError::Unsupported(QStringLiteral("creating tables in another database"));
     // Columns of user types are made as columns of their base types.
     for (const SqlColumnDef& c : s.columnDefs)
-        if (!Catalogue::FindType(c.type.name) && Catalogue::FindType(ResolveType(c.type).name)) {
+        if (!c.computed && !Catalogue::FindType(c.type.name) &&
+            Catalogue::FindType(ResolveType(c.type).name)) {
             SqlStatement resolved = s;
             for (SqlColumnDef& r : resolved.columnDefs) {
                 bool notNull = false;
@@ -225,7 +226,7 @@ void SessionState::CreateTable(const SqlStatement& s) {
                                "'%2' is specified more than once.")
                     .arg(c.name, name));
         seen.append(c.name.toLower());
-        if (!Catalogue::FindType(c.type.name))
+        if (!c.computed && !Catalogue::FindType(c.type.name))
             throw ServerError::Make(
                 2715, 16,
                 QStringLiteral("Column, parameter, or variable #%1: Cannot find data type %2.")
@@ -267,6 +268,24 @@ void SessionState::CreateTable(const SqlStatement& s) {
                                "'%1'.")
                     .arg(name));
         QString def = SqlTranslator::Quote(c.name) + u' ';
+        if (c.computed) {
+            // Computed by SQLite as a generated column; its type is that of the expression.
+            SqlTranslator tr(*this);
+            const QString expr = tr.Expr(*c.computed);
+            if (!tr.Params().isEmpty())
+                throw ServerError::Unsupported(QStringLiteral("this computed column"));
+            def += QStringLiteral("AS (%1) %2")
+                       .arg(expr, c.persisted ? QStringLiteral("STORED") : QStringLiteral("VIRTUAL"));
+            defs.append(def);
+            mDb->Exec(
+                QStringLiteral(
+                    "INSERT INTO syscolumns (name, id, xtype, typestat, xusertype, length, xprec, xscale, "
+                    "colid, xoffset, bitpos, reserved, colstat, cdefault, domain, number, colorder, "
+                    "offset, collationid, status, type, usertype, prec, scale, iscomputed, isoutparam, "
+                    "isnullable) VALUES (?,?,98,0,98,8016,0,0,?,0,0,0,0,0,0,0,0,0,0,8,98,98,0,0,1,0,1)"),
+                {c.name, id, ++colid});
+            continue;
+        }
         if (c.identity) {
             if (c.increment != 1 || (!pk.isEmpty() && !(pk.size() == 1 && inPk)))
                 throw ServerError::Unsupported(

@@ -150,6 +150,8 @@ struct SqlColumnDef {
     bool unique = false;
     SqlExprP defaultValue;
     QString defaultText;
+    SqlExprP computed; // AS expression
+    bool persisted = false;
 };
 
 struct SqlParam {

@@ -419,9 +419,12 @@ SqlCheck SqlParser::ParseCheck(const QString& name, const QString& column) {
 
 void SqlParser::ParseColumnDef(SqlColumnDef& c, QList<SqlCheck>* checks) {
     c.name = ParseName();
-    if (AcceptWord("AS"))
-        Unsupported(QStringLiteral("computed columns"), Peek().line);
-    c.type = ParseTypeSpec();
+    if (AcceptWord("AS")) {
+        c.computed = ParseExpr();
+        c.persisted = AcceptWord("PERSISTED");
+    } else {
+        c.type = ParseTypeSpec();
+    }
     QString constraint;
     for (;;) {
         if (AcceptWord("COLLATE")) {
