@@ -158,9 +158,10 @@ void SessionState::WriteColumns(int id, const QList<SqlParam>& params, int numbe
     mDb->Exec(QStringLiteral("DELETE FROM syscolumns WHERE id = ?"), {id});
     int colid = 0;
     for (const SqlParam& p : params) {
-        const SystemType* t = Catalogue::FindType(p.type.name);
+        const SqlTypeSpec type = ResolveType(p.type);
+        const SystemType* t = Catalogue::FindType(type.name);
         int length = 0, precision = 0, scale = 0;
-        Catalogue::ColumnSize(p.type, &length, &precision, &scale);
+        Catalogue::ColumnSize(type, &length, &precision, &scale);
         const bool returnValue = p.name.isEmpty();
         const int thisColid = returnValue ? 0 : ++colid;
         mDb->Exec(QStringLiteral(
@@ -580,7 +581,7 @@ void SessionState::CreateModule(const SqlStatement& s) {
     }
     for (int i = 0; i < columns.size(); ++i)
         if (!columns[i].type.name.isEmpty() && columns[i].type.name != QLatin1String("cursor") &&
-            !Catalogue::FindType(columns[i].type.name))
+            !Catalogue::FindType(ResolveType(columns[i].type).name))
             throw ServerError::Make(
                 2715, 16,
                 QStringLiteral("Column, parameter, or variable #%1: Cannot find data type %2.")
