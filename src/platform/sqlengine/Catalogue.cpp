@@ -41,7 +41,21 @@ const SystemType kTypes[] = {
     {"timestamp", 189, 189, 8, 0, 0, false, false, false},
     {"sql_variant", 98, 98, 8016, 0, 0, false, false, false},
     {"sysname", 231, 256, 256, 0, 0, true, true, true},
+    // The types of the newer servers. The dates keep the text of datetime; the others are kept as
+    // written (xml as text, the spatial and hierarchy types as bytes) and not interpreted.
+    {"time", 41, 41, 5, 16, 7, false, false, false},
+    {"datetime2", 42, 42, 8, 27, 7, false, false, false},
+    {"datetimeoffset", 43, 43, 10, 34, 7, false, false, false},
+    {"xml", 241, 241, -1, 0, 0, false, true, true},
+    {"hierarchyid", 240, 128, 892, 0, 0, true, false, false},
+    {"geometry", 240, 129, -1, 0, 0, true, false, false},
+    {"geography", 240, 130, -1, 0, 0, true, false, false},
 };
+
+// The schemas made with CREATE SCHEMA. Their ids start far above the users' (below 16384) and the
+// roles' (from 16384), so that sysobjects.uid names either a user or a schema, never both.
+const char* const kSchemaTable = "CREATE TABLE IF NOT EXISTS engine_schemas (id int PRIMARY KEY, name "
+                                 "nvarchar(128) COLLATE TSQL UNIQUE, owner int)";
 
 const char* kCatalogueDdl[] = {
     "CREATE TABLE sysobjects (name nvarchar(128) COLLATE TSQL, id int PRIMARY KEY, xtype char(2) COLLATE "
@@ -83,6 +97,7 @@ const char* kCatalogueDdl[] = {
     // default schema.
     "CREATE TABLE engine_triggers (id int PRIMARY KEY, isinsert int, isupdate int, isdelete int)",
     "CREATE TABLE engine_info (name text PRIMARY KEY, value)",
+    kSchemaTable,
 };
 
 // The look-ups the server answers from an index: an object by name and owner, the parts of an
@@ -109,6 +124,14 @@ void CreateIndexes(SqliteDb& db) {
 namespace Catalogue {
 
 void EnsureIndexes(SqliteDb& db) {
+    // A database from before the schemas gets their table; one that can't be written answers
+    // without schemas until it can.
+    try {
+        if (!db.Scalar(QStringLiteral("SELECT 1 FROM main.sqlite_master WHERE name = 'engine_schemas'"))
+                 .isValid())
+            db.Exec(QString::fromLatin1(kSchemaTable));
+    } catch (const SqliteError&) {
+    }
     const qlonglong present =
         db.Scalar(
               QStringLiteral("SELECT COUNT(*) FROM main.sqlite_master WHERE type = 'index' AND name IN "
@@ -224,6 +247,18 @@ void DescribeDeclaredType(const QString& decl, int* typeId, int* length, int* pr
     }
     *typeId = t->xtype;
     ColumnSize(spec, length, precision, scale);
+    // Results describe the newer types as the older ones the clients of this server read: the dates
+    // as datetime, the rest as text.
+    if (t->xtype == 42 || t->xtype == 43) {
+        *typeId = 61;
+        *length = 8;
+        *precision = 23;
+        *scale = 3;
+    } else if (t->xtype == 41 || t->xtype == 240 || t->xtype == 241) {
+        *typeId = 231;
+        *length = 8000;
+        *precision = *scale = 0;
+    }
 }
 
 void CreateDatabaseCatalogue(SqliteDb& db, const QByteArray& ownerSid) {
@@ -351,12 +386,12 @@ CatalogueObject FindObject(SqliteDb& db, const QString& schema, const QString& n
     const QString base =
         QStringLiteral("SELECT o.id, o.name, o.uid, o.xtype, o.parent_obj FROM \"%1\".sysobjects o ")
             .arg(schema);
-    if (!owner.isEmpty())
-        return ReadObject(
-            db.Rows(base + QStringLiteral("JOIN \"%1\".sysusers u ON u.uid = o.uid WHERE o.name = ? "
-                                          "AND u.name = ?")
-                               .arg(schema),
-                    {name, owner}));
+    if (!owner.isEmpty()) {
+        const int ownerId = SchemaId(db, schema, owner);
+        if (ownerId < 0)
+            return {};
+        return ReadObject(db.Rows(base + QStringLiteral("WHERE o.name = ? AND o.uid = ?"), {name, ownerId}));
+    }
     CatalogueObject own =
         ReadObject(db.Rows(base + QStringLiteral("WHERE o.name = ? AND o.uid = ?"), {name, userUid}));
     if (own.IsValid() || userUid == 1)
@@ -478,8 +513,21 @@ const ObjectType* StatementObjectType(sqlite3_context* ctx, SqliteDb& db, sqlite
 }
 
 QString UserName(SqliteDb& db, const QString& schema, int uid) {
+    if (uid >= kFirstSchemaId)
+        return db
+            .Scalar(QStringLiteral("SELECT name FROM \"%1\".engine_schemas WHERE id = ?").arg(schema), {uid})
+            .toString();
     return db.Scalar(QStringLiteral("SELECT name FROM \"%1\".sysusers WHERE uid = ?").arg(schema), {uid})
         .toString();
+}
+
+int SchemaId(SqliteDb& db, const QString& schema, const QString& name) {
+    const QVariant id = db.Scalar(
+        QStringLiteral("SELECT id FROM \"%1\".engine_schemas WHERE name = ? UNION ALL SELECT uid FROM "
+                       "\"%1\".sysusers WHERE name = ? LIMIT 1")
+            .arg(schema),
+        {name, name});
+    return id.isValid() ? id.toInt() : -1;
 }
 
 int NextObjectId(SqliteDb& db) {

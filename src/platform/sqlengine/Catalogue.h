@@ -99,7 +99,13 @@ private:
 const ObjectType* StatementObjectType(sqlite3_context* ctx, SqliteDb& db, sqlite3_value* schemaArg, qint64 id,
                                       ObjectType& scratch);
 int UserUid(SqliteDb& db, const QString& schema, const QString& name); // -1 when missing
+// The name of a user or schema by its id (sysobjects.uid holds either).
 QString UserName(SqliteDb& db, const QString& schema, int uid);
+// Schemas made with CREATE SCHEMA have ids from here on; below it an owner is a user or role.
+constexpr int kFirstSchemaId = 30000;
+// The id an owner name stands for in a two-part name: a schema of that name, else a user or role;
+// -1 when neither.
+int SchemaId(SqliteDb& db, const QString& schema, const QString& name);
 int NextObjectId(SqliteDb& db);
 QString Now();
 

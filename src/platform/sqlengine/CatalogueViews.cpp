@@ -42,11 +42,12 @@ QString Definition(const QString& s, const QString& id) {
         .arg(s, id);
 }
 
-// The schemas a database shows: the four every database has and one per user or role that owns
-// objects (owners are users in this catalogue, their schema has the user's id).
+// The schemas a database shows: the four every database has, one per user or role (the owners of
+// the older databases, their schema has the user's id) and those made with CREATE SCHEMA.
 QString Schemas(const QString& s) {
     return QStringLiteral("SELECT name, uid AS schema_id, uid AS principal_id FROM \"%1\".sysusers "
                           "WHERE uid NOT IN (3, 4) AND (issqlrole = 0 OR uid BETWEEN 16384 AND 16393) "
+                          "UNION ALL SELECT name, id, owner FROM \"%1\".engine_schemas "
                           "UNION ALL SELECT 'INFORMATION_SCHEMA', 3, 3 UNION ALL SELECT 'sys', 4, 4")
         .arg(s);
 }
@@ -107,7 +108,9 @@ QString Triggers(const QString& s) {
 }
 
 QString SchemaName(const QString& s, const QString& uid) {
-    return QStringLiteral("(SELECT u.name FROM \"%1\".sysusers u WHERE u.uid = %2)").arg(s, uid);
+    return QStringLiteral("(SELECT u.name FROM \"%1\".engine_schemas u WHERE u.id = %2 UNION ALL SELECT "
+                          "u.name FROM \"%1\".sysusers u WHERE u.uid = %2 LIMIT 1)")
+        .arg(s, uid);
 }
 
 QString InfoTables(const QString& s, const QString& catalog) {

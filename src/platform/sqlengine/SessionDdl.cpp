@@ -129,8 +129,16 @@ int SessionState::OwnerUid(const QStringList& name, int) {
     if (name.size() < 2 || name[name.size() - 2].isEmpty())
         return mUid == 2 ? 1 : mUid;
     const QString& owner = name[name.size() - 2];
-    const QVariant uid =
-        mDb->Scalar(QStringLiteral("SELECT uid FROM sysusers WHERE name = ? AND issqlrole = 0"), {owner});
+    // A schema of that name first; the schema's owner and the database's owners may create in it.
+    const QList<QVariantList> schema =
+        mDb->Rows(QStringLiteral("SELECT id, owner FROM engine_schemas WHERE name = ?"), {owner});
+    if (!schema.isEmpty() && (IsDbOwner() || MyPrincipals().contains(schema.first()[1].toInt())))
+        return schema.first()[0].toInt();
+    const QVariant uid = schema.isEmpty()
+                             ? mDb->Scalar(QStringLiteral("SELECT uid FROM sysusers WHERE name = ? "
+                                                          "AND issqlrole = 0"),
+                                           {owner})
+                             : QVariant();
     if (!uid.isValid())
         throw ServerError::Make(
             2760, 16,
@@ -150,9 +158,10 @@ void SessionState::WriteColumns(int id, const QList<SqlParam>& params, int numbe
     mDb->Exec(QStringLiteral("DELETE FROM syscolumns WHERE id = ?"), {id});
     int colid = 0;
     for (const SqlParam& p : params) {
-        const SystemType* t = Catalogue::FindType(p.type.name);
+        const SqlTypeSpec type = ResolveType(p.type);
+        const SystemType* t = Catalogue::FindType(type.name);
         int length = 0, precision = 0, scale = 0;
-        Catalogue::ColumnSize(p.type, &length, &precision, &scale);
+        Catalogue::ColumnSize(type, &length, &precision, &scale);
         const bool returnValue = p.name.isEmpty();
         const int thisColid = returnValue ? 0 : ++colid;
         mDb->Exec(QStringLiteral(
@@ -190,6 +199,22 @@ void SessionState::CreateTable(const SqlStatement& s) {
     if (s.target.size() >= 3 && !s.target[s.target.size() - 3].isEmpty() &&
         s.target[s.target.size() - 3].compare(database, Qt::CaseInsensitive) != 0)
         throw ServerError::Unsupported(QStringLiteral("creating tables in another database"));
+    // Columns of user types are made as columns of their base types.
+    for (const SqlColumnDef& c : s.columnDefs)
+        if (!c.computed && !Catalogue::FindType(c.type.name) &&
+            Catalogue::FindType(ResolveType(c.type).name)) {
+            SqlStatement resolved = s;
+            for (SqlColumnDef& r : resolved.columnDefs) {
+                bool notNull = false;
+                r.type = ResolveType(r.type, &notNull);
+                if (notNull && !r.nullGiven) {
+                    r.nullable = false;
+                    r.nullGiven = true;
+                }
+            }
+            CreateTable(resolved);
+            return;
+        }
     const QString name = s.target.last();
     const int uid = OwnerUid(s.target, s.line);
     if (mDb->Scalar(QStringLiteral("SELECT 1 FROM sysobjects WHERE name = ? AND uid = ?"), {name, uid})
@@ -206,7 +231,7 @@ void SessionState::CreateTable(const SqlStatement& s) {
                                "'%2' is specified more than once.")
                     .arg(c.name, name));
         seen.append(c.name.toLower());
-        if (!Catalogue::FindType(c.type.name))
+        if (!c.computed && !Catalogue::FindType(c.type.name))
             throw ServerError::Make(
                 2715, 16,
                 QStringLiteral("Column, parameter, or variable #%1: Cannot find data type %2.")
@@ -248,6 +273,24 @@ void SessionState::CreateTable(const SqlStatement& s) {
                                "'%1'.")
                     .arg(name));
         QString def = SqlTranslator::Quote(c.name) + u' ';
+        if (c.computed) {
+            // Computed by SQLite as a generated column; its type is that of the expression.
+            SqlTranslator tr(*this);
+            const QString expr = tr.Expr(*c.computed);
+            if (!tr.Params().isEmpty())
+                throw ServerError::Unsupported(QStringLiteral("this computed column"));
+            def += QStringLiteral("AS (%1) %2")
+                       .arg(expr, c.persisted ? QStringLiteral("STORED") : QStringLiteral("VIRTUAL"));
+            defs.append(def);
+            mDb->Exec(
+                QStringLiteral(
+                    "INSERT INTO syscolumns (name, id, xtype, typestat, xusertype, length, xprec, xscale, "
+                    "colid, xoffset, bitpos, reserved, colstat, cdefault, domain, number, colorder, "
+                    "offset, collationid, status, type, usertype, prec, scale, iscomputed, isoutparam, "
+                    "isnullable) VALUES (?,?,98,0,98,8016,0,0,?,0,0,0,0,0,0,0,0,0,0,8,98,98,0,0,1,0,1)"),
+                {c.name, id, ++colid});
+            continue;
+        }
         if (c.identity) {
             if (c.increment != 1 || (!pk.isEmpty() && !(pk.size() == 1 && inPk)))
                 throw ServerError::Unsupported(
@@ -281,6 +324,7 @@ void SessionState::CreateTable(const SqlStatement& s) {
              (c.identity ? 0x80 : 0) | (nullable ? 0x08 : 0), t->xtype, t->xusertype, precision, scale,
              nullable ? 1 : 0});
     }
+    defs += CheckConstraints(s, id, name, uid);
     bool identityKey = false;
     for (const SqlColumnDef& c : s.columnDefs)
         identityKey = identityKey || c.identity;
@@ -541,7 +585,7 @@ void SessionState::CreateModule(const SqlStatement& s) {
     }
     for (int i = 0; i < columns.size(); ++i)
         if (!columns[i].type.name.isEmpty() && columns[i].type.name != QLatin1String("cursor") &&
-            !Catalogue::FindType(columns[i].type.name))
+            !Catalogue::FindType(ResolveType(columns[i].type).name))
             throw ServerError::Make(
                 2715, 16,
                 QStringLiteral("Column, parameter, or variable #%1: Cannot find data type %2.")

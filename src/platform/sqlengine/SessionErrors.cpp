@@ -58,6 +58,8 @@ ServerError SessionState::MapSqliteError(const SqliteError& e, const QString& ve
                 .arg(primary ? QStringLiteral("PRIMARY KEY") : QStringLiteral("UNIQUE KEY"), key,
                      Catalogue::UserName(*mDb, Schema(), o.uid), o.name));
     }
+    if (m.startsWith(QLatin1String("CHECK constraint failed: tsql_check_")))
+        return CheckConflict(m.mid(36).toInt(), verb);
     if (m.startsWith(QLatin1String("CHECK constraint failed: ")))
         return ServerError::Make(8152, 16, QStringLiteral("String or binary data would be truncated."));
     // SQLite's parser takes fewer levels of nesting than ours.

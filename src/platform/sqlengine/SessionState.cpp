@@ -526,6 +526,13 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
     case K::DropRole:
         Principal(s);
         return Flow::Normal;
+    case K::CreateSchema:
+    case K::DropSchema:
+        RunSchema(s);
+        return Flow::Normal;
+    case K::CreateType:
+        CreateType(s);
+        return Flow::Normal;
     case K::Raiserror:
         RunRaiserror(s);
         return Flow::Normal;
@@ -578,7 +585,8 @@ void SessionState::Declare(const SqlParam& p, const QVariant& value, int line, c
                            "be unique within a query batch or stored procedure.")
                 .arg(p.name),
             true);
-    if (!Catalogue::FindType(p.type.name))
+    const SqlTypeSpec type = ResolveType(p.type);
+    if (!Catalogue::FindType(type.name))
         throw ServerError::Make(
             2715, 16,
             QStringLiteral("Column, parameter, or variable #%1: Cannot find data type %2.")
@@ -586,7 +594,7 @@ void SessionState::Declare(const SqlParam& p, const QVariant& value, int line, c
                 .arg(p.type.name),
             true);
     Q_UNUSED(line);
-    Top().vars.insert(key, Var{p.type, Convert(value, p.type), by});
+    Top().vars.insert(key, Var{type, Convert(value, type), by});
 }
 
 void SessionState::Assign(const QString& name, const QVariant& value, int) {

@@ -148,6 +148,16 @@ private:
     void Truncate(const SqlStatement& s);
     void Permission(const SqlStatement& s);
     void Principal(const SqlStatement& s);
+    void RunSchema(const SqlStatement& s);
+    // The CHECK constraints of a new table: recorded in the catalogue, and returned as the clauses of
+    // its SQLite table that enforce them.
+    QStringList CheckConstraints(const SqlStatement& s, int tableId, const QString& table, int uid);
+    ServerError CheckConflict(int checkId, const QString& verb);
+    void CreateType(const SqlStatement& s);
+    void AddType(const SqlStatement& s, const QVariantList& args);
+    // A type as the server's own: a user type gives its base type, and nullability when notNull is
+    // given; an unknown or system type comes back as it is.
+    SqlTypeSpec ResolveType(const SqlTypeSpec& type, bool* notNull = nullptr);
     void UseDatabase(const SqlStatement& s);
     void SetOption(const SqlStatement& s);
     void WriteColumns(int id, const QList<SqlParam>& params, int number);

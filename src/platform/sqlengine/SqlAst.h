@@ -131,6 +131,14 @@ struct SqlSelect {
     int line = 1;
 };
 
+// A CHECK constraint as written: its name (empty when the server names it) and its condition.
+struct SqlCheck {
+    QString name;
+    QString column; // the column it was written on; empty at table level
+    SqlExprP condition;
+    QString text;
+};
+
 struct SqlColumnDef {
     QString name;
     SqlTypeSpec type;
@@ -142,6 +150,8 @@ struct SqlColumnDef {
     bool unique = false;
     SqlExprP defaultValue;
     QString defaultText;
+    SqlExprP computed; // AS expression
+    bool persisted = false;
 };
 
 struct SqlParam {
@@ -191,6 +201,9 @@ struct SqlStatement {
         DropUser,
         CreateRole,
         DropRole,
+        CreateSchema,
+        DropSchema,
+        CreateType,
         Raiserror,
         Break,
         Continue,
@@ -228,6 +241,7 @@ struct SqlStatement {
     QList<SqlColumnDef> columnDefs;
     QStringList primaryKey; // table-level PRIMARY KEY
     QString constraintName;
+    QList<SqlCheck> checks; // of the table and its columns
 
     // DROP x a, b / CREATE/ALTER module
     QString objectKind; // TABLE, PROCEDURE, FUNCTION, VIEW, TRIGGER, INDEX, DATABASE, ...

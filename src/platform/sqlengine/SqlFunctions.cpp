@@ -665,7 +665,8 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
         return sqlite3_result_double(ctx, d);
     }
     if (name == QLatin1String("datetime") || name == QLatin1String("smalldatetime") ||
-        name == QLatin1String("date")) {
+        name == QLatin1String("date") || name == QLatin1String("datetime2") ||
+        name == QLatin1String("datetimeoffset")) {
         QDateTime d;
         if (vt == SQLITE_TEXT)
             d = ParseDate(Text(v));
@@ -680,7 +681,7 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
             return ResultText(ctx, d.toString(QStringLiteral("yyyy-MM-dd")));
         return ResultText(ctx, FormatDate(d));
     }
-    if (t->character || name == QLatin1String("uniqueidentifier")) {
+    if (t->character || name == QLatin1String("uniqueidentifier") || name == QLatin1String("time")) {
         QString s;
         if (vt == SQLITE_FLOAT) {
             s = QString::number(sqlite3_value_double(v), 'g', 15);
@@ -796,10 +797,9 @@ void ObjectId(sqlite3_context* ctx, int, sqlite3_value** a) {
         const QString base = QStringLiteral("SELECT o.id FROM \"%1\".sysobjects o ").arg(schema);
         QVariant id;
         if (!owner.isEmpty()) {
-            id = lookup(base + QStringLiteral(
-                                   "JOIN \"%1\".sysusers u ON u.uid = o.uid WHERE o.name = ? AND u.name = ?")
-                                   .arg(schema),
-                        {parts.last(), owner});
+            const int ownerId = Catalogue::SchemaId(db, schema, owner);
+            if (ownerId >= 0)
+                id = lookup(base + QStringLiteral("WHERE o.name = ? AND o.uid = ?"), {parts.last(), ownerId});
         } else {
             id = lookup(base + QStringLiteral("WHERE o.name = ? AND o.uid = ?"), {parts.last(), uid});
             if (!id.isValid())

@@ -78,7 +78,8 @@ private:
     SqlStatementP ParseCreate(bool first, bool alter);
     SqlStatementP ParseModule(bool first, bool alter, const SqlToken& keyword);
     SqlStatementP ParseCreateTable(SqlStatementP s);
-    void ParseColumnDef(SqlColumnDef& c);
+    // checks: where the column's CHECK constraints go; null where they can't be taken.
+    void ParseColumnDef(SqlColumnDef& c, QList<SqlCheck>* checks = nullptr);
     void ParseTableBody(const SqlStatementP& s);
     SqlStatementP ParseDrop();
     SqlStatementP ParseIf();
@@ -113,6 +114,7 @@ private:
     QString ParseOptionalAlias();
 
     SqlExprP ParseExpr();
+    SqlCheck ParseCheck(const QString& name, const QString& column);
     SqlExprP ParseAnd();
     SqlExprP ParseNot();
     SqlExprP ParsePredicate();

@@ -213,9 +213,43 @@ SqlStatementP SqlParser::ParseCreate(bool first, bool alter) {
             ParseName();
         return s;
     }
-    if (w == QLatin1String("SCHEMA") || w == QLatin1String("TYPE") || w == QLatin1String("SYNONYM") ||
-        w == QLatin1String("DEFAULT") || w == QLatin1String("RULE") || w == QLatin1String("ASSEMBLY") ||
-        w == QLatin1String("SEQUENCE"))
+    if (w == QLatin1String("SCHEMA")) {
+        auto s = MakeStatement(SqlStatement::Kind::CreateSchema, keyword);
+        Next();
+        // The name may be left out when AUTHORIZATION follows, and then is the owner's.
+        if (!Peek().IsWord("AUTHORIZATION"))
+            s->name = ParseName();
+        if (AcceptWord("AUTHORIZATION"))
+            s->loginName = ParseName();
+        if (s->name.isEmpty())
+            s->name = s->loginName;
+        return s;
+    }
+    if (w == QLatin1String("TYPE") && Peek(1).kind != SqlToken::Kind::Symbol) {
+        // CREATE TYPE name FROM base [NULL | NOT NULL]; table types are not taken.
+        int at = 2;
+        while (Peek(at).IsSymbol(".") && at < 6)
+            at += 2;
+        if (Peek(at).IsWord("FROM")) {
+            auto s = MakeStatement(SqlStatement::Kind::CreateType, keyword);
+            Next();
+            s->target = ParseMultiPartName();
+            ExpectWord("FROM");
+            SqlColumnDef c;
+            c.type = ParseTypeSpec();
+            if (AcceptWord("NULL")) {
+                c.nullGiven = true;
+            } else if (AcceptWord("NOT")) {
+                ExpectWord("NULL");
+                c.nullable = false;
+                c.nullGiven = true;
+            }
+            s->columnDefs.append(c);
+            return s;
+        }
+    }
+    if (w == QLatin1String("TYPE") || w == QLatin1String("SYNONYM") || w == QLatin1String("DEFAULT") ||
+        w == QLatin1String("RULE") || w == QLatin1String("ASSEMBLY") || w == QLatin1String("SEQUENCE"))
         Unsupported(QStringLiteral("CREATE %1").arg(w), t.line);
     Fail(t);
 }
@@ -368,14 +402,38 @@ QList<SqlParam> SqlParser::ParseParams(bool parenthesised) {
     return list;
 }
 
-void SqlParser::ParseColumnDef(SqlColumnDef& c) {
+SqlCheck SqlParser::ParseCheck(const QString& name, const QString& column) {
+    SqlCheck check;
+    check.name = name;
+    check.column = column;
+    if (Peek().IsWord("NOT") && Peek(1).IsWord("FOR")) {
+        Next();
+        Next();
+        ExpectWord("REPLICATION");
+    }
+    ExpectSymbol("(");
+    const int from = Peek().begin;
+    check.condition = ParseExpr();
+    check.text = mText.mid(from, Peek().begin - from).trimmed();
+    ExpectSymbol(")");
+    return check;
+}
+
+void SqlParser::ParseColumnDef(SqlColumnDef& c, QList<SqlCheck>* checks) {
     c.name = ParseName();
-    if (AcceptWord("AS"))
-        Unsupported(QStringLiteral("computed columns"), Peek().line);
-    c.type = ParseTypeSpec();
+    if (AcceptWord("AS")) {
+        c.computed = ParseExpr();
+        c.persisted = AcceptWord("PERSISTED");
+    } else {
+        c.type = ParseTypeSpec();
+    }
+    QString constraint;
     for (;;) {
-        if (AcceptWord("COLLATE") || AcceptWord("CONSTRAINT")) {
-            ParseName(); // a collation or a constraint's name, read and let go
+        if (AcceptWord("COLLATE")) {
+            ParseName();
+        } else if (AcceptWord("CONSTRAINT")) {
+            constraint = ParseName();
+            continue;
         } else if (AcceptWord("NULL")) {
             c.nullable = true;
             c.nullGiven = true;
@@ -434,7 +492,10 @@ void SqlParser::ParseColumnDef(SqlColumnDef& c) {
                 }
             }
         } else if (AcceptWord("CHECK")) {
-            Unsupported(QStringLiteral("CHECK constraints"), Peek().line);
+            const SqlCheck check = ParseCheck(constraint, c.name);
+            if (!checks)
+                Unsupported(QStringLiteral("CHECK constraints here"), Peek().line);
+            checks->append(check);
         } else if (AcceptWord("ROWGUIDCOL")) {
         } else {
             break;
@@ -447,9 +508,11 @@ void SqlParser::ParseTableBody(const SqlStatementP& s) {
     do {
         if (Peek().IsSymbol(")"))
             break;
+        QString itemName;
         if (AcceptWord("CONSTRAINT"))
-            s->constraintName = ParseName();
+            itemName = ParseName();
         if (AcceptWord("PRIMARY")) {
+            s->constraintName = itemName;
             ExpectWord("KEY");
             if (!AcceptWord("CLUSTERED"))
                 AcceptWord("NONCLUSTERED");
@@ -489,10 +552,12 @@ void SqlParser::ParseTableBody(const SqlStatementP& s) {
             }
             continue;
         }
-        if (Peek().IsWord("CHECK"))
-            Unsupported(QStringLiteral("CHECK constraints"), Peek().line);
+        if (AcceptWord("CHECK")) {
+            s->checks.append(ParseCheck(itemName, QString()));
+            continue;
+        }
         SqlColumnDef c;
-        ParseColumnDef(c);
+        ParseColumnDef(c, &s->checks);
         s->columnDefs.append(c);
     } while (AcceptSymbol(","));
     ExpectSymbol(")");
@@ -516,6 +581,16 @@ SqlStatementP SqlParser::ParseDrop() {
     QString kind = t.text.toUpper();
     if (kind == QLatin1String("PROC"))
         kind = QStringLiteral("PROCEDURE");
+    if (kind == QLatin1String("SCHEMA")) {
+        auto s = MakeStatement(SqlStatement::Kind::DropSchema, keyword);
+        if (Peek().IsWord("IF") && Peek(1).IsWord("EXISTS")) {
+            Next();
+            Next();
+            s->objectKind = QStringLiteral("IF EXISTS");
+        }
+        s->name = ParseName();
+        return s;
+    }
     if (kind == QLatin1String("DATABASE") || kind == QLatin1String("LOGIN") ||
         kind == QLatin1String("USER") || kind == QLatin1String("ROLE")) {
         const auto k = kind == QLatin1String("DATABASE") ? SqlStatement::Kind::DropDatabase
@@ -530,9 +605,8 @@ SqlStatementP SqlParser::ParseDrop() {
                                       QStringLiteral("FUNCTION"), QStringLiteral("VIEW"),
                                       QStringLiteral("TRIGGER"),  QStringLiteral("INDEX")};
     if (!kinds.contains(kind)) {
-        if (kind == QLatin1String("SCHEMA") || kind == QLatin1String("TYPE") ||
-            kind == QLatin1String("SYNONYM") || kind == QLatin1String("DEFAULT") ||
-            kind == QLatin1String("RULE"))
+        if (kind == QLatin1String("TYPE") || kind == QLatin1String("SYNONYM") ||
+            kind == QLatin1String("DEFAULT") || kind == QLatin1String("RULE"))
             Unsupported(QStringLiteral("DROP %1").arg(kind), t.line);
         Fail(t);
     }

@@ -2,14 +2,19 @@
 #include "SqlTranslator.h"
 
 // The catalogue functions of the newer servers: a module's definition and the schema names of
-// objects. Schemas are the owners (users) of this catalogue, numbered by the user's id, with
-// INFORMATION_SCHEMA and sys at the ids the server gives them.
+// objects. A schema is one made with CREATE SCHEMA or else a user (the owners of the older
+// databases, numbered by the user's id), with INFORMATION_SCHEMA and sys at the ids the server
+// gives them.
 
 namespace {
 
+// The id is read once, outside the look-ups, so that a bare column in it (SCHEMA_NAME(uid)) can't
+// bind to the catalogue table searched.
 const QString kSchemaName =
-    QStringLiteral("(SELECT CASE %2 WHEN 3 THEN 'INFORMATION_SCHEMA' WHEN 4 THEN 'sys' ELSE "
-                   "(SELECT u.name FROM \"%1\".sysusers u WHERE u.uid = %2) END)");
+    QStringLiteral("(SELECT CASE arg.v WHEN 3 THEN 'INFORMATION_SCHEMA' WHEN 4 THEN 'sys' ELSE "
+                   "(SELECT sch.name FROM \"%1\".engine_schemas sch WHERE sch.id = arg.v UNION ALL "
+                   "SELECT usr.name FROM \"%1\".sysusers usr WHERE usr.uid = arg.v LIMIT 1) END "
+                   "FROM (SELECT %2 AS v) arg)");
 
 } // namespace
 
@@ -32,8 +37,9 @@ QString SqlTranslator::CatalogueFunction(const SqlExpr& e, const QString& f) {
         need(1, 2);
         if (e.args.size() == 2)
             throw ServerError::Unsupported(QStringLiteral("OBJECT_SCHEMA_NAME with a database id"));
-        return kSchemaName.arg(s, QStringLiteral("(SELECT o.uid FROM \"%1\".sysobjects o WHERE o.id = (%2))")
-                                      .arg(s, Expr(*e.args[0])));
+        return kSchemaName.arg(
+            s, QStringLiteral("(SELECT obj.uid FROM \"%1\".sysobjects obj WHERE obj.id = (%2))")
+                   .arg(s, Expr(*e.args[0])));
     }
     if (f == QLatin1String("SCHEMA_NAME")) {
         need(0, 1);
@@ -49,7 +55,8 @@ QString SqlTranslator::CatalogueFunction(const SqlExpr& e, const QString& f) {
         const QString name = Expr(*e.args[0]);
         return QStringLiteral(
                    "(SELECT CASE WHEN %2 = 'INFORMATION_SCHEMA' THEN 3 WHEN %2 = 'sys' THEN 4 ELSE "
-                   "(SELECT u.uid FROM \"%1\".sysusers u WHERE u.name = %2 AND u.uid NOT IN (3, 4)) "
+                   "(SELECT u.id FROM \"%1\".engine_schemas u WHERE u.name = %2 UNION ALL "
+                   "SELECT u.uid FROM \"%1\".sysusers u WHERE u.name = %2 AND u.uid NOT IN (3, 4) LIMIT 1) "
                    "END)")
             .arg(s, name);
     }

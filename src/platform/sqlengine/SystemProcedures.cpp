@@ -3,6 +3,8 @@
 
 #include "SqlParser.h"
 
+#include <QRegularExpression>
+
 namespace {
 
 struct BatchAbortedInner {};
@@ -37,6 +39,7 @@ const char* kParamNames[][5] = {
     {"sp_grantdbaccess", "@loginame", "@name_in_db", nullptr, nullptr},
     {"sp_addlogin", "@loginame", "@passwd", "@defdb", nullptr},
     {"sp_password", "@old", "@new", "@loginame", nullptr},
+    {"sp_addtype", "@typename", "@phystype", "@nulltype", "@owner"},
 };
 
 int SystemProcedureIndex(const QString& name) {
@@ -408,6 +411,8 @@ bool SessionState::RunSystemProcedure(const QString& name, const SqlStatement& s
         AddRoleMember(args, false);
     else if (n == QLatin1String("sp_executesql"))
         ExecuteSql(args);
+    else if (n == QLatin1String("sp_addtype"))
+        AddType(s, args);
     else {
         SqlStatement p;
         p.line = s.line;
@@ -436,6 +441,33 @@ bool SessionState::RunSystemProcedure(const QString& name, const SqlStatement& s
             AddRoleMember({args[2], p.name}, true);
     }
     return true;
+}
+
+void SessionState::AddType(const SqlStatement& s, const QVariantList& args) {
+    // The base type comes as text: a name and its size in parentheses.
+    static const QRegularExpression kType(
+        QStringLiteral("^\\s*(\\w+)\\s*(?:\\(\\s*(\\d+|max)\\s*(?:,\\s*(\\d+)\\s*)?\\))?\\s*$"),
+        QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpressionMatch m = kType.match(Arg(args, 1));
+    SqlStatement p;
+    p.kind = SqlStatement::Kind::CreateType;
+    p.line = s.line;
+    p.target = QStringList{Arg(args, 0)};
+    SqlColumnDef c;
+    c.type.name = m.hasMatch() ? m.captured(1).toLower() : Arg(args, 1);
+    if (m.captured(2).compare(QLatin1String("max"), Qt::CaseInsensitive) == 0)
+        c.type.length = -2;
+    else if (!m.captured(2).isEmpty())
+        c.type.length = c.type.precision = m.captured(2).toInt();
+    if (!m.captured(3).isEmpty())
+        c.type.scale = m.captured(3).toInt();
+    const QString nulls = Arg(args, 2).simplified().toUpper();
+    if (!nulls.isEmpty()) {
+        c.nullGiven = true;
+        c.nullable = nulls != QLatin1String("NOT NULL");
+    }
+    p.columnDefs.append(c);
+    CreateType(p);
 }
 
 void SessionState::HelpText(const QVariantList& args) {
@@ -470,7 +502,9 @@ void SessionState::HelpProtect(const QVariantList& args) {
         "SELECT CASE WHEN p.id = 0 THEN '.' ELSE ou.name END, CASE WHEN p.id = 0 THEN '.' ELSE o.name END, "
         "g.name, "
         "gr.name, p.protecttype, p.action, o.xtype FROM sysprotects p JOIN sysusers g ON g.uid = p.uid "
-        "LEFT JOIN sysobjects o ON o.id = p.id LEFT JOIN sysusers ou ON ou.uid = o.uid "
+        "LEFT JOIN sysobjects o ON o.id = p.id LEFT JOIN (SELECT uid, name FROM sysusers UNION ALL SELECT "
+        "id, name FROM "
+        "engine_schemas) ou ON ou.uid = o.uid "
         "LEFT JOIN sysusers gr ON gr.uid = p.grantor WHERE 1 = 1");
     QVariantList params;
     bool nothing = false;

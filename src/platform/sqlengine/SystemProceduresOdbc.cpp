@@ -236,9 +236,11 @@ SqlRowSet SessionState::OdbcTables(const QVariantList& args, bool elsewhere) {
         for (QString t : args[3].toString().split(u','))
             types.append(t.remove(u'\'').trimmed().toUpper());
     QList<QVariantList> rows;
-    for (const QVariantList& r : mDb->Rows(QStringLiteral(
-             "SELECT o.name, trim(o.xtype), u.name FROM sysobjects o LEFT JOIN sysusers u ON u.uid = o.uid "
-             "WHERE trim(o.xtype) IN ('U', 'V', 'S')"))) {
+    for (const QVariantList& r :
+         mDb->Rows(QStringLiteral("SELECT o.name, trim(o.xtype), u.name FROM sysobjects o LEFT JOIN (SELECT "
+                                  "uid, name FROM sysusers UNION ALL SELECT id, name FROM "
+                                  "engine_schemas) u ON u.uid = o.uid "
+                                  "WHERE trim(o.xtype) IN ('U', 'V', 'S')"))) {
         const QString xtype = r[1].toString();
         const QString type = xtype == QLatin1String("U")   ? QStringLiteral("TABLE")
                              : xtype == QLatin1String("V") ? QStringLiteral("VIEW")
@@ -304,9 +306,10 @@ SqlRowSet SessionState::OdbcColumns(const QVariantList& args, bool procedures, b
     const bool usePattern = !procedures || !args[5].isValid() || args[5].isNull() || args[5].toInt() != 0;
     QList<Named> objects;
     for (const QVariantList& r :
-         mDb->Rows(QStringLiteral(
-                       "SELECT o.id, o.name, u.name, trim(o.xtype) FROM sysobjects o LEFT JOIN sysusers u ON "
-                       "u.uid = o.uid WHERE trim(o.xtype) IN (%1) ORDER BY u.name, o.name")
+         mDb->Rows(QStringLiteral("SELECT o.id, o.name, u.name, trim(o.xtype) FROM sysobjects o LEFT JOIN "
+                                  "(SELECT uid, name FROM sysusers UNION ALL SELECT id, name FROM "
+                                  "engine_schemas) u ON "
+                                  "u.uid = o.uid WHERE trim(o.xtype) IN (%1) ORDER BY u.name, o.name")
                        .arg(procedures ? QStringLiteral("'P', 'FN'") : QStringLiteral("'U', 'V', 'S'")))) {
         const QString objectName = r[1].toString();
         if (passes(args[0], procedures ? objectName + QStringLiteral(";1") : objectName, usePattern) ||
@@ -406,9 +409,11 @@ SqlRowSet SessionState::OdbcProcedures(const QVariantList& args, bool elsewhere)
     if (elsewhere)
         return rs;
     const bool usePattern = !args[3].isValid() || args[3].isNull() || args[3].toInt() != 0;
-    for (const QVariantList& r : mDb->Rows(
-             QStringLiteral("SELECT o.name, u.name FROM sysobjects o LEFT JOIN sysusers u ON u.uid = o.uid "
-                            "WHERE trim(o.xtype) IN ('P', 'FN') ORDER BY u.name, o.name"))) {
+    for (const QVariantList& r :
+         mDb->Rows(QStringLiteral("SELECT o.name, u.name FROM sysobjects o LEFT JOIN (SELECT uid, name FROM "
+                                  "sysusers UNION ALL SELECT id, name FROM "
+                                  "engine_schemas) u ON u.uid = o.uid "
+                                  "WHERE trim(o.xtype) IN ('P', 'FN') ORDER BY u.name, o.name"))) {
         const QString full = r[0].toString() + QStringLiteral(";1");
         if ((passes(args[0], full, usePattern) || passes(args[0], r[0].toString(), usePattern)) &&
             passes(args[1], r[1].toString(), usePattern))
