@@ -102,6 +102,27 @@ bool byteLength(uint8_t type) {
     }
 }
 
+// The largest length a client may declare for a type whose length is one byte.
+bool possibleMaxLength(uint8_t type, int length) {
+    switch (type) {
+    case IntN:
+        return length == 1 || length == 2 || length == 4 || length == 8;
+    case BitN:
+        return length == 1;
+    case FltN:
+    case MoneyN:
+    case DateTimN:
+        return length == 4 || length == 8;
+    case DecimalN:
+    case NumericN:
+        return length >= 2 && length <= 17;
+    case Guid:
+        return length == 16;
+    default:
+        return true;
+    }
+}
+
 bool shortLength(uint8_t type) {
     return type == BigVarBinary || type == BigVarChar || type == BigBinary || type == BigChar ||
            type == NVarChar || type == NChar;
@@ -121,7 +142,7 @@ qlonglong signedLittle(const QByteArray& bytes) {
     for (qsizetype i = bytes.size() - 1; i >= 0; --i)
         v = (v << 8) | uint8_t(bytes[i]);
     const qsizetype bits = bytes.size() * 8;
-    if (bits < 64 && (v >> (bits - 1)) & 1)
+    if (bits > 0 && bits < 64 && (v >> (bits - 1)) & 1)
         v |= ~uint64_t(0) << bits;
     return qlonglong(v);
 }
@@ -304,7 +325,7 @@ QVariant decode(const TdsTypeInfo& t, const QByteArray& bytes) {
 
 void putLittle(TdsWriter& out, uint64_t value, int bytes) {
     for (int i = 0; i < bytes; ++i)
-        out.U8(uint8_t(value >> (8 * i)));
+        out.U8(i < 8 ? uint8_t(value >> (8 * i)) : uint8_t(0));
 }
 
 QByteArray cp1252Bytes(const QString& text) {
@@ -387,6 +408,8 @@ TdsTypeInfo ReadTypeInfo(TdsReader& in) {
     }
     if (byteLength(t.type)) {
         t.length = in.U8();
+        if (!possibleMaxLength(t.type, t.length))
+            throw TdsProtocolError("parameter type of an impossible length");
         if (t.type == DecimalN || t.type == NumericN) {
             t.precision = in.U8();
             t.scale = in.U8();

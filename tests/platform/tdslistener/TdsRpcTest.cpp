@@ -97,6 +97,8 @@ TEST(TdsValues, MalformedValuesAreProtocolErrors) {
         QByteArray("\xE7\xFF\xFF\x09\x04\xD0\x00\x34\x04\x00\x00\x00\x00\x00\x00\x00\x05\x00\x00\x00\x41",
                    21),
         QByteArray("\xF1\x00", 2), // xml
+        QByteArray("\x26\x09\x00", 3),                                        // an int declared of nine
+        QByteArray("\x24\x04\x00", 3),                                        // a guid declared of four
     };
     for (const QByteArray& b : broken) {
         TdsReader in(b);
