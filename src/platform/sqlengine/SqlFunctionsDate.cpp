@@ -64,6 +64,10 @@ bool DateArg(sqlite3_context* ctx, sqlite3_value* v, DateTimeValue* out) {
         const double whole = std::floor(days);
         out->date = QDate(1900, 1, 1).addDays(qint64(whole));
         out->nanos = qint64(std::llround((days - whole) * 86400000.0)) * 1000000;
+        if (out->nanos >= kNanosPerDay) {
+            out->nanos -= kNanosPerDay;
+            out->date = out->date.addDays(1);
+        }
         out->hasDate = out->hasTime = true;
         return true;
     }

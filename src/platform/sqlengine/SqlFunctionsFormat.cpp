@@ -296,6 +296,8 @@ bool FormatNumber(const QString& format, double value, bool integral, const QLoc
         *out = CustomNumber(format, value, locale);
         return true;
     }
+    if (!std::isfinite(value))
+        return false;
     QLocale plain = locale;
     plain.setNumberOptions(QLocale::OmitGroupSeparator);
     switch (letter.unicode()) {

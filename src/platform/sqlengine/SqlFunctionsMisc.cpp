@@ -1,5 +1,6 @@
-// The later string functions (STR, STUFF, QUOTENAME, PATINDEX, SOUNDEX, DIFFERENCE, UNICODE, NCHAR,
-// CHAR, ASCII, FORMATMESSAGE) and the hashes: CHECKSUM, BINARY_CHECKSUM and HASHBYTES.
+// The mathematical functions SQRT, LOG, SIGN, ... and RAND; the later string functions (STR, STUFF,
+// QUOTENAME, PATINDEX, SOUNDEX, DIFFERENCE, UNICODE, NCHAR, CHAR, ASCII, FORMATMESSAGE) and the hashes:
+// CHECKSUM, BINARY_CHECKSUM and HASHBYTES.
 #include "SqlFunctions.h"
 #include "SqliteDb.h"
 
@@ -425,6 +426,67 @@ void FormatMessageFn(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     ResultText(ctx, text);
 }
 
+// tsql_math(name, x[, y]): the server's mathematical functions. A value outside a function's domain
+// (SQRT(-1), LOG(0)) is an invalid floating point operation, 3623.
+void MathFn(sqlite3_context* ctx, int argc, sqlite3_value** a) {
+    constexpr double kPi = 3.14159265358979323846;
+    const QString name = Text(a[0]);
+    if (name == QLatin1String("PI"))
+        return sqlite3_result_double(ctx, kPi);
+    for (int i = 1; i < argc; ++i)
+        if (IsNull(a[i]))
+            return sqlite3_result_null(ctx);
+    const double x = sqlite3_value_double(a[1]);
+    if (name == QLatin1String("SIGN")) {
+        if (sqlite3_value_type(a[1]) == SQLITE_INTEGER)
+            return sqlite3_result_int64(ctx, sqlite3_value_int64(a[1]) > 0   ? 1
+                                             : sqlite3_value_int64(a[1]) < 0 ? -1
+                                                                             : 0);
+        return sqlite3_result_double(ctx, x > 0 ? 1.0 : x < 0 ? -1.0 : 0.0);
+    }
+    double r = 0;
+    if (name == QLatin1String("SQRT"))
+        r = std::sqrt(x);
+    else if (name == QLatin1String("SQUARE"))
+        r = x * x;
+    else if (name == QLatin1String("EXP"))
+        r = std::exp(x);
+    else if (name == QLatin1String("LOG"))
+        r = argc > 2 ? std::log(x) / std::log(sqlite3_value_double(a[2])) : std::log(x);
+    else if (name == QLatin1String("LOG10"))
+        r = std::log10(x);
+    else if (name == QLatin1String("SIN"))
+        r = std::sin(x);
+    else if (name == QLatin1String("COS"))
+        r = std::cos(x);
+    else if (name == QLatin1String("TAN"))
+        r = std::tan(x);
+    else if (name == QLatin1String("COT"))
+        r = 1.0 / std::tan(x);
+    else if (name == QLatin1String("ASIN"))
+        r = std::asin(x);
+    else if (name == QLatin1String("ACOS"))
+        r = std::acos(x);
+    else if (name == QLatin1String("ATAN"))
+        r = std::atan(x);
+    else if (name == QLatin1String("ATN2"))
+        r = std::atan2(x, sqlite3_value_double(a[2]));
+    else if (name == QLatin1String("DEGREES"))
+        r = x * 180.0 / kPi;
+    else if (name == QLatin1String("RADIANS"))
+        r = x * kPi / 180.0;
+    if (!std::isfinite(r))
+        return SqlFunctions::ResultError(ctx, 3623,
+                                         QStringLiteral("An invalid floating point operation occurred."));
+    sqlite3_result_double(ctx, r);
+}
+
+void RandFn(sqlite3_context* ctx, int, sqlite3_value**) {
+    quint64 bits = 0;
+    sqlite3_randomness(int(sizeof bits), &bits);
+    sqlite3_result_double(ctx, double(bits >> 11) / double(quint64(1) << 53));
+}
+
 } // namespace
 
 void SqlFunctions::RegisterMisc(SqliteDb& db) {
@@ -455,4 +517,11 @@ void SqlFunctions::RegisterMisc(SqliteDb& db) {
     for (const Entry& e : entries)
         sqlite3_create_function_v2(db.Handle(), e.name, e.args, SQLITE_UTF8 | SQLITE_DETERMINISTIC, &db, e.fn,
                                    nullptr, nullptr, nullptr);
+    sqlite3_create_function_v2(db.Handle(), "tsql_math", 2, SQLITE_UTF8 | SQLITE_DETERMINISTIC, &db, MathFn,
+                               nullptr, nullptr, nullptr);
+    sqlite3_create_function_v2(db.Handle(), "tsql_math", 3, SQLITE_UTF8 | SQLITE_DETERMINISTIC, &db, MathFn,
+                               nullptr, nullptr, nullptr);
+    // RAND() differs from row to row, as the server's doesn't within a query; a seed is not kept.
+    sqlite3_create_function_v2(db.Handle(), "tsql_rand", 0, SQLITE_UTF8, &db, RandFn, nullptr, nullptr,
+                               nullptr);
 }

@@ -106,6 +106,29 @@ QString SqlTranslator::DateFunction(const SqlExpr& e, const QString& f) {
                  : plain ? 0
                          : -1);
     }
+    static const QHash<QString, int> math = {
+        {QStringLiteral("SIGN"), 1}, {QStringLiteral("SQRT"), 1},    {QStringLiteral("SQUARE"), 1},
+        {QStringLiteral("EXP"), 1},  {QStringLiteral("LOG10"), 1},   {QStringLiteral("SIN"), 1},
+        {QStringLiteral("COS"), 1},  {QStringLiteral("TAN"), 1},     {QStringLiteral("COT"), 1},
+        {QStringLiteral("ASIN"), 1}, {QStringLiteral("ACOS"), 1},    {QStringLiteral("ATAN"), 1},
+        {QStringLiteral("ATN2"), 2}, {QStringLiteral("DEGREES"), 1}, {QStringLiteral("RADIANS"), 1},
+        {QStringLiteral("PI"), 0}};
+    if (const auto it = math.find(f); it != math.end() || f == QLatin1String("LOG")) {
+        if (it != math.end())
+            need(*it, *it);
+        else
+            need(1, 2);
+        QString sql = QStringLiteral("tsql_math(") + Literal(f);
+        if (e.args.isEmpty())
+            sql += QStringLiteral(", NULL");
+        for (const SqlExprP& a : e.args)
+            sql += QStringLiteral(", ") + Expr(*a);
+        return sql + u')';
+    }
+    if (f == QLatin1String("RAND")) {
+        need(0, 1);
+        return QStringLiteral("tsql_rand()");
+    }
     if (f == QLatin1String("FORMATMESSAGE")) {
         need(1, 21);
         return call(QStringLiteral("tsql_formatmessage"), 0) + u')';
