@@ -55,6 +55,8 @@ int FullYear(const QString& digits) {
 
 // Ticks of fraction digits: ".9" is 900 ms, ":9" after seconds is 9 ms.
 qint64 FractionNanos(const QString& digits, bool milliseconds) {
+    if (digits.isEmpty())
+        return 0;
     if (milliseconds)
         return qint64(Number(digits.left(3))) * 1000000;
     QString d = digits.left(9);
@@ -205,8 +207,10 @@ int ParseDatePart(const QString& text, const QString& dateFormat, SqlDates::Kind
     const QStringList parts = {m.captured(1), m.captured(3), m.captured(4)};
     QString order = dateFormat;
     if (parts[0].size() == 4) {
-        // A year first: ISO for the newer types, the ydm order kept only by the older ones.
-        order = legacy && dateFormat == QLatin1String("ydm") ? QStringLiteral("ydm") : QStringLiteral("ymd");
+        // A year first: ISO for the newer types; the older ones keep the order of month and day
+        // the session gives them, so that under dmy '2024-05-21' is the 5th of a 21st month.
+        const bool dayFirst = dateFormat.indexOf(u'd') < dateFormat.indexOf(u'm');
+        order = legacy && dayFirst ? QStringLiteral("ydm") : QStringLiteral("ymd");
     } else if (!legacy && dateFormat == QLatin1String("ydm")) {
         return kNotDate;
     }

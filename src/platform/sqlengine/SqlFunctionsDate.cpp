@@ -508,7 +508,8 @@ void SysDateTimeOffsetFn(sqlite3_context* ctx, int, sqlite3_value**) {
 }
 
 void IsDateFn(sqlite3_context* ctx, int, sqlite3_value** a) {
-    if (sqlite3_value_type(a[0]) != SQLITE_TEXT)
+    // A number is read as its text, as the server converts it to varchar first.
+    if (sqlite3_value_type(a[0]) == SQLITE_NULL || sqlite3_value_type(a[0]) == SQLITE_BLOB)
         return sqlite3_result_int(ctx, 0);
     DateTimeValue v;
     sqlite3_result_int(ctx,
