@@ -1,4 +1,4 @@
-// The date and time functions: DATEPART, DATENAME, DATEADD, DATEDIFF[_BIG], EOMONTH, the FROMPARTS
+// The date and time functions: DATEPART, DATENAME, DATEADD, DATEDIFF[_BIG], DATETRUNC, EOMONTH, the FROMPARTS
 // family, SYSDATETIME and friends, ISDATE, PARSE, and CONVERT to and from dates. Text is read in the
 // date order of the session that runs the statement.
 #include "SqlDates.h"
@@ -271,6 +271,71 @@ void DateAddFn(sqlite3_context* ctx, int, sqlite3_value** a) {
         return SqlFunctions::ResultError(
             ctx, 517, QStringLiteral("Adding a value to a 'datetime' column caused an overflow."));
     ResultText(ctx, SqlDates::Stored(v, Kind::DateTime));
+}
+
+// DATETRUNC(part, value): the value cut to the start of its part. A kept date alone stays a date.
+void DateTruncFn(sqlite3_context* ctx, int, sqlite3_value** a) {
+    const Part part = PartOf(Text(a[0]));
+    if (part == Part::None || part == Part::TzOffset || part == Part::Weekday || part == Part::Nanosecond)
+        return SqlFunctions::ResultError(
+            ctx, 9806,
+            QStringLiteral(
+                "The datepart %1 is not supported by date function datetrunc for data type datetime2.")
+                .arg(Text(a[0]).toLower()));
+    if (IsNull(a[1]))
+        return sqlite3_result_null(ctx);
+    DateTimeValue v;
+    if (!DateArg(ctx, a[1], &v))
+        return;
+    const bool dateOnly = sqlite3_value_type(a[1]) == SQLITE_TEXT && sqlite3_value_bytes(a[1]) == 10;
+    QDate& d = v.date;
+    qint64 unit = 0;
+    switch (part) {
+    case Part::Year:
+        d = QDate(d.year(), 1, 1);
+        v.nanos = 0;
+        break;
+    case Part::Quarter:
+        d = QDate(d.year(), (d.month() - 1) / 3 * 3 + 1, 1);
+        v.nanos = 0;
+        break;
+    case Part::Month:
+        d = QDate(d.year(), d.month(), 1);
+        v.nanos = 0;
+        break;
+    case Part::Week:
+        d = d.addDays(-(Weekday(d, Options(ctx).dateFirst) - 1));
+        v.nanos = 0;
+        break;
+    case Part::IsoWeek:
+        d = d.addDays(-(d.dayOfWeek() - 1));
+        v.nanos = 0;
+        break;
+    case Part::DayOfYear:
+    case Part::Day:
+        v.nanos = 0;
+        break;
+    case Part::Hour:
+        unit = 3600 * kNanosPerSecond;
+        break;
+    case Part::Minute:
+        unit = 60 * kNanosPerSecond;
+        break;
+    case Part::Second:
+        unit = kNanosPerSecond;
+        break;
+    case Part::Millisecond:
+        unit = 1000000;
+        break;
+    default:
+        unit = 1000;
+    }
+    if (unit != 0)
+        v.nanos = v.nanos / unit * unit;
+    if (!d.isValid() || d.year() < 1)
+        return SqlFunctions::ResultError(
+            ctx, 517, QStringLiteral("Adding a value to a 'datetime' column caused an overflow."));
+    ResultText(ctx, SqlDates::Stored(v, dateOnly && unit == 0 ? Kind::Date : Kind::DateTime2));
 }
 
 // How many boundaries of the part lie between two values, as the server counts them: the year
@@ -679,6 +744,7 @@ void RegisterDates(SqliteDb& db) {
         {"tsql_dateadd", 3, DateAddFn, true},
         {"tsql_datediff", 3, DateDiffFn, true},
         {"tsql_datediff_big", 3, DateDiffBigFn, true},
+        {"tsql_datetrunc", 2, DateTruncFn, true},
         {"tsql_eomonth", 1, EoMonthFn, true},
         {"tsql_eomonth", 2, EoMonthFn, true},
         {"tsql_datefromparts", 3, DateFromPartsFn, true},

@@ -5,6 +5,7 @@
 #include "SqliteDb.h"
 
 #include <QLocale>
+#include <QRegularExpression>
 #include <cmath>
 #include <sqlite3.h>
 
@@ -206,6 +207,39 @@ bool FormatDate(const QString& format, const DateTimeValue& v, const QLocale& lo
     return true;
 }
 
+// A time of day as a .NET TimeSpan: standard formats c, g and G, or custom ones of d h m s f F
+// with every other character quoted or escaped; false (NULL) for any other.
+bool FormatTime(const QString& format, DateTimeValue v, QString* out) {
+    if (format.size() == 1) {
+        if (!QStringLiteral("cgGT").contains(format[0]))
+            return false;
+        const qint64 fraction = v.nanos % SqlDates::kNanosPerSecond;
+        *out = CustomDate(QStringLiteral("HH\\:mm\\:ss"), v, QLocale::c());
+        if (fraction != 0)
+            *out += u'.' + Pad(fraction / 100, 7);
+        return true;
+    }
+    QString custom;
+    for (qsizetype i = 0; i < format.size(); ++i) {
+        const QChar c = format[i];
+        if (c == u'\\' || c == u'\'' || c == u'"') {
+            const qsizetype close = c == u'\\' ? i + 1 : format.indexOf(c, i + 1);
+            if (close < 0 || close >= format.size())
+                return false;
+            custom += format.mid(i, close - i + 1);
+            i = close;
+        } else if (QStringLiteral("dhmsfF").contains(c)) {
+            // A TimeSpan's hours run 0 to 23: h is the 24-hour H of a date.
+            custom += c == u'h' ? QChar(u'H') : c;
+        } else {
+            return false;
+        }
+    }
+    v.date = QDate(1900, 1, 1);
+    *out = CustomDate(custom, v, QLocale::c());
+    return true;
+}
+
 QString Grouped(const QString& digits, const QLocale& locale) {
     QString out;
     const qsizetype n = digits.size();
@@ -380,8 +414,12 @@ void FormatFn(sqlite3_context* ctx, int argc, sqlite3_value** a) {
         DateTimeValue v;
         bool number = false;
         const double d = text.trimmed().toDouble(&number);
+        static const QRegularExpression time(QStringLiteral("^\\d{2}:\\d{2}:\\d{2}(\\.\\d{1,7})?$"));
         if (SqlDates::ReadStored(text, &v))
             ok = FormatDate(format, v, locale, culture, &out);
+        else if (time.match(text).hasMatch() &&
+                 SqlDates::Parse(text, QStringLiteral("mdy"), SqlDates::Kind::Time, &v) == 0)
+            ok = FormatTime(format, v, &out);
         else if (number)
             ok = FormatNumber(format, d, !text.contains(u'.') && std::floor(d) == d, locale, &out);
         else

@@ -52,8 +52,12 @@ QString SqlTranslator::DateFunction(const SqlExpr& e, const QString& f) {
         return sql;
     };
     if (f == QLatin1String("DATEPART") || f == QLatin1String("DATENAME") || f == QLatin1String("DATEADD") ||
-        f == QLatin1String("DATEDIFF") || f == QLatin1String("DATEDIFF_BIG")) {
-        const int count = f == QLatin1String("DATEPART") || f == QLatin1String("DATENAME") ? 2 : 3;
+        f == QLatin1String("DATEDIFF") || f == QLatin1String("DATEDIFF_BIG") ||
+        f == QLatin1String("DATETRUNC")) {
+        const int count = f == QLatin1String("DATEPART") || f == QLatin1String("DATENAME") ||
+                                  f == QLatin1String("DATETRUNC")
+                              ? 2
+                              : 3;
         need(count, count);
         const SqlExpr& part = *e.args[0];
         const QString partName = part.kind == SqlExpr::Kind::Column ? part.parts.last() : part.text;
@@ -75,7 +79,8 @@ QString SqlTranslator::DateFunction(const SqlExpr& e, const QString& f) {
                                              QStringLiteral("iso_week"), QStringLiteral("isowk"),
                                              QStringLiteral("isoww")};
         const QString lower = partName.toLower();
-        const bool reads = f == QLatin1String("DATEPART") || f == QLatin1String("DATENAME");
+        const bool reads = f == QLatin1String("DATEPART") || f == QLatin1String("DATENAME") ||
+                           f == QLatin1String("DATETRUNC");
         if (!parts.contains(lower) && !(reads && readOnly.contains(lower)))
             throw ServerError::Make(155, 15,
                                     QStringLiteral("'%1' is not a recognized %2 option.")
