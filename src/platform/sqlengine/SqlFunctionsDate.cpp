@@ -547,9 +547,12 @@ void TimeFromPartsFn(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     ResultText(ctx, text);
 }
 
+// The clock to the millisecond, as dates are kept, so that a result column of it reads as a date;
+// with the zone's offset the server's seven digits.
 QString NowText(const QDateTime& now, bool offset) {
-    QString s = now.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")) + QStringLiteral("0000");
+    QString s = now.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
     if (offset) {
+        s += QStringLiteral("0000");
         const int seconds = now.offsetFromUtc();
         const int minutes = std::abs(seconds) / 60;
         s += QStringLiteral(" %1%2:%3")
