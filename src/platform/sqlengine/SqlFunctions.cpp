@@ -405,7 +405,7 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     if (!t)
         return ResultError(ctx, 243, QStringLiteral("Type %1 is not a defined system type.").arg(type));
     const QString name = QString::fromLatin1(t->name);
-    if (SqlFunctions::ConvertDate(ctx, name, length, style, v))
+    if (SqlFunctions::ConvertStyled(ctx, name, length, style, v))
         return;
     auto typeText = [&]() -> const QString& { return name; };
     if (name == QLatin1String("int") || name == QLatin1String("bigint") ||

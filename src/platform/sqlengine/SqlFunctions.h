@@ -23,9 +23,11 @@ void RegisterText(SqliteDb& db);
 void RegisterDates(SqliteDb& db);
 void RegisterFormat(SqliteDb& db);
 void RegisterMisc(SqliteDb& db);
-// CONVERT to a date type, or of a date to text in a style: sets the result and gives true when
-// the conversion is one of those, else false and leaves ctx alone.
-bool ConvertDate(sqlite3_context* ctx, const QString& type, qint64 length, int style, sqlite3_value* v);
+// CONVERT to a date type, of a date to text in a style, and between binary and hexadecimal text in
+// styles 1 and 2: sets the result and gives true when the conversion is one of those, else false
+// and leaves ctx alone (SqlFunctionsDate.cpp; the binary ones in SqlFunctionsMisc.cpp).
+bool ConvertStyled(sqlite3_context* ctx, const QString& type, qint64 length, int style, sqlite3_value* v);
+bool ConvertBinaryStyle(sqlite3_context* ctx, const QString& type, int style, sqlite3_value* v);
 // A failure as the server reports it: the executor reads "TSQL<number>:<text>". Inside
 // TRY_CONVERT and TRY_CAST a failed conversion gives NULL instead, except 529.
 void ResultError(sqlite3_context* ctx, long number, const QString& text);

@@ -658,7 +658,9 @@ void ResultError(sqlite3_context* ctx, long number, const QString& text) {
     sqlite3_result_error(ctx, b.constData(), int(b.size()));
 }
 
-bool ConvertDate(sqlite3_context* ctx, const QString& type, qint64 length, int style, sqlite3_value* v) {
+bool ConvertStyled(sqlite3_context* ctx, const QString& type, qint64 length, int style, sqlite3_value* v) {
+    if (ConvertBinaryStyle(ctx, type, style, v))
+        return true;
     Kind kind = Kind::DateTime;
     const int vt = sqlite3_value_type(v);
     if (SqlDates::KindOf(type, &kind)) {

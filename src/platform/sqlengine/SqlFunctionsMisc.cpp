@@ -489,6 +489,38 @@ void RandFn(sqlite3_context* ctx, int, sqlite3_value**) {
 
 } // namespace
 
+bool SqlFunctions::ConvertBinaryStyle(sqlite3_context* ctx, const QString& type, int style,
+                                      sqlite3_value* v) {
+    if (style != 1 && style != 2)
+        return false;
+    const int vt = sqlite3_value_type(v);
+    const bool toBinary = type == QLatin1String("binary") || type == QLatin1String("varbinary");
+    if (vt == SQLITE_BLOB && !toBinary &&
+        (type.contains(QLatin1String("char")) || type == QLatin1String("text"))) {
+        const QString hex = QString::fromLatin1(Blob(v).toHex().toUpper());
+        ResultText(ctx, style == 1 ? QStringLiteral("0x") + hex : hex);
+        return true;
+    }
+    if (vt != SQLITE_TEXT || !toBinary)
+        return false;
+    QString text = Text(v);
+    if (style == 1) {
+        if (!text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+            ResultError(ctx, 8114, QStringLiteral("Error converting data type varchar to %1.").arg(type));
+            return true;
+        }
+        text = text.mid(2);
+    }
+    static const QRegularExpression hex(QStringLiteral("^([0-9A-Fa-f]{2})*$"));
+    if (!hex.match(text).hasMatch()) {
+        ResultError(ctx, 8114, QStringLiteral("Error converting data type varchar to %1.").arg(type));
+        return true;
+    }
+    const QByteArray bytes = QByteArray::fromHex(text.toLatin1());
+    sqlite3_result_blob(ctx, bytes.constData(), int(bytes.size()), SQLITE_TRANSIENT);
+    return true;
+}
+
 void SqlFunctions::RegisterMisc(SqliteDb& db) {
     struct Entry {
         const char* name;
