@@ -165,6 +165,7 @@ QString SessionState::MasterSchema() const {
 void SessionState::OpenDatabase(const QString& name, const QString& path) {
     auto db = std::make_unique<SqliteDb>(path);
     Catalogue::EnsureIndexes(*db);
+    db->SetDateOptions(&mDateOptions);
     SqlFunctions::Register(*db);
     sqlite3_create_function_v2(db->Handle(), "tsql_udf", -1, SQLITE_UTF8, this, UdfCallback, nullptr, nullptr,
                                nullptr);
@@ -662,9 +663,9 @@ QVariant SessionState::Global(const QString& name) {
     if (n == QLatin1String("@@SERVERNAME") || n == QLatin1String("@@SERVICENAME"))
         return QStringLiteral("EMBEDDED");
     if (n == QLatin1String("@@LANGUAGE"))
-        return QStringLiteral("us_english");
+        return mDateOptions.language;
     if (n == QLatin1String("@@DATEFIRST"))
-        return 7;
+        return mDateOptions.dateFirst;
     if (n == QLatin1String("@@MAX_PRECISION"))
         return 38;
     if (n == QLatin1String("@@OPTIONS"))

@@ -4,6 +4,7 @@
 #include "ServerError.h"
 #include "ServerState.h"
 #include "SqlAst.h"
+#include "SqlDates.h"
 #include "SqlResults.h"
 #include "SqlTranslator.h"
 #include "SqliteDb.h"
@@ -160,6 +161,9 @@ private:
     SqlTypeSpec ResolveType(const SqlTypeSpec& type, bool* notNull = nullptr);
     void UseDatabase(const SqlStatement& s);
     void SetOption(const SqlStatement& s);
+    // SessionOptions.cpp: SET DATEFORMAT, LANGUAGE and DATEFIRST; written is the value as the
+    // statement has it, a variable's name or a word or string.
+    void SetDateOption(const QString& name, const QString& written);
     void WriteColumns(int id, const QList<SqlParam>& params, int number);
     void WriteText(int id, const QString& text);
     int OwnerUid(const QStringList& name, int line);
@@ -274,6 +278,7 @@ private:
 
     std::shared_ptr<ServerState> mServer;
     std::unique_ptr<SqliteDb> mDb;
+    DateOptions mDateOptions; // mDb and every connection opened after it point at it
     int mUid = 1;
     QHash<QString, QString> mAttached; // database name (lower) -> schema
     QList<Frame> mFrames;

@@ -540,20 +540,25 @@ SqlExprP SqlParser::ParsePrimary() {
             ExpectWord("END");
             return e;
         }
-        if (w == QLatin1String("CAST") && Peek(1).IsSymbol("(")) {
+        if ((w == QLatin1String("CAST") || w == QLatin1String("TRY_CAST") || w == QLatin1String("PARSE") ||
+             w == QLatin1String("TRY_PARSE")) &&
+            Peek(1).IsSymbol("(")) {
             Next();
             Next();
-            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, QStringLiteral("CAST"));
+            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, w);
             e->args.append(ParseExpr());
             ExpectWord("AS");
             e->type = ParseTypeSpec();
+            // PARSE ... USING culture
+            if (w.endsWith(QLatin1String("PARSE")) && AcceptWord("USING"))
+                e->args.append(ParseExpr());
             ExpectSymbol(")");
             return e;
         }
-        if (w == QLatin1String("CONVERT") && Peek(1).IsSymbol("(")) {
+        if ((w == QLatin1String("CONVERT") || w == QLatin1String("TRY_CONVERT")) && Peek(1).IsSymbol("(")) {
             Next();
             Next();
-            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, QStringLiteral("CONVERT"));
+            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, w);
             e->type = ParseTypeSpec();
             ExpectSymbol(",");
             e->args.append(ParseExpr());

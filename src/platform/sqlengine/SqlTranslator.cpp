@@ -407,6 +407,12 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
         return u'(' + Expr(*e.args[0]) +
                (e.negated ? QStringLiteral(" IS NOT NULL)") : QStringLiteral(" IS NULL)"));
     case SqlExpr::Kind::Cast: {
+        const bool trying = e.text.startsWith(QLatin1String("TRY_"));
+        if (e.text.endsWith(QLatin1String("PARSE")))
+            return QStringLiteral("tsql_parse(%1, %2, %3, %4)")
+                .arg(Literal(e.type.name), Expr(*e.args[0]),
+                     e.args.size() > 1 ? Expr(*e.args[1]) : QStringLiteral("NULL"))
+                .arg(trying ? 1 : 0);
         QString sql = QStringLiteral("tsql_convert(%1, %2, %3, %4")
                           .arg(Literal(e.type.name))
                           .arg(e.type.length == -1 && e.type.precision > 0 ? e.type.precision : e.type.length)
@@ -414,6 +420,10 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
                           .arg(Expr(*e.args[0]));
         if (e.args.size() > 1)
             sql += QStringLiteral(", ") + Expr(*e.args[1]);
+        else if (trying)
+            sql += QStringLiteral(", 0");
+        if (trying)
+            sql += QStringLiteral(", 1");
         return sql + u')';
     }
     }
@@ -490,28 +500,13 @@ QString SqlTranslator::Function(const SqlExpr& e) {
         need(1, 1);
         return QStringLiteral("%1(%2, ' ')").arg(f.toLower(), arg(0));
     }
+    if (QString sql = DateFunction(e, f); !sql.isEmpty())
+        return sql;
     auto it = kDirectFunctions.find(f);
     if (it != kDirectFunctions.end()) {
         const auto range = kFunctionArity.value(f);
         need(range.first, range.second);
         return *it + u'(' + args() + u')';
-    }
-    if (f == QLatin1String("DATEPART") || f == QLatin1String("DATEADD") || f == QLatin1String("DATEDIFF") ||
-        f == QLatin1String("DATENAME")) {
-        need(f == QLatin1String("DATEPART") || f == QLatin1String("DATENAME") ? 2 : 3,
-             f == QLatin1String("DATEPART") || f == QLatin1String("DATENAME") ? 2 : 3);
-        const SqlExpr& part = *e.args[0];
-        const QString partName = part.kind == SqlExpr::Kind::Column ? part.parts.last() : part.text;
-        QString sql = QStringLiteral("tsql_%1(%2")
-                          .arg(f == QLatin1String("DATENAME") ? QStringLiteral("datepart") : f.toLower(),
-                               Literal(partName));
-        for (int i = 1; i < e.args.size(); ++i)
-            sql += QStringLiteral(", ") + arg(i);
-        return sql + u')';
-    }
-    if (f == QLatin1String("YEAR") || f == QLatin1String("MONTH") || f == QLatin1String("DAY")) {
-        need(1, 1);
-        return QStringLiteral("tsql_datepart('%1', %2)").arg(f.toLower(), arg(0));
     }
     if (f == QLatin1String("OBJECT_ID")) {
         need(1, 2);

@@ -63,6 +63,8 @@ private:
     QString CatalogueFunction(const SqlExpr& e, const QString& f);
     // SqlTranslatorFunctions.cpp; empty when f is none of them.
     QString LaterFunction(const SqlExpr& e, const QString& f);
+    // SqlTranslatorDates.cpp: dates, FORMAT and the later string functions; empty when f is none.
+    QString DateFunction(const SqlExpr& e, const QString& f);
     // SqlTranslatorQuery.cpp: WITH before a query, OVER after a function.
     QString With(const SqlSelect& select);
     QString Over(const SqlWindow& over);
