@@ -1,16 +1,10 @@
 // INSERT, UPDATE and DELETE of a session.
 #include "SessionState.h"
 
+#include "SessionDmlColumns.h"
 #include "SqlParser.h"
 
-namespace {
-
-struct TableColumn {
-    QString name;
-    bool identity = false;
-    QString type; // the system type's name
-    int scale = 0;
-};
+namespace dml {
 
 QList<TableColumn> Columns(SqliteDb& db, int id) {
     QList<TableColumn> list;
@@ -37,6 +31,14 @@ QString Stored(const TableColumn& c, const QString& sql) {
         return sql;
     return QStringLiteral("tsql_convert('%1', -1, %2, %3)").arg(c.type).arg(c.scale).arg(sql);
 }
+
+} // namespace dml
+
+using dml::Columns;
+using dml::Stored;
+using dml::TableColumn;
+
+namespace {
 
 // The alias under which the target of an UPDATE or DELETE stands in its FROM list, if it does.
 QString FindTargetAlias(const QList<SqlTableRefP>& from, const QString& target) {

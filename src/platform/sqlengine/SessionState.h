@@ -229,6 +229,10 @@ private:
                                  const QString& verb, const QList<Module>& triggers,
                                  const SqlStatement* output);
     void RunOutput(const SqlStatement& s, const TriggerRun& run, const QString& verb);
+    // MERGE (SessionMerge.cpp)
+    void RunMerge(const SqlStatement& s);
+    void RunMergeOutput(const SqlStatement& s, const TriggerRun& run, const QString& sourceName,
+                        const QString& sourceTable, const QString& actionTable);
     QStringList PrepareCapture(int tableId);
     void FireTrigger(const Module& trigger, const CatalogueObject& table, const TriggerRun& run);
     bool TriggerTable(const QString& name, Table& out) const;
@@ -311,4 +315,5 @@ private:
     int mFetchStatus = -1;
     const SqlStatement* mDmlStatement = nullptr; // the INSERT, UPDATE or DELETE whose SQL runs next
     long long mCursorRows = 0;
+    QHash<QString, QString> mMergeTables; // while MERGE's OUTPUT is read: name (lower) -> its rows
 };

@@ -219,6 +219,10 @@ struct SqlStatement {
         WaitFor,  // optionValue: DELAY or TIME; condition: the time
         SaveTran, // name (or procedureVariable)
         Cursor,   // DECLARE CURSOR, OPEN, FETCH, CLOSE, DEALLOCATE: construct says which
+        // MERGE target [alias] USING from ON condition; body: its WHEN clauses as the INSERT, UPDATE
+        // or DELETE each runs, optionValue MATCHED, NOT MATCHED or NOT MATCHED BY SOURCE, condition
+        // the clause's AND
+        Merge,
         Unsupported
     };
     Kind kind = Kind::Empty;

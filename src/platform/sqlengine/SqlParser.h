@@ -90,6 +90,9 @@ private:
     SqlStatementP ParseInsert();
     SqlStatementP ParseUpdate();
     SqlStatementP ParseDelete();
+    // SqlParserDml.cpp: MERGE, and the SET list of UPDATE and of MERGE's WHEN clauses.
+    SqlStatementP ParseMerge();
+    void ParseSetList(SqlStatement& s);
     QList<SqlParam> ParseParams(bool parenthesised);
     QList<SqlStatementP> ParseStatementsToEnd();
     SqlStatementP ParseBlockOrStatement();

@@ -393,6 +393,20 @@ void SqlParser::ParseOutput(SqlStatement& s) {
             Next();
             Next();
             item.expr = star;
+        } else if (t.IsSymbol("$") && Peek(1).IsWord("ACTION")) {
+            // MERGE's $action: a column of the rows its OUTPUT reads
+            auto action = std::make_shared<SqlExpr>();
+            action->kind = SqlExpr::Kind::Column;
+            action->line = t.line;
+            action->parts = QStringList{QStringLiteral("$action")};
+            Next();
+            Next();
+            item.expr = action;
+            if (AcceptWord("AS") || Peek().kind == SqlToken::Kind::QuotedName ||
+                (Peek().kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(Peek().text))) {
+                item.alias = ParseName();
+                item.hasAlias = true;
+            }
         } else {
             item.expr = ParseExpr();
             if (AcceptWord("AS") || Peek().kind == SqlToken::Kind::QuotedName ||

@@ -158,8 +158,7 @@ TEST(SqlParserFallback, KeepsValidStatementsTheEngineCannotRun) {
     ASSERT_TRUE(errors.isEmpty()) << errors.first().text.toStdString();
     ASSERT_EQ(statements.size(), 4);
     EXPECT_EQ(statements[0]->kind, SqlStatement::Kind::Select);
-    EXPECT_EQ(statements[1]->kind, SqlStatement::Kind::Unsupported);
-    EXPECT_EQ(statements[1]->construct, QStringLiteral("MERGE"));
+    EXPECT_EQ(statements[1]->kind, SqlStatement::Kind::Merge);
     EXPECT_EQ(statements[1]->line, 2);
     // The tree parser reads this SELECT up to FOR and would stop there.
     EXPECT_EQ(statements[2]->kind, SqlStatement::Kind::Unsupported);
