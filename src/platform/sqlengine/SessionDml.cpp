@@ -219,11 +219,14 @@ void SessionState::RunInsert(const SqlStatement& s) {
 }
 
 void SessionState::RunUpdate(const SqlStatement& s) {
+    if (RunOnCte(s))
+        return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "UPDATE");
     mDmlStatement = &s;
     const QList<TableColumn> columns = Columns(*mDb, table.id);
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
+    const QString with = s.select ? t.WithClause(*s.select) : QString();
     QList<QPair<QString, SqlExprP>> sets;
     QList<TableColumn> setColumns;
     QList<QPair<QString, SqlExprP>> variableSets;
@@ -287,14 +290,17 @@ void SessionState::RunUpdate(const SqlStatement& s) {
     mDmlColumns.clear();
     for (const auto& set : sets)
         mDmlColumns.append(set.first);
-    RunDml(sql, t.Params(), table, QStringLiteral("UPDATE"));
+    RunDml(with + sql, t.Params(), table, QStringLiteral("UPDATE"));
 }
 
 void SessionState::RunDelete(const SqlStatement& s) {
+    if (RunOnCte(s))
+        return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "DELETE");
     mDmlStatement = &s;
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
+    const QString with = s.select ? t.WithClause(*s.select) : QString();
     QString sql;
     if (s.from.isEmpty() && !s.top) {
         sql = QStringLiteral("DELETE FROM %1 AS %2").arg(physical, SqlTranslator::Quote(table.name));
@@ -318,5 +324,5 @@ void SessionState::RunDelete(const SqlStatement& s) {
             inner += QStringLiteral(" LIMIT ") + t.Expr(*s.top);
         sql = QStringLiteral("DELETE FROM %1 WHERE rowid IN (%2)").arg(physical, inner);
     }
-    RunDml(sql, t.Params(), table, QStringLiteral("DELETE"));
+    RunDml(with + sql, t.Params(), table, QStringLiteral("DELETE"));
 }

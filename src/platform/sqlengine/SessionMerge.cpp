@@ -117,7 +117,8 @@ void SessionState::RunMerge(const SqlStatement& s) {
     // The source, once.
     {
         SqlTranslator t(*this);
-        const QString select = QStringLiteral("SELECT * FROM ") + t.FromList(s.from);
+        const QString with = s.select ? t.WithClause(*s.select) : QString();
+        const QString select = with + QStringLiteral("SELECT * FROM ") + t.FromList(s.from);
         QStringList defs;
         try {
             SqliteStatement st(mDb->Handle(), select);

@@ -134,6 +134,9 @@ private:
     void RunUpdate(const SqlStatement& s);
     void RunDelete(const SqlStatement& s);
     CatalogueObject TargetTable(const QStringList& name, int line, const char* action);
+    // UPDATE or DELETE of a common table expression over one table (SessionCteDml.cpp); false
+    // when the statement's target is no common table expression.
+    bool RunOnCte(const SqlStatement& s);
     long long RunDml(const QString& sql, const QVariantList& params, const CatalogueObject& table,
                      const QString& verb);
 

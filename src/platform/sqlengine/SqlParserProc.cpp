@@ -290,8 +290,14 @@ SqlStatementP SqlParser::ParseWith(const SqlToken& t) {
         ctes.append(c);
     } while (AcceptSymbol(","));
     SqlStatementP s = ParseStatement(false);
-    if (!s->select || (s->kind != SqlStatement::Kind::Select && s->kind != SqlStatement::Kind::Insert))
-        Unsupported(QStringLiteral("common table expressions before UPDATE, DELETE or MERGE"), t.line);
+    // UPDATE, DELETE and MERGE hold their expressions in a query of their own, with nothing else.
+    if (!s->select && (s->kind == SqlStatement::Kind::Update || s->kind == SqlStatement::Kind::Delete ||
+                       s->kind == SqlStatement::Kind::Merge))
+        s->select = std::make_shared<SqlSelect>();
+    if (!s->select || (s->kind != SqlStatement::Kind::Select && s->kind != SqlStatement::Kind::Insert &&
+                       s->kind != SqlStatement::Kind::Update && s->kind != SqlStatement::Kind::Delete &&
+                       s->kind != SqlStatement::Kind::Merge))
+        Unsupported(QStringLiteral("common table expressions before this statement"), t.line);
     s->select->ctes = ctes;
     s->line = t.line;
     s->begin = t.begin;

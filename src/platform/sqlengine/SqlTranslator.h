@@ -39,6 +39,9 @@ public:
     QString FromList(const QList<SqlTableRefP>& from);
     const QVariantList& Params() const { return mParams; }
     QString AddParam(const QVariant& value);
+    // The WITH clause of a data change's common table expressions (empty without any); their names
+    // stand for them in everything translated afterwards.
+    QString WithClause(const SqlSelect& select) { return With(select); }
 
     // Expressions that stand for variables: the parameters of an inline function body.
     void SetVariableOverride(const QString& name, const QString& sql) {
