@@ -109,15 +109,17 @@ bool SessionState::RunOnCte(const SqlStatement& s) {
                                                        "because it contains a derived or constant field.")
                                             .arg(cte->name));
             if (!found)
-                throw ServerError::Make(207, 16, QStringLiteral("Invalid column name '%1'.").arg(a.first.last()),
-                                        true);
+                throw ServerError::Make(
+                    207, 16, QStringLiteral("Invalid column name '%1'.").arg(a.first.last()), true);
             if (found->identity)
-                throw ServerError::Make(8102, 16,
-                                        QStringLiteral("Cannot update identity column '%1'.").arg(found->name));
+                throw ServerError::Make(
+                    8102, 16, QStringLiteral("Cannot update identity column '%1'.").arg(found->name));
             if (!a.second)
                 throw ServerError::Unsupported(QStringLiteral("SET column = DEFAULT"));
-            inner += QStringLiteral(", %1 AS __v%2").arg(dml::Stored(*found, t.Expr(*a.second))).arg(sets.size());
-            sets.append(QStringLiteral("%1 = __u.__v%2").arg(SqlTranslator::Quote(found->name)).arg(sets.size()));
+            inner +=
+                QStringLiteral(", %1 AS __v%2").arg(dml::Stored(*found, t.Expr(*a.second))).arg(sets.size());
+            sets.append(
+                QStringLiteral("%1 = __u.__v%2").arg(SqlTranslator::Quote(found->name)).arg(sets.size()));
             mDmlColumns.append(found->name);
         }
     }
@@ -126,10 +128,11 @@ bool SessionState::RunOnCte(const SqlStatement& s) {
         inner += QStringLiteral(" WHERE ") + t.Expr(*s.where);
     if (s.top)
         inner += QStringLiteral(" LIMIT ") + t.Expr(*s.top);
-    const QString sql = update ? QStringLiteral("%1UPDATE %2 SET %3 FROM (%4) AS __u WHERE %2.rowid = __u.__rid")
-                                     .arg(prefix, physical, sets.join(QStringLiteral(", ")), inner)
-                               : QStringLiteral("%1DELETE FROM %2 WHERE rowid IN (SELECT __rid FROM (%3))")
-                                     .arg(prefix, physical, inner);
+    const QString sql = update
+                            ? QStringLiteral("%1UPDATE %2 SET %3 FROM (%4) AS __u WHERE %2.rowid = __u.__rid")
+                                  .arg(prefix, physical, sets.join(QStringLiteral(", ")), inner)
+                            : QStringLiteral("%1DELETE FROM %2 WHERE rowid IN (SELECT __rid FROM (%3))")
+                                  .arg(prefix, physical, inner);
     RunDml(sql, t.Params(), table, update ? QStringLiteral("UPDATE") : QStringLiteral("DELETE"));
     return true;
 }

@@ -105,6 +105,9 @@ struct SqlSelectCore {
     QList<SqlTableRefP> from;
     SqlExprP where;
     QList<SqlExprP> groupBy;
+    // GROUP BY ROLLUP, CUBE, GROUPING SETS, WITH ROLLUP / CUBE: the sets, as indexes into groupBy;
+    // empty for a plain GROUP BY
+    QList<QList<int>> groupingSets;
     SqlExprP having;
     QStringList into; // SELECT ... INTO
 };

@@ -111,6 +111,10 @@ private:
 
     SqlSelectP ParseSelect();
     SqlSelectCore ParseSelectCore();
+    // SqlParserGrouping.cpp: the GROUP BY list with its ROLLUP, CUBE and GROUPING SETS.
+    void ParseGroupBy(SqlSelectCore& core);
+    QList<QList<int>> ParseGroupingElement(SqlSelectCore& core, bool inSets);
+    QList<int> ParseGroupingColumns(SqlSelectCore& core);
     QList<SqlTableRefP> ParseFromList();
     SqlTableRefP ParseTableRef();
     SqlTableRefP ParseTablePrimary();

@@ -208,11 +208,7 @@ SqlSelectCore SqlParser::ParseSelectCore() {
         ExpectWord("BY");
         if (AcceptWord("ALL"))
             Unsupported(QStringLiteral("GROUP BY ALL"), Peek().line);
-        do
-            core.groupBy.append(ParseExpr());
-        while (AcceptSymbol(","));
-        if (Peek().IsWord("WITH"))
-            Unsupported(QStringLiteral("GROUP BY WITH ROLLUP/CUBE"), Peek().line);
+        ParseGroupBy(core);
     }
     if (AcceptWord("HAVING"))
         core.having = ParseExpr();

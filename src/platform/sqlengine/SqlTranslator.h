@@ -71,6 +71,19 @@ private:
     QString Over(const SqlWindow& over);
     QString StringSplit(const SqlTableRef& ref);
     QStringList mCtes; // lower case names of the common table expressions in scope
+    // SqlTranslatorGrouping.cpp: GROUP BY ROLLUP, CUBE and GROUPING SETS as a UNION ALL of one
+    // query per set, in which the grouping columns outside the set are NULL.
+    struct GroupingBranch {
+        const SqlSelectCore* core = nullptr;
+        QList<int> set;
+        bool insideAggregate = false;
+    };
+    QString GroupingSets(const SqlSelectCore& core, bool wrapTop);
+    // A query of one such core: its ORDER BY terms are worked out in each set's query.
+    QString GroupedSelect(const SqlSelect& select);
+    // The text of e in the set being translated, when the set makes it other than it is.
+    bool Grouped(const SqlExpr& e, QString* sql);
+    GroupingBranch* mGrouping = nullptr;
 
     TranslatorContext& mContext;
     QVariantList mParams;
