@@ -120,13 +120,8 @@ void SessionState::RunMerge(const SqlStatement& s) {
         const QString with = s.select ? t.WithClause(*s.select) : QString();
         const QString select = with + QStringLiteral("SELECT * FROM ") + t.FromList(s.from);
         QStringList defs;
-        try {
-            SqliteStatement st(mDb->Handle(), select);
-            for (int i = 0; i < st.ColumnCount(); ++i)
-                defs.append(SqlTranslator::Quote(st.ColumnName(i)) + QStringLiteral(" COLLATE TSQL"));
-        } catch (const SqliteError& e) {
-            throw MapSqliteError(e, QStringLiteral("SELECT"));
-        }
+        for (const QString& name : QueryColumns(select))
+            defs.append(SqlTranslator::Quote(name) + QStringLiteral(" COLLATE TSQL"));
         for (const QString& name : cleanup.tables)
             mDb->Exec(QStringLiteral("DROP TABLE IF EXISTS ") + name);
         mDb->Exec(QStringLiteral("CREATE TABLE %1 (%2)").arg(src, defs.join(QStringLiteral(", "))));
@@ -516,4 +511,16 @@ void SessionState::RunMergeOutput(const SqlStatement& s, const TriggerRun& run, 
     insert.select = select;
     mNoCount = true; // the rows OUTPUT INTO adds are not counted apart
     RunInsert(insert);
+}
+
+QStringList SessionState::QueryColumns(const QString& sql) {
+    QStringList names;
+    try {
+        SqliteStatement st(mDb->Handle(), sql);
+        for (int i = 0; i < st.ColumnCount(); ++i)
+            names.append(st.ColumnName(i));
+    } catch (const SqliteError& e) {
+        throw MapSqliteError(e, QStringLiteral("SELECT"));
+    }
+    return names;
 }

@@ -67,7 +67,9 @@ struct SqlExpr {
 };
 
 struct SqlTableRef {
-    enum class Kind { Named, Subquery, Join, Function };
+    // Pivot: left PIVOT (args[0], an aggregate, FOR args[1] IN (name...)); Unpivot: left UNPIVOT
+    // (args[0] FOR args[1] IN (name...)), both columns.
+    enum class Kind { Named, Subquery, Join, Function, Pivot, Unpivot };
     Kind kind = Kind::Named;
     QStringList name; // [db.][owner.]name
     QString alias;

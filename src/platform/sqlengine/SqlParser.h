@@ -115,6 +115,7 @@ private:
     void ParseGroupBy(SqlSelectCore& core);
     QList<QList<int>> ParseGroupingElement(SqlSelectCore& core, bool inSets);
     QList<int> ParseGroupingColumns(SqlSelectCore& core);
+    SqlTableRefP ParsePivot(const SqlTableRefP& source);
     QList<SqlTableRefP> ParseFromList();
     SqlTableRefP ParseTableRef();
     SqlTableRefP ParseTablePrimary();

@@ -245,7 +245,8 @@ SqlTableRefP SqlParser::ParseTableRef() {
         } else if (Peek().IsWord("OUTER") && Peek(1).IsWord("APPLY")) {
             Unsupported(QStringLiteral("OUTER APPLY"), line);
         } else if (Peek().IsWord("PIVOT") || Peek().IsWord("UNPIVOT")) {
-            Unsupported(Peek().text.toUpper(), line);
+            left = ParsePivot(left);
+            continue;
         } else {
             break;
         }

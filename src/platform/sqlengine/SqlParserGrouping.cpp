@@ -1,3 +1,5 @@
+// GROUP BY with ROLLUP, CUBE and GROUPING SETS, and PIVOT / UNPIVOT after a table.
+//
 // GROUP BY with ROLLUP, CUBE and GROUPING SETS. Each element of the list gives the sets it stands
 // for; the list stands for every combination of one set of each element (a plain expression is one
 // set of one column). WITH ROLLUP and WITH CUBE after a plain list make the list a ROLLUP or CUBE.
@@ -125,4 +127,43 @@ void SqlParser::ParseGroupBy(SqlSelectCore& core) {
     }
     if (extended)
         core.groupingSets = sets;
+}
+
+// source PIVOT (aggregate(column) FOR column IN ([value], ...)) [AS] alias
+// source UNPIVOT (value FOR name IN (column, ...)) [AS] alias
+SqlTableRefP SqlParser::ParsePivot(const SqlTableRefP& source) {
+    auto r = std::make_shared<SqlTableRef>();
+    r->line = Peek().line;
+    r->kind = Next().IsWord("PIVOT") ? SqlTableRef::Kind::Pivot : SqlTableRef::Kind::Unpivot;
+    r->left = source;
+    ExpectSymbol("(");
+    const auto column = [this]() {
+        auto c = std::make_shared<SqlExpr>();
+        c->kind = SqlExpr::Kind::Column;
+        c->line = Peek().line;
+        c->parts = QStringList{ParseName()};
+        return c;
+    };
+    if (r->kind == SqlTableRef::Kind::Pivot) {
+        SqlExprP aggregate = ParseExpr();
+        if (aggregate->kind != SqlExpr::Kind::Function || aggregate->args.size() != 1 ||
+            aggregate->args[0]->kind != SqlExpr::Kind::Column)
+            Fail(Peek());
+        r->args.append(aggregate);
+    } else {
+        r->args.append(column());
+    }
+    ExpectWord("FOR");
+    r->args.append(column());
+    ExpectWord("IN");
+    ExpectSymbol("(");
+    do
+        r->name.append(ParseName());
+    while (AcceptSymbol(","));
+    ExpectSymbol(")");
+    ExpectSymbol(")");
+    r->alias = ParseOptionalAlias();
+    if (r->alias.isEmpty())
+        Fail(Peek());
+    return r;
 }

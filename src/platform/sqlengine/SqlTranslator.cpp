@@ -202,6 +202,9 @@ QString SqlTranslator::TableRef(const SqlTableRef& ref) {
         return Joins(ref);
     case SqlTableRef::Kind::Subquery:
         return u'(' + Select(*ref.select) + QStringLiteral(") AS ") + Quote(ref.alias);
+    case SqlTableRef::Kind::Pivot:
+    case SqlTableRef::Kind::Unpivot:
+        return Pivot(ref);
     case SqlTableRef::Kind::Named:
         if (ref.name.size() == 1 && mCtes.contains(ref.name.first().toLower()))
             return Quote(ref.name.first()) + QStringLiteral(" AS ") +

@@ -24,6 +24,8 @@ public:
     virtual QString MasterSchema() const = 0; // master's SQLite schema
     virtual QString DatabaseName() const = 0;
     virtual int UserUid() const = 0;
+    // The names of the columns a query gives (for PIVOT); throws ServerError.
+    virtual QStringList QueryColumns(const QString& sql) = 0;
 };
 
 // Turns the parsed form of a query into SQLite text with numbered parameters. Names of result
@@ -84,6 +86,9 @@ private:
     // The text of e in the set being translated, when the set makes it other than it is.
     bool Grouped(const SqlExpr& e, QString* sql);
     GroupingBranch* mGrouping = nullptr;
+    // SqlTranslatorPivot.cpp: PIVOT as an aggregate of a CASE per value, UNPIVOT as a UNION ALL of
+    // one query per column that leaves out its NULLs.
+    QString Pivot(const SqlTableRef& ref);
 
     TranslatorContext& mContext;
     QVariantList mParams;
