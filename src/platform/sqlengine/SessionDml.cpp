@@ -1,16 +1,10 @@
 // INSERT, UPDATE and DELETE of a session.
 #include "SessionState.h"
 
+#include "SessionDmlColumns.h"
 #include "SqlParser.h"
 
-namespace {
-
-struct TableColumn {
-    QString name;
-    bool identity = false;
-    QString type; // the system type's name
-    int scale = 0;
-};
+namespace dml {
 
 QList<TableColumn> Columns(SqliteDb& db, int id) {
     QList<TableColumn> list;
@@ -37,6 +31,14 @@ QString Stored(const TableColumn& c, const QString& sql) {
         return sql;
     return QStringLiteral("tsql_convert('%1', -1, %2, %3)").arg(c.type).arg(c.scale).arg(sql);
 }
+
+} // namespace dml
+
+using dml::Columns;
+using dml::Stored;
+using dml::TableColumn;
+
+namespace {
 
 // The alias under which the target of an UPDATE or DELETE stands in its FROM list, if it does.
 QString FindTargetAlias(const QList<SqlTableRefP>& from, const QString& target) {
@@ -217,11 +219,14 @@ void SessionState::RunInsert(const SqlStatement& s) {
 }
 
 void SessionState::RunUpdate(const SqlStatement& s) {
+    if (RunOnCte(s))
+        return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "UPDATE");
     mDmlStatement = &s;
     const QList<TableColumn> columns = Columns(*mDb, table.id);
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
+    const QString with = s.select ? t.WithClause(*s.select) : QString();
     QList<QPair<QString, SqlExprP>> sets;
     QList<TableColumn> setColumns;
     QList<QPair<QString, SqlExprP>> variableSets;
@@ -285,14 +290,17 @@ void SessionState::RunUpdate(const SqlStatement& s) {
     mDmlColumns.clear();
     for (const auto& set : sets)
         mDmlColumns.append(set.first);
-    RunDml(sql, t.Params(), table, QStringLiteral("UPDATE"));
+    RunDml(with + sql, t.Params(), table, QStringLiteral("UPDATE"));
 }
 
 void SessionState::RunDelete(const SqlStatement& s) {
+    if (RunOnCte(s))
+        return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "DELETE");
     mDmlStatement = &s;
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
+    const QString with = s.select ? t.WithClause(*s.select) : QString();
     QString sql;
     if (s.from.isEmpty() && !s.top) {
         sql = QStringLiteral("DELETE FROM %1 AS %2").arg(physical, SqlTranslator::Quote(table.name));
@@ -316,5 +324,5 @@ void SessionState::RunDelete(const SqlStatement& s) {
             inner += QStringLiteral(" LIMIT ") + t.Expr(*s.top);
         sql = QStringLiteral("DELETE FROM %1 WHERE rowid IN (%2)").arg(physical, inner);
     }
-    RunDml(sql, t.Params(), table, QStringLiteral("DELETE"));
+    RunDml(with + sql, t.Params(), table, QStringLiteral("DELETE"));
 }

@@ -430,6 +430,9 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
     case K::Delete:
         RunDelete(s);
         return Flow::Normal;
+    case K::Merge:
+        RunMerge(s);
+        return Flow::Normal;
     case K::CreateTable:
         CreateTable(s);
         return Flow::Normal;

@@ -53,6 +53,7 @@ public:
     QString MasterSchema() const override;
     QString DatabaseName() const override { return database; }
     int UserUid() const override { return mUid; }
+    QStringList QueryColumns(const QString& sql) override;
 
     // Runs a user's scalar function for a query; throws ServerError.
     // defaults: one character per argument, '1' where the caller wrote DEFAULT.
@@ -135,6 +136,9 @@ private:
     void RunUpdate(const SqlStatement& s);
     void RunDelete(const SqlStatement& s);
     CatalogueObject TargetTable(const QStringList& name, int line, const char* action);
+    // UPDATE or DELETE of a common table expression over one table (SessionCteDml.cpp); false
+    // when the statement's target is no common table expression.
+    bool RunOnCte(const SqlStatement& s);
     long long RunDml(const QString& sql, const QVariantList& params, const CatalogueObject& table,
                      const QString& verb);
 
@@ -233,6 +237,10 @@ private:
                                  const QString& verb, const QList<Module>& triggers,
                                  const SqlStatement* output);
     void RunOutput(const SqlStatement& s, const TriggerRun& run, const QString& verb);
+    // MERGE (SessionMerge.cpp)
+    void RunMerge(const SqlStatement& s);
+    void RunMergeOutput(const SqlStatement& s, const TriggerRun& run, const QString& sourceName,
+                        const QString& sourceTable, const QString& actionTable);
     QStringList PrepareCapture(int tableId);
     void FireTrigger(const Module& trigger, const CatalogueObject& table, const TriggerRun& run);
     bool TriggerTable(const QString& name, Table& out) const;
@@ -316,4 +324,5 @@ private:
     int mFetchStatus = -1;
     const SqlStatement* mDmlStatement = nullptr; // the INSERT, UPDATE or DELETE whose SQL runs next
     long long mCursorRows = 0;
+    QHash<QString, QString> mMergeTables; // while MERGE's OUTPUT is read: name (lower) -> its rows
 };

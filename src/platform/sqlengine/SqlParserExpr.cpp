@@ -208,11 +208,7 @@ SqlSelectCore SqlParser::ParseSelectCore() {
         ExpectWord("BY");
         if (AcceptWord("ALL"))
             Unsupported(QStringLiteral("GROUP BY ALL"), Peek().line);
-        do
-            core.groupBy.append(ParseExpr());
-        while (AcceptSymbol(","));
-        if (Peek().IsWord("WITH"))
-            Unsupported(QStringLiteral("GROUP BY WITH ROLLUP/CUBE"), Peek().line);
+        ParseGroupBy(core);
     }
     if (AcceptWord("HAVING"))
         core.having = ParseExpr();
@@ -249,7 +245,8 @@ SqlTableRefP SqlParser::ParseTableRef() {
         } else if (Peek().IsWord("OUTER") && Peek(1).IsWord("APPLY")) {
             Unsupported(QStringLiteral("OUTER APPLY"), line);
         } else if (Peek().IsWord("PIVOT") || Peek().IsWord("UNPIVOT")) {
-            Unsupported(Peek().text.toUpper(), line);
+            left = ParsePivot(left);
+            continue;
         } else {
             break;
         }

@@ -117,6 +117,8 @@ QString SqlTranslator::AddParam(const QVariant& value) {
 }
 
 QString SqlTranslator::Select(const SqlSelect& select) {
+    if (select.cores.size() == 1 && !select.cores.first().groupingSets.isEmpty() && !mGrouping)
+        return GroupedSelect(select);
     QString sql = With(select);
     const bool compound = select.cores.size() > 1;
     for (int i = 0; i < select.cores.size(); ++i) {
@@ -144,6 +146,8 @@ QString SqlTranslator::Core(const SqlSelectCore& core, bool wrapTop) {
         throw ServerError::Unsupported(QStringLiteral("SELECT ... INTO"));
     if (core.topPercent)
         throw ServerError::Unsupported(QStringLiteral("TOP ... PERCENT"));
+    if (!core.groupingSets.isEmpty() && !mGrouping)
+        return GroupingSets(core, wrapTop);
     QString sql = QStringLiteral("SELECT ");
     if (core.distinct)
         sql += QStringLiteral("DISTINCT ");
@@ -198,6 +202,9 @@ QString SqlTranslator::TableRef(const SqlTableRef& ref) {
         return Joins(ref);
     case SqlTableRef::Kind::Subquery:
         return u'(' + Select(*ref.select) + QStringLiteral(") AS ") + Quote(ref.alias);
+    case SqlTableRef::Kind::Pivot:
+    case SqlTableRef::Kind::Unpivot:
+        return Pivot(ref);
     case SqlTableRef::Kind::Named:
         if (ref.name.size() == 1 && mCtes.contains(ref.name.first().toLower()))
             return Quote(ref.name.first()) + QStringLiteral(" AS ") +
@@ -327,6 +334,10 @@ QString SqlTranslator::Fold(const QString& function, QStringList terms) {
 }
 
 QString SqlTranslator::Expr(const SqlExpr& e) {
+    if (QString grouped; e.kind == SqlExpr::Kind::Function || mGrouping) {
+        if (Grouped(e, &grouped))
+            return grouped;
+    }
     switch (e.kind) {
     case SqlExpr::Kind::Null:
         return QStringLiteral("NULL");
