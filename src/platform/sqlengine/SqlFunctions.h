@@ -11,4 +11,6 @@ namespace SqlFunctions {
 void Register(SqliteDb& db);
 // tsql_text, tsql_concat_ws, tsql_translate (SqlFunctionsText.cpp); Register calls it.
 void RegisterText(SqliteDb& db);
+// tsql_isjson, tsql_json_*, tsql_for_rows and the xml helpers (SqlFunctionsJson.cpp); Register calls it.
+void RegisterJson(SqliteDb& db);
 } // namespace SqlFunctions

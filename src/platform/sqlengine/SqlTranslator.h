@@ -67,7 +67,17 @@ private:
     QString With(const SqlSelect& select);
     QString Over(const SqlWindow& over);
     QString StringSplit(const SqlTableRef& ref);
-    QStringList mCtes; // lower case names of the common table expressions in scope
+    // SqlTranslatorJson.cpp: the JSON built-ins (empty when f is none of them), OPENJSON, APPLY,
+    // FOR JSON and FOR XML.
+    QString JsonFunction(const SqlExpr& e, const QString& f);
+    QString LateralColumn(const SqlExpr& e) const;
+    QString OpenJson(const SqlTableRef& ref, bool lateral);
+    QString Apply(const SqlTableRef& join);
+    QString ForClause(const SqlSelect& select);
+    // The columns that an APPLY brings, by lower case alias and column: what stands for each.
+    QHash<QString, QHash<QString, QString>> mLateral;
+    QStringList mApplyConditions; // what a CROSS APPLY adds to its query's WHERE
+    QStringList mCtes;            // lower case names of the common table expressions in scope
 
     TranslatorContext& mContext;
     QVariantList mParams;
