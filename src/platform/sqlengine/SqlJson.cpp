@@ -704,7 +704,7 @@ QString RowsBuilder::XmlRow(const QList<Cell>& cells) const {
 
 QString RowsBuilder::Finish() const {
     if (!mJson) {
-        const QString body = mRows.join(QString());
+        QString body = mRows.join(QString());
         if (!mRoot)
             return body;
         const QString r = XmlName(mRootName);
