@@ -122,6 +122,7 @@ QString SqlTranslator::Select(const SqlSelect& select) {
         return ForClause(select);
     // The columns an APPLY brings are seen up to the end of its query, ORDER BY included.
     const auto outerLateral = mLateral;
+    const QString outerQualifier = std::exchange(mQualifier, QString());
     QString sql = With(select);
     const bool compound = select.cores.size() > 1;
     for (int i = 0; i < select.cores.size(); ++i) {
@@ -142,6 +143,7 @@ QString SqlTranslator::Select(const SqlSelect& select) {
     if (!compound && select.cores.first().top)
         sql += QStringLiteral(" LIMIT ") + Expr(*select.cores.first().top);
     mLateral = outerLateral;
+    mQualifier = outerQualifier;
     return sql;
 }
 
@@ -365,7 +367,8 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
         if (QString lateral = LateralColumn(e); !lateral.isEmpty())
             return lateral;
         if (e.parts.size() == 1)
-            return Quote(e.parts.last());
+            return mQualifier.isEmpty() ? Quote(e.parts.last())
+                                        : Quote(mQualifier) + u'.' + Quote(e.parts.last());
         return Quote(e.parts[e.parts.size() - 2]) + u'.' + Quote(e.parts.last());
     }
     case SqlExpr::Kind::Variable: {

@@ -77,6 +77,7 @@ private:
     // The columns that an APPLY brings, by lower case alias and column: what stands for each.
     QHash<QString, QHash<QString, QString>> mLateral;
     QStringList mApplyConditions; // what a CROSS APPLY adds to its query's WHERE
+    QString mQualifier;           // the table of unqualified columns in an APPLY's query
     QStringList mCtes;            // lower case names of the common table expressions in scope
 
     TranslatorContext& mContext;

@@ -5,6 +5,8 @@
 #include "ServerError.h"
 #include "SqlParser.h"
 
+#include <algorithm>
+
 namespace {
 
 const QString kJsonColumn = QStringLiteral("JSON_F52E2B61-18A1-11d1-B105-00805F49916B");
@@ -18,6 +20,14 @@ bool IsJsonText(const SqlExpr& e) {
         return e.select && e.select->forClause && e.select->forClause->json;
     return e.kind == SqlExpr::Kind::Function && e.parts.size() <= 1 &&
            (e.text == QLatin1String("JSON_QUERY") || e.text == QLatin1String("JSON_MODIFY"));
+}
+
+bool IsAggregate(const SqlExpr& e) {
+    static const QStringList aggregates = {QStringLiteral("COUNT"),     QStringLiteral("COUNT_BIG"),
+                                           QStringLiteral("SUM"),       QStringLiteral("AVG"),
+                                           QStringLiteral("MIN"),       QStringLiteral("MAX"),
+                                           QStringLiteral("STRING_AGG")};
+    return e.kind == SqlExpr::Kind::Function && !e.over && e.parts.size() <= 1 && aggregates.contains(e.text);
 }
 
 bool IsXmlText(const SqlExpr& e) {
@@ -186,9 +196,10 @@ QString SqlTranslator::OpenJson(const SqlTableRef& ref, bool lateral) {
 
 // CROSS APPLY and OUTER APPLY. SQLite has no lateral join, but its table-valued functions take the
 // columns of the tables before them: OPENJSON and STRING_SPLIT become json_each in the join. A
-// derived table with TOP returns at most its first rows; its columns become correlated subqueries
-// where they are named (CROSS APPLY keeping only the rows where it has one). Anything else joins
-// as it is, which is right as long as it doesn't name the tables before it.
+// derived table with TOP 1, or of aggregates alone, gives at most one row per row before it; its
+// columns become correlated subqueries where they are named (CROSS
+// APPLY keeping only the rows where it has one). A plain SELECT ... FROM ... WHERE becomes a join.
+// Anything else joins as it is, which is right as long as it doesn't name the tables before it.
 QString SqlTranslator::Apply(const SqlTableRef& join) {
     const SqlTableRef& right = *join.right;
     const bool outer = join.joinType == QLatin1String("OUTER APPLY");
@@ -209,10 +220,19 @@ QString SqlTranslator::Apply(const SqlTableRef& join) {
                         Quote(right.alias.isEmpty() ? QStringLiteral("STRING_SPLIT") : right.alias)) +
                on;
     }
-    if (right.kind == SqlTableRef::Kind::Subquery && right.select->cores.size() == 1 &&
-        right.select->cores.first().top && !right.select->forClause) {
+    const bool simpleQuery = right.kind == SqlTableRef::Kind::Subquery && right.select->cores.size() == 1 &&
+                             !right.select->forClause && right.select->ctes.isEmpty();
+    if (!simpleQuery)
+        return joinWord + TableRef(right) + on;
+    const SqlSelectCore& core = right.select->cores.first();
+    const bool aggregate = core.groupBy.isEmpty() && !core.items.isEmpty() &&
+                           std::all_of(core.items.begin(), core.items.end(),
+                                       [](const SqlSelectItem& item) { return IsAggregate(*item.expr); });
+    const bool topOne =
+        core.top && core.top->kind == SqlExpr::Kind::Number && core.top->text == QLatin1String("1");
+    if (topOne || aggregate) {
         QStringList names;
-        for (const SqlSelectItem& item : right.select->cores.first().items) {
+        for (const SqlSelectItem& item : core.items) {
             if (item.hasAlias)
                 names.append(item.alias);
             else if (item.expr->kind == SqlExpr::Kind::Column)
@@ -228,10 +248,48 @@ QString SqlTranslator::Apply(const SqlTableRef& join) {
             for (const QString& name : names)
                 byName.insert(name.toLower(), QStringLiteral("(SELECT %1 FROM (%2))").arg(Quote(name), sub));
             mLateral.insert(right.alias.toLower(), byName);
-            if (!outer)
+            if (!outer && !aggregate)
                 mApplyConditions.append(QStringLiteral("EXISTS (%1)").arg(sub));
             return {};
         }
+    }
+    // A plain SELECT ... FROM ... WHERE: its tables join those before it, its WHERE is the join's
+    // condition, and its columns are its expressions.
+    if (!core.top && !core.distinct && core.groupBy.isEmpty() && !core.having && !core.from.isEmpty() &&
+        core.into.isEmpty() && right.select->orderBy.isEmpty() && !right.alias.isEmpty()) {
+        QHash<QString, QString> byName;
+        for (const SqlSelectItem& item : core.items) {
+            const SqlExpr& e = *item.expr;
+            if (e.kind == SqlExpr::Kind::Star || IsAggregate(e) || e.over)
+                return joinWord + TableRef(right) + on;
+            const QString name = item.hasAlias                     ? item.alias
+                                 : e.kind == SqlExpr::Kind::Column ? e.parts.last()
+                                                                   : QString();
+            if (name.isEmpty())
+                return joinWord + TableRef(right) + on;
+            byName.insert(name.toLower(), QString());
+        }
+        const bool single = core.from.size() == 1 && core.from.first()->kind != SqlTableRef::Kind::Join;
+        if (outer && !single)
+            return joinWord + TableRef(right) + on;
+        const QString tables = FromList(core.from);
+        // Inside, a name without a table is the inner table's, as the server looks there first.
+        const QString outerQualifier = mQualifier;
+        if (single && core.from.first()->kind == SqlTableRef::Kind::Named)
+            mQualifier = core.from.first()->alias.isEmpty() ? core.from.first()->name.last()
+                                                            : core.from.first()->alias;
+        const QString condition = core.where ? Expr(*core.where) : QStringLiteral("1");
+        for (const SqlSelectItem& item : core.items) {
+            const SqlExpr& e = *item.expr;
+            const QString name = item.hasAlias ? item.alias : e.parts.last();
+            byName.insert(name.toLower(), u'(' + Expr(e) + u')');
+        }
+        mQualifier = outerQualifier;
+        mLateral.insert(right.alias.toLower(), byName);
+        if (outer)
+            return QStringLiteral(" LEFT JOIN ") + tables + QStringLiteral(" ON ") + condition;
+        mApplyConditions.append(condition);
+        return QStringLiteral(" CROSS JOIN ") + tables;
     }
     return joinWord + TableRef(right) + on;
 }
