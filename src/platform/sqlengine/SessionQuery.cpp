@@ -172,3 +172,12 @@ long long SessionState::StreamQuery(const QString& sql, const QVariantList& para
     mSink->EndRows(count);
     return count;
 }
+
+QStringList SessionState::ColumnNames(const QString& sql) {
+    // Prepared, not run: SQLite knows a statement's columns before its first row.
+    const SqliteStatement st(mDb->Handle(), sql);
+    QStringList names;
+    for (int i = 0; i < st.ColumnCount(); ++i)
+        names.append(st.ColumnName(i));
+    return names;
+}

@@ -24,6 +24,11 @@ public:
     virtual QString MasterSchema() const = 0; // master's SQLite schema
     virtual QString DatabaseName() const = 0;
     virtual int UserUid() const = 0;
+    // The names of the columns a translated query gives; empty when they can't be known.
+    virtual QStringList ColumnNames(const QString& sql) {
+        Q_UNUSED(sql);
+        return {};
+    }
 };
 
 // Turns the parsed form of a query into SQLite text with numbered parameters. Names of result

@@ -303,23 +303,24 @@ QString SqlTranslator::ForClause(const SqlSelect& select) {
     const SqlSelectCore& first = inner.cores.first();
     if (first.items.size() > kMaxForColumns)
         throw ServerError::Unsupported(QStringLiteral("FOR JSON and FOR XML of more than 63 columns"));
+    const QString unnamedJson =
+        QStringLiteral("Column expressions and data sources without names or aliases cannot be formatted as "
+                       "JSON text using FOR JSON clause. Add alias to the unnamed column or table.");
     QStringList names;   // the names the aggregate is given, each after its kind
     QStringList columns; // the inner query's columns
+    bool star = false;
     for (qsizetype i = 0; i < first.items.size(); ++i) {
         const SqlSelectItem& item = first.items[i];
         const SqlExpr& e = *item.expr;
-        if (e.kind == SqlExpr::Kind::Star)
-            throw ServerError::Unsupported(f.json ? QStringLiteral("FOR JSON of SELECT *")
-                                                  : QStringLiteral("FOR XML of SELECT *"));
+        if (e.kind == SqlExpr::Kind::Star) {
+            star = true;
+            continue;
+        }
         QString name = item.hasAlias                     ? item.alias
                        : e.kind == SqlExpr::Kind::Column ? e.parts.last()
                                                          : QString();
         if (name.isEmpty() && f.json)
-            throw ServerError::Make(
-                13605, 16,
-                QStringLiteral("Column expressions and data sources without names or aliases "
-                               "cannot be formatted as JSON text using FOR JSON clause. Add "
-                               "alias to the unnamed column or table."));
+            throw ServerError::Make(13605, 16, unnamedJson);
         QString column = name;
         if (name.isEmpty()) {
             column = QStringLiteral("__for_%1").arg(i);
@@ -332,6 +333,22 @@ QString SqlTranslator::ForClause(const SqlSelect& select) {
         const QChar kind = f.json ? (IsJsonText(e) ? u'j' : u'v') : (IsXmlText(e) ? u'x' : u'v');
         names.append(Literal(kind + name));
         columns.append(Quote(column));
+    }
+    const QString innerSql = Select(inner);
+    if (star) {
+        // What * stands for is known once SQLite has read the query.
+        names.clear();
+        columns.clear();
+        const QStringList all = mContext.ColumnNames(innerSql);
+        if (all.isEmpty() || all.size() > kMaxForColumns)
+            throw ServerError::Unsupported(QStringLiteral("FOR JSON and FOR XML of these columns"));
+        for (const QString& column : all) {
+            const bool unnamed = column.startsWith(QLatin1String("__for_")) || ResultName(column).isEmpty();
+            if (unnamed && f.json)
+                throw ServerError::Make(13605, 16, unnamedJson);
+            names.append(Literal(QChar(u'v') + (unnamed ? QString() : column)));
+            columns.append(Quote(column));
+        }
     }
     QStringList options = {f.json ? QStringLiteral("json") : QStringLiteral("xml"),
                            QStringLiteral("mode=") + f.mode};
@@ -358,5 +375,5 @@ QString SqlTranslator::ForClause(const SqlSelect& select) {
         options.append(QStringLiteral("elements"));
     return QStringLiteral("SELECT tsql_for_rows(%1, %2, %3) AS %4 FROM (%5)")
         .arg(Literal(options.join(u'\n')), names.join(QStringLiteral(", ")),
-             columns.join(QStringLiteral(", ")), Quote(f.json ? kJsonColumn : kXmlColumn), Select(inner));
+             columns.join(QStringLiteral(", ")), Quote(f.json ? kJsonColumn : kXmlColumn), innerSql);
 }
