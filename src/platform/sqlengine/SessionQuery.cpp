@@ -14,7 +14,10 @@ public:
         for (int i = 0; i < n; ++i) {
             SqlColumn c;
             c.name = SqlTranslator::ResultName(st.ColumnName(i));
-            const QString decl = st.DeclaredType(i);
+            QString decl = st.DeclaredType(i);
+            // The one column of FOR JSON and FOR XML is nvarchar(max), as the server names it.
+            if (c.name.endsWith(QLatin1String("_F52E2B61-18A1-11d1-B105-00805F49916B")))
+                decl = QStringLiteral("nvarchar(max)");
             if (!decl.isEmpty())
                 Catalogue::DescribeDeclaredType(decl, &c.typeId, &c.length, &c.precision, &c.scale);
             else
@@ -168,4 +171,13 @@ long long SessionState::StreamQuery(const QString& sql, const QVariantList& para
     }
     mSink->EndRows(count);
     return count;
+}
+
+QStringList SessionState::ColumnNames(const QString& sql) {
+    // Prepared, not run: SQLite knows a statement's columns before its first row.
+    const SqliteStatement st(mDb->Handle(), sql);
+    QStringList names;
+    for (int i = 0; i < st.ColumnCount(); ++i)
+        names.append(st.ColumnName(i));
+    return names;
 }

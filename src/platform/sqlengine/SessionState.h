@@ -54,6 +54,7 @@ public:
     QString DatabaseName() const override { return database; }
     int UserUid() const override { return mUid; }
     QStringList QueryColumns(const QString& sql) override;
+    QStringList ColumnNames(const QString& sql) override;
 
     // Runs a user's scalar function for a query; throws ServerError.
     // defaults: one character per argument, '1' where the caller wrote DEFAULT.

@@ -66,6 +66,14 @@ struct SqlExpr {
     ~SqlExpr();
 };
 
+// A column of OPENJSON(...) WITH (name type ['path'] [AS JSON], ...).
+struct SqlJsonColumn {
+    QString name;
+    SqlTypeSpec type;
+    QString path; // empty: '$.name'
+    bool asJson = false;
+};
+
 struct SqlTableRef {
     // Pivot: left PIVOT (args[0], an aggregate, FOR args[1] IN (name...)); Unpivot: left UNPIVOT
     // (args[0] FOR args[1] IN (name...)), both columns.
@@ -76,8 +84,10 @@ struct SqlTableRef {
     SqlSelectP select;
     QList<SqlExprP> args; // table function arguments
     std::shared_ptr<SqlTableRef> left, right;
-    QString joinType; // INNER, LEFT, RIGHT, FULL, CROSS
+    QString joinType; // INNER, LEFT, RIGHT, FULL, CROSS, CROSS APPLY, OUTER APPLY
     SqlExprP on;
+    QList<SqlJsonColumn> jsonColumns; // OPENJSON ... WITH
+    bool hasJsonSchema = false;
     int line = 1;
 
     SqlTableRef() = default;
@@ -128,11 +138,28 @@ struct SqlCte {
     SqlSelectP select;
 };
 
+// FOR JSON PATH | AUTO [, ROOT('r')] [, INCLUDE_NULL_VALUES] [, WITHOUT_ARRAY_WRAPPER], and FOR XML
+// RAW ['e'] | AUTO | PATH ['e'] [, ELEMENTS] [, ROOT ['r']] [, TYPE].
+struct SqlForClause {
+    bool json = false;
+    QString mode; // PATH, AUTO, RAW
+    QString element;
+    bool elementGiven = false;
+    bool root = false;
+    QString rootName;
+    bool includeNulls = false;
+    bool withoutArrayWrapper = false;
+    bool elements = false;
+    bool type = false;
+    int line = 1;
+};
+
 struct SqlSelect {
     QList<SqlCte> ctes;
     QList<SqlSelectCore> cores;
     QStringList unionOps; // "UNION", "UNION ALL", "EXCEPT", "INTERSECT" between cores
     QList<SqlOrderItem> orderBy;
+    std::shared_ptr<SqlForClause> forClause;
     int line = 1;
 };
 

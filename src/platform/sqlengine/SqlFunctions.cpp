@@ -767,4 +767,5 @@ void SqlFunctions::Register(SqliteDb& db) {
     RegisterDates(db);
     RegisterFormat(db);
     RegisterMisc(db);
+    RegisterJson(db);
 }

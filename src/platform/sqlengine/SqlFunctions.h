@@ -45,4 +45,6 @@ public:
 private:
     bool mPrevious;
 };
+// tsql_isjson, tsql_json_*, tsql_for_rows and the xml helpers (SqlFunctionsJson.cpp); Register calls it.
+void RegisterJson(SqliteDb& db);
 } // namespace SqlFunctions

@@ -120,6 +120,10 @@ private:
     SqlTableRefP ParseTableRef();
     SqlTableRefP ParseTablePrimary();
     QString ParseOptionalAlias();
+    // SqlParserJson.cpp: FOR JSON / FOR XML, OPENJSON's WITH schema, (subquery).value(...).
+    std::shared_ptr<SqlForClause> ParseForClause();
+    void ParseJsonSchema(SqlTableRef& r);
+    SqlExprP ParseXmlMethod(SqlExprP target);
 
     SqlExprP ParseExpr();
     SqlCheck ParseCheck(const QString& name, const QString& column);

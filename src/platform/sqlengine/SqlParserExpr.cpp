@@ -107,8 +107,10 @@ SqlSelectP SqlParser::ParseSelect() {
             sel->orderBy.append(o);
         } while (AcceptSymbol(","));
     }
-    if (Peek().IsWord("FOR") && (Peek(1).IsWord("XML") || Peek(1).IsWord("BROWSE")))
-        Unsupported(QStringLiteral("FOR XML"), Peek().line);
+    if (Peek().IsWord("FOR") && (Peek(1).IsWord("XML") || Peek(1).IsWord("JSON")))
+        sel->forClause = ParseForClause();
+    if (Peek().IsWord("FOR") && Peek(1).IsWord("BROWSE"))
+        Unsupported(QStringLiteral("FOR BROWSE"), Peek().line);
     if (Peek().IsWord("OPTION") && Peek(1).IsSymbol("("))
         Unsupported(QStringLiteral("query hints (OPTION)"), Peek().line);
     if (Peek().IsWord("COMPUTE"))
@@ -238,12 +240,16 @@ SqlTableRefP SqlParser::ParseTableRef() {
             AcceptWord("OUTER");
             ExpectWord("JOIN");
         } else if (AcceptWord("CROSS")) {
-            if (Peek().IsWord("APPLY"))
-                Unsupported(QStringLiteral("CROSS APPLY"), line);
-            ExpectWord("JOIN");
-            type = QStringLiteral("CROSS");
+            if (AcceptWord("APPLY")) {
+                type = QStringLiteral("CROSS APPLY");
+            } else {
+                ExpectWord("JOIN");
+                type = QStringLiteral("CROSS");
+            }
         } else if (Peek().IsWord("OUTER") && Peek(1).IsWord("APPLY")) {
-            Unsupported(QStringLiteral("OUTER APPLY"), line);
+            Next();
+            Next();
+            type = QStringLiteral("OUTER APPLY");
         } else if (Peek().IsWord("PIVOT") || Peek().IsWord("UNPIVOT")) {
             left = ParsePivot(left);
             continue;
@@ -256,7 +262,7 @@ SqlTableRefP SqlParser::ParseTableRef() {
         j->left = left;
         j->right = ParseTablePrimary();
         j->line = line;
-        if (type != QLatin1String("CROSS")) {
+        if (!type.startsWith(QLatin1String("CROSS")) && type != QLatin1String("OUTER APPLY")) {
             ExpectWord("ON");
             j->on = ParseExpr();
         }
@@ -310,6 +316,10 @@ SqlTableRefP SqlParser::ParseTablePrimary() {
         }
         ExpectSymbol(")");
     }
+    if (r->kind == SqlTableRef::Kind::Function && r->name.size() == 1 &&
+        r->name.first().compare(QLatin1String("OPENJSON"), Qt::CaseInsensitive) == 0 &&
+        Peek().IsWord("WITH") && Peek(1).IsSymbol("("))
+        ParseJsonSchema(*r);
     r->alias = ParseOptionalAlias();
     if (Peek().IsWord("WITH") && Peek(1).IsSymbol("(")) {
         // Table hints only steer locking; one process's SQLite has nothing to steer.
@@ -489,7 +499,7 @@ SqlExprP SqlParser::ParsePrimary() {
                 auto e = MakeExpr(SqlExpr::Kind::Subquery, t.line);
                 e->select = ParseSelect();
                 ExpectSymbol(")");
-                return e;
+                return e->select->forClause ? ParseXmlMethod(e) : e;
             }
             SqlExprP inner = ParseExpr();
             ExpectSymbol(")");

@@ -26,6 +26,11 @@ public:
     virtual int UserUid() const = 0;
     // The names of the columns a query gives (for PIVOT); throws ServerError.
     virtual QStringList QueryColumns(const QString& sql) = 0;
+    // The names of the columns a translated query gives; empty when they can't be known.
+    virtual QStringList ColumnNames(const QString& sql) {
+        Q_UNUSED(sql);
+        return {};
+    }
 };
 
 // Turns the parsed form of a query into SQLite text with numbered parameters. Names of result
@@ -74,7 +79,6 @@ private:
     QString With(const SqlSelect& select);
     QString Over(const SqlWindow& over);
     QString StringSplit(const SqlTableRef& ref);
-    QStringList mCtes; // lower case names of the common table expressions in scope
     // SqlTranslatorGrouping.cpp: GROUP BY ROLLUP, CUBE and GROUPING SETS as a UNION ALL of one
     // query per set, in which the grouping columns outside the set are NULL.
     struct GroupingBranch {
@@ -91,6 +95,18 @@ private:
     // SqlTranslatorPivot.cpp: PIVOT as an aggregate of a CASE per value, UNPIVOT as a UNION ALL of
     // one query per column that leaves out its NULLs.
     QString Pivot(const SqlTableRef& ref);
+    // SqlTranslatorJson.cpp: the JSON built-ins (empty when f is none of them), OPENJSON, APPLY,
+    // FOR JSON and FOR XML.
+    QString JsonFunction(const SqlExpr& e, const QString& f);
+    QString LateralColumn(const SqlExpr& e) const;
+    QString OpenJson(const SqlTableRef& ref, bool lateral);
+    QString Apply(const SqlTableRef& join);
+    QString ForClause(const SqlSelect& select);
+    // The columns that an APPLY brings, by lower case alias and column: what stands for each.
+    QHash<QString, QHash<QString, QString>> mLateral;
+    QStringList mApplyConditions; // what a CROSS APPLY adds to its query's WHERE
+    QString mQualifier;           // the table of unqualified columns in an APPLY's query
+    QStringList mCtes;            // lower case names of the common table expressions in scope
 
     TranslatorContext& mContext;
     QVariantList mParams;

@@ -152,7 +152,7 @@ TEST(SqlParserFallback, KeepsValidStatementsTheEngineCannotRun) {
     const QList<SqlStatementP> statements = Parse(QStringLiteral("SELECT 1\n"
                                                                  "MERGE t USING s ON t.a = s.a\n"
                                                                  "WHEN MATCHED THEN DELETE;\n"
-                                                                 "SELECT name FROM t FOR XML PATH('')\n"
+                                                                 "SELECT name FROM t FOR XML EXPLICIT\n"
                                                                  "PRINT 'done'"),
                                                   &errors);
     ASSERT_TRUE(errors.isEmpty()) << errors.first().text.toStdString();
@@ -160,9 +160,8 @@ TEST(SqlParserFallback, KeepsValidStatementsTheEngineCannotRun) {
     EXPECT_EQ(statements[0]->kind, SqlStatement::Kind::Select);
     EXPECT_EQ(statements[1]->kind, SqlStatement::Kind::Merge);
     EXPECT_EQ(statements[1]->line, 2);
-    // The tree parser reads this SELECT up to FOR and would stop there.
     EXPECT_EQ(statements[2]->kind, SqlStatement::Kind::Unsupported);
-    EXPECT_EQ(statements[2]->construct, QStringLiteral("FOR XML"));
+    EXPECT_EQ(statements[2]->construct, QStringLiteral("FOR XML EXPLICIT"));
     EXPECT_EQ(statements[2]->line, 4);
     EXPECT_EQ(statements[3]->kind, SqlStatement::Kind::Print);
 }
@@ -175,7 +174,7 @@ TEST(SqlParserFallback, NamesTheConstruct) {
     } cases[] = {
         {"RECONFIGURE WITH OVERRIDE", "RECONFIGURE"},
         {"DELETE FROM t WHERE a IN (SELECT a FROM u) OPTION (HASH JOIN)", "query hints (OPTION)"},
-        {"SELECT a FROM t ORDER BY a FOR JSON PATH, ROOT('x')", "FOR JSON"},
+        {"SELECT a FROM t ORDER BY a FOR XML EXPLICIT, ROOT('x')", "FOR XML EXPLICIT"},
         {"SELECT a, SUM(b) FROM t JOIN OPENROWSET(BULK 'f', SINGLE_CLOB) AS x ON 1 = 1 GROUP BY a",
          "OPENROWSET"},
     };
