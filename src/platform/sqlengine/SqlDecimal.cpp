@@ -4,6 +4,7 @@
 
 #include <QLocale>
 #include <algorithm>
+#include <climits>
 #include <cmath>
 
 // Magnitudes of 38 digits multiplied or aligned to a common scale need up to 77 digits, so the
@@ -239,6 +240,22 @@ int DigitCount(u128 v) {
 }
 
 } // namespace
+
+void SqlDecimal::RegisterConversions() {
+    static const bool registered = [] {
+        QMetaType::registerConverter<SqlDecimal, QString>(&SqlDecimal::ToString);
+        QMetaType::registerConverter<SqlDecimal, double>(&SqlDecimal::ToDouble);
+        // Where an integer is read from a value, a numeric constant past int (a bigint's worth of
+        // digits) gives its whole part.
+        QMetaType::registerConverter<SqlDecimal, qlonglong>(
+            [](const SqlDecimal& d) { return d.Truncated().value_or(0); });
+        QMetaType::registerConverter<SqlDecimal, int>([](const SqlDecimal& d) {
+            return int(std::clamp<qlonglong>(d.Truncated().value_or(0), INT_MIN, INT_MAX));
+        });
+        return true;
+    }();
+    Q_UNUSED(registered);
+}
 
 std::optional<SqlDecimal> SqlDecimal::Parse(QStringView text) {
     qsizetype i = 0;

@@ -15,6 +15,8 @@ public:
     static constexpr int kMaxPrecision = 38;
 
     SqlDecimal() = default;
+    // A QVariant holding one converts to QString (ToString) and double; once per process.
+    static void RegisterConversions();
 
     // A constant as written: "12.345" is numeric(5,3), "007" numeric(1,0). nullopt for anything that
     // isn't digits with at most one point and an optional sign, or has more than 38 digits.

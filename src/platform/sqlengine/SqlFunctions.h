@@ -1,6 +1,10 @@
 #pragma once
 
+#include <QString>
+
 class SqliteDb;
+struct sqlite3_context;
+struct sqlite3_value;
 
 // The server's built-in functions that SQLite lacks or does differently, registered on a
 // connection under tsql_ names. A function that fails as the server would sets an error text of
@@ -11,4 +15,7 @@ namespace SqlFunctions {
 void Register(SqliteDb& db);
 // tsql_text, tsql_concat_ws, tsql_translate (SqlFunctionsText.cpp); Register calls it.
 void RegisterText(SqliteDb& db);
+// tsql_convert to decimal, numeric, money or smallmoney (SqlFunctionsDecimal.cpp).
+void ConvertDecimal(sqlite3_context* ctx, const QString& type, long long precision, long long scale,
+                    sqlite3_value* v);
 } // namespace SqlFunctions

@@ -24,6 +24,9 @@ public:
     virtual QString MasterSchema() const = 0; // master's SQLite schema
     virtual QString DatabaseName() const = 0;
     virtual int UserUid() const = 0;
+    // An expression the session works out itself (exact decimals): its value, and whether it reads
+    // variables (then it goes as a parameter, else as a literal that a definition may hold).
+    virtual bool Fold(const SqlExpr& /*e*/, QVariant& /*value*/, bool& /*variables*/) { return false; }
 };
 
 // Turns the parsed form of a query into SQLite text with numbered parameters. Names of result
@@ -39,6 +42,7 @@ public:
     QString FromList(const QList<SqlTableRefP>& from);
     const QVariantList& Params() const { return mParams; }
     QString AddParam(const QVariant& value);
+    QString FoldedValue(const QVariant& value, bool variables);
 
     // Expressions that stand for variables: the parameters of an inline function body.
     void SetVariableOverride(const QString& name, const QString& sql) {
