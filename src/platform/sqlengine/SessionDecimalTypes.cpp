@@ -67,6 +67,26 @@ SqlColumn ColumnOf(const SqlDecimal& type, int typeId = 108) {
     return c;
 }
 
+// Whether an item may be a decimal computed from columns: arithmetic, or an aggregate or rounding
+// of one. Only then is it worth asking SQLite for the columns' types.
+bool MayBeDecimal(const SqlExpr& e) {
+    switch (e.kind) {
+    case SqlExpr::Kind::Binary:
+        return e.text.size() == 1 && QStringLiteral("+-*/%").contains(e.text[0]);
+    case SqlExpr::Kind::Unary:
+        return e.text == QLatin1String("-") || e.text == QLatin1String("+");
+    case SqlExpr::Kind::Function: {
+        static const QStringList names = {
+            QStringLiteral("SUM"),   QStringLiteral("AVG"),     QStringLiteral("MIN"),
+            QStringLiteral("MAX"),   QStringLiteral("ABS"),     QStringLiteral("ROUND"),
+            QStringLiteral("FLOOR"), QStringLiteral("CEILING"), QStringLiteral("SIGN")};
+        return names.contains(e.text.toUpper());
+    }
+    default:
+        return false;
+    }
+}
+
 void CollectColumns(const SqlExpr& e, QList<const SqlExpr*>& out) {
     if (e.kind == SqlExpr::Kind::Column) {
         out.append(&e);
@@ -101,6 +121,23 @@ QVariant DecimalResultValue(const QVariant& v, const SqlColumn& c) {
         return d->To(SqlDecimal::kMaxPrecision, scale).ToString();
     } catch (const ServerError&) {
         return v; // more digits than any decimal holds: the value as SQLite has it
+    }
+}
+
+QVariant DecimalVariableValue(const QVariant& v, const SqlColumn& c) {
+    if (!v.isValid() || v.isNull() || v.typeId() != QMetaType::QString || !KindOf(c.typeId))
+        return v;
+    const bool money = c.typeId == 60 || c.typeId == 122;
+    const std::optional<SqlDecimal> d = SqlDecimal::ParseLoose(v.toString(), money);
+    if (!d)
+        return v;
+    try {
+        if (money)
+            return QVariant::fromValue(d->ToMoney(*KindOf(c.typeId)));
+        return QVariant::fromValue(d->To(std::clamp(c.precision, 1, SqlDecimal::kMaxPrecision),
+                                         std::clamp(c.scale, 0, SqlDecimal::kMaxPrecision)));
+    } catch (const ServerError&) {
+        return v;
     }
 }
 
@@ -199,7 +236,7 @@ QHash<int, SqlColumn> SessionState::DecimalColumns(const SqlSelect& select) {
     for (const SqlSelectItem& item : core.items) {
         if (!item.expr || item.expr->kind == SqlExpr::Kind::Star)
             return known; // the items' places are not known
-        if (item.expr->kind != SqlExpr::Kind::Column && Shallow(*item.expr))
+        if (MayBeDecimal(*item.expr) && Shallow(*item.expr))
             CollectColumns(*item.expr, refs);
     }
     // The declared types of the columns the items use, from SQLite: a query over the same FROM.
@@ -211,10 +248,10 @@ QHash<int, SqlColumn> SessionState::DecimalColumns(const SqlSelect& select) {
             for (const SqlExpr* r : std::as_const(refs))
                 list.append(t.Expr(*r));
             const QString from = t.FromList(core.from);
-            SqliteStatement probe(mDb->Handle(),
-                                  QStringLiteral("SELECT %1 FROM %2 LIMIT 0").arg(list.join(u','), from));
-            for (int i = 0; i < refs.size() && i < probe.ColumnCount(); ++i) {
-                const QString decl = probe.DeclaredType(i);
+            const CachedStatement probe =
+                mDb->Prepare(QStringLiteral("SELECT %1 FROM %2 LIMIT 0").arg(list.join(u','), from));
+            for (int i = 0; i < refs.size() && i < probe->ColumnCount(); ++i) {
+                const QString decl = probe->DeclaredType(i);
                 if (decl.isEmpty())
                     continue;
                 SqlColumn c;

@@ -23,6 +23,8 @@ QVariant ToServerValue(const QVariant& v, int typeId);
 // A value of a decimal or money result column as the text of its exact digits at the column's
 // scale (10.50, money 12.5000); any other value as it is.
 QVariant DecimalResultValue(const QVariant& v, const SqlColumn& c);
+// The reverse, for a result's value that goes into a variable: the exact value of the column's type.
+QVariant DecimalVariableValue(const QVariant& v, const SqlColumn& c);
 
 // One connection's executor: it parses a batch, walks its statements and keeps the catalogue in
 // step with what they create, change and drop.
@@ -154,7 +156,6 @@ private:
     QHash<int, SqlColumn> DecimalColumns(const SqlSelect& select);
     std::optional<SqlDecimal> DecimalTypeOf(const SqlExpr& e, const QHash<const SqlExpr*, SqlColumn>& columns,
                                             bool& integer);
-    QHash<int, SqlColumn> mKnownColumns; // for the next Query or StreamQuery only
 
     // queries
     void RunSelect(const SqlStatement& s);
@@ -342,4 +343,5 @@ private:
     int mFetchStatus = -1;
     const SqlStatement* mDmlStatement = nullptr; // the INSERT, UPDATE or DELETE whose SQL runs next
     long long mCursorRows = 0;
+    QHash<int, SqlColumn> mKnownColumns; // result types worked out for the next Query or StreamQuery
 };
