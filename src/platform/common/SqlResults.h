@@ -8,9 +8,8 @@
 // (PRINT and other information, and errors). The embedded engine produces these and the drivers
 // hand them on, so the query window and the command line see one shape whatever the server.
 //
-// Values: NULL is an invalid QVariant; integers are qlonglong; float and real are double; decimal,
-// numeric and money are double, or QString of their exact digits (10.50, the embedded engine);
-// character types are QString; datetime types are QDateTime in UTC (the server's
+// Values: NULL is an invalid QVariant; integers are qlonglong; float, real, decimal, numeric and
+// money are double; character types are QString; datetime types are QDateTime in UTC (the server's
 // zone-less wall-clock time, as it was stored); binary types QByteArray; bit is qlonglong 0/1.
 struct SqlColumn {
     QString name;

@@ -118,17 +118,20 @@ QVariant DecimalResultValue(const QVariant& v, const SqlColumn& c) {
     try {
         const int scale =
             c.typeId == 60 || c.typeId == 122 ? 4 : std::clamp(c.scale, 0, SqlDecimal::kMaxPrecision);
-        return d->To(SqlDecimal::kMaxPrecision, scale).ToString();
+        return d->To(SqlDecimal::kMaxPrecision, scale).ToDouble();
     } catch (const ServerError&) {
         return v; // more digits than any decimal holds: the value as SQLite has it
     }
 }
 
 QVariant DecimalVariableValue(const QVariant& v, const SqlColumn& c) {
-    if (!v.isValid() || v.isNull() || v.typeId() != QMetaType::QString || !KindOf(c.typeId))
+    if (!v.isValid() || v.isNull() || !KindOf(c.typeId))
         return v;
     const bool money = c.typeId == 60 || c.typeId == 122;
-    const std::optional<SqlDecimal> d = SqlDecimal::ParseLoose(v.toString(), money);
+    const std::optional<SqlDecimal> d = v.typeId() == QMetaType::Double ? SqlDecimal::FromDouble(v.toDouble())
+                                        : v.typeId() == QMetaType::QString
+                                            ? SqlDecimal::ParseLoose(v.toString(), money)
+                                            : std::nullopt;
     if (!d)
         return v;
     try {

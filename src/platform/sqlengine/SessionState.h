@@ -20,8 +20,8 @@ class SqliteStatement;
 // A value as SQLite gives it, in the form of the server's type: datetimes as QDateTime, integers
 // as qlonglong, fractions as double.
 QVariant ToServerValue(const QVariant& v, int typeId);
-// A value of a decimal or money result column as the text of its exact digits at the column's
-// scale (10.50, money 12.5000); any other value as it is.
+// A value of a decimal or money result column rounded to the column's scale, so that a sum of
+// doubles reads as the decimal it stands for; any other value as it is.
 QVariant DecimalResultValue(const QVariant& v, const SqlColumn& c);
 // The reverse, for a result's value that goes into a variable: the exact value of the column's type.
 QVariant DecimalVariableValue(const QVariant& v, const SqlColumn& c);
