@@ -230,6 +230,14 @@ std::optional<SqlDecimal::Kind> MoneyResult(const SqlDecimal& a, const SqlDecima
     return std::nullopt;
 }
 
+// Leading zeros of the integral digits go, in one step: a long run of them is no reason to slow.
+void StripZeros(QString& digits, qsizetype scale) {
+    qsizetype zeros = 0;
+    while (zeros + 1 < digits.size() && digits[zeros] == u'0' && digits.size() - zeros > scale)
+        ++zeros;
+    digits.remove(0, zeros);
+}
+
 int DigitCount(u128 v) {
     int n = 1;
     while (v >= 10) {
@@ -344,8 +352,7 @@ std::optional<SqlDecimal> SqlDecimal::ParseLoose(QStringView text, bool money) {
         digits += QString(-scale, u'0');
         scale = 0;
     }
-    while (digits.size() > 1 && digits[0] == u'0' && digits.size() > scale)
-        digits.remove(0, 1);
+    StripZeros(digits, scale);
     // Decimals beyond what 38 digits hold are rounded away, half away from zero.
     const qsizetype excess = std::max<qsizetype>(digits.size() - kMaxPrecision, scale - kMaxPrecision);
     if (excess > 0) {
@@ -362,13 +369,11 @@ std::optional<SqlDecimal> SqlDecimal::ParseLoose(QStringView text, bool money) {
             else
                 digits.prepend(u'1');
         }
-        while (digits.size() > 1 && digits[0] == u'0' && digits.size() > scale)
-            digits.remove(0, 1);
+        StripZeros(digits, scale);
     }
     if (digits.size() > kMaxPrecision && digits.size() - scale > 0) {
         QString integral = digits.left(digits.size() - scale);
-        while (integral.size() > 1 && integral[0] == u'0')
-            integral.remove(0, 1);
+        StripZeros(integral, 0);
         if (integral.size() > kMaxPrecision)
             throw Overflow(QStringLiteral("varchar"), money ? Kind::Money : Kind::Decimal);
     }

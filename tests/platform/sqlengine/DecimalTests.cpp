@@ -110,6 +110,12 @@ TEST(Decimal, LooseTextAndFloats) {
     EXPECT_EQ(SqlDecimal::ParseLoose(u"-.25", false)->ToString(), "-0.25");
     EXPECT_FALSE(SqlDecimal::ParseLoose(u"abc", false).has_value());
     EXPECT_FALSE(SqlDecimal::ParseLoose(u"1,000", false).has_value());
+    // Long runs of zeros, and more decimals than 38 digits hold, are read in one pass and rounded.
+    EXPECT_EQ(SqlDecimal::ParseLoose(QString(200000, u'0') + QStringLiteral("12.5"), false)->ToString(),
+              "12.5");
+    EXPECT_EQ(SqlDecimal::ParseLoose(QStringLiteral("0.") + QString(50, u'6'), false)->ToString(),
+              "0.66666666666666666666666666666666666667");
+    EXPECT_EQ(OverflowOf([] { (void)SqlDecimal::ParseLoose(QString(39, u'9'), false); }), 8115);
     EXPECT_EQ(SqlDecimal::FromDouble(0.1)->To(10, 4).ToString(), "0.1000");
     EXPECT_EQ(SqlDecimal::FromDouble(-2.675)->To(10, 2).ToString(), "-2.68");
     EXPECT_FALSE(SqlDecimal::FromDouble(std::numeric_limits<double>::infinity()).has_value());
