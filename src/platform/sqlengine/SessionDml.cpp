@@ -9,12 +9,12 @@ namespace dml {
 QList<TableColumn> Columns(SqliteDb& db, int id) {
     QList<TableColumn> list;
     for (const QVariantList& r :
-         db.Rows(QStringLiteral("SELECT name, status, xusertype, xscale FROM syscolumns WHERE "
+         db.Rows(QStringLiteral("SELECT name, status, xusertype, xscale, xprec FROM syscolumns WHERE "
                                 "id = ? ORDER BY colid"),
                  {id})) {
         const SystemType* t = Catalogue::FindTypeById(r[2].toInt());
         list.append(TableColumn{r[0].toString(), (r[1].toInt() & 0x80) != 0,
-                                t ? QString::fromLatin1(t->name) : QString(), r[3].toInt()});
+                                t ? QString::fromLatin1(t->name) : QString(), r[3].toInt(), r[4].toInt()});
     }
     return list;
 }
@@ -29,7 +29,10 @@ QString Stored(const TableColumn& c, const QString& sql) {
         c.type == QLatin1String("image") || c.type == QLatin1String("timestamp") ||
         c.type == QLatin1String("sql_variant"))
         return sql;
-    return QStringLiteral("tsql_convert('%1', -1, %2, %3)").arg(c.type).arg(c.scale).arg(sql);
+    // A decimal is rounded to the column's scale and must fit its precision.
+    const int length =
+        c.type == QLatin1String("decimal") || c.type == QLatin1String("numeric") ? c.precision : -1;
+    return QStringLiteral("tsql_convert('%1', %2, %3, %4)").arg(c.type).arg(length).arg(c.scale).arg(sql);
 }
 
 } // namespace dml

@@ -13,6 +13,7 @@ struct TableColumn {
     bool identity = false;
     QString type; // the system type's name
     int scale = 0;
+    int precision = 0;
 };
 
 // The columns of table id, in order.

@@ -505,6 +505,15 @@ SqlExprP SqlParser::ParsePrimary() {
             ExpectSymbol(")");
             return inner;
         }
+        if (t.IsSymbol("$") && Peek(1).kind == SqlToken::Kind::Number &&
+            !Peek(1).text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+            // A money constant, $12.50: the number as money.
+            Next();
+            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, QStringLiteral("CAST"));
+            e->args.append(MakeExpr(SqlExpr::Kind::Number, t.line, Next().text));
+            e->type.name = QStringLiteral("money");
+            return e;
+        }
         Fail(t);
     case SqlToken::Kind::QuotedName:
     case SqlToken::Kind::Word:

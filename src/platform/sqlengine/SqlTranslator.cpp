@@ -1,6 +1,7 @@
 #include "SqlTranslator.h"
 
 #include "ServerError.h"
+#include "SqlDecimal.h"
 
 #include <algorithm>
 #include <utility>
@@ -115,6 +116,23 @@ QString SqlTranslator::AddParam(const QVariant& value) {
     if (value.typeId() == QMetaType::QString)
         p += QStringLiteral(" COLLATE TSQL");
     return p;
+}
+
+QString SqlTranslator::FoldedValue(const QVariant& value, bool variables) {
+    if (variables)
+        return AddParam(value);
+    if (!value.isValid())
+        return QStringLiteral("NULL");
+    if (value.userType() == qMetaTypeId<SqlDecimal>()) {
+        // A literal with a point, so that SQLite divides it as a fraction.
+        QString text = value.value<SqlDecimal>().ToString();
+        if (!text.contains(u'.'))
+            text += QStringLiteral(".0");
+        return u'(' + text + u')';
+    }
+    if (value.typeId() == QMetaType::QString)
+        return Literal(value.toString()) + QStringLiteral(" COLLATE TSQL");
+    return value.toString();
 }
 
 QString SqlTranslator::Select(const SqlSelect& select) {
@@ -358,6 +376,11 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
     if (QString grouped; e.kind == SqlExpr::Kind::Function || mGrouping) {
         if (Grouped(e, &grouped))
             return grouped;
+    }
+    if (QVariant folded; mOverrides.isEmpty() && e.kind != SqlExpr::Kind::Number) {
+        bool variables = false;
+        if (mContext.Fold(e, folded, variables))
+            return FoldedValue(folded, variables);
     }
     switch (e.kind) {
     case SqlExpr::Kind::Null:

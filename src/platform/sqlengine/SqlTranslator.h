@@ -31,6 +31,9 @@ public:
         Q_UNUSED(sql);
         return {};
     }
+    // An expression the session works out itself (exact decimals): its value, and whether it reads
+    // variables (then it goes as a parameter, else as a literal that a definition may hold).
+    virtual bool Fold(const SqlExpr& /*e*/, QVariant& /*value*/, bool& /*variables*/) { return false; }
 };
 
 // Turns the parsed form of a query into SQLite text with numbered parameters. Names of result
@@ -49,6 +52,7 @@ public:
     // The WITH clause of a data change's common table expressions (empty without any); their names
     // stand for them in everything translated afterwards.
     QString WithClause(const SqlSelect& select) { return With(select); }
+    QString FoldedValue(const QVariant& value, bool variables);
 
     // Expressions that stand for variables: the parameters of an inline function body.
     void SetVariableOverride(const QString& name, const QString& sql) {
