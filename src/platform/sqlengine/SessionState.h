@@ -138,6 +138,10 @@ private:
     // UPDATE or DELETE of a common table expression over one table (SessionCteDml.cpp); false
     // when the statement's target is no common table expression.
     bool RunOnCte(const SqlStatement& s);
+    // SET @v = expression and SET @v = column = expression of an UPDATE (SessionDmlForms.cpp).
+    // Gives the number of rows the statement changes.
+    long long AssignUpdateVariables(const SqlStatement& s, const CatalogueObject& table,
+                                    const QList<QPair<QString, SqlExprP>>& variables);
     long long RunDml(const QString& sql, const QVariantList& params, const CatalogueObject& table,
                      const QString& verb);
 

@@ -671,8 +671,13 @@ SqlStatementP SqlParser::ParsePermission() {
 
 SqlStatementP SqlParser::ParseInsert() {
     auto s = MakeStatement(SqlStatement::Kind::Insert, Next());
-    if (Peek().IsWord("TOP"))
-        Unsupported(QStringLiteral("INSERT TOP"), Peek().line);
+    if (AcceptWord("TOP")) {
+        ExpectSymbol("(");
+        s->top = ParseExpr();
+        ExpectSymbol(")");
+        if (Peek().IsWord("PERCENT"))
+            Unsupported(QStringLiteral("INSERT TOP ... PERCENT"), Peek().line);
+    }
     AcceptWord("INTO");
     // A table variable (the result of a table function) parses; running it is refused.
     if (Peek().kind == SqlToken::Kind::Variable)
