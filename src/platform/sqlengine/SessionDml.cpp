@@ -125,6 +125,10 @@ long long SessionState::RunDml(const QString& sql, const QVariantList& params, c
 }
 
 void SessionState::RunInsert(const SqlStatement& s) {
+    if (!s.body.isEmpty()) {
+        RunInsertExec(s);
+        return;
+    }
     const CatalogueObject table = TargetTable(s.target, s.line, "INSERT");
     mDmlStatement = &s;
     const QList<TableColumn> columns = Columns(*mDb, table.id);

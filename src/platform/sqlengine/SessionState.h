@@ -139,6 +139,8 @@ private:
     // when the statement's target is no common table expression.
     bool RunOnCte(const SqlStatement& s);
     // SET @v = expression and SET @v = column = expression of an UPDATE (SessionDmlForms.cpp).
+    // INSERT ... EXEC: the rows of the call's results go into the table.
+    void RunInsertExec(const SqlStatement& s);
     // Gives the number of rows the statement changes.
     long long AssignUpdateVariables(const SqlStatement& s, const CatalogueObject& table,
                                     const QList<QPair<QString, SqlExprP>>& variables);
@@ -324,4 +326,5 @@ private:
     const SqlStatement* mDmlStatement = nullptr; // the INSERT, UPDATE or DELETE whose SQL runs next
     long long mCursorRows = 0;
     QHash<QString, QString> mMergeTables; // while MERGE's OUTPUT is read: name (lower) -> its rows
+    bool mInsertExec = false;             // an INSERT ... EXEC runs
 };

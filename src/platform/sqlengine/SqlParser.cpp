@@ -716,7 +716,8 @@ SqlStatementP SqlParser::ParseInsert() {
         if (paren)
             ExpectSymbol(")");
     } else if (Peek().IsWord("EXEC") || Peek().IsWord("EXECUTE")) {
-        Unsupported(QStringLiteral("INSERT ... EXEC"), Peek().line);
+        // INSERT ... EXEC: the call is the one statement of the body
+        s->body.append(ParseExec(false));
     } else {
         Fail(Peek());
     }
