@@ -136,6 +136,8 @@ QString SqlTranslator::Select(const SqlSelect& select) {
                 sql += QStringLiteral(" DESC");
         }
     }
+    if (!compound && select.cores.first().top && select.cores.first().topPercent)
+        return TopPercent(sql, *select.cores.first().top);
     if (!compound && select.cores.first().top)
         sql += QStringLiteral(" LIMIT ") + Expr(*select.cores.first().top);
     return sql;
@@ -144,8 +146,8 @@ QString SqlTranslator::Select(const SqlSelect& select) {
 QString SqlTranslator::Core(const SqlSelectCore& core, bool wrapTop) {
     if (!core.into.isEmpty())
         throw ServerError::Unsupported(QStringLiteral("SELECT ... INTO"));
-    if (core.topPercent)
-        throw ServerError::Unsupported(QStringLiteral("TOP ... PERCENT"));
+    if (core.topPercent && wrapTop)
+        throw ServerError::Unsupported(QStringLiteral("TOP ... PERCENT in a UNION"));
     if (!core.groupingSets.isEmpty() && !mGrouping)
         return GroupingSets(core, wrapTop);
     QString sql = QStringLiteral("SELECT ");

@@ -89,6 +89,8 @@ private:
     // SqlTranslatorPivot.cpp: PIVOT as an aggregate of a CASE per value, UNPIVOT as a UNION ALL of
     // one query per column that leaves out its NULLs.
     QString Pivot(const SqlTableRef& ref);
+    // TOP (n) PERCENT of a query: the first n percent of its rows, rounded up.
+    QString TopPercent(const QString& query, const SqlExpr& percent);
 
     TranslatorContext& mContext;
     QVariantList mParams;
