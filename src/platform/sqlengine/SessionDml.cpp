@@ -227,6 +227,10 @@ void SessionState::RunInsert(const SqlStatement& s) {
 }
 
 void SessionState::RunUpdate(const SqlStatement& s) {
+    if (s.optionValue == QLatin1String("CURRENT OF")) {
+        RunCurrentOf(s);
+        return;
+    }
     if (RunOnCte(s))
         return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "UPDATE");
@@ -311,6 +315,10 @@ void SessionState::RunUpdate(const SqlStatement& s) {
 }
 
 void SessionState::RunDelete(const SqlStatement& s) {
+    if (s.optionValue == QLatin1String("CURRENT OF")) {
+        RunCurrentOf(s);
+        return;
+    }
     if (RunOnCte(s))
         return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "DELETE");

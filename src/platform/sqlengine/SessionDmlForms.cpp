@@ -184,3 +184,66 @@ void SessionState::RunInsertExec(const SqlStatement& s) {
     } restore{*this, outer};
     RunInsert(rows);
 }
+
+void SessionState::ReadCursorRows(CursorState& c) {
+    const SqlSelect& select = *c.select;
+    const bool oneTable = select.cores.size() == 1 && select.cores.first().from.size() == 1 &&
+                          select.cores.first().from.first()->kind == SqlTableRef::Kind::Named &&
+                          !select.cores.first().distinct && select.cores.first().groupBy.isEmpty();
+    c.rowids.clear();
+    SqlTranslator t(*this);
+    if (!oneTable) {
+        const QString sql = t.Select(select);
+        c.rows = Query(sql, t.Params());
+        return;
+    }
+    // The rowid comes along as one more column, and is taken off again.
+    SqlSelect withRowid = select;
+    const SqlTableRef& table = *select.cores.first().from.first();
+    auto rowid = std::make_shared<SqlExpr>();
+    rowid->kind = SqlExpr::Kind::Column;
+    rowid->parts =
+        QStringList{table.alias.isEmpty() ? table.name.last() : table.alias, QStringLiteral("rowid")};
+    rowid->line = select.line;
+    SqlSelectItem item;
+    item.expr = rowid;
+    item.alias = QStringLiteral("__cursor_rowid");
+    item.hasAlias = true;
+    withRowid.cores.first().items.append(item);
+    const QString sql = t.Select(withRowid);
+    c.rows = Query(sql, t.Params());
+    if (!c.rows.columns.isEmpty())
+        c.rows.columns.removeLast();
+    for (QVariantList& row : c.rows.rows)
+        c.rowids.append(row.isEmpty() ? QVariant() : row.takeLast());
+}
+
+void SessionState::RunCurrentOf(const SqlStatement& s) {
+    const std::shared_ptr<CursorState> c = FindCursor(s);
+    if (!c->open)
+        throw ServerError::Make(16917, 16, QStringLiteral("Cursor is not open."));
+    if (c->position < 0 || c->position >= c->rows.rows.size())
+        throw ServerError::Make(16930, 16, QStringLiteral("The requested row is not in the fetch buffer."));
+    if (c->rowids.size() != c->rows.rows.size())
+        throw ServerError::Make(16929, 16, QStringLiteral("The cursor is READ ONLY."));
+    SqlStatement row = s;
+    row.optionValue.clear();
+    auto column = std::make_shared<SqlExpr>();
+    column->kind = SqlExpr::Kind::Column;
+    column->parts = QStringList{s.target.last(), QStringLiteral("rowid")};
+    column->line = s.line;
+    auto value = std::make_shared<SqlExpr>();
+    value->kind = SqlExpr::Kind::Number;
+    value->text = QString::number(c->rowids[c->position].toLongLong());
+    value->line = s.line;
+    auto where = std::make_shared<SqlExpr>();
+    where->kind = SqlExpr::Kind::Binary;
+    where->text = QStringLiteral("=");
+    where->args = {column, value};
+    where->line = s.line;
+    row.where = where;
+    if (s.kind == SqlStatement::Kind::Update)
+        RunUpdate(row);
+    else
+        RunDelete(row);
+}

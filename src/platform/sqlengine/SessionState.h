@@ -139,6 +139,8 @@ private:
     // when the statement's target is no common table expression.
     bool RunOnCte(const SqlStatement& s);
     // SET @v = expression and SET @v = column = expression of an UPDATE (SessionDmlForms.cpp).
+    // UPDATE or DELETE ... WHERE CURRENT OF: the row the cursor is on.
+    void RunCurrentOf(const SqlStatement& s);
     // INSERT ... EXEC: the rows of the call's results go into the table.
     void RunInsertExec(const SqlStatement& s);
     // Gives the number of rows the statement changes.
@@ -273,10 +275,14 @@ private:
         bool open = false;
         SqlRowSet rows;
         qlonglong position = -1; // -1 before the first row, rows.size() past the last
+        QVariantList rowids;     // of each row in the one table it reads, for WHERE CURRENT OF
     };
     QString CursorKey(const QString& name, bool local) const;
     std::shared_ptr<CursorState> FindCursor(const SqlStatement& s) const;
     void RunCursor(const SqlStatement& s);
+    // OPEN of a cursor: its rows, and the rowids of its table's rows when it reads one table
+    // (SessionDmlForms.cpp).
+    void ReadCursorRows(CursorState& c);
     // The LOCAL cursors of the batch or procedure that ends.
     void DropLocalCursors();
 

@@ -749,9 +749,10 @@ SqlStatementP SqlParser::ParseUpdate() {
     if (AcceptWord("FROM"))
         s->from = ParseFromList();
     if (AcceptWord("WHERE")) {
-        if (Peek().IsWord("CURRENT"))
-            Unsupported(QStringLiteral("cursors"), Peek().line);
-        s->where = ParseExpr();
+        if (Peek().IsWord("CURRENT") && Peek(1).IsWord("OF"))
+            ParseCurrentOf(*s);
+        else
+            s->where = ParseExpr();
     }
     return s;
 }
@@ -773,9 +774,10 @@ SqlStatementP SqlParser::ParseDelete() {
     if (AcceptWord("FROM"))
         s->from = ParseFromList();
     if (AcceptWord("WHERE")) {
-        if (Peek().IsWord("CURRENT"))
-            Unsupported(QStringLiteral("cursors"), Peek().line);
-        s->where = ParseExpr();
+        if (Peek().IsWord("CURRENT") && Peek(1).IsWord("OF"))
+            ParseCurrentOf(*s);
+        else
+            s->where = ParseExpr();
     }
     return s;
 }
