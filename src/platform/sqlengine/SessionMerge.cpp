@@ -342,8 +342,12 @@ void SessionState::RunMerge(const SqlStatement& s) {
             }
             mDb->Exec(QStringLiteral("RELEASE tsql_merge"));
         } catch (...) {
-            mDb->Exec(QStringLiteral("ROLLBACK TO tsql_merge"));
-            mDb->Exec(QStringLiteral("RELEASE tsql_merge"));
+            // The error that got here is the one to report, whatever undoing it gives.
+            try {
+                mDb->Exec(QStringLiteral("ROLLBACK TO tsql_merge"));
+                mDb->Exec(QStringLiteral("RELEASE tsql_merge"));
+            } catch (const SqliteError&) {
+            }
             throw;
         }
         bool inserted = false;
