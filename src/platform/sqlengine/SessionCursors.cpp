@@ -48,9 +48,7 @@ void SessionState::RunCursor(const SqlStatement& s) {
     if (what == QLatin1String("OPEN")) {
         if (c->open)
             throw ServerError::Make(16905, 16, QStringLiteral("The cursor is already open."));
-        SqlTranslator t(*this);
-        const QString sql = t.Select(*c->select);
-        c->rows = Query(sql, t.Params());
+        ReadCursorRows(*c);
         c->open = true;
         c->position = -1;
         mCursorRows = c->rows.rows.size();

@@ -128,6 +128,10 @@ long long SessionState::RunDml(const QString& sql, const QVariantList& params, c
 }
 
 void SessionState::RunInsert(const SqlStatement& s) {
+    if (!s.body.isEmpty()) {
+        RunInsertExec(s);
+        return;
+    }
     const CatalogueObject table = TargetTable(s.target, s.line, "INSERT");
     mDmlStatement = &s;
     const QList<TableColumn> columns = Columns(*mDb, table.id);
@@ -185,8 +189,13 @@ void SessionState::RunInsert(const SqlStatement& s) {
                                          "items than the insert list. The number of SELECT values "
                                          "must match the number of INSERT columns."),
                     true);
-            sql += u' ' + t.Select(*s.select);
+            sql +=
+                s.top
+                    ? QStringLiteral(" SELECT * FROM (%1) LIMIT %2").arg(t.Select(*s.select), t.Expr(*s.top))
+                    : u' ' + t.Select(*s.select);
         } else {
+            if (s.top)
+                throw ServerError::Unsupported(QStringLiteral("INSERT TOP with VALUES"));
             sql += QStringLiteral(" VALUES ");
             for (int r = 0; r < s.values.size(); ++r) {
                 const QList<SqlExprP>& row = s.values[r];
@@ -205,9 +214,8 @@ void SessionState::RunInsert(const SqlStatement& s) {
                         true);
                 QStringList values;
                 for (int k = 0; k < row.size(); ++k) {
-                    if (!row[k])
-                        throw ServerError::Unsupported(QStringLiteral("DEFAULT in a VALUES list"));
-                    values.append(Stored(targetColumns[k], t.Expr(*row[k])));
+                    values.append(row[k] ? Stored(targetColumns[k], t.Expr(*row[k]))
+                                         : dml::ColumnDefault(*mDb, table.id, targetColumns[k].name));
                 }
                 sql += (r > 0 ? QStringLiteral(", (") : QStringLiteral("(")) +
                        values.join(QStringLiteral(", ")) + u')';
@@ -222,6 +230,10 @@ void SessionState::RunInsert(const SqlStatement& s) {
 }
 
 void SessionState::RunUpdate(const SqlStatement& s) {
+    if (s.optionValue == QLatin1String("CURRENT OF")) {
+        RunCurrentOf(s);
+        return;
+    }
     if (RunOnCte(s))
         return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "UPDATE");
@@ -236,7 +248,8 @@ void SessionState::RunUpdate(const SqlStatement& s) {
     for (const auto& a : s.assignments) {
         if (a.first.first().startsWith(u'@')) {
             variableSets.append({a.first.first(), a.second});
-            continue;
+            if (a.first.size() == 1)
+                continue; // @v = column = expression sets the column too
         }
         const QString col = a.first.last();
         const TableColumn* found = nullptr;
@@ -248,19 +261,28 @@ void SessionState::RunUpdate(const SqlStatement& s) {
         if (found->identity)
             throw ServerError::Make(8102, 16,
                                     QStringLiteral("Cannot update identity column '%1'.").arg(found->name));
-        if (!a.second)
-            throw ServerError::Unsupported(QStringLiteral("SET column = DEFAULT"));
         sets.append({found->name, a.second});
         setColumns.append(*found);
     }
-    if (!variableSets.isEmpty())
-        throw ServerError::Unsupported(QStringLiteral("setting variables in an UPDATE"));
+    // DEFAULT: the column's own
+    const auto value = [&](int i) {
+        return sets[i].second ? Stored(setColumns[i], t.Expr(*sets[i].second))
+                              : dml::ColumnDefault(*mDb, table.id, sets[i].first);
+    };
+    if (!variableSets.isEmpty()) {
+        const long long n = AssignUpdateVariables(s, table, variableSets);
+        if (sets.isEmpty()) {
+            mDmlStatement = nullptr;
+            EmitCount(n);
+            return;
+        }
+    }
     QString sql;
     if (s.from.isEmpty() && !s.top) {
         sql = QStringLiteral("UPDATE %1 AS %2 SET ").arg(physical, SqlTranslator::Quote(table.name));
         for (int i = 0; i < sets.size(); ++i)
             sql += (i > 0 ? QStringLiteral(", ") : QString()) + SqlTranslator::Quote(sets[i].first) +
-                   QStringLiteral(" = ") + Stored(setColumns[i], t.Expr(*sets[i].second));
+                   QStringLiteral(" = ") + value(i);
         if (s.where)
             sql += QStringLiteral(" WHERE ") + t.Expr(*s.where);
     } else {
@@ -277,8 +299,7 @@ void SessionState::RunUpdate(const SqlStatement& s) {
         }
         QString inner = QStringLiteral("SELECT %1.rowid AS __rid").arg(SqlTranslator::Quote(alias));
         for (int i = 0; i < sets.size(); ++i)
-            inner += QStringLiteral(", ") + Stored(setColumns[i], t.Expr(*sets[i].second)) +
-                     QStringLiteral(" AS __v%1").arg(i);
+            inner += QStringLiteral(", ") + value(i) + QStringLiteral(" AS __v%1").arg(i);
         inner += QStringLiteral(" FROM ") + from;
         if (s.where)
             inner += QStringLiteral(" WHERE ") + t.Expr(*s.where);
@@ -297,6 +318,10 @@ void SessionState::RunUpdate(const SqlStatement& s) {
 }
 
 void SessionState::RunDelete(const SqlStatement& s) {
+    if (s.optionValue == QLatin1String("CURRENT OF")) {
+        RunCurrentOf(s);
+        return;
+    }
     if (RunOnCte(s))
         return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "DELETE");

@@ -22,4 +22,7 @@ QList<TableColumn> Columns(SqliteDb& db, int id);
 // The SQLite text of a value stored into column c: sql converted to the column's type.
 QString Stored(const TableColumn& c, const QString& sql);
 
+// The SQLite text of the DEFAULT of a column of table id: NULL when it has none.
+QString ColumnDefault(SqliteDb& db, int tableId, const QString& column);
+
 } // namespace dml

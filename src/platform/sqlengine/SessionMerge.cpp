@@ -315,13 +315,12 @@ void SessionState::RunMerge(const SqlStatement& s) {
                     if (found->identity)
                         throw ServerError::Make(
                             8102, 16, QStringLiteral("Cannot update identity column '%1'.").arg(found->name));
-                    if (!a.second)
-                        throw ServerError::Unsupported(QStringLiteral("SET column = DEFAULT"));
                     sets.append(QStringLiteral("%1 = __u.__v%2")
                                     .arg(SqlTranslator::Quote(found->name))
                                     .arg(sets.size()));
                     values.append(QStringLiteral("%1 AS __v%2")
-                                      .arg(dml::Stored(*found, t.Expr(*a.second)))
+                                      .arg(a.second ? dml::Stored(*found, t.Expr(*a.second))
+                                                    : dml::ColumnDefault(*mDb, table.id, found->name))
                                       .arg(values.size()));
                     if (!updated.contains(found->name.toLower()))
                         updated.append(found->name.toLower());
@@ -343,8 +342,12 @@ void SessionState::RunMerge(const SqlStatement& s) {
             }
             mDb->Exec(QStringLiteral("RELEASE tsql_merge"));
         } catch (...) {
-            mDb->Exec(QStringLiteral("ROLLBACK TO tsql_merge"));
-            mDb->Exec(QStringLiteral("RELEASE tsql_merge"));
+            // The error that got here is the one to report, whatever undoing it gives.
+            try {
+                mDb->Exec(QStringLiteral("ROLLBACK TO tsql_merge"));
+                mDb->Exec(QStringLiteral("RELEASE tsql_merge"));
+            } catch (const SqliteError&) {
+            }
             throw;
         }
         bool inserted = false;

@@ -172,6 +172,14 @@ private:
     // UPDATE or DELETE of a common table expression over one table (SessionCteDml.cpp); false
     // when the statement's target is no common table expression.
     bool RunOnCte(const SqlStatement& s);
+    // SET @v = expression and SET @v = column = expression of an UPDATE (SessionDmlForms.cpp).
+    // UPDATE or DELETE ... WHERE CURRENT OF: the row the cursor is on.
+    void RunCurrentOf(const SqlStatement& s);
+    // INSERT ... EXEC: the rows of the call's results go into the table.
+    void RunInsertExec(const SqlStatement& s);
+    // Gives the number of rows the statement changes.
+    long long AssignUpdateVariables(const SqlStatement& s, const CatalogueObject& table,
+                                    const QList<QPair<QString, SqlExprP>>& variables);
     long long RunDml(const QString& sql, const QVariantList& params, const CatalogueObject& table,
                      const QString& verb);
 
@@ -304,10 +312,14 @@ private:
         bool open = false;
         SqlRowSet rows;
         qlonglong position = -1; // -1 before the first row, rows.size() past the last
+        QVariantList rowids;     // of each row in the one table it reads, for WHERE CURRENT OF
     };
     QString CursorKey(const QString& name, bool local) const;
     std::shared_ptr<CursorState> FindCursor(const SqlStatement& s) const;
     void RunCursor(const SqlStatement& s);
+    // OPEN of a cursor: its rows, and the rowids of its table's rows when it reads one table
+    // (SessionDmlForms.cpp).
+    void ReadCursorRows(CursorState& c);
     // The LOCAL cursors of the batch or procedure that ends.
     void DropLocalCursors();
 
@@ -359,4 +371,5 @@ private:
     long long mCursorRows = 0;
     QHash<QString, QString> mMergeTables; // while MERGE's OUTPUT is read: name (lower) -> its rows
     QHash<int, SqlColumn> mKnownColumns; // result types worked out for the next Query or StreamQuery
+    bool mInsertExec = false;             // an INSERT ... EXEC runs
 };

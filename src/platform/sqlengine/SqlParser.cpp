@@ -671,8 +671,13 @@ SqlStatementP SqlParser::ParsePermission() {
 
 SqlStatementP SqlParser::ParseInsert() {
     auto s = MakeStatement(SqlStatement::Kind::Insert, Next());
-    if (Peek().IsWord("TOP"))
-        Unsupported(QStringLiteral("INSERT TOP"), Peek().line);
+    if (AcceptWord("TOP")) {
+        ExpectSymbol("(");
+        s->top = ParseExpr();
+        ExpectSymbol(")");
+        if (Peek().IsWord("PERCENT"))
+            Unsupported(QStringLiteral("INSERT TOP ... PERCENT"), Peek().line);
+    }
     AcceptWord("INTO");
     // A table variable (the result of a table function) parses; running it is refused.
     if (Peek().kind == SqlToken::Kind::Variable)
@@ -711,7 +716,8 @@ SqlStatementP SqlParser::ParseInsert() {
         if (paren)
             ExpectSymbol(")");
     } else if (Peek().IsWord("EXEC") || Peek().IsWord("EXECUTE")) {
-        Unsupported(QStringLiteral("INSERT ... EXEC"), Peek().line);
+        // INSERT ... EXEC: the call is the one statement of the body
+        s->body.append(ParseExec(false));
     } else {
         Fail(Peek());
     }
@@ -743,9 +749,10 @@ SqlStatementP SqlParser::ParseUpdate() {
     if (AcceptWord("FROM"))
         s->from = ParseFromList();
     if (AcceptWord("WHERE")) {
-        if (Peek().IsWord("CURRENT"))
-            Unsupported(QStringLiteral("cursors"), Peek().line);
-        s->where = ParseExpr();
+        if (Peek().IsWord("CURRENT") && Peek(1).IsWord("OF"))
+            ParseCurrentOf(*s);
+        else
+            s->where = ParseExpr();
     }
     return s;
 }
@@ -767,9 +774,10 @@ SqlStatementP SqlParser::ParseDelete() {
     if (AcceptWord("FROM"))
         s->from = ParseFromList();
     if (AcceptWord("WHERE")) {
-        if (Peek().IsWord("CURRENT"))
-            Unsupported(QStringLiteral("cursors"), Peek().line);
-        s->where = ParseExpr();
+        if (Peek().IsWord("CURRENT") && Peek(1).IsWord("OF"))
+            ParseCurrentOf(*s);
+        else
+            s->where = ParseExpr();
     }
     return s;
 }

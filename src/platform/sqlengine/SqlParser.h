@@ -93,6 +93,8 @@ private:
     // SqlParserDml.cpp: MERGE, and the SET list of UPDATE and of MERGE's WHEN clauses.
     SqlStatementP ParseMerge();
     void ParseSetList(SqlStatement& s);
+    // WHERE CURRENT OF [GLOBAL] cursor: optionValue "CURRENT OF", name the cursor.
+    void ParseCurrentOf(SqlStatement& s);
     QList<SqlParam> ParseParams(bool parenthesised);
     QList<SqlStatementP> ParseStatementsToEnd();
     SqlStatementP ParseBlockOrStatement();

@@ -166,3 +166,14 @@ SqlStatementP SqlParser::ParseMerge() {
     }
     return s;
 }
+
+void SqlParser::ParseCurrentOf(SqlStatement& s) {
+    ExpectWord("CURRENT");
+    ExpectWord("OF");
+    if (AcceptWord("GLOBAL"))
+        s.optionNames.append(QStringLiteral("GLOBAL"));
+    if (Peek().kind == SqlToken::Kind::Variable)
+        Unsupported(QStringLiteral("cursor variables"), Peek().line);
+    s.name = ParseName();
+    s.optionValue = QStringLiteral("CURRENT OF");
+}

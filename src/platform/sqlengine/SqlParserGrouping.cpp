@@ -104,12 +104,13 @@ void SqlParser::ParseGroupBy(SqlSelectCore& core) {
                              (Peek().IsWord("GROUPING") && Peek(1).IsWord("SETS")));
         extended = extended || !plain;
         const QList<QList<int>> element = ParseGroupingElement(core, false);
+        // both at most kMaxGroupingSets: the product stays far within qsizetype
+        if (sets.size() * element.size() > kMaxGroupingSets)
+            Unsupported(QStringLiteral("more than 4096 grouping sets"), Peek().line);
         QList<QList<int>> combined;
         for (const QList<int>& left : sets)
             for (const QList<int>& right : element)
                 combined.append(left + right);
-        if (combined.size() > kMaxGroupingSets)
-            Unsupported(QStringLiteral("more than 4096 grouping sets"), Peek().line);
         sets = combined;
     } while (AcceptSymbol(","));
     if (Peek().IsWord("WITH") && (Peek(1).IsWord("ROLLUP") || Peek(1).IsWord("CUBE"))) {

@@ -160,6 +160,8 @@ QString SqlTranslator::Select(const SqlSelect& select) {
                 sql += QStringLiteral(" DESC");
         }
     }
+    if (!compound && select.cores.first().top && select.cores.first().topPercent)
+        return TopPercent(sql, *select.cores.first().top);
     if (!compound && select.cores.first().top)
         sql += QStringLiteral(" LIMIT ") + Expr(*select.cores.first().top);
     mLateral = outerLateral;
@@ -170,8 +172,8 @@ QString SqlTranslator::Select(const SqlSelect& select) {
 QString SqlTranslator::Core(const SqlSelectCore& core, bool wrapTop) {
     if (!core.into.isEmpty())
         throw ServerError::Unsupported(QStringLiteral("SELECT ... INTO"));
-    if (core.topPercent)
-        throw ServerError::Unsupported(QStringLiteral("TOP ... PERCENT"));
+    if (core.topPercent && wrapTop)
+        throw ServerError::Unsupported(QStringLiteral("TOP ... PERCENT in a UNION"));
     if (!core.groupingSets.isEmpty() && !mGrouping)
         return GroupingSets(core, wrapTop);
     // FROM before the columns: an APPLY there decides how the columns it brings are read.

@@ -111,6 +111,8 @@ private:
     QStringList mApplyConditions; // what a CROSS APPLY adds to its query's WHERE
     QString mQualifier;           // the table of unqualified columns in an APPLY's query
     QStringList mCtes;            // lower case names of the common table expressions in scope
+    // TOP (n) PERCENT of a query: the first n percent of its rows, rounded up.
+    QString TopPercent(const QString& query, const SqlExpr& percent);
 
     TranslatorContext& mContext;
     QVariantList mParams;

@@ -1,5 +1,5 @@
-// PIVOT and UNPIVOT. The columns of the source that the operator doesn't name are read from the
-// source itself (the server knows them the same way): PIVOT groups by them, UNPIVOT keeps them.
+// PIVOT and UNPIVOT, and TOP ... PERCENT. The columns of the source that the operator doesn't name are read
+// from the source itself (the server knows them the same way): PIVOT groups by them, UNPIVOT keeps them.
 #include "SqlTranslator.h"
 
 #include "ServerError.h"
@@ -59,4 +59,13 @@ QString SqlTranslator::Pivot(const SqlTableRef& ref) {
                          .arg(items.join(QStringLiteral(", ")), source, Quote(column)));
     }
     return u'(' + parts.join(QStringLiteral(" UNION ALL ")) + QStringLiteral(") AS ") + Quote(ref.alias);
+}
+
+QString SqlTranslator::TopPercent(const QString& query, const SqlExpr& percent) {
+    const QString share =
+        QStringLiteral("((SELECT COUNT(*) FROM (%1)) * (%2) / 100.0)").arg(query, Expr(percent));
+    // A negative LIMIT would be none at all.
+    return QStringLiteral("SELECT * FROM (%1) LIMIT (SELECT MAX(0, CASE WHEN %2 > CAST(%2 AS INTEGER) THEN "
+                          "CAST(%2 AS INTEGER) + 1 ELSE CAST(%2 AS INTEGER) END))")
+        .arg(query, share);
 }
