@@ -66,16 +66,28 @@ struct SqlExpr {
     ~SqlExpr();
 };
 
+// A column of OPENJSON(...) WITH (name type ['path'] [AS JSON], ...).
+struct SqlJsonColumn {
+    QString name;
+    SqlTypeSpec type;
+    QString path; // empty: '$.name'
+    bool asJson = false;
+};
+
 struct SqlTableRef {
-    enum class Kind { Named, Subquery, Join, Function };
+    // Pivot: left PIVOT (args[0], an aggregate, FOR args[1] IN (name...)); Unpivot: left UNPIVOT
+    // (args[0] FOR args[1] IN (name...)), both columns.
+    enum class Kind { Named, Subquery, Join, Function, Pivot, Unpivot };
     Kind kind = Kind::Named;
     QStringList name; // [db.][owner.]name
     QString alias;
     SqlSelectP select;
     QList<SqlExprP> args; // table function arguments
     std::shared_ptr<SqlTableRef> left, right;
-    QString joinType; // INNER, LEFT, RIGHT, FULL, CROSS
+    QString joinType; // INNER, LEFT, RIGHT, FULL, CROSS, CROSS APPLY, OUTER APPLY
     SqlExprP on;
+    QList<SqlJsonColumn> jsonColumns; // OPENJSON ... WITH
+    bool hasJsonSchema = false;
     int line = 1;
 
     SqlTableRef() = default;
@@ -105,6 +117,9 @@ struct SqlSelectCore {
     QList<SqlTableRefP> from;
     SqlExprP where;
     QList<SqlExprP> groupBy;
+    // GROUP BY ROLLUP, CUBE, GROUPING SETS, WITH ROLLUP / CUBE: the sets, as indexes into groupBy;
+    // empty for a plain GROUP BY
+    QList<QList<int>> groupingSets;
     SqlExprP having;
     QStringList into; // SELECT ... INTO
 };
@@ -123,11 +138,28 @@ struct SqlCte {
     SqlSelectP select;
 };
 
+// FOR JSON PATH | AUTO [, ROOT('r')] [, INCLUDE_NULL_VALUES] [, WITHOUT_ARRAY_WRAPPER], and FOR XML
+// RAW ['e'] | AUTO | PATH ['e'] [, ELEMENTS] [, ROOT ['r']] [, TYPE].
+struct SqlForClause {
+    bool json = false;
+    QString mode; // PATH, AUTO, RAW
+    QString element;
+    bool elementGiven = false;
+    bool root = false;
+    QString rootName;
+    bool includeNulls = false;
+    bool withoutArrayWrapper = false;
+    bool elements = false;
+    bool type = false;
+    int line = 1;
+};
+
 struct SqlSelect {
     QList<SqlCte> ctes;
     QList<SqlSelectCore> cores;
     QStringList unionOps; // "UNION", "UNION ALL", "EXCEPT", "INTERSECT" between cores
     QList<SqlOrderItem> orderBy;
+    std::shared_ptr<SqlForClause> forClause;
     int line = 1;
 };
 
@@ -219,6 +251,10 @@ struct SqlStatement {
         WaitFor,  // optionValue: DELAY or TIME; condition: the time
         SaveTran, // name (or procedureVariable)
         Cursor,   // DECLARE CURSOR, OPEN, FETCH, CLOSE, DEALLOCATE: construct says which
+        // MERGE target [alias] USING from ON condition; body: its WHEN clauses as the INSERT, UPDATE
+        // or DELETE each runs, optionValue MATCHED, NOT MATCHED or NOT MATCHED BY SOURCE, condition
+        // the clause's AND
+        Merge,
         Unsupported
     };
     Kind kind = Kind::Empty;

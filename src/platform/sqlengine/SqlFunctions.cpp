@@ -441,9 +441,10 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
             r = r != 0 ? 1 : 0;
         return sqlite3_result_int64(ctx, r);
     }
-    if (name == QLatin1String("float") || name == QLatin1String("real") || name == QLatin1String("decimal") ||
-        name == QLatin1String("numeric") || name == QLatin1String("money") ||
-        name == QLatin1String("smallmoney")) {
+    if (name == QLatin1String("decimal") || name == QLatin1String("numeric") ||
+        name == QLatin1String("money") || name == QLatin1String("smallmoney"))
+        return SqlFunctions::ConvertDecimal(ctx, name, length, scale, v);
+    if (name == QLatin1String("float") || name == QLatin1String("real")) {
         double d = 0;
         if (vt == SQLITE_TEXT) {
             if (!ParseNumber(Text(v), &d))
@@ -451,15 +452,6 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
                     ctx, 8114, QStringLiteral("Error converting data type varchar to %1.").arg(typeText()));
         } else {
             d = sqlite3_value_double(v);
-        }
-        int places = -1;
-        if (name == QLatin1String("decimal") || name == QLatin1String("numeric"))
-            places = scale >= 0 ? int(scale) : 0;
-        else if (name == QLatin1String("money") || name == QLatin1String("smallmoney"))
-            places = 4;
-        if (places >= 0) {
-            const double f = std::pow(10.0, places);
-            d = std::round(d * f) / f;
         }
         return sqlite3_result_double(ctx, d);
     }
@@ -767,4 +759,5 @@ void SqlFunctions::Register(SqliteDb& db) {
     RegisterDates(db);
     RegisterFormat(db);
     RegisterMisc(db);
+    RegisterJson(db);
 }

@@ -45,4 +45,9 @@ public:
 private:
     bool mPrevious;
 };
+// tsql_isjson, tsql_json_*, tsql_for_rows and the xml helpers (SqlFunctionsJson.cpp); Register calls it.
+void RegisterJson(SqliteDb& db);
+// tsql_convert to decimal, numeric, money or smallmoney (SqlFunctionsDecimal.cpp).
+void ConvertDecimal(sqlite3_context* ctx, const QString& type, long long precision, long long scale,
+                    sqlite3_value* v);
 } // namespace SqlFunctions

@@ -107,8 +107,10 @@ SqlSelectP SqlParser::ParseSelect() {
             sel->orderBy.append(o);
         } while (AcceptSymbol(","));
     }
-    if (Peek().IsWord("FOR") && (Peek(1).IsWord("XML") || Peek(1).IsWord("BROWSE")))
-        Unsupported(QStringLiteral("FOR XML"), Peek().line);
+    if (Peek().IsWord("FOR") && (Peek(1).IsWord("XML") || Peek(1).IsWord("JSON")))
+        sel->forClause = ParseForClause();
+    if (Peek().IsWord("FOR") && Peek(1).IsWord("BROWSE"))
+        Unsupported(QStringLiteral("FOR BROWSE"), Peek().line);
     if (Peek().IsWord("OPTION") && Peek(1).IsSymbol("("))
         Unsupported(QStringLiteral("query hints (OPTION)"), Peek().line);
     if (Peek().IsWord("COMPUTE"))
@@ -208,11 +210,7 @@ SqlSelectCore SqlParser::ParseSelectCore() {
         ExpectWord("BY");
         if (AcceptWord("ALL"))
             Unsupported(QStringLiteral("GROUP BY ALL"), Peek().line);
-        do
-            core.groupBy.append(ParseExpr());
-        while (AcceptSymbol(","));
-        if (Peek().IsWord("WITH"))
-            Unsupported(QStringLiteral("GROUP BY WITH ROLLUP/CUBE"), Peek().line);
+        ParseGroupBy(core);
     }
     if (AcceptWord("HAVING"))
         core.having = ParseExpr();
@@ -242,14 +240,19 @@ SqlTableRefP SqlParser::ParseTableRef() {
             AcceptWord("OUTER");
             ExpectWord("JOIN");
         } else if (AcceptWord("CROSS")) {
-            if (Peek().IsWord("APPLY"))
-                Unsupported(QStringLiteral("CROSS APPLY"), line);
-            ExpectWord("JOIN");
-            type = QStringLiteral("CROSS");
+            if (AcceptWord("APPLY")) {
+                type = QStringLiteral("CROSS APPLY");
+            } else {
+                ExpectWord("JOIN");
+                type = QStringLiteral("CROSS");
+            }
         } else if (Peek().IsWord("OUTER") && Peek(1).IsWord("APPLY")) {
-            Unsupported(QStringLiteral("OUTER APPLY"), line);
+            Next();
+            Next();
+            type = QStringLiteral("OUTER APPLY");
         } else if (Peek().IsWord("PIVOT") || Peek().IsWord("UNPIVOT")) {
-            Unsupported(Peek().text.toUpper(), line);
+            left = ParsePivot(left);
+            continue;
         } else {
             break;
         }
@@ -259,7 +262,7 @@ SqlTableRefP SqlParser::ParseTableRef() {
         j->left = left;
         j->right = ParseTablePrimary();
         j->line = line;
-        if (type != QLatin1String("CROSS")) {
+        if (!type.startsWith(QLatin1String("CROSS")) && type != QLatin1String("OUTER APPLY")) {
             ExpectWord("ON");
             j->on = ParseExpr();
         }
@@ -313,6 +316,10 @@ SqlTableRefP SqlParser::ParseTablePrimary() {
         }
         ExpectSymbol(")");
     }
+    if (r->kind == SqlTableRef::Kind::Function && r->name.size() == 1 &&
+        r->name.first().compare(QLatin1String("OPENJSON"), Qt::CaseInsensitive) == 0 &&
+        Peek().IsWord("WITH") && Peek(1).IsSymbol("("))
+        ParseJsonSchema(*r);
     r->alias = ParseOptionalAlias();
     if (Peek().IsWord("WITH") && Peek(1).IsSymbol("(")) {
         // Table hints only steer locking; one process's SQLite has nothing to steer.
@@ -492,11 +499,20 @@ SqlExprP SqlParser::ParsePrimary() {
                 auto e = MakeExpr(SqlExpr::Kind::Subquery, t.line);
                 e->select = ParseSelect();
                 ExpectSymbol(")");
-                return e;
+                return e->select->forClause ? ParseXmlMethod(e) : e;
             }
             SqlExprP inner = ParseExpr();
             ExpectSymbol(")");
             return inner;
+        }
+        if (t.IsSymbol("$") && Peek(1).kind == SqlToken::Kind::Number &&
+            !Peek(1).text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+            // A money constant, $12.50: the number as money.
+            Next();
+            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, QStringLiteral("CAST"));
+            e->args.append(MakeExpr(SqlExpr::Kind::Number, t.line, Next().text));
+            e->type.name = QStringLiteral("money");
+            return e;
         }
         Fail(t);
     case SqlToken::Kind::QuotedName:

@@ -1,8 +1,10 @@
 #include "SqlTranslator.h"
 
 #include "ServerError.h"
+#include "SqlDecimal.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 const QString kNoName = QStringLiteral("__noname_");
@@ -116,7 +118,31 @@ QString SqlTranslator::AddParam(const QVariant& value) {
     return p;
 }
 
+QString SqlTranslator::FoldedValue(const QVariant& value, bool variables) {
+    if (variables)
+        return AddParam(value);
+    if (!value.isValid())
+        return QStringLiteral("NULL");
+    if (value.userType() == qMetaTypeId<SqlDecimal>()) {
+        // A literal with a point, so that SQLite divides it as a fraction.
+        QString text = value.value<SqlDecimal>().ToString();
+        if (!text.contains(u'.'))
+            text += QStringLiteral(".0");
+        return u'(' + text + u')';
+    }
+    if (value.typeId() == QMetaType::QString)
+        return Literal(value.toString()) + QStringLiteral(" COLLATE TSQL");
+    return value.toString();
+}
+
 QString SqlTranslator::Select(const SqlSelect& select) {
+    if (select.forClause)
+        return ForClause(select);
+    if (select.cores.size() == 1 && !select.cores.first().groupingSets.isEmpty() && !mGrouping)
+        return GroupedSelect(select);
+    // The columns an APPLY brings are seen up to the end of its query, ORDER BY included.
+    const auto outerLateral = mLateral;
+    const QString outerQualifier = std::exchange(mQualifier, QString());
     QString sql = With(select);
     const bool compound = select.cores.size() > 1;
     for (int i = 0; i < select.cores.size(); ++i) {
@@ -136,6 +162,8 @@ QString SqlTranslator::Select(const SqlSelect& select) {
     }
     if (!compound && select.cores.first().top)
         sql += QStringLiteral(" LIMIT ") + Expr(*select.cores.first().top);
+    mLateral = outerLateral;
+    mQualifier = outerQualifier;
     return sql;
 }
 
@@ -144,6 +172,12 @@ QString SqlTranslator::Core(const SqlSelectCore& core, bool wrapTop) {
         throw ServerError::Unsupported(QStringLiteral("SELECT ... INTO"));
     if (core.topPercent)
         throw ServerError::Unsupported(QStringLiteral("TOP ... PERCENT"));
+    if (!core.groupingSets.isEmpty() && !mGrouping)
+        return GroupingSets(core, wrapTop);
+    // FROM before the columns: an APPLY there decides how the columns it brings are read.
+    QStringList applyConditions = std::exchange(mApplyConditions, {});
+    const QString from = core.from.isEmpty() ? QString() : FromList(core.from);
+    std::swap(applyConditions, mApplyConditions);
     QString sql = QStringLiteral("SELECT ");
     if (core.distinct)
         sql += QStringLiteral("DISTINCT ");
@@ -169,10 +203,12 @@ QString SqlTranslator::Core(const SqlSelectCore& core, bool wrapTop) {
         else
             sql += QStringLiteral(" AS ") + Quote(kNoName + QString::number(++mNoName));
     }
-    if (!core.from.isEmpty())
-        sql += QStringLiteral(" FROM ") + FromList(core.from);
+    if (!from.isEmpty())
+        sql += QStringLiteral(" FROM ") + from;
     if (core.where)
-        sql += QStringLiteral(" WHERE ") + Expr(*core.where);
+        applyConditions.prepend(Expr(*core.where));
+    if (!applyConditions.isEmpty())
+        sql += QStringLiteral(" WHERE (") + applyConditions.join(QStringLiteral(") AND (")) + u')';
     if (!core.groupBy.isEmpty()) {
         sql += QStringLiteral(" GROUP BY ");
         for (int i = 0; i < core.groupBy.size(); ++i)
@@ -198,6 +234,9 @@ QString SqlTranslator::TableRef(const SqlTableRef& ref) {
         return Joins(ref);
     case SqlTableRef::Kind::Subquery:
         return u'(' + Select(*ref.select) + QStringLiteral(") AS ") + Quote(ref.alias);
+    case SqlTableRef::Kind::Pivot:
+    case SqlTableRef::Kind::Unpivot:
+        return Pivot(ref);
     case SqlTableRef::Kind::Named:
         if (ref.name.size() == 1 && mCtes.contains(ref.name.first().toLower()))
             return Quote(ref.name.first()) + QStringLiteral(" AS ") +
@@ -207,6 +246,9 @@ QString SqlTranslator::TableRef(const SqlTableRef& ref) {
         if (ref.kind == SqlTableRef::Kind::Function && ref.name.size() == 1 &&
             ref.name.first().compare(QLatin1String("STRING_SPLIT"), Qt::CaseInsensitive) == 0)
             return StringSplit(ref);
+        if (ref.kind == SqlTableRef::Kind::Function && ref.name.size() == 1 &&
+            ref.name.first().compare(QLatin1String("OPENJSON"), Qt::CaseInsensitive) == 0)
+            return OpenJson(ref, false);
         TranslatorContext::Table t = mContext.ResolveTable(ref, *this);
         const QString alias = ref.alias.isEmpty() ? t.alias : ref.alias;
         return t.sql + QStringLiteral(" AS ") + Quote(alias);
@@ -223,6 +265,10 @@ QString SqlTranslator::Joins(const SqlTableRef& ref) {
         joins.prepend(first);
     QString sql = TableRef(*first);
     for (const SqlTableRef* j : joins) {
+        if (j->joinType.endsWith(QLatin1String("APPLY"))) {
+            sql += Apply(*j);
+            continue;
+        }
         sql += j->joinType == QLatin1String("INNER")   ? QStringLiteral(" JOIN ")
                : j->joinType == QLatin1String("CROSS") ? QStringLiteral(" CROSS JOIN ")
                                                        : u' ' + j->joinType + QStringLiteral(" OUTER JOIN ");
@@ -327,6 +373,15 @@ QString SqlTranslator::Fold(const QString& function, QStringList terms) {
 }
 
 QString SqlTranslator::Expr(const SqlExpr& e) {
+    if (QString grouped; e.kind == SqlExpr::Kind::Function || mGrouping) {
+        if (Grouped(e, &grouped))
+            return grouped;
+    }
+    if (QVariant folded; mOverrides.isEmpty() && e.kind != SqlExpr::Kind::Number) {
+        bool variables = false;
+        if (mContext.Fold(e, folded, variables))
+            return FoldedValue(folded, variables);
+    }
     switch (e.kind) {
     case SqlExpr::Kind::Null:
         return QStringLiteral("NULL");
@@ -343,8 +398,11 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
             return u'0' + e.text;
         return e.text;
     case SqlExpr::Kind::Column: {
+        if (QString lateral = LateralColumn(e); !lateral.isEmpty())
+            return lateral;
         if (e.parts.size() == 1)
-            return Quote(e.parts.last());
+            return mQualifier.isEmpty() ? Quote(e.parts.last())
+                                        : Quote(mQualifier) + u'.' + Quote(e.parts.last());
         return Quote(e.parts[e.parts.size() - 2]) + u'.' + Quote(e.parts.last());
     }
     case SqlExpr::Kind::Variable: {
@@ -561,6 +619,8 @@ QString SqlTranslator::Function(const SqlExpr& e) {
         return sql;
     if (QString later = LaterFunction(e, f); !later.isEmpty())
         return later;
+    if (QString json = JsonFunction(e, f); !json.isEmpty())
+        return json;
     throw ServerError::Make(
         195, 15, QStringLiteral("'%1' is not a recognized built-in function name.").arg(e.text), true);
 }
