@@ -7,7 +7,11 @@ ServerError SessionState::MapSqliteError(const SqliteError& e, const QString& ve
     const QString m = e.message;
     if (m.startsWith(QLatin1String("TSQL"))) {
         const int colon = int(m.indexOf(u':'));
-        ServerError s = ServerError::Make(m.mid(4, colon - 4).toLong(), 16, m.mid(colon + 1));
+        // TSQL<number>[.<state>]:<text>
+        const QString head = m.mid(4, colon - 4);
+        ServerError s = ServerError::Make(head.section(u'.', 0, 0).toLong(), 16, m.mid(colon + 1));
+        if (head.contains(u'.'))
+            s.state = head.section(u'.', 1, 1).toInt();
         if (s.number == 217 || s.number == 50001)
             s.abortsBatch = true;
         return s;

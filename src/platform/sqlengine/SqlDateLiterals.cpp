@@ -346,6 +346,36 @@ QString Stored(const DateTimeValue& v, Kind kind) {
 }
 
 bool ReadStored(const QString& text, DateTimeValue* out) {
+    // The two forms the engine writes are read without the expression: a query reads one per row.
+    const auto digits = [&text](qsizetype at, qsizetype count) {
+        int n = 0;
+        for (qsizetype i = at; i < at + count; ++i) {
+            const QChar c = text[i];
+            if (c < u'0' || c > u'9')
+                return -1;
+            n = n * 10 + (c.unicode() - '0');
+        }
+        return n;
+    };
+    const qsizetype size = text.size();
+    if ((size == 10 || size == 23) && text[4] == u'-' && text[7] == u'-') {
+        DateTimeValue v;
+        const int y = digits(0, 4), mo = digits(5, 2), d = digits(8, 2);
+        v.date = QDate(y, mo, d);
+        v.hasDate = true;
+        bool ok = y > 0 && mo > 0 && d > 0 && v.date.isValid();
+        if (ok && size == 23) {
+            const int h = digits(11, 2), mi = digits(14, 2), sec = digits(17, 2), ms = digits(20, 3);
+            ok = text[10] == u' ' && text[13] == u':' && text[16] == u':' && text[19] == u'.' && h >= 0 &&
+                 h < 24 && mi >= 0 && mi < 60 && sec >= 0 && sec < 60 && ms >= 0;
+            v.nanos = ((qint64(h) * 60 + mi) * 60 + sec) * kNanosPerSecond + qint64(ms) * 1000000;
+            v.hasTime = true;
+        }
+        if (ok) {
+            *out = v;
+            return true;
+        }
+    }
     static const QRegularExpression re(
         QStringLiteral("^(\\d{4})-(\\d{2})-(\\d{2})(?:[ T](\\d{2}):(\\d{2}):(\\d{2})(?:\\.(\\d{1,9}))?)?$"));
     const QRegularExpressionMatch m = re.match(text);

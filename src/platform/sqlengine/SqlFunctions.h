@@ -28,9 +28,9 @@ void RegisterMisc(SqliteDb& db);
 // and leaves ctx alone (SqlFunctionsDate.cpp; the binary ones in SqlFunctionsMisc.cpp).
 bool ConvertStyled(sqlite3_context* ctx, const QString& type, qint64 length, int style, sqlite3_value* v);
 bool ConvertBinaryStyle(sqlite3_context* ctx, const QString& type, int style, sqlite3_value* v);
-// A failure as the server reports it: the executor reads "TSQL<number>:<text>". Inside
+// A failure as the server reports it: the executor reads "TSQL<number>[.<state>]:<text>". Inside
 // TRY_CONVERT and TRY_CAST a failed conversion gives NULL instead, except 529.
-void ResultError(sqlite3_context* ctx, long number, const QString& text);
+void ResultError(sqlite3_context* ctx, long number, const QString& text, int state = 1);
 // A RAISERROR or FORMATMESSAGE text with its %d, %s, ... filled from next() in turn
 // (SessionControl.cpp).
 QString FormatMessageText(const QString& format, const std::function<QVariant()>& next);

@@ -45,7 +45,8 @@ void DateError(sqlite3_context* ctx, int number, Kind kind) {
         SqlFunctions::ResultError(ctx, 242,
                                   QStringLiteral("The conversion of a varchar data type to a %1 data type "
                                                  "resulted in an out-of-range value.")
-                                      .arg(QLatin1String(SqlDates::TypeName(kind))));
+                                      .arg(QLatin1String(SqlDates::TypeName(kind))),
+                                  3);
     else
         SqlFunctions::ResultError(ctx, 241, kNotDateText);
 }
@@ -651,10 +652,12 @@ TryScope::~TryScope() {
     tTrying = mPrevious;
 }
 
-void ResultError(sqlite3_context* ctx, long number, const QString& text) {
+void ResultError(sqlite3_context* ctx, long number, const QString& text, int state) {
     if (tTrying && number != 529)
         return sqlite3_result_null(ctx);
-    const QByteArray b = QStringLiteral("TSQL%1:%2").arg(number).arg(text).toUtf8();
+    const QString head =
+        state == 1 ? QString::number(number) : QStringLiteral("%1.%2").arg(number).arg(state);
+    const QByteArray b = QStringLiteral("TSQL%1:%2").arg(head, text).toUtf8();
     sqlite3_result_error(ctx, b.constData(), int(b.size()));
 }
 

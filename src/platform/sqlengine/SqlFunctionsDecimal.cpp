@@ -10,9 +10,9 @@
 
 namespace {
 
+// Through the shared reporter, so that TRY_CONVERT and TRY_CAST give NULL instead.
 void Fail(sqlite3_context* ctx, long number, const QString& text) {
-    const QByteArray b = QStringLiteral("TSQL%1:%2").arg(number).arg(text).toUtf8();
-    sqlite3_result_error(ctx, b.constData(), int(b.size()));
+    SqlFunctions::ResultError(ctx, number, text);
 }
 
 } // namespace

@@ -205,4 +205,26 @@ TEST_F(ServerFolder, SessionsKeepTheirOwnOptionsAndVariablesEndWithTheBatch) {
     EXPECT_EQ(errors[0].number, 137);
 }
 
+// The date settings belong to a session; the date errors carry the server's states (241 state 1,
+// 242 state 3), which the script format doesn't show.
+TEST_F(ServerFolder, DateSettingsAreASessionsOwnAndDateErrorsKeepTheirStates) {
+    EmbeddedServer server(folder);
+    auto a = Sa(server);
+    auto b = Sa(server);
+    ASSERT_TRUE(Errors(a->Execute(QStringLiteral("SET DATEFORMAT dmy"))).isEmpty());
+    const auto inA = FirstRows(a->Execute(QStringLiteral("SELECT DAY(CAST('7/4/1996' AS datetime))")));
+    const auto inB = FirstRows(b->Execute(QStringLiteral("SELECT DAY(CAST('7/4/1996' AS datetime))")));
+    ASSERT_TRUE(inA && inB);
+    EXPECT_EQ(inA->rows[0][0].toLongLong(), 7);
+    EXPECT_EQ(inB->rows[0][0].toLongLong(), 4);
+    const auto outOfRange = Errors(a->Execute(QStringLiteral("SELECT CAST('12/31/2008' AS datetime)")));
+    ASSERT_EQ(outOfRange.size(), 1);
+    EXPECT_EQ(outOfRange[0].number, 242);
+    EXPECT_EQ(outOfRange[0].state, 3);
+    const auto notDate = Errors(b->Execute(QStringLiteral("SELECT CAST('no date' AS datetime)")));
+    ASSERT_EQ(notDate.size(), 1);
+    EXPECT_EQ(notDate[0].number, 241);
+    EXPECT_EQ(notDate[0].state, 1);
+}
+
 } // namespace
