@@ -365,6 +365,32 @@ QString SqlTranslator::ForClause(const SqlSelect& select) {
         }
         options.append(QStringLiteral("element=") + element);
     }
+    if (f.json && f.mode == QLatin1String("AUTO") && !star) {
+        // Columns of other tables than the first column's nest as arrays named after their alias.
+        QStringList tables;
+        QList<int> levels;
+        for (const SqlSelectItem& item : first.items) {
+            const SqlExpr& e = *item.expr;
+            const QString table = e.kind == SqlExpr::Kind::Column && e.parts.size() >= 2
+                                      ? e.parts[e.parts.size() - 2]
+                                      : QString();
+            qsizetype level = 0;
+            if (!table.isEmpty()) {
+                level = tables.indexOf(table);
+                if (level < 0) {
+                    tables.append(table);
+                    level = tables.size() - 1;
+                }
+            }
+            levels.append(int(level));
+        }
+        if (tables.size() > 1) {
+            for (const QString& table : tables)
+                options.append(QStringLiteral("table=") + table);
+            for (const int level : levels)
+                options.append(QStringLiteral("level=%1").arg(level));
+        }
+    }
     if (f.root)
         options.append(QStringLiteral("root=") + f.rootName);
     if (f.includeNulls)
