@@ -228,6 +228,9 @@ void SessionState::SetOption(const SqlStatement& s) {
         if (valued.contains(name)) {
             if (name == QLatin1String("ROWCOUNT") && value != QLatin1String("0"))
                 throw ServerError::Unsupported(QStringLiteral("SET ROWCOUNT other than 0"));
+            if (name == QLatin1String("DATEFORMAT") || name == QLatin1String("DATEFIRST") ||
+                name == QLatin1String("LANGUAGE"))
+                SetDateOption(name, value);
             continue;
         }
         if (name == QLatin1String("STATISTICS"))

@@ -1,5 +1,6 @@
 // TRY...CATCH and the statements that raise errors on purpose (THROW, RAISERROR), and WAITFOR.
 #include "SessionState.h"
+#include "SqlFunctions.h"
 
 #include <QDeadlineTimer>
 #include <QRegularExpression>
@@ -100,9 +101,12 @@ QString FormatOne(const Conversion& c, const QVariant& a) {
 
 QString SessionState::FormatMessage(const QString& format, const SqlStatement& s) {
     int argIndex = 3;
-    auto next = [&]() {
+    return SqlFunctions::FormatMessageText(format, [&]() {
         return argIndex < s.execArgs.size() ? Evaluate(*s.execArgs[argIndex++].value) : QVariant();
-    };
+    });
+}
+
+QString SqlFunctions::FormatMessageText(const QString& format, const std::function<QVariant()>& next) {
     QString out;
     const qsizetype n = format.size();
     for (qsizetype i = 0; i < n; ++i) {

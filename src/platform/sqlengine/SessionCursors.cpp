@@ -113,7 +113,7 @@ void SessionState::RunCursor(const SqlStatement& s) {
             QStringLiteral("Cursor Fetch: The number of variables declared in the INTO list must "
                            "match that of selected columns."));
     for (qsizetype i = 0; i < row.size(); ++i)
-        Assign(s.columns[i], row[i], s.line);
+        Assign(s.columns[i], DecimalVariableValue(row[i], c->rows.columns.value(i)), s.line);
     mFetchStatus = 0;
 }
 

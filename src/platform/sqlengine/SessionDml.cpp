@@ -1,26 +1,20 @@
 // INSERT, UPDATE and DELETE of a session.
 #include "SessionState.h"
 
+#include "SessionDmlColumns.h"
 #include "SqlParser.h"
 
-namespace {
-
-struct TableColumn {
-    QString name;
-    bool identity = false;
-    QString type; // the system type's name
-    int scale = 0;
-};
+namespace dml {
 
 QList<TableColumn> Columns(SqliteDb& db, int id) {
     QList<TableColumn> list;
     for (const QVariantList& r :
-         db.Rows(QStringLiteral("SELECT name, status, xusertype, xscale FROM syscolumns WHERE "
+         db.Rows(QStringLiteral("SELECT name, status, xusertype, xscale, xprec FROM syscolumns WHERE "
                                 "id = ? ORDER BY colid"),
                  {id})) {
         const SystemType* t = Catalogue::FindTypeById(r[2].toInt());
         list.append(TableColumn{r[0].toString(), (r[1].toInt() & 0x80) != 0,
-                                t ? QString::fromLatin1(t->name) : QString(), r[3].toInt()});
+                                t ? QString::fromLatin1(t->name) : QString(), r[3].toInt(), r[4].toInt()});
     }
     return list;
 }
@@ -35,8 +29,19 @@ QString Stored(const TableColumn& c, const QString& sql) {
         c.type == QLatin1String("image") || c.type == QLatin1String("timestamp") ||
         c.type == QLatin1String("sql_variant"))
         return sql;
-    return QStringLiteral("tsql_convert('%1', -1, %2, %3)").arg(c.type).arg(c.scale).arg(sql);
+    // A decimal is rounded to the column's scale and must fit its precision.
+    const int length =
+        c.type == QLatin1String("decimal") || c.type == QLatin1String("numeric") ? c.precision : -1;
+    return QStringLiteral("tsql_convert('%1', %2, %3, %4)").arg(c.type).arg(length).arg(c.scale).arg(sql);
 }
+
+} // namespace dml
+
+using dml::Columns;
+using dml::Stored;
+using dml::TableColumn;
+
+namespace {
 
 // The alias under which the target of an UPDATE or DELETE stands in its FROM list, if it does.
 QString FindTargetAlias(const QList<SqlTableRefP>& from, const QString& target) {
@@ -217,11 +222,14 @@ void SessionState::RunInsert(const SqlStatement& s) {
 }
 
 void SessionState::RunUpdate(const SqlStatement& s) {
+    if (RunOnCte(s))
+        return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "UPDATE");
     mDmlStatement = &s;
     const QList<TableColumn> columns = Columns(*mDb, table.id);
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
+    const QString with = s.select ? t.WithClause(*s.select) : QString();
     QList<QPair<QString, SqlExprP>> sets;
     QList<TableColumn> setColumns;
     QList<QPair<QString, SqlExprP>> variableSets;
@@ -285,14 +293,17 @@ void SessionState::RunUpdate(const SqlStatement& s) {
     mDmlColumns.clear();
     for (const auto& set : sets)
         mDmlColumns.append(set.first);
-    RunDml(sql, t.Params(), table, QStringLiteral("UPDATE"));
+    RunDml(with + sql, t.Params(), table, QStringLiteral("UPDATE"));
 }
 
 void SessionState::RunDelete(const SqlStatement& s) {
+    if (RunOnCte(s))
+        return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "DELETE");
     mDmlStatement = &s;
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
+    const QString with = s.select ? t.WithClause(*s.select) : QString();
     QString sql;
     if (s.from.isEmpty() && !s.top) {
         sql = QStringLiteral("DELETE FROM %1 AS %2").arg(physical, SqlTranslator::Quote(table.name));
@@ -316,5 +327,5 @@ void SessionState::RunDelete(const SqlStatement& s) {
             inner += QStringLiteral(" LIMIT ") + t.Expr(*s.top);
         sql = QStringLiteral("DELETE FROM %1 WHERE rowid IN (%2)").arg(physical, inner);
     }
-    RunDml(sql, t.Params(), table, QStringLiteral("DELETE"));
+    RunDml(with + sql, t.Params(), table, QStringLiteral("DELETE"));
 }

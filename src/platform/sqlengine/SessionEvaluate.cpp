@@ -125,9 +125,13 @@ bool SessionState::FastCondition(const SqlExpr& e, int& out) {
     }
     if (e.kind == SqlExpr::Kind::IsNull && e.args.size() == 1) {
         FastInt a;
-        if (!FastInteger(*e.args[0], a))
+        FastDec d;
+        if (FastInteger(*e.args[0], a))
+            out = a.null != e.negated ? 1 : 0;
+        else if (FastDecimal(*e.args[0], d))
+            out = d.null != e.negated ? 1 : 0;
+        else
             return false;
-        out = a.null != e.negated ? 1 : 0;
         return true;
     }
     if (e.kind != SqlExpr::Kind::Binary || e.args.size() != 2)
@@ -152,7 +156,7 @@ bool SessionState::FastCondition(const SqlExpr& e, int& out) {
     FastInt a;
     FastInt b;
     if (!FastInteger(*e.args[0], a) || !FastInteger(*e.args[1], b))
-        return false;
+        return DecimalComparison(e, out);
     if (a.null || b.null) {
         out = -1;
         return true;

@@ -9,7 +9,8 @@ namespace {
 // doesn't make integers of the fractions below it.
 class ResultColumns {
 public:
-    explicit ResultColumns(const SqliteStatement& st) {
+    // known: the types of computed columns that the executor worked out (decimals).
+    ResultColumns(const SqliteStatement& st, const QHash<int, SqlColumn>& known) {
         const int n = st.ColumnCount();
         for (int i = 0; i < n; ++i) {
             SqlColumn c;
@@ -18,10 +19,15 @@ public:
             // The one column of FOR JSON and FOR XML is nvarchar(max), as the server names it.
             if (c.name.endsWith(QLatin1String("_F52E2B61-18A1-11d1-B105-00805F49916B")))
                 decl = QStringLiteral("nvarchar(max)");
-            if (!decl.isEmpty())
+            if (!decl.isEmpty()) {
                 Catalogue::DescribeDeclaredType(decl, &c.typeId, &c.length, &c.precision, &c.scale);
-            else
+            } else if (const auto it = known.constFind(i); it != known.cend()) {
+                const QString name = c.name;
+                c = *it;
+                c.name = name;
+            } else {
                 mGuessed.append(Guess{i});
+            }
             mColumns.append(c);
         }
     }
@@ -98,16 +104,17 @@ ServerError TooManyRows(qsizetype limit) {
 
 void ToServerValues(QVariantList& row, const QList<SqlColumn>& columns) {
     for (int i = 0; i < columns.size(); ++i)
-        row[i] = ToServerValue(row[i], columns[i].typeId);
+        row[i] = DecimalResultValue(ToServerValue(row[i], columns[i].typeId), columns[i]);
 }
 
 } // namespace
 
 SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
+    const QHash<int, SqlColumn> known = std::exchange(mKnownColumns, {});
     SqliteStatement st(mDb->Handle(), sql);
     st.BindAll(params);
     const int n = st.ColumnCount();
-    ResultColumns columns(st);
+    ResultColumns columns(st, known);
     QList<QVariantList> raw;
     while (st.Step()) {
         if (rowLimit > 0 && raw.size() >= rowLimit)
@@ -125,13 +132,14 @@ SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
 }
 
 long long SessionState::StreamQuery(const QString& sql, const QVariantList& params) {
+    const QHash<int, SqlColumn> known = std::exchange(mKnownColumns, {});
     // The statement runs once more for each round a reader needs before the rows: what a computed
     // column holds, then what the sink looks at to choose its wire types. Reading again costs far
     // less than holding a large result.
     SqliteStatement st(mDb->Handle(), sql);
     st.BindAll(params);
     const int n = st.ColumnCount();
-    ResultColumns guess(st);
+    ResultColumns guess(st, known);
     if (guess.NeedsGuess()) {
         while (st.Step())
             guess.Observe(RawRow(st, n));

@@ -40,7 +40,7 @@ void UdfCallback(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
             sqlite3_result_null(ctx);
         else if (v.typeId() == QMetaType::LongLong || v.typeId() == QMetaType::Int)
             sqlite3_result_int64(ctx, v.toLongLong());
-        else if (v.typeId() == QMetaType::Double)
+        else if (v.typeId() == QMetaType::Double || v.userType() == qMetaTypeId<SqlDecimal>())
             sqlite3_result_double(ctx, v.toDouble());
         else {
             const QByteArray b = v.toString().toUtf8();
@@ -144,7 +144,9 @@ QVariant ToServerValue(const QVariant& v, int typeId) {
 
 SessionState::SessionState(std::shared_ptr<ServerState> server, LoginInfo loginInfo)
     : login(std::move(loginInfo))
-    , mServer(std::move(server)) {}
+    , mServer(std::move(server)) {
+    SqlDecimal::RegisterConversions();
+}
 
 SessionState::~SessionState() {
     try {
@@ -165,6 +167,7 @@ QString SessionState::MasterSchema() const {
 void SessionState::OpenDatabase(const QString& name, const QString& path) {
     auto db = std::make_unique<SqliteDb>(path);
     Catalogue::EnsureIndexes(*db);
+    db->SetDateOptions(&mDateOptions);
     SqlFunctions::Register(*db);
     sqlite3_create_function_v2(db->Handle(), "tsql_udf", -1, SQLITE_UTF8, this, UdfCallback, nullptr, nullptr,
                                nullptr);
@@ -429,6 +432,9 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
     case K::Delete:
         RunDelete(s);
         return Flow::Normal;
+    case K::Merge:
+        RunMerge(s);
+        return Flow::Normal;
     case K::CreateTable:
         CreateTable(s);
         return Flow::Normal;
@@ -611,7 +617,7 @@ QVariant SessionState::Convert(const QVariant& value, const SqlTypeSpec& type) {
     int length = type.length;
     if (length == -1 && type.precision > 0)
         length = type.precision;
-    if (QVariant fast; FastConvert(value, type, fast))
+    if (QVariant fast; FastConvert(value, type, fast) || ConvertDecimal(value, type, fast))
         return fast;
     const SystemType* t = Catalogue::FindType(type.name);
     if (t && t->character && length == -1)
@@ -662,9 +668,9 @@ QVariant SessionState::Global(const QString& name) {
     if (n == QLatin1String("@@SERVERNAME") || n == QLatin1String("@@SERVICENAME"))
         return QStringLiteral("EMBEDDED");
     if (n == QLatin1String("@@LANGUAGE"))
-        return QStringLiteral("us_english");
+        return mDateOptions.language;
     if (n == QLatin1String("@@DATEFIRST"))
-        return 7;
+        return mDateOptions.dateFirst;
     if (n == QLatin1String("@@MAX_PRECISION"))
         return 38;
     if (n == QLatin1String("@@OPTIONS"))
@@ -687,6 +693,10 @@ QVariant SessionState::Global(const QString& name) {
 QVariant SessionState::Evaluate(const SqlExpr& e) {
     if (FastInt fast; FastInteger(e, fast))
         return fast.null ? QVariant() : QVariant(fast.value);
+    if (FastDec exact; Shallow(e) && FastDecimal(e, exact))
+        return exact.null ? QVariant() : QVariant::fromValue(exact.value);
+    if (QVariant converted; Shallow(e) && DecimalCast(e, converted))
+        return converted;
     SqlTranslator t(*this);
     const QString sql = QStringLiteral("SELECT ") + t.Expr(e);
     const CachedStatement st = mDb->Prepare(sql);
@@ -737,6 +747,7 @@ void SessionState::RunSelect(const SqlStatement& s) {
         mRowCount = rows;
         return;
     }
+    mKnownColumns = DecimalColumns(sel);
     if (mSink) {
         EmitCount(StreamQuery(sql, t.Params()));
         return;

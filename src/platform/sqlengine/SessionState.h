@@ -4,6 +4,8 @@
 #include "ServerError.h"
 #include "ServerState.h"
 #include "SqlAst.h"
+#include "SqlDates.h"
+#include "SqlDecimal.h"
 #include "SqlResults.h"
 #include "SqlTranslator.h"
 #include "SqliteDb.h"
@@ -12,12 +14,18 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 
 class SqliteStatement;
 
 // A value as SQLite gives it, in the form of the server's type: datetimes as QDateTime, integers
 // as qlonglong, fractions as double.
 QVariant ToServerValue(const QVariant& v, int typeId);
+// A value of a decimal or money result column rounded to the column's scale, so that a sum of
+// doubles reads as the decimal it stands for; any other value as it is.
+QVariant DecimalResultValue(const QVariant& v, const SqlColumn& c);
+// The reverse, for a result's value that goes into a variable: the exact value of the column's type.
+QVariant DecimalVariableValue(const QVariant& v, const SqlColumn& c);
 
 // One connection's executor: it parses a batch, walks its statements and keeps the catalogue in
 // step with what they create, change and drop.
@@ -52,7 +60,9 @@ public:
     QString MasterSchema() const override;
     QString DatabaseName() const override { return database; }
     int UserUid() const override { return mUid; }
+    QStringList QueryColumns(const QString& sql) override;
     QStringList ColumnNames(const QString& sql) override;
+    bool Fold(const SqlExpr& e, QVariant& value, bool& variables) override;
 
     // Runs a user's scalar function for a query; throws ServerError.
     // defaults: one character per argument, '1' where the caller wrote DEFAULT.
@@ -125,6 +135,30 @@ private:
     bool FastInteger(const SqlExpr& e, FastInt& out);
     bool FastCondition(const SqlExpr& e, int& out);
     bool FastConvert(const QVariant& value, const SqlTypeSpec& type, QVariant& out);
+    // decimal, numeric and money exactly (SessionDecimal.cpp); false when the expression is none of
+    // them. integer: the operand was an integer, which counts as decimal only beside a decimal.
+    struct FastDec {
+        SqlDecimal value; // typed even when null
+        bool null = false;
+        bool integer = false;
+    };
+    bool FastDecimal(const SqlExpr& e, FastDec& out);
+    bool DecimalOperand(const SqlExpr& e, FastDec& out);
+    bool DecimalFunction(const SqlExpr& e, FastDec& out);
+    // CAST / CONVERT of a decimal to text, an integer or a float.
+    bool DecimalCast(const SqlExpr& e, QVariant& out);
+    bool DecimalComparison(const SqlExpr& e, int& out);
+    bool ConvertDecimal(const QVariant& value, const SqlTypeSpec& type, QVariant& out);
+    static bool UsesVariables(const SqlExpr& e);
+    // Not nested past what the decimal evaluation recurses into.
+    static bool Shallow(const SqlExpr& e, int depth = 0);
+    // The type of a SELECT item of decimals that SQLite can't trace to a column.
+    std::optional<SqlColumn> DecimalColumn(const SqlExpr& e);
+    // SessionDecimalTypes.cpp: the decimal types of a SELECT's computed items by their place, and
+    // the type of one expression given the declared types of the columns it reads.
+    QHash<int, SqlColumn> DecimalColumns(const SqlSelect& select);
+    std::optional<SqlDecimal> DecimalTypeOf(const SqlExpr& e, const QHash<const SqlExpr*, SqlColumn>& columns,
+                                            bool& integer);
 
     // queries
     void RunSelect(const SqlStatement& s);
@@ -135,6 +169,9 @@ private:
     void RunUpdate(const SqlStatement& s);
     void RunDelete(const SqlStatement& s);
     CatalogueObject TargetTable(const QStringList& name, int line, const char* action);
+    // UPDATE or DELETE of a common table expression over one table (SessionCteDml.cpp); false
+    // when the statement's target is no common table expression.
+    bool RunOnCte(const SqlStatement& s);
     long long RunDml(const QString& sql, const QVariantList& params, const CatalogueObject& table,
                      const QString& verb);
 
@@ -161,6 +198,9 @@ private:
     SqlTypeSpec ResolveType(const SqlTypeSpec& type, bool* notNull = nullptr);
     void UseDatabase(const SqlStatement& s);
     void SetOption(const SqlStatement& s);
+    // SessionOptions.cpp: SET DATEFORMAT, LANGUAGE and DATEFIRST; written is the value as the
+    // statement has it, a variable's name or a word or string.
+    void SetDateOption(const QString& name, const QString& written);
     void WriteColumns(int id, const QList<SqlParam>& params, int number);
     void WriteText(int id, const QString& text);
     int OwnerUid(const QStringList& name, int line);
@@ -230,6 +270,10 @@ private:
                                  const QString& verb, const QList<Module>& triggers,
                                  const SqlStatement* output);
     void RunOutput(const SqlStatement& s, const TriggerRun& run, const QString& verb);
+    // MERGE (SessionMerge.cpp)
+    void RunMerge(const SqlStatement& s);
+    void RunMergeOutput(const SqlStatement& s, const TriggerRun& run, const QString& sourceName,
+                        const QString& sourceTable, const QString& actionTable);
     QStringList PrepareCapture(int tableId);
     void FireTrigger(const Module& trigger, const CatalogueObject& table, const TriggerRun& run);
     bool TriggerTable(const QString& name, Table& out) const;
@@ -275,6 +319,7 @@ private:
 
     std::shared_ptr<ServerState> mServer;
     std::unique_ptr<SqliteDb> mDb;
+    DateOptions mDateOptions; // mDb and every connection opened after it point at it
     int mUid = 1;
     QHash<QString, QString> mAttached; // database name (lower) -> schema
     QList<Frame> mFrames;
@@ -312,4 +357,6 @@ private:
     int mFetchStatus = -1;
     const SqlStatement* mDmlStatement = nullptr; // the INSERT, UPDATE or DELETE whose SQL runs next
     long long mCursorRows = 0;
+    QHash<QString, QString> mMergeTables; // while MERGE's OUTPUT is read: name (lower) -> its rows
+    QHash<int, SqlColumn> mKnownColumns; // result types worked out for the next Query or StreamQuery
 };

@@ -76,6 +76,9 @@ public:
         Statements(s.elseBody);
     }
     void Select(SqlSelect& select) const {
+        for (const SqlCte& c : select.ctes)
+            if (c.select)
+                Select(*c.select);
         for (SqlSelectCore& core : select.cores) {
             for (const SqlSelectItem& item : core.items)
                 Expr(item.expr);

@@ -222,6 +222,11 @@ void SessionState::FireTrigger(const Module& trigger, const CatalogueObject&, co
 }
 
 bool SessionState::TriggerTable(const QString& name, Table& out) const {
+    if (const auto merged = mMergeTables.constFind(name.toLower()); merged != mMergeTables.cend()) {
+        out.sql = *merged;
+        out.alias = name;
+        return true;
+    }
     if (mTriggers.isEmpty())
         return false;
     const bool inserted = name.compare(QLatin1String("inserted"), Qt::CaseInsensitive) == 0;

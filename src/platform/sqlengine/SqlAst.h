@@ -75,7 +75,9 @@ struct SqlJsonColumn {
 };
 
 struct SqlTableRef {
-    enum class Kind { Named, Subquery, Join, Function };
+    // Pivot: left PIVOT (args[0], an aggregate, FOR args[1] IN (name...)); Unpivot: left UNPIVOT
+    // (args[0] FOR args[1] IN (name...)), both columns.
+    enum class Kind { Named, Subquery, Join, Function, Pivot, Unpivot };
     Kind kind = Kind::Named;
     QStringList name; // [db.][owner.]name
     QString alias;
@@ -115,6 +117,9 @@ struct SqlSelectCore {
     QList<SqlTableRefP> from;
     SqlExprP where;
     QList<SqlExprP> groupBy;
+    // GROUP BY ROLLUP, CUBE, GROUPING SETS, WITH ROLLUP / CUBE: the sets, as indexes into groupBy;
+    // empty for a plain GROUP BY
+    QList<QList<int>> groupingSets;
     SqlExprP having;
     QStringList into; // SELECT ... INTO
 };
@@ -246,6 +251,10 @@ struct SqlStatement {
         WaitFor,  // optionValue: DELAY or TIME; condition: the time
         SaveTran, // name (or procedureVariable)
         Cursor,   // DECLARE CURSOR, OPEN, FETCH, CLOSE, DEALLOCATE: construct says which
+        // MERGE target [alias] USING from ON condition; body: its WHEN clauses as the INSERT, UPDATE
+        // or DELETE each runs, optionValue MATCHED, NOT MATCHED or NOT MATCHED BY SOURCE, condition
+        // the clause's AND
+        Merge,
         Unsupported
     };
     Kind kind = Kind::Empty;

@@ -33,8 +33,7 @@ void ResultText(sqlite3_context* ctx, const QString& s) {
 }
 
 void ResultError(sqlite3_context* ctx, long number, const QString& text) {
-    const QByteArray b = QStringLiteral("TSQL%1:%2").arg(number).arg(text).toUtf8();
-    sqlite3_result_error(ctx, b.constData(), int(b.size()));
+    SqlFunctions::ResultError(ctx, number, text);
 }
 
 QString TrimRight(QString s) {
@@ -49,23 +48,6 @@ bool ParseNumber(const QString& text, double* out) {
     if (ok && out)
         *out = d;
     return ok;
-}
-
-QDateTime ParseDate(const QString& text) {
-    const QString t = text.trimmed();
-    static const char* formats[] = {
-        "yyyy-MM-dd HH:mm:ss.zzz", "yyyy-MM-dd HH:mm:ss", "yyyy-MM-dd HH:mm", "yyyy-MM-ddTHH:mm:ss.zzz",
-        "yyyy-MM-ddTHH:mm:ss",     "yyyy-MM-dd",          "yyyyMMdd",         "yyyyMMdd HH:mm:ss",
-        "dd.MM.yyyy HH:mm:ss",     "dd.MM.yyyy",          "MM/dd/yyyy",       "MM/dd/yyyy HH:mm:ss"};
-    for (const char* f : formats) {
-        QDateTime d = QDateTime::fromString(t, QString::fromLatin1(f));
-        if (d.isValid())
-            return d;
-    }
-    QDateTime d = QDateTime::fromString(t, QStringLiteral("MMM d yyyy h:mmAP"));
-    if (d.isValid())
-        return d;
-    return {};
 }
 
 QString FormatDate(const QDateTime& d) {
@@ -382,12 +364,6 @@ void IsNumeric(sqlite3_context* ctx, int, sqlite3_value** a) {
     sqlite3_result_int(ctx, ParseNumber(Text(a[0]), nullptr) ? 1 : 0);
 }
 
-void IsDate(sqlite3_context* ctx, int, sqlite3_value** a) {
-    if (IsNull(a[0]))
-        return sqlite3_result_int(ctx, 0);
-    sqlite3_result_int(ctx, ParseDate(Text(a[0])).isValid() ? 1 : 0);
-}
-
 void Floor(sqlite3_context* ctx, int, sqlite3_value** a) {
     if (IsNull(a[0]))
         return sqlite3_result_null(ctx);
@@ -413,189 +389,10 @@ void Power(sqlite3_context* ctx, int, sqlite3_value** a) {
     sqlite3_result_double(ctx, r);
 }
 
-QString DatePartName(const QString& p) {
-    const QString s = p.toLower();
-    if (s == QLatin1String("yy") || s == QLatin1String("yyyy") || s == QLatin1String("year"))
-        return QStringLiteral("year");
-    if (s == QLatin1String("mm") || s == QLatin1String("m") || s == QLatin1String("month"))
-        return QStringLiteral("month");
-    if (s == QLatin1String("dd") || s == QLatin1String("d") || s == QLatin1String("day"))
-        return QStringLiteral("day");
-    if (s == QLatin1String("hh") || s == QLatin1String("hour"))
-        return QStringLiteral("hour");
-    if (s == QLatin1String("mi") || s == QLatin1String("n") || s == QLatin1String("minute"))
-        return QStringLiteral("minute");
-    if (s == QLatin1String("ss") || s == QLatin1String("s") || s == QLatin1String("second"))
-        return QStringLiteral("second");
-    if (s == QLatin1String("ms") || s == QLatin1String("millisecond"))
-        return QStringLiteral("millisecond");
-    if (s == QLatin1String("dw") || s == QLatin1String("weekday"))
-        return QStringLiteral("weekday");
-    if (s == QLatin1String("dy") || s == QLatin1String("y") || s == QLatin1String("dayofyear"))
-        return QStringLiteral("dayofyear");
-    if (s == QLatin1String("wk") || s == QLatin1String("ww") || s == QLatin1String("week"))
-        return QStringLiteral("week");
-    if (s == QLatin1String("qq") || s == QLatin1String("q") || s == QLatin1String("quarter"))
-        return QStringLiteral("quarter");
-    return {};
-}
-
-QDateTime DateArg(sqlite3_context* ctx, sqlite3_value* v, bool* ok) {
-    *ok = true;
-    QDateTime d = ParseDate(Text(v));
-    if (!d.isValid()) {
-        *ok = false;
-        ResultError(
-            ctx, 241,
-            QStringLiteral("Conversion failed when converting date and/or time from character string."));
-    }
-    return d;
-}
-
-void DatePart(sqlite3_context* ctx, int, sqlite3_value** a) {
-    if (IsNull(a[1]))
-        return sqlite3_result_null(ctx);
-    const QString part = DatePartName(Text(a[0]));
-    bool ok = false;
-    const QDateTime d = DateArg(ctx, a[1], &ok);
-    if (!ok)
-        return;
-    qint64 r = 0;
-    if (part == QLatin1String("year"))
-        r = d.date().year();
-    else if (part == QLatin1String("month"))
-        r = d.date().month();
-    else if (part == QLatin1String("day"))
-        r = d.date().day();
-    else if (part == QLatin1String("hour"))
-        r = d.time().hour();
-    else if (part == QLatin1String("minute"))
-        r = d.time().minute();
-    else if (part == QLatin1String("second"))
-        r = d.time().second();
-    else if (part == QLatin1String("millisecond"))
-        r = d.time().msec();
-    else if (part == QLatin1String("weekday"))
-        r = d.date().dayOfWeek() % 7 + 1;
-    else if (part == QLatin1String("dayofyear"))
-        r = d.date().dayOfYear();
-    else if (part == QLatin1String("week"))
-        r = (d.date().dayOfYear() - 1 + QDate(d.date().year(), 1, 1).dayOfWeek() % 7) / 7 + 1;
-    else if (part == QLatin1String("quarter"))
-        r = (d.date().month() - 1) / 3 + 1;
-    else
-        return ResultError(ctx, 155,
-                           QStringLiteral("'%1' is not a recognized datepart option.").arg(Text(a[0])));
-    sqlite3_result_int64(ctx, r);
-}
-
-void DateAdd(sqlite3_context* ctx, int, sqlite3_value** a) {
-    if (IsNull(a[1]) || IsNull(a[2]))
-        return sqlite3_result_null(ctx);
-    const QString part = DatePartName(Text(a[0]));
-    const qint64 n = sqlite3_value_int64(a[1]);
-    bool ok = false;
-    QDateTime d = DateArg(ctx, a[2], &ok);
-    if (!ok)
-        return;
-    if (part == QLatin1String("year"))
-        d = d.addYears(int(n));
-    else if (part == QLatin1String("quarter"))
-        d = d.addMonths(int(n * 3));
-    else if (part == QLatin1String("month"))
-        d = d.addMonths(int(n));
-    else if (part == QLatin1String("day") || part == QLatin1String("dayofyear") ||
-             part == QLatin1String("weekday"))
-        d = d.addDays(n);
-    else if (part == QLatin1String("week"))
-        d = d.addDays(n * 7);
-    else if (part == QLatin1String("hour"))
-        d = d.addSecs(n * 3600);
-    else if (part == QLatin1String("minute"))
-        d = d.addSecs(n * 60);
-    else if (part == QLatin1String("second"))
-        d = d.addSecs(n);
-    else if (part == QLatin1String("millisecond"))
-        d = d.addMSecs(n);
-    else
-        return ResultError(ctx, 155,
-                           QStringLiteral("'%1' is not a recognized dateadd option.").arg(Text(a[0])));
-    ResultText(ctx, FormatDate(d));
-}
-
-void DateDiff(sqlite3_context* ctx, int, sqlite3_value** a) {
-    if (IsNull(a[1]) || IsNull(a[2]))
-        return sqlite3_result_null(ctx);
-    const QString part = DatePartName(Text(a[0]));
-    bool ok = false;
-    const QDateTime d1 = DateArg(ctx, a[1], &ok);
-    if (!ok)
-        return;
-    const QDateTime d2 = DateArg(ctx, a[2], &ok);
-    if (!ok)
-        return;
-    qint64 r = 0;
-    if (part == QLatin1String("year"))
-        r = d2.date().year() - d1.date().year();
-    else if (part == QLatin1String("quarter"))
-        r = (d2.date().year() * 4 + (d2.date().month() - 1) / 3) -
-            (d1.date().year() * 4 + (d1.date().month() - 1) / 3);
-    else if (part == QLatin1String("month"))
-        r = (d2.date().year() * 12 + d2.date().month()) - (d1.date().year() * 12 + d1.date().month());
-    else if (part == QLatin1String("day") || part == QLatin1String("dayofyear") ||
-             part == QLatin1String("weekday"))
-        r = d1.date().daysTo(d2.date());
-    else if (part == QLatin1String("week"))
-        r = d1.date().daysTo(d2.date()) / 7;
-    else if (part == QLatin1String("hour"))
-        r = d1.secsTo(d2) / 3600;
-    else if (part == QLatin1String("minute"))
-        r = d1.secsTo(d2) / 60;
-    else if (part == QLatin1String("second"))
-        r = d1.secsTo(d2);
-    else if (part == QLatin1String("millisecond"))
-        r = d1.msecsTo(d2);
-    else
-        return ResultError(ctx, 155,
-                           QStringLiteral("'%1' is not a recognized datediff option.").arg(Text(a[0])));
-    sqlite3_result_int64(ctx, r);
-}
-
-QString DateToText(const QDateTime& d, int style) {
-    switch (style) {
-    case 101:
-        return d.toString(QStringLiteral("MM/dd/yyyy"));
-    case 103:
-        return d.toString(QStringLiteral("dd/MM/yyyy"));
-    case 104:
-        return d.toString(QStringLiteral("dd.MM.yyyy"));
-    case 108:
-        return d.toString(QStringLiteral("HH:mm:ss"));
-    case 112:
-        return d.toString(QStringLiteral("yyyyMMdd"));
-    case 120:
-        return d.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
-    case 121:
-        return d.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
-    case 126:
-        return d.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss.zzz"));
-    default: {
-        static const char* months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-        const int h = d.time().hour() % 12 == 0 ? 12 : d.time().hour() % 12;
-        return QStringLiteral("%1 %2 %3 %4:%5%6")
-            .arg(QLatin1String(months[d.date().month() - 1]))
-            .arg(d.date().day(), 2)
-            .arg(d.date().year())
-            .arg(h, 2)
-            .arg(d.time().minute(), 2, 10, QLatin1Char('0'))
-            .arg(d.time().hour() < 12 ? QStringLiteral("AM") : QStringLiteral("PM"));
-    }
-    }
-}
-
-// tsql_convert(type, length, scale, value[, style])
+// tsql_convert(type, length, scale, value[, style[, try]]): with try set (TRY_CONVERT, TRY_CAST)
+// a value that doesn't convert gives NULL.
 void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
+    const SqlFunctions::TryScope trying(argc > 5 && sqlite3_value_int(a[5]) != 0);
     if (IsNull(a[3]))
         return sqlite3_result_null(ctx);
     const QString type = Text(a[0]).toLower();
@@ -608,6 +405,8 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     if (!t)
         return ResultError(ctx, 243, QStringLiteral("Type %1 is not a defined system type.").arg(type));
     const QString name = QString::fromLatin1(t->name);
+    if (SqlFunctions::ConvertStyled(ctx, name, length, style, v))
+        return;
     auto typeText = [&]() -> const QString& { return name; };
     if (name == QLatin1String("int") || name == QLatin1String("bigint") ||
         name == QLatin1String("smallint") || name == QLatin1String("tinyint") ||
@@ -642,9 +441,10 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
             r = r != 0 ? 1 : 0;
         return sqlite3_result_int64(ctx, r);
     }
-    if (name == QLatin1String("float") || name == QLatin1String("real") || name == QLatin1String("decimal") ||
-        name == QLatin1String("numeric") || name == QLatin1String("money") ||
-        name == QLatin1String("smallmoney")) {
+    if (name == QLatin1String("decimal") || name == QLatin1String("numeric") ||
+        name == QLatin1String("money") || name == QLatin1String("smallmoney"))
+        return SqlFunctions::ConvertDecimal(ctx, name, length, scale, v);
+    if (name == QLatin1String("float") || name == QLatin1String("real")) {
         double d = 0;
         if (vt == SQLITE_TEXT) {
             if (!ParseNumber(Text(v), &d))
@@ -653,46 +453,12 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
         } else {
             d = sqlite3_value_double(v);
         }
-        int places = -1;
-        if (name == QLatin1String("decimal") || name == QLatin1String("numeric"))
-            places = scale >= 0 ? int(scale) : 0;
-        else if (name == QLatin1String("money") || name == QLatin1String("smallmoney"))
-            places = 4;
-        if (places >= 0) {
-            const double f = std::pow(10.0, places);
-            d = std::round(d * f) / f;
-        }
         return sqlite3_result_double(ctx, d);
-    }
-    if (name == QLatin1String("datetime") || name == QLatin1String("smalldatetime") ||
-        name == QLatin1String("date") || name == QLatin1String("datetime2") ||
-        name == QLatin1String("datetimeoffset")) {
-        QDateTime d;
-        if (vt == SQLITE_TEXT)
-            d = ParseDate(Text(v));
-        else
-            d = QDateTime(QDate(1900, 1, 1), QTime(0, 0))
-                    .addMSecs(qint64(sqlite3_value_double(v) * 86400000.0));
-        if (!d.isValid())
-            return ResultError(
-                ctx, 241,
-                QStringLiteral("Conversion failed when converting date and/or time from character string."));
-        if (name == QLatin1String("date"))
-            return ResultText(ctx, d.toString(QStringLiteral("yyyy-MM-dd")));
-        return ResultText(ctx, FormatDate(d));
     }
     if (t->character || name == QLatin1String("uniqueidentifier") || name == QLatin1String("time")) {
         QString s;
         if (vt == SQLITE_FLOAT) {
             s = QString::number(sqlite3_value_double(v), 'g', 15);
-        } else if (vt == SQLITE_TEXT) {
-            s = Text(v);
-            // A date converted with a style.
-            if (style != 0 || (s.size() >= 19 && s[4] == u'-' && s[10] == u' ')) {
-                const QDateTime d = ParseDate(s);
-                if (d.isValid() && s.size() >= 19 && s[4] == u'-')
-                    s = DateToText(d, style);
-            }
         } else if (vt == SQLITE_BLOB) {
             s = QString::fromUtf8(
                 QByteArray(static_cast<const char*>(sqlite3_value_blob(v)), sqlite3_value_bytes(v)));
@@ -973,15 +739,12 @@ void SqlFunctions::Register(SqliteDb& db) {
         {"tsql_getutcdate", 0, GetUtcDate, false},
         {"tsql_newid", 0, NewId, false},
         {"tsql_isnumeric", 1, IsNumeric, true},
-        {"tsql_isdate", 1, IsDate, true},
         {"tsql_floor", 1, Floor, true},
         {"tsql_ceiling", 1, Ceiling, true},
         {"tsql_power", 2, Power, true},
-        {"tsql_datepart", 2, DatePart, true},
-        {"tsql_dateadd", 3, DateAdd, true},
-        {"tsql_datediff", 3, DateDiff, true},
         {"tsql_convert", 4, Convert, true},
         {"tsql_convert", 5, Convert, true},
+        {"tsql_convert", 6, Convert, true},
         {"tsql_like", 2, Like, true},
         {"tsql_like", 3, Like, true},
         {"tsql_object_id", 5, ObjectId, true},
@@ -993,5 +756,8 @@ void SqlFunctions::Register(SqliteDb& db) {
                                    SQLITE_UTF8 | (e.deterministic ? SQLITE_DETERMINISTIC : 0), &db, e.fn,
                                    nullptr, nullptr, nullptr);
     RegisterText(db);
+    RegisterDates(db);
+    RegisterFormat(db);
+    RegisterMisc(db);
     RegisterJson(db);
 }

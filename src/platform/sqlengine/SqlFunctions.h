@@ -1,6 +1,13 @@
 #pragma once
 
+#include <QString>
+#include <QVariant>
+
+#include <functional>
+
 class SqliteDb;
+struct sqlite3_context;
+struct sqlite3_value;
 
 // The server's built-in functions that SQLite lacks or does differently, registered on a
 // connection under tsql_ names. A function that fails as the server would sets an error text of
@@ -11,6 +18,36 @@ namespace SqlFunctions {
 void Register(SqliteDb& db);
 // tsql_text, tsql_concat_ws, tsql_translate (SqlFunctionsText.cpp); Register calls it.
 void RegisterText(SqliteDb& db);
+// The date and time functions (SqlFunctionsDate.cpp), FORMAT (SqlFunctionsFormat.cpp) and the
+// later string, hash and checksum functions (SqlFunctionsMisc.cpp); Register calls them.
+void RegisterDates(SqliteDb& db);
+void RegisterFormat(SqliteDb& db);
+void RegisterMisc(SqliteDb& db);
+// CONVERT to a date type, of a date to text in a style, and between binary and hexadecimal text in
+// styles 1 and 2: sets the result and gives true when the conversion is one of those, else false
+// and leaves ctx alone (SqlFunctionsDate.cpp; the binary ones in SqlFunctionsMisc.cpp).
+bool ConvertStyled(sqlite3_context* ctx, const QString& type, qint64 length, int style, sqlite3_value* v);
+bool ConvertBinaryStyle(sqlite3_context* ctx, const QString& type, int style, sqlite3_value* v);
+// A failure as the server reports it: the executor reads "TSQL<number>:<text>". Inside
+// TRY_CONVERT and TRY_CAST a failed conversion gives NULL instead, except 529.
+void ResultError(sqlite3_context* ctx, long number, const QString& text);
+// A RAISERROR or FORMATMESSAGE text with its %d, %s, ... filled from next() in turn
+// (SessionControl.cpp).
+QString FormatMessageText(const QString& format, const std::function<QVariant()>& next);
+// Marks the conversions of this thread as TRY_ ones while it lives.
+class TryScope {
+public:
+    explicit TryScope(bool active);
+    ~TryScope();
+    TryScope(const TryScope&) = delete;
+    TryScope& operator=(const TryScope&) = delete;
+
+private:
+    bool mPrevious;
+};
 // tsql_isjson, tsql_json_*, tsql_for_rows and the xml helpers (SqlFunctionsJson.cpp); Register calls it.
 void RegisterJson(SqliteDb& db);
+// tsql_convert to decimal, numeric, money or smallmoney (SqlFunctionsDecimal.cpp).
+void ConvertDecimal(sqlite3_context* ctx, const QString& type, long long precision, long long scale,
+                    sqlite3_value* v);
 } // namespace SqlFunctions

@@ -396,12 +396,14 @@ SqlStatementP SqlParser::ParseStatementTree(bool first) {
         s->target = ParseMultiPartName();
         return s;
     }
-    if (w == QLatin1String("MERGE") || w == QLatin1String("GOTO") || w == QLatin1String("WAITFOR") ||
-        w == QLatin1String("OPEN") || w == QLatin1String("FETCH") || w == QLatin1String("CLOSE") ||
-        w == QLatin1String("DEALLOCATE") || w == QLatin1String("DBCC") || w == QLatin1String("BACKUP") ||
-        w == QLatin1String("RESTORE") || w == QLatin1String("BULK") || w == QLatin1String("SAVE") ||
-        w == QLatin1String("KILL") || w == QLatin1String("SHUTDOWN") || w == QLatin1String("THROW") ||
-        w == QLatin1String("READTEXT") || w == QLatin1String("WRITETEXT") || w == QLatin1String("UPDATETEXT"))
+    if (w == QLatin1String("MERGE"))
+        return ParseMerge();
+    if (w == QLatin1String("GOTO") || w == QLatin1String("WAITFOR") || w == QLatin1String("OPEN") ||
+        w == QLatin1String("FETCH") || w == QLatin1String("CLOSE") || w == QLatin1String("DEALLOCATE") ||
+        w == QLatin1String("DBCC") || w == QLatin1String("BACKUP") || w == QLatin1String("RESTORE") ||
+        w == QLatin1String("BULK") || w == QLatin1String("SAVE") || w == QLatin1String("KILL") ||
+        w == QLatin1String("SHUTDOWN") || w == QLatin1String("THROW") || w == QLatin1String("READTEXT") ||
+        w == QLatin1String("WRITETEXT") || w == QLatin1String("UPDATETEXT"))
         Unsupported(w, t.line);
     if (first && !SqlLexer::IsReserved(w))
         return ParseExec(true);
@@ -735,42 +737,7 @@ SqlStatementP SqlParser::ParseUpdate() {
         ExpectSymbol(")");
     }
     ExpectWord("SET");
-    do {
-        QStringList col;
-        if (Peek().kind == SqlToken::Kind::Variable) {
-            col.append(Next().text);
-        } else {
-            col = ParseMultiPartName();
-        }
-        const SqlToken& op = Next();
-        if (!op.IsSymbol("=")) {
-            if (op.kind == SqlToken::Kind::Symbol && op.text.size() == 2 && op.text.endsWith(u'=') &&
-                QStringLiteral("+-*/").contains(op.text[0])) {
-                SqlExprP rhs = ParseExpr();
-                auto b = std::make_shared<SqlExpr>();
-                b->kind = SqlExpr::Kind::Binary;
-                b->text = op.text.left(1);
-                b->line = op.line;
-                auto lhs = std::make_shared<SqlExpr>();
-                lhs->kind = col.first().startsWith(u'@') ? SqlExpr::Kind::Variable : SqlExpr::Kind::Column;
-                lhs->text = col.first();
-                lhs->parts = col;
-                lhs->line = op.line;
-                b->args = {lhs, rhs};
-                s->assignments.append({col, b});
-                continue;
-            }
-            Fail(op);
-        }
-        if (Peek().kind == SqlToken::Kind::Variable && col.first().startsWith(u'@') == false &&
-            Peek(1).IsSymbol("="))
-            Unsupported(QStringLiteral("SET @variable = column = expression"), op.line);
-        if (AcceptWord("DEFAULT")) {
-            s->assignments.append({col, nullptr});
-            continue;
-        }
-        s->assignments.append({col, ParseExpr()});
-    } while (AcceptSymbol(","));
+    ParseSetList(*s);
     if (Peek().IsWord("OUTPUT"))
         ParseOutput(*s);
     if (AcceptWord("FROM"))

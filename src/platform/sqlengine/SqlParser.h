@@ -90,6 +90,9 @@ private:
     SqlStatementP ParseInsert();
     SqlStatementP ParseUpdate();
     SqlStatementP ParseDelete();
+    // SqlParserDml.cpp: MERGE, and the SET list of UPDATE and of MERGE's WHEN clauses.
+    SqlStatementP ParseMerge();
+    void ParseSetList(SqlStatement& s);
     QList<SqlParam> ParseParams(bool parenthesised);
     QList<SqlStatementP> ParseStatementsToEnd();
     SqlStatementP ParseBlockOrStatement();
@@ -108,6 +111,11 @@ private:
 
     SqlSelectP ParseSelect();
     SqlSelectCore ParseSelectCore();
+    // SqlParserGrouping.cpp: the GROUP BY list with its ROLLUP, CUBE and GROUPING SETS.
+    void ParseGroupBy(SqlSelectCore& core);
+    QList<QList<int>> ParseGroupingElement(SqlSelectCore& core, bool inSets);
+    QList<int> ParseGroupingColumns(SqlSelectCore& core);
+    SqlTableRefP ParsePivot(const SqlTableRefP& source);
     QList<SqlTableRefP> ParseFromList();
     SqlTableRefP ParseTableRef();
     SqlTableRefP ParseTablePrimary();

@@ -210,11 +210,7 @@ SqlSelectCore SqlParser::ParseSelectCore() {
         ExpectWord("BY");
         if (AcceptWord("ALL"))
             Unsupported(QStringLiteral("GROUP BY ALL"), Peek().line);
-        do
-            core.groupBy.append(ParseExpr());
-        while (AcceptSymbol(","));
-        if (Peek().IsWord("WITH"))
-            Unsupported(QStringLiteral("GROUP BY WITH ROLLUP/CUBE"), Peek().line);
+        ParseGroupBy(core);
     }
     if (AcceptWord("HAVING"))
         core.having = ParseExpr();
@@ -255,7 +251,8 @@ SqlTableRefP SqlParser::ParseTableRef() {
             Next();
             type = QStringLiteral("OUTER APPLY");
         } else if (Peek().IsWord("PIVOT") || Peek().IsWord("UNPIVOT")) {
-            Unsupported(Peek().text.toUpper(), line);
+            left = ParsePivot(left);
+            continue;
         } else {
             break;
         }
@@ -508,6 +505,15 @@ SqlExprP SqlParser::ParsePrimary() {
             ExpectSymbol(")");
             return inner;
         }
+        if (t.IsSymbol("$") && Peek(1).kind == SqlToken::Kind::Number &&
+            !Peek(1).text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+            // A money constant, $12.50: the number as money.
+            Next();
+            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, QStringLiteral("CAST"));
+            e->args.append(MakeExpr(SqlExpr::Kind::Number, t.line, Next().text));
+            e->type.name = QStringLiteral("money");
+            return e;
+        }
         Fail(t);
     case SqlToken::Kind::QuotedName:
     case SqlToken::Kind::Word:
@@ -550,20 +556,25 @@ SqlExprP SqlParser::ParsePrimary() {
             ExpectWord("END");
             return e;
         }
-        if (w == QLatin1String("CAST") && Peek(1).IsSymbol("(")) {
+        if ((w == QLatin1String("CAST") || w == QLatin1String("TRY_CAST") || w == QLatin1String("PARSE") ||
+             w == QLatin1String("TRY_PARSE")) &&
+            Peek(1).IsSymbol("(")) {
             Next();
             Next();
-            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, QStringLiteral("CAST"));
+            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, w);
             e->args.append(ParseExpr());
             ExpectWord("AS");
             e->type = ParseTypeSpec();
+            // PARSE ... USING culture
+            if (w.endsWith(QLatin1String("PARSE")) && AcceptWord("USING"))
+                e->args.append(ParseExpr());
             ExpectSymbol(")");
             return e;
         }
-        if (w == QLatin1String("CONVERT") && Peek(1).IsSymbol("(")) {
+        if ((w == QLatin1String("CONVERT") || w == QLatin1String("TRY_CONVERT")) && Peek(1).IsSymbol("(")) {
             Next();
             Next();
-            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, QStringLiteral("CONVERT"));
+            auto e = MakeExpr(SqlExpr::Kind::Cast, t.line, w);
             e->type = ParseTypeSpec();
             ExpectSymbol(",");
             e->args.append(ParseExpr());

@@ -290,8 +290,14 @@ SqlStatementP SqlParser::ParseWith(const SqlToken& t) {
         ctes.append(c);
     } while (AcceptSymbol(","));
     SqlStatementP s = ParseStatement(false);
-    if (!s->select || (s->kind != SqlStatement::Kind::Select && s->kind != SqlStatement::Kind::Insert))
-        Unsupported(QStringLiteral("common table expressions before UPDATE, DELETE or MERGE"), t.line);
+    // UPDATE, DELETE and MERGE hold their expressions in a query of their own, with nothing else.
+    if (!s->select && (s->kind == SqlStatement::Kind::Update || s->kind == SqlStatement::Kind::Delete ||
+                       s->kind == SqlStatement::Kind::Merge))
+        s->select = std::make_shared<SqlSelect>();
+    if (!s->select || (s->kind != SqlStatement::Kind::Select && s->kind != SqlStatement::Kind::Insert &&
+                       s->kind != SqlStatement::Kind::Update && s->kind != SqlStatement::Kind::Delete &&
+                       s->kind != SqlStatement::Kind::Merge))
+        Unsupported(QStringLiteral("common table expressions before this statement"), t.line);
     s->select->ctes = ctes;
     s->line = t.line;
     s->begin = t.begin;
@@ -393,6 +399,20 @@ void SqlParser::ParseOutput(SqlStatement& s) {
             Next();
             Next();
             item.expr = star;
+        } else if (t.IsSymbol("$") && Peek(1).IsWord("ACTION")) {
+            // MERGE's $action: a column of the rows its OUTPUT reads
+            auto action = std::make_shared<SqlExpr>();
+            action->kind = SqlExpr::Kind::Column;
+            action->line = t.line;
+            action->parts = QStringList{QStringLiteral("$action")};
+            Next();
+            Next();
+            item.expr = action;
+            if (AcceptWord("AS") || Peek().kind == SqlToken::Kind::QuotedName ||
+                (Peek().kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(Peek().text))) {
+                item.alias = ParseName();
+                item.hasAlias = true;
+            }
         } else {
             item.expr = ParseExpr();
             if (AcceptWord("AS") || Peek().kind == SqlToken::Kind::QuotedName ||

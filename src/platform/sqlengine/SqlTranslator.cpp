@@ -1,6 +1,7 @@
 #include "SqlTranslator.h"
 
 #include "ServerError.h"
+#include "SqlDecimal.h"
 
 #include <algorithm>
 #include <utility>
@@ -117,9 +118,28 @@ QString SqlTranslator::AddParam(const QVariant& value) {
     return p;
 }
 
+QString SqlTranslator::FoldedValue(const QVariant& value, bool variables) {
+    if (variables)
+        return AddParam(value);
+    if (!value.isValid())
+        return QStringLiteral("NULL");
+    if (value.userType() == qMetaTypeId<SqlDecimal>()) {
+        // A literal with a point, so that SQLite divides it as a fraction.
+        QString text = value.value<SqlDecimal>().ToString();
+        if (!text.contains(u'.'))
+            text += QStringLiteral(".0");
+        return u'(' + text + u')';
+    }
+    if (value.typeId() == QMetaType::QString)
+        return Literal(value.toString()) + QStringLiteral(" COLLATE TSQL");
+    return value.toString();
+}
+
 QString SqlTranslator::Select(const SqlSelect& select) {
     if (select.forClause)
         return ForClause(select);
+    if (select.cores.size() == 1 && !select.cores.first().groupingSets.isEmpty() && !mGrouping)
+        return GroupedSelect(select);
     // The columns an APPLY brings are seen up to the end of its query, ORDER BY included.
     const auto outerLateral = mLateral;
     const QString outerQualifier = std::exchange(mQualifier, QString());
@@ -152,6 +172,8 @@ QString SqlTranslator::Core(const SqlSelectCore& core, bool wrapTop) {
         throw ServerError::Unsupported(QStringLiteral("SELECT ... INTO"));
     if (core.topPercent)
         throw ServerError::Unsupported(QStringLiteral("TOP ... PERCENT"));
+    if (!core.groupingSets.isEmpty() && !mGrouping)
+        return GroupingSets(core, wrapTop);
     // FROM before the columns: an APPLY there decides how the columns it brings are read.
     QStringList applyConditions = std::exchange(mApplyConditions, {});
     const QString from = core.from.isEmpty() ? QString() : FromList(core.from);
@@ -212,6 +234,9 @@ QString SqlTranslator::TableRef(const SqlTableRef& ref) {
         return Joins(ref);
     case SqlTableRef::Kind::Subquery:
         return u'(' + Select(*ref.select) + QStringLiteral(") AS ") + Quote(ref.alias);
+    case SqlTableRef::Kind::Pivot:
+    case SqlTableRef::Kind::Unpivot:
+        return Pivot(ref);
     case SqlTableRef::Kind::Named:
         if (ref.name.size() == 1 && mCtes.contains(ref.name.first().toLower()))
             return Quote(ref.name.first()) + QStringLiteral(" AS ") +
@@ -348,6 +373,15 @@ QString SqlTranslator::Fold(const QString& function, QStringList terms) {
 }
 
 QString SqlTranslator::Expr(const SqlExpr& e) {
+    if (QString grouped; e.kind == SqlExpr::Kind::Function || mGrouping) {
+        if (Grouped(e, &grouped))
+            return grouped;
+    }
+    if (QVariant folded; mOverrides.isEmpty() && e.kind != SqlExpr::Kind::Number) {
+        bool variables = false;
+        if (mContext.Fold(e, folded, variables))
+            return FoldedValue(folded, variables);
+    }
     switch (e.kind) {
     case SqlExpr::Kind::Null:
         return QStringLiteral("NULL");
@@ -431,6 +465,12 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
         return u'(' + Expr(*e.args[0]) +
                (e.negated ? QStringLiteral(" IS NOT NULL)") : QStringLiteral(" IS NULL)"));
     case SqlExpr::Kind::Cast: {
+        const bool trying = e.text.startsWith(QLatin1String("TRY_"));
+        if (e.text.endsWith(QLatin1String("PARSE")))
+            return QStringLiteral("tsql_parse(%1, %2, %3, %4)")
+                .arg(Literal(e.type.name), Expr(*e.args[0]),
+                     e.args.size() > 1 ? Expr(*e.args[1]) : QStringLiteral("NULL"))
+                .arg(trying ? 1 : 0);
         QString sql = QStringLiteral("tsql_convert(%1, %2, %3, %4")
                           .arg(Literal(e.type.name))
                           .arg(e.type.length == -1 && e.type.precision > 0 ? e.type.precision : e.type.length)
@@ -438,6 +478,10 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
                           .arg(Expr(*e.args[0]));
         if (e.args.size() > 1)
             sql += QStringLiteral(", ") + Expr(*e.args[1]);
+        else if (trying)
+            sql += QStringLiteral(", 0");
+        if (trying)
+            sql += QStringLiteral(", 1");
         return sql + u')';
     }
     }
@@ -514,28 +558,13 @@ QString SqlTranslator::Function(const SqlExpr& e) {
         need(1, 1);
         return QStringLiteral("%1(%2, ' ')").arg(f.toLower(), arg(0));
     }
+    if (QString sql = DateFunction(e, f); !sql.isEmpty())
+        return sql;
     auto it = kDirectFunctions.find(f);
     if (it != kDirectFunctions.end()) {
         const auto range = kFunctionArity.value(f);
         need(range.first, range.second);
         return *it + u'(' + args() + u')';
-    }
-    if (f == QLatin1String("DATEPART") || f == QLatin1String("DATEADD") || f == QLatin1String("DATEDIFF") ||
-        f == QLatin1String("DATENAME")) {
-        need(f == QLatin1String("DATEPART") || f == QLatin1String("DATENAME") ? 2 : 3,
-             f == QLatin1String("DATEPART") || f == QLatin1String("DATENAME") ? 2 : 3);
-        const SqlExpr& part = *e.args[0];
-        const QString partName = part.kind == SqlExpr::Kind::Column ? part.parts.last() : part.text;
-        QString sql = QStringLiteral("tsql_%1(%2")
-                          .arg(f == QLatin1String("DATENAME") ? QStringLiteral("datepart") : f.toLower(),
-                               Literal(partName));
-        for (int i = 1; i < e.args.size(); ++i)
-            sql += QStringLiteral(", ") + arg(i);
-        return sql + u')';
-    }
-    if (f == QLatin1String("YEAR") || f == QLatin1String("MONTH") || f == QLatin1String("DAY")) {
-        need(1, 1);
-        return QStringLiteral("tsql_datepart('%1', %2)").arg(f.toLower(), arg(0));
     }
     if (f == QLatin1String("OBJECT_ID")) {
         need(1, 2);

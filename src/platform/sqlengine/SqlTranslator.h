@@ -24,11 +24,16 @@ public:
     virtual QString MasterSchema() const = 0; // master's SQLite schema
     virtual QString DatabaseName() const = 0;
     virtual int UserUid() const = 0;
+    // The names of the columns a query gives (for PIVOT); throws ServerError.
+    virtual QStringList QueryColumns(const QString& sql) = 0;
     // The names of the columns a translated query gives; empty when they can't be known.
     virtual QStringList ColumnNames(const QString& sql) {
         Q_UNUSED(sql);
         return {};
     }
+    // An expression the session works out itself (exact decimals): its value, and whether it reads
+    // variables (then it goes as a parameter, else as a literal that a definition may hold).
+    virtual bool Fold(const SqlExpr& /*e*/, QVariant& /*value*/, bool& /*variables*/) { return false; }
 };
 
 // Turns the parsed form of a query into SQLite text with numbered parameters. Names of result
@@ -44,6 +49,10 @@ public:
     QString FromList(const QList<SqlTableRefP>& from);
     const QVariantList& Params() const { return mParams; }
     QString AddParam(const QVariant& value);
+    // The WITH clause of a data change's common table expressions (empty without any); their names
+    // stand for them in everything translated afterwards.
+    QString WithClause(const SqlSelect& select) { return With(select); }
+    QString FoldedValue(const QVariant& value, bool variables);
 
     // Expressions that stand for variables: the parameters of an inline function body.
     void SetVariableOverride(const QString& name, const QString& sql) {
@@ -68,10 +77,28 @@ private:
     QString CatalogueFunction(const SqlExpr& e, const QString& f);
     // SqlTranslatorFunctions.cpp; empty when f is none of them.
     QString LaterFunction(const SqlExpr& e, const QString& f);
+    // SqlTranslatorDates.cpp: dates, FORMAT and the later string functions; empty when f is none.
+    QString DateFunction(const SqlExpr& e, const QString& f);
     // SqlTranslatorQuery.cpp: WITH before a query, OVER after a function.
     QString With(const SqlSelect& select);
     QString Over(const SqlWindow& over);
     QString StringSplit(const SqlTableRef& ref);
+    // SqlTranslatorGrouping.cpp: GROUP BY ROLLUP, CUBE and GROUPING SETS as a UNION ALL of one
+    // query per set, in which the grouping columns outside the set are NULL.
+    struct GroupingBranch {
+        const SqlSelectCore* core = nullptr;
+        QList<int> set;
+        bool insideAggregate = false;
+    };
+    QString GroupingSets(const SqlSelectCore& core, bool wrapTop);
+    // A query of one such core: its ORDER BY terms are worked out in each set's query.
+    QString GroupedSelect(const SqlSelect& select);
+    // The text of e in the set being translated, when the set makes it other than it is.
+    bool Grouped(const SqlExpr& e, QString* sql);
+    GroupingBranch* mGrouping = nullptr;
+    // SqlTranslatorPivot.cpp: PIVOT as an aggregate of a CASE per value, UNPIVOT as a UNION ALL of
+    // one query per column that leaves out its NULLs.
+    QString Pivot(const SqlTableRef& ref);
     // SqlTranslatorJson.cpp: the JSON built-ins (empty when f is none of them), OPENJSON, APPLY,
     // FOR JSON and FOR XML.
     QString JsonFunction(const SqlExpr& e, const QString& f);

@@ -1,6 +1,7 @@
 #include "SqliteDb.h"
 
 #include "GroupFiles.h"
+#include "SqlDecimal.h"
 
 #include <QDateTime>
 #include <sqlite3.h>
@@ -45,6 +46,9 @@ void SqliteStatement::Bind(int index, const QVariant& v) {
     int rc = SQLITE_OK;
     if (!v.isValid() || v.isNull()) {
         rc = sqlite3_bind_null(mStmt, index);
+    } else if (v.userType() == qMetaTypeId<SqlDecimal>()) {
+        // SQLite computes with doubles; the exact digits stay with the executor.
+        rc = sqlite3_bind_double(mStmt, index, v.value<SqlDecimal>().ToDouble());
     } else {
         switch (v.typeId()) {
         case QMetaType::Int:

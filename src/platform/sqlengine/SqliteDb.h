@@ -42,6 +42,7 @@ private:
 };
 
 class SqliteDb;
+struct DateOptions;
 
 // A statement of the connection's cache, lent for one use: reset and given back when it goes.
 class CachedStatement {
@@ -89,6 +90,9 @@ public:
     void KeepMemo(const QString& key, std::shared_ptr<void> memo);
     sqlite3* Handle() const { return mDb; }
     QString Path() const { return mPath; }
+    // The session's date settings that the built-in functions read; null outside a session.
+    void SetDateOptions(const DateOptions* options) { mDateOptions = options; }
+    const DateOptions* DateSettings() const { return mDateOptions; }
 
     static constexpr int kCachedStatements = 48;
 
@@ -108,6 +112,7 @@ private:
 
     sqlite3* mDb = nullptr;
     QString mPath;
+    const DateOptions* mDateOptions = nullptr;
     QHash<QString, Kept> mMemos;
     std::list<Cached> mCache; // the most recently used first
 };

@@ -213,6 +213,7 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
     // A SET inside a procedure lasts until the procedure ends, as on the server.
     const bool callerNoCount = mNoCount;
     const bool callerXactAbort = mXactAbort;
+    const DateOptions callerDates = mDateOptions;
     auto leave = [&]() {
         DropTemporaries(Top().temporaries);
         DropLocalCursors();
@@ -221,6 +222,7 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
         mFrames.removeLast();
         mNoCount = callerNoCount;
         mXactAbort = callerXactAbort;
+        mDateOptions = callerDates;
     };
     try {
         for (int i = 0; i < params.size(); ++i) {

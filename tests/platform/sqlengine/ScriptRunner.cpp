@@ -34,6 +34,15 @@
 #include <QRegularExpression>
 #include <QTextStream>
 
+QString RenderSqlValue(const QVariant& v, const SqlColumn& column) {
+    const int t = column.typeId;
+    if ((t == 106 || t == 108 || t == 60 || t == 122) && v.typeId() == QMetaType::Double) {
+        const int scale = t == 60 || t == 122 ? 4 : std::clamp(column.scale, 0, 38);
+        return QString::number(v.toDouble(), 'f', scale);
+    }
+    return RenderSqlValue(v);
+}
+
 QString RenderSqlValue(const QVariant& v) {
     if (!v.isValid() || v.isNull())
         return QStringLiteral("NULL");
@@ -221,8 +230,8 @@ QStringList RunSqlScript(const QString& path) {
             }
             for (const QVariantList& row : last->rows) {
                 QStringList cells;
-                for (const QVariant& v : row)
-                    cells.append(RenderSqlValue(v));
+                for (qsizetype c = 0; c < row.size(); ++c)
+                    cells.append(RenderSqlValue(row[c], last->columns.value(c)));
                 got.append(cells.join(QStringLiteral(" | ")));
             }
             // A cell written SKIP matches any value (random sids and the like).

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SqlResults.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -10,3 +12,6 @@ QStringList RunSqlScript(const QString& path);
 // How one value of a row set is written in a script: NULL, a date as yyyy-MM-dd HH:mm:ss, a text
 // that has blanks at either end, a '|' or a line break in 'quotes' with \r, \n and \t written out.
 QString RenderSqlValue(const QVariant& value);
+// A value of a column: decimal and money show every decimal of the column's scale, as a client
+// that reads the column's type does (10.50, money 12.5000).
+QString RenderSqlValue(const QVariant& value, const SqlColumn& column);
