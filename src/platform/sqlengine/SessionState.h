@@ -358,5 +358,5 @@ private:
     const SqlStatement* mDmlStatement = nullptr; // the INSERT, UPDATE or DELETE whose SQL runs next
     long long mCursorRows = 0;
     QHash<QString, QString> mMergeTables; // while MERGE's OUTPUT is read: name (lower) -> its rows
-    QHash<int, SqlColumn> mKnownColumns; // result types worked out for the next Query or StreamQuery
+    QHash<int, SqlColumn> mKnownColumns;  // result types worked out for the next Query or StreamQuery
 };

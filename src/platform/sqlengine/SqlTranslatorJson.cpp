@@ -74,11 +74,6 @@ QString SqlTranslator::JsonFunction(const SqlExpr& e, const QString& f) {
             .arg(Expr(*e.args[0]), Expr(*e.args[1]), Expr(*e.args[2]),
                  IsJsonText(*e.args[2]) ? QStringLiteral("1") : QStringLiteral("0"));
     }
-    if (f == QLatin1String("STUFF")) {
-        need(4, 4);
-        return QStringLiteral("tsql_stuff(%1, %2, %3, %4)")
-            .arg(Expr(*e.args[0]), Expr(*e.args[1]), Expr(*e.args[2]), Expr(*e.args[3]));
-    }
     if (f == QLatin1String("XML.VALUE")) {
         // value('.') and value('(./text())[1]') of a FOR XML ..., TYPE: the text it holds.
         const SqlExpr& xpath = *e.args[1];
