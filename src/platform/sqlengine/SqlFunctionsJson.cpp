@@ -11,7 +11,6 @@
 #include "SqliteDb.h"
 
 #include <QString>
-#include <algorithm>
 #include <memory>
 #include <optional>
 #include <sqlite3.h>
@@ -239,25 +238,6 @@ void XmlText(sqlite3_context* ctx, int, sqlite3_value** a) {
     ResultText(ctx, Json::XmlText(TextOf(a[0])));
 }
 
-// STUFF(text, start, length, insert): NULL where start lies outside the text or length is negative.
-void Stuff(sqlite3_context* ctx, int argc, sqlite3_value** a) {
-    if (AnyNull(argc - 1, a)) {
-        sqlite3_result_null(ctx);
-        return;
-    }
-    const QString text = TextOf(a[0]);
-    const qint64 start = sqlite3_value_int64(a[1]);
-    const qint64 length = sqlite3_value_int64(a[2]);
-    if (start < 1 || start > text.size() || length < 0) {
-        sqlite3_result_null(ctx);
-        return;
-    }
-    const QString insert = sqlite3_value_type(a[3]) == SQLITE_NULL ? QString() : TextOf(a[3]);
-    const qsizetype from = qsizetype(start - 1);
-    const qsizetype cut = qsizetype(std::min<qint64>(length, text.size() - from));
-    ResultText(ctx, text.left(from) + insert + text.mid(from + cut));
-}
-
 // The aggregates keep their rows' texts in an object that the aggregate context points to.
 template <typename State> State* StateOf(sqlite3_context* ctx, bool create) {
     auto** slot = static_cast<State**>(sqlite3_aggregate_context(ctx, create ? int(sizeof(State*)) : 0));
@@ -335,7 +315,6 @@ void SqlFunctions::RegisterJson(SqliteDb& db) {
         {"tsql_json_each_path", 2, JsonEachPath},
         {"tsql_split_json", 2, SplitJson},
         {"tsql_xml_text", 1, XmlText},
-        {"tsql_stuff", 4, Stuff},
     };
     for (const Entry& e : entries)
         sqlite3_create_function_v2(db.Handle(), e.name, e.args,

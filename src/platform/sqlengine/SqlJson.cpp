@@ -594,6 +594,10 @@ RowsBuilder::RowsBuilder(const QString& options, int argc, sqlite3_value** args)
             mNoWrapper = true;
         else if (key == QLatin1String("elements"))
             mElements = true;
+        else if (key == QLatin1String("table"))
+            mTables.append(value);
+        else if (key == QLatin1String("level"))
+            mLevels.append(value.toInt());
     }
     for (int i = 0; i < argc / 2; ++i) {
         const QString name = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(args[i])),
@@ -604,7 +608,69 @@ RowsBuilder::RowsBuilder(const QString& options, int argc, sqlite3_value** args)
 }
 
 void RowsBuilder::AddRow(const QList<Cell>& cells) {
-    mRows.append(mJson ? JsonRow(cells) : XmlRow(cells));
+    if (mTables.size() < 2) {
+        mRows.append(mJson ? JsonRow(cells) : XmlRow(cells));
+        return;
+    }
+    // FOR JSON AUTO over joined tables: a row starts a new object at the first table whose values
+    // differ from the row before; a table whose values are all NULL (an outer join's) adds nothing.
+    std::vector<Nested>* list = &mTree;
+    for (int level = 0; level < int(mTables.size()); ++level) {
+        QList<Cell> mine;
+        bool allNull = true;
+        for (qsizetype i = 0; i < cells.size() && i < mLevels.size(); ++i)
+            if (mLevels[i] == level) {
+                mine.append(cells[i]);
+                allNull = allNull && cells[i].type == SQLITE_NULL;
+            }
+        if (level > 0 && allNull)
+            break;
+        const auto same = [&](const QList<Cell>& other) {
+            if (other.size() != mine.size())
+                return false;
+            for (qsizetype k = 0; k < mine.size(); ++k)
+                if (other[k].type != mine[k].type || other[k].integer != mine[k].integer ||
+                    other[k].real != mine[k].real || other[k].text != mine[k].text)
+                    return false;
+            return true;
+        };
+        if (list->empty() || !same(list->back().cells))
+            list->push_back(Nested{mine, {}});
+        list = &list->back().children;
+    }
+}
+
+QString RowsBuilder::JsonValue(const Cell& c, qsizetype column) const {
+    if (c.type == SQLITE_NULL)
+        return QStringLiteral("null");
+    if (mKinds[column] == u'j' && c.type == SQLITE_TEXT)
+        return c.text;
+    if (c.type == SQLITE_INTEGER || c.type == SQLITE_FLOAT)
+        return CellText(c);
+    return Quote(c.text);
+}
+
+QString RowsBuilder::NestedJson(const Nested& n, int level) const {
+    QString out = QStringLiteral("{");
+    bool first = true;
+    qsizetype k = 0;
+    for (qsizetype i = 0; i < mLevels.size() && i < mNames.size(); ++i) {
+        if (mLevels[i] != level)
+            continue;
+        const Cell& c = n.cells.value(k++);
+        if (c.type == SQLITE_NULL && !mIncludeNulls)
+            continue;
+        out += (first ? QString() : QStringLiteral(",")) + Quote(mNames[i]) + u':' + JsonValue(c, i);
+        first = false;
+    }
+    if (!n.children.empty()) {
+        QStringList children;
+        for (const Nested& child : n.children)
+            children.append(NestedJson(child, level + 1));
+        out += (first ? QString() : QStringLiteral(",")) + Quote(mTables.value(level + 1)) +
+               QStringLiteral(":[") + children.join(u',') + u']';
+    }
+    return out + u'}';
 }
 
 QString RowsBuilder::JsonRow(const QList<Cell>& cells) const {
@@ -639,16 +705,8 @@ QString RowsBuilder::JsonRow(const QList<Cell>& cells) const {
         if (used.contains(mNames[i]))
             Conflict(mNames[i]);
         used.insert(mNames[i]);
-        QString value;
-        if (c.type == SQLITE_NULL)
-            value = QStringLiteral("null");
-        else if (mKinds[i] == u'j' && c.type == SQLITE_TEXT)
-            value = c.text;
-        else if (c.type == SQLITE_INTEGER || c.type == SQLITE_FLOAT)
-            value = CellText(c);
-        else
-            value = Quote(c.text);
-        out += (filled.last() ? QStringLiteral(",") : QString()) + Quote(parts.last()) + u':' + value;
+        out +=
+            (filled.last() ? QStringLiteral(",") : QString()) + Quote(parts.last()) + u':' + JsonValue(c, i);
         filled.last() = true;
     }
     for (qsizetype k = 0; k < open.size(); ++k)
@@ -710,7 +768,10 @@ QString RowsBuilder::Finish() const {
         const QString r = XmlName(mRootName);
         return u'<' + r + u'>' + body + QStringLiteral("</") + r + u'>';
     }
-    QString body = mRows.join(u',');
+    QStringList rows = mRows;
+    for (const Nested& n : mTree)
+        rows.append(NestedJson(n, 0));
+    QString body = rows.join(u',');
     if (!mNoWrapper)
         body = u'[' + body + u']';
     if (mRoot)

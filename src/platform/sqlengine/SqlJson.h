@@ -95,7 +95,14 @@ public:
     bool IsJson() const { return mJson; }
 
 private:
+    // The objects of FOR JSON AUTO over joined tables, one level for each table.
+    struct Nested {
+        QList<Cell> cells;
+        std::vector<Nested> children;
+    };
     QString JsonRow(const QList<Cell>& cells) const;
+    QString JsonValue(const Cell& c, qsizetype column) const;
+    QString NestedJson(const Nested& n, int level) const;
     QString XmlRow(const QList<Cell>& cells) const;
 
     bool mJson = true;
@@ -109,6 +116,9 @@ private:
     QStringList mNames;
     QList<QChar> mKinds;
     QStringList mRows;
+    QStringList mTables; // FOR JSON AUTO: the aliases of the tables the columns come from
+    QList<int> mLevels;  // and each column's table
+    std::vector<Nested> mTree;
 };
 
 } // namespace Json

@@ -74,11 +74,6 @@ QString SqlTranslator::JsonFunction(const SqlExpr& e, const QString& f) {
             .arg(Expr(*e.args[0]), Expr(*e.args[1]), Expr(*e.args[2]),
                  IsJsonText(*e.args[2]) ? QStringLiteral("1") : QStringLiteral("0"));
     }
-    if (f == QLatin1String("STUFF")) {
-        need(4, 4);
-        return QStringLiteral("tsql_stuff(%1, %2, %3, %4)")
-            .arg(Expr(*e.args[0]), Expr(*e.args[1]), Expr(*e.args[2]), Expr(*e.args[3]));
-    }
     if (f == QLatin1String("XML.VALUE")) {
         // value('.') and value('(./text())[1]') of a FOR XML ..., TYPE: the text it holds.
         const SqlExpr& xpath = *e.args[1];
@@ -364,6 +359,32 @@ QString SqlTranslator::ForClause(const SqlSelect& select) {
             }
         }
         options.append(QStringLiteral("element=") + element);
+    }
+    if (f.json && f.mode == QLatin1String("AUTO") && !star) {
+        // Columns of other tables than the first column's nest as arrays named after their alias.
+        QStringList tables;
+        QList<int> levels;
+        for (const SqlSelectItem& item : first.items) {
+            const SqlExpr& e = *item.expr;
+            const QString table = e.kind == SqlExpr::Kind::Column && e.parts.size() >= 2
+                                      ? e.parts[e.parts.size() - 2]
+                                      : QString();
+            qsizetype level = 0;
+            if (!table.isEmpty()) {
+                level = tables.indexOf(table);
+                if (level < 0) {
+                    tables.append(table);
+                    level = tables.size() - 1;
+                }
+            }
+            levels.append(int(level));
+        }
+        if (tables.size() > 1) {
+            for (const QString& table : tables)
+                options.append(QStringLiteral("table=") + table);
+            for (const int level : levels)
+                options.append(QStringLiteral("level=%1").arg(level));
+        }
     }
     if (f.root)
         options.append(QStringLiteral("root=") + f.rootName);
