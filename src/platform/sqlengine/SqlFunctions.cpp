@@ -985,4 +985,5 @@ void SqlFunctions::Register(SqliteDb& db) {
                                    SQLITE_UTF8 | (e.deterministic ? SQLITE_DETERMINISTIC : 0), &db, e.fn,
                                    nullptr, nullptr, nullptr);
     RegisterText(db);
+    RegisterDecimal(db);
 }

@@ -15,6 +15,8 @@ namespace SqlFunctions {
 void Register(SqliteDb& db);
 // tsql_text, tsql_concat_ws, tsql_translate (SqlFunctionsText.cpp); Register calls it.
 void RegisterText(SqliteDb& db);
+// tsql_fail (SqlFunctionsDecimal.cpp); Register calls it.
+void RegisterDecimal(SqliteDb& db);
 // tsql_convert to decimal, numeric, money or smallmoney (SqlFunctionsDecimal.cpp).
 void ConvertDecimal(sqlite3_context* ctx, const QString& type, long long precision, long long scale,
                     sqlite3_value* v);
