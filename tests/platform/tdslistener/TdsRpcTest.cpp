@@ -96,9 +96,9 @@ TEST(TdsValues, MalformedValuesAreProtocolErrors) {
         QByteArray("\xE7\x10\x00\x09\x04\xD0\x00\x34\x03\x00\x41\x00\x42", 13), // odd UCS-2
         QByteArray("\xE7\xFF\xFF\x09\x04\xD0\x00\x34\x04\x00\x00\x00\x00\x00\x00\x00\x05\x00\x00\x00\x41",
                    21),
-        QByteArray("\xF1\x00", 2), // xml
-        QByteArray("\x26\x09\x00", 3),                                        // an int declared of nine
-        QByteArray("\x24\x04\x00", 3),                                        // a guid declared of four
+        QByteArray("\xF1\x00", 2),     // xml
+        QByteArray("\x26\x09\x00", 3), // an int declared of nine
+        QByteArray("\x24\x04\x00", 3), // a guid declared of four
     };
     for (const QByteArray& b : broken) {
         TdsReader in(b);
