@@ -355,6 +355,9 @@ std::optional<SqlDecimal> SqlDecimal::ParseLoose(QStringView text, bool money) {
         digits += QString(-scale, u'0');
         scale = 0;
     }
+    // 1e-50: the zeros between the point and the digits are digits too.
+    if (digits.size() <= scale)
+        digits.prepend(QString(scale - digits.size() + 1, u'0'));
     StripZeros(digits, scale);
     // Decimals beyond what 38 digits hold are rounded away, half away from zero.
     const qsizetype excess = std::max<qsizetype>(digits.size() - kMaxPrecision, scale - kMaxPrecision);
