@@ -217,6 +217,12 @@ QString DeclaredType(const SqlTypeSpec& spec) {
     if (t && QLatin1String(t->name) == QLatin1String("sysname"))
         return QStringLiteral("nvarchar(128) COLLATE TSQL");
     QString text = TypeText(spec);
+    // A decimal column gets SQLite's REAL affinity (the word real in its type), so that 12.00 stays
+    // a fraction there: as an integer it would divide as one.
+    const QString n = t ? QString::fromLatin1(t->name) : QString();
+    if (n == QLatin1String("decimal") || n == QLatin1String("numeric") || n == QLatin1String("money") ||
+        n == QLatin1String("smallmoney"))
+        text.insert(spec.name.size(), QStringLiteral(" real"));
     // SQLite takes only numbers inside a type's parentheses; -1 stands for max there.
     text.replace(QStringLiteral("(max)"), QStringLiteral("(-1)"));
     if (t && t->character)
@@ -225,8 +231,8 @@ QString DeclaredType(const SqlTypeSpec& spec) {
 }
 
 void DescribeDeclaredType(const QString& decl, int* typeId, int* length, int* precision, int* scale) {
-    static const QRegularExpression re(
-        QStringLiteral("^\\s*([A-Za-z_]+)\\s*(?:\\(\\s*(max|-1|\\d+)\\s*(?:,\\s*(\\d+))?\\s*\\))?"));
+    static const QRegularExpression re(QStringLiteral(
+        "^\\s*([A-Za-z_]+)(?: real)?\\s*(?:\\(\\s*(max|-1|\\d+)\\s*(?:,\\s*(\\d+))?\\s*\\))?"));
     const auto m = re.match(decl);
     SqlTypeSpec spec;
     if (m.hasMatch()) {

@@ -272,7 +272,12 @@ QHash<int, SqlColumn> SessionState::DecimalColumns(const SqlSelect& select) {
         if (e.kind == SqlExpr::Kind::Column || !Shallow(e))
             continue;
         bool integer = false;
-        const std::optional<SqlDecimal> type = DecimalTypeOf(e, columns, integer);
+        std::optional<SqlDecimal> type;
+        try {
+            type = DecimalTypeOf(e, columns, integer);
+        } catch (const ServerError&) {
+            continue; // the value fails where it is computed; no row, no error
+        }
         if (!type || integer)
             continue;
         const bool declared =

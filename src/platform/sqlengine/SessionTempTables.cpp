@@ -9,6 +9,7 @@
 #include "SqlParser.h"
 
 #include <QRandomGenerator>
+#include <QRegularExpression>
 
 namespace {
 
@@ -247,6 +248,8 @@ void SessionState::RunSelectInto(const SqlStatement& s) {
                 true);
         QString declared = st.DeclaredType(i);
         declared.remove(QLatin1String(" COLLATE TSQL"));
+        // A decimal's type carries the word real for SQLite's sake (Catalogue::DeclaredType).
+        declared.replace(QRegularExpression(QStringLiteral("^([A-Za-z_]+) real\\b")), QStringLiteral("\\1"));
         declared.replace(QLatin1String("(-1)"), QLatin1String("(max)"));
         c.type = declared.isEmpty() ? SqlTypeSpec() : SqlParser::ParseType(declared);
         if (!c.type.IsValid() || !Catalogue::FindType(c.type.name)) {

@@ -251,7 +251,10 @@ int DigitCount(u128 v) {
 
 void SqlDecimal::RegisterConversions() {
     static const bool registered = [] {
-        QMetaType::registerConverter<SqlDecimal, QString>(&SqlDecimal::ToString);
+        // As the server turns a value into text where none is asked for (PRINT): money with two
+        // decimals, as style 0.
+        QMetaType::registerConverter<SqlDecimal, QString>(
+            [](const SqlDecimal& d) { return d.IsMoney() ? d.MoneyText(0) : d.ToString(); });
         QMetaType::registerConverter<SqlDecimal, double>(&SqlDecimal::ToDouble);
         // Where an integer is read from a value, a numeric constant past int (a bigint's worth of
         // digits) gives its whole part.
@@ -352,6 +355,9 @@ std::optional<SqlDecimal> SqlDecimal::ParseLoose(QStringView text, bool money) {
         digits += QString(-scale, u'0');
         scale = 0;
     }
+    // 1e-50: the zeros between the point and the digits are digits too.
+    if (digits.size() <= scale)
+        digits.prepend(QString(scale - digits.size() + 1, u'0'));
     StripZeros(digits, scale);
     // Decimals beyond what 38 digits hold are rounded away, half away from zero.
     const qsizetype excess = std::max<qsizetype>(digits.size() - kMaxPrecision, scale - kMaxPrecision);

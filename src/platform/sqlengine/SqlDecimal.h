@@ -15,7 +15,8 @@ public:
     static constexpr int kMaxPrecision = 38;
 
     SqlDecimal() = default;
-    // A QVariant holding one converts to QString (ToString) and double; once per process.
+    // A QVariant holding one converts to QString (money as style 0), double and the integers;
+    // once per process.
     static void RegisterConversions();
 
     // A constant as written: "12.345" is numeric(5,3), "007" numeric(1,0). nullopt for anything that

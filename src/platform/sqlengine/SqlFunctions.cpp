@@ -760,4 +760,5 @@ void SqlFunctions::Register(SqliteDb& db) {
     RegisterFormat(db);
     RegisterMisc(db);
     RegisterJson(db);
+    RegisterDecimal(db);
 }

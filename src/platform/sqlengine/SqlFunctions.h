@@ -47,6 +47,8 @@ private:
 };
 // tsql_isjson, tsql_json_*, tsql_for_rows and the xml helpers (SqlFunctionsJson.cpp); Register calls it.
 void RegisterJson(SqliteDb& db);
+// tsql_fail (SqlFunctionsDecimal.cpp); Register calls it.
+void RegisterDecimal(SqliteDb& db);
 // tsql_convert to decimal, numeric, money or smallmoney (SqlFunctionsDecimal.cpp).
 void ConvertDecimal(sqlite3_context* ctx, const QString& type, long long precision, long long scale,
                     sqlite3_value* v);

@@ -4,6 +4,7 @@
 #include "ServerError.h"
 #include "SqlDecimal.h"
 #include "SqlFunctions.h"
+#include "SqliteDb.h"
 
 #include <QString>
 #include <sqlite3.h>
@@ -15,7 +16,19 @@ void Fail(sqlite3_context* ctx, long number, const QString& text) {
     SqlFunctions::ResultError(ctx, number, text);
 }
 
+// tsql_fail(number, text): the error an exact computation found, raised where SQLite evaluates it.
+void FailWith(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    Fail(ctx, long(sqlite3_value_int64(argv[0])),
+         QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(argv[1])),
+                           sqlite3_value_bytes(argv[1])));
+}
+
 } // namespace
+
+void SqlFunctions::RegisterDecimal(SqliteDb& db) {
+    sqlite3_create_function_v2(db.Handle(), "tsql_fail", 2, SQLITE_UTF8, nullptr, FailWith, nullptr, nullptr,
+                               nullptr);
+}
 
 void SqlFunctions::ConvertDecimal(sqlite3_context* ctx, const QString& type, long long precision,
                                   long long scale, sqlite3_value* v) {

@@ -381,8 +381,13 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
     }
     if (QVariant folded; mOverrides.isEmpty() && e.kind != SqlExpr::Kind::Number) {
         bool variables = false;
-        if (mContext.Fold(e, folded, variables))
-            return FoldedValue(folded, variables);
+        try {
+            if (mContext.Fold(e, folded, variables))
+                return FoldedValue(folded, variables);
+        } catch (const ServerError& failed) {
+            // The error belongs to the rows that compute the value: a query with none gives none.
+            return QStringLiteral("tsql_fail(%1, %2)").arg(failed.number).arg(Literal(failed.text));
+        }
     }
     switch (e.kind) {
     case SqlExpr::Kind::Null:

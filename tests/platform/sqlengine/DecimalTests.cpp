@@ -116,6 +116,10 @@ TEST(Decimal, LooseTextAndFloats) {
     EXPECT_EQ(SqlDecimal::ParseLoose(QStringLiteral("0.") + QString(50, u'6'), false)->ToString(),
               "0.66666666666666666666666666666666666667");
     EXPECT_EQ(OverflowOf([] { (void)SqlDecimal::ParseLoose(QString(39, u'9'), false); }), 8115);
+    EXPECT_TRUE(SqlDecimal::ParseLoose(u"1e-50", false)->IsZero());
+    EXPECT_EQ(SqlDecimal::ParseLoose(u"-5e-39", false)->ToString(),
+              "-0.00000000000000000000000000000000000001");
+    EXPECT_EQ(SqlDecimal::FromDouble(1e-300)->To(10, 2).ToString(), "0.00");
     EXPECT_EQ(SqlDecimal::FromDouble(0.1)->To(10, 4).ToString(), "0.1000");
     EXPECT_EQ(SqlDecimal::FromDouble(-2.675)->To(10, 2).ToString(), "-2.68");
     EXPECT_FALSE(SqlDecimal::FromDouble(std::numeric_limits<double>::infinity()).has_value());

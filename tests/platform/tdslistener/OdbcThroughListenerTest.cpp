@@ -231,6 +231,22 @@ TEST_F(OdbcThroughListener, ValuesOfEveryTypeSurviveTheWire) {
               "nv=231 v=167 c=175 nc=239 vb=165");
 }
 
+TEST_F(OdbcThroughListener, ComputedDecimalsTravelWithTheirScale) {
+    const SqlBatchResults results = connect(TcpName())->ExecuteBatch(QStringLiteral(
+        "DECLARE @p decimal(10,2) = 10.5, @m money = 2\n"
+        "SELECT @p AS p, @p * 3 AS t, 1.0 / 3 AS third, @m * 2 AS m, CAST(2 AS decimal(9,4)) AS c"));
+    ASSERT_FALSE(results.isEmpty());
+    ASSERT_EQ(results[0].kind, SqlResult::Kind::RowSet);
+    const SqlRowSet& rows = results[0].rowSet;
+    QStringList got;
+    for (int i = 0; i < rows.columns.size(); ++i)
+        got.append(QStringLiteral("%1:%2@%3")
+                       .arg(rows.columns[i].name)
+                       .arg(rows.rows.value(0).value(i).toDouble())
+                       .arg(rows.columns[i].scale));
+    EXPECT_EQ(got.join(' ').toStdString(), "p:10.5@2 t:31.5@2 third:0.333333@6 m:4@4 c:2@4");
+}
+
 TEST_F(OdbcThroughListener, CatalogueLookupsOfTARMOSQLAgree) {
     ScriptedPromptsScope prompts;
     QStringList seen[2];
