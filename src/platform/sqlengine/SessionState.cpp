@@ -636,6 +636,11 @@ QVariant SessionState::Variable(const QString& name, int) {
     return it->value;
 }
 
+QString SessionState::VariableType(const QString& name) {
+    const auto it = Top().vars.constFind(name.toLower());
+    return it == Top().vars.cend() ? QString() : ResolveType(it->type).name;
+}
+
 QVariant SessionState::Global(const QString& name) {
     const QString n = name.toUpper();
     if (n == QLatin1String("@@ROWCOUNT"))

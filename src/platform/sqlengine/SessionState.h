@@ -55,6 +55,7 @@ public:
     // TranslatorContext
     Table ResolveTable(const SqlTableRef& ref, SqlTranslator& translator) override;
     QVariant Variable(const QString& name, int line) override;
+    QString VariableType(const QString& name) override;
     QVariant Global(const QString& name) override;
     QString Schema() const override { return QStringLiteral("main"); }
     QString MasterSchema() const override;
@@ -370,6 +371,6 @@ private:
     const SqlStatement* mDmlStatement = nullptr; // the INSERT, UPDATE or DELETE whose SQL runs next
     long long mCursorRows = 0;
     QHash<QString, QString> mMergeTables; // while MERGE's OUTPUT is read: name (lower) -> its rows
-    QHash<int, SqlColumn> mKnownColumns; // result types worked out for the next Query or StreamQuery
+    QHash<int, SqlColumn> mKnownColumns;  // result types worked out for the next Query or StreamQuery
     bool mInsertExec = false;             // an INSERT ... EXEC runs
 };

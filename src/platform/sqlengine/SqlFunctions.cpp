@@ -85,13 +85,44 @@ bool NumberOf(const Term& t, double* value, QString* error) {
     return false;
 }
 
-// acc + term: text joins text, everything else adds. Gives false and the server's message when a
-// text is no number.
+// A datetime as the engine keeps it ("yyyy-MM-dd HH:mm:ss.zzz"): values carry no type, so that
+// form is what marks a datetime in arithmetic.
+bool StoredDateTime(const Term& t, QDateTime* out) {
+    if (t.type != SQLITE_TEXT || t.text.size() != 23 || t.text[4] != u'-' || t.text[10] != u' ')
+        return false;
+    *out = QDateTime::fromString(t.text, QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+    return out->isValid();
+}
+
+bool IsNumber(const Term& t) {
+    return t.type == SQLITE_INTEGER || t.type == SQLITE_FLOAT;
+}
+
+// A datetime plus a number of days (fractions are parts of a day), as the server adds them.
+bool AddDays(Term& acc, const QDateTime& at, double days, QString* error) {
+    const double ms = std::round(days * 86400000.0);
+    const QDateTime result = std::abs(ms) < 1e15 ? at.addMSecs(qint64(ms)) : QDateTime();
+    if (!result.isValid() || result.date().year() < 1753 || result.date().year() > 9999) {
+        *error = QStringLiteral("Arithmetic overflow error converting expression to data type datetime.");
+        return false;
+    }
+    acc = Term();
+    acc.type = SQLITE_TEXT;
+    acc.text = FormatDate(result);
+    return true;
+}
+
+// acc + term: text joins text, a datetime and a number add days, everything else adds. Gives false
+// and the server's message when a text is no number.
 bool AddTerm(Term& acc, const Term& b, QString* error) {
     if (acc.type == SQLITE_NULL || b.type == SQLITE_NULL) {
         acc = Term();
         return true;
     }
+    if (QDateTime at; IsNumber(b) && StoredDateTime(acc, &at))
+        return AddDays(acc, at, b.type == SQLITE_INTEGER ? double(b.integer) : b.real, error);
+    if (QDateTime at; IsNumber(acc) && StoredDateTime(b, &at))
+        return AddDays(acc, at, acc.type == SQLITE_INTEGER ? double(acc.integer) : acc.real, error);
     if (acc.type == SQLITE_TEXT && b.type == SQLITE_TEXT) {
         acc.text += b.text;
         return true;
@@ -210,6 +241,55 @@ void Add(sqlite3_context* ctx, int argc, sqlite3_value** a) {
         ResultText(ctx, acc.text);
     else
         sqlite3_result_null(ctx);
+}
+
+// tsql_datesub(a, b): a - b where a may be a datetime: less a number of days, or less another
+// datetime (the difference as a datetime after 1900-01-01, as the server gives it); else a - b
+// as for numbers.
+void DateSubtract(sqlite3_context* ctx, int, sqlite3_value** a) {
+    Term acc = TermOf(a[0]);
+    const Term b = TermOf(a[1]);
+    if (acc.type == SQLITE_NULL || b.type == SQLITE_NULL) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    QString error;
+    QDateTime at;
+    QDateTime other;
+    if (StoredDateTime(acc, &at)) {
+        bool ok = false;
+        if (IsNumber(b)) {
+            ok = AddDays(acc, at, -(b.type == SQLITE_INTEGER ? double(b.integer) : b.real), &error);
+        } else if (StoredDateTime(b, &other)) {
+            const QDateTime base(QDate(1900, 1, 1), QTime(0, 0));
+            ok = AddDays(acc, base, double(other.msecsTo(at)) / 86400000.0, &error);
+        } else {
+            error =
+                QStringLiteral("Conversion failed when converting date and/or time from character string.");
+            ResultError(ctx, 241, error);
+            return;
+        }
+        if (!ok) {
+            ResultError(ctx, 8115, error);
+            return;
+        }
+        ResultText(ctx, acc.text);
+        return;
+    }
+    double x = acc.real;
+    double y = b.real;
+    if (!NumberOf(acc, &x, &error) || !NumberOf(b, &y, &error)) {
+        ResultError(ctx, 245, error);
+        return;
+    }
+    qint64 difference = 0;
+    if (acc.type == SQLITE_INTEGER && b.type == SQLITE_INTEGER &&
+        !__builtin_sub_overflow(acc.integer, b.integer, &difference)) {
+        sqlite3_result_int64(ctx, difference);
+        return;
+    }
+    sqlite3_result_double(ctx, (acc.type == SQLITE_INTEGER ? double(acc.integer) : x) -
+                                   (b.type == SQLITE_INTEGER ? double(b.integer) : y));
 }
 
 // tsql_bitxor(a, b, ...): a ^ b ^ ..., packed terms unpacked as for tsql_add.
@@ -720,6 +800,7 @@ void SqlFunctions::Register(SqliteDb& db) {
     // same batch sees the objects the earlier ones created.
     const Entry entries[] = {
         {"tsql_add", -1, Add, true},
+        {"tsql_datesub", 2, DateSubtract, true},
         {"tsql_pack", -1, Pack, true},
         {"tsql_bitxor", -1, BitXor, true},
         {"tsql_len", 1, Len, true},

@@ -317,8 +317,35 @@ QString SqlTranslator::Binary(const SqlExpr& e) {
     return Chain(operands, ops);
 }
 
+// Whether e is a datetime by its form: values carry no type, so a datetime less a number is told
+// from a subtraction of numbers by what the left side is written as.
+bool SqlTranslator::DateTimeExpr(const SqlExpr& e) {
+    static const QStringList kDateFunctions = {
+        QStringLiteral("GETDATE"),           QStringLiteral("GETUTCDATE"),
+        QStringLiteral("SYSDATETIME"),       QStringLiteral("SYSUTCDATETIME"),
+        QStringLiteral("CURRENT_TIMESTAMP"), QStringLiteral("DATEADD"),
+        QStringLiteral("DATETIMEFROMPARTS"), QStringLiteral("SMALLDATETIMEFROMPARTS")};
+    switch (e.kind) {
+    case SqlExpr::Kind::Column:
+        return true; // the value tells at run time: a kept datetime, else a number
+    case SqlExpr::Kind::Function:
+        return kDateFunctions.contains(e.text.toUpper());
+    case SqlExpr::Kind::Cast:
+        return e.type.name == QLatin1String("datetime") || e.type.name == QLatin1String("smalldatetime");
+    case SqlExpr::Kind::Variable: {
+        if (mOverrides.contains(e.text.toLower()))
+            return false;
+        const QString type = mContext.VariableType(e.text);
+        return type == QLatin1String("datetime") || type == QLatin1String("smalldatetime");
+    }
+    default:
+        return false;
+    }
+}
+
 QString SqlTranslator::Chain(const QList<const SqlExpr*>& operands, const QStringList& ops) {
     QString acc = Expr(*operands[0]);
+    bool dateTime = DateTimeExpr(*operands[0]); // acc is a datetime: a number taken from it is days
     int group = 0;      // SQLite's group of the operators written into acc without parentheses
     QStringList folded; // the terms of a run of + or of ^, folded by one call
     QString foldedOp;
@@ -336,19 +363,25 @@ QString SqlTranslator::Chain(const QList<const SqlExpr*>& operands, const QStrin
         const QString& op = ops[i];
         const QString rhs = Expr(*operands[i + 1]);
         if (op == QLatin1String("+") || op == QLatin1String("^")) {
+            dateTime = dateTime && op == QLatin1String("+");
             if (folded.isEmpty() || op != foldedOp) {
                 close();
                 folded.append(acc);
                 foldedOp = op;
             }
             folded.append(rhs);
+        } else if (op == QLatin1String("-") && dateTime) {
+            close();
+            acc = QStringLiteral("tsql_datesub(") + acc + QStringLiteral(", ") + rhs + u')';
         } else if (op == QLatin1String("/") || op == QLatin1String("%")) {
+            dateTime = false;
             // Division by zero is an error, not SQLite's NULL.
             close();
             acc = (op == QLatin1String("/") ? QStringLiteral("tsql_divide(")
                                             : QStringLiteral("tsql_remainder(")) +
                   acc + QStringLiteral(", ") + rhs + u')';
         } else {
+            dateTime = false;
             const int g = SqliteGroup(op);
             if (g != group)
                 close();

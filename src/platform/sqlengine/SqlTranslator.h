@@ -18,6 +18,11 @@ public:
     virtual Table ResolveTable(const SqlTableRef& ref, class SqlTranslator& translator) = 0;
     // A variable's value; throws ServerError 137 when it was not declared.
     virtual QVariant Variable(const QString& name, int line) = 0;
+    // The declared type of a variable (lower case), empty when there is none of that name.
+    virtual QString VariableType(const QString& name) {
+        Q_UNUSED(name);
+        return {};
+    }
     // @@ROWCOUNT and friends, USER_NAME() and the like: the value, or invalid when unknown.
     virtual QVariant Global(const QString& name) = 0;
     virtual QString Schema() const = 0;       // the current database's SQLite schema
@@ -71,6 +76,7 @@ private:
     QString Joins(const SqlTableRef& ref);
     QString Binary(const SqlExpr& e);
     QString Chain(const QList<const SqlExpr*>& operands, const QStringList& ops);
+    bool DateTimeExpr(const SqlExpr& e);
     static QString Fold(const QString& function, QStringList terms);
     QString Function(const SqlExpr& e);
     QString ObjectProperty(const SqlExpr& e);
