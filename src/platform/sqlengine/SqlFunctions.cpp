@@ -575,45 +575,7 @@ void Like(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     const QString key = pattern + QChar(0) + escape;
     auto it = cache.find(key);
     if (it == cache.end()) {
-        QString re = QStringLiteral("^");
-        for (int i = 0; i < pattern.size(); ++i) {
-            const QChar c = pattern[i];
-            if (!escape.isNull() && c == escape && i + 1 < pattern.size()) {
-                re += QRegularExpression::escape(QString(pattern[++i]));
-            } else if (c == u'%') {
-                re += QStringLiteral(".*");
-            } else if (c == u'_') {
-                re += u'.';
-            } else if (c == u'[') {
-                const int close = int(pattern.indexOf(u']', i + 1));
-                if (close < 0) {
-                    re += QStringLiteral("\\[");
-                    continue;
-                }
-                QString set = pattern.mid(i + 1, close - i - 1);
-                QString cls = QStringLiteral("[");
-                int k = 0;
-                if (set.startsWith(u'^')) {
-                    cls += u'^';
-                    k = 1;
-                }
-                for (; k < set.size(); ++k) {
-                    const QChar sc = set[k];
-                    if (sc == u'-' && k > 0 && k + 1 < set.size())
-                        cls += u'-';
-                    else if (sc == u'\\' || sc == u']' || sc == u'[' || sc == u'^' || sc == u'-')
-                        cls += u'\\' + QString(sc);
-                    else
-                        cls += sc;
-                }
-                cls += u']';
-                re += cls;
-                i = close;
-            } else {
-                re += QRegularExpression::escape(QString(c));
-            }
-        }
-        re += u'$';
+        const QString re = u'^' + SqlFunctions::LikeRegex(pattern, escape, false) + u'$';
         it = cache.insert(key, QRegularExpression(re, QRegularExpression::CaseInsensitiveOption |
                                                           QRegularExpression::DotMatchesEverythingOption));
     }
@@ -842,4 +804,45 @@ void SqlFunctions::Register(SqliteDb& db) {
     RegisterMisc(db);
     RegisterJson(db);
     RegisterDecimal(db);
+}
+
+QString SqlFunctions::LikeRegex(const QString& pattern, QChar escape, bool shortest) {
+    QString re;
+    for (qsizetype i = 0; i < pattern.size(); ++i) {
+        const QChar c = pattern[i];
+        if (!escape.isNull() && c == escape && i + 1 < pattern.size()) {
+            re += QRegularExpression::escape(QString(pattern[++i]));
+        } else if (c == u'%') {
+            re += shortest ? QStringLiteral(".*?") : QStringLiteral(".*");
+        } else if (c == u'_') {
+            re += u'.';
+        } else if (c == u'[') {
+            const qsizetype close = pattern.indexOf(u']', i + 1);
+            if (close < 0) {
+                re += QStringLiteral("\\[");
+                continue;
+            }
+            const QString set = pattern.mid(i + 1, close - i - 1);
+            QString cls = QStringLiteral("[");
+            qsizetype k = 0;
+            if (set.startsWith(u'^')) {
+                cls += u'^';
+                k = 1;
+            }
+            for (; k < set.size(); ++k) {
+                const QChar sc = set[k];
+                if (sc == u'-' && k > 0 && k + 1 < set.size())
+                    cls += u'-';
+                else if (sc == u'\\' || sc == u']' || sc == u'[' || sc == u'^' || sc == u'-')
+                    cls += u'\\' + QString(sc);
+                else
+                    cls += sc;
+            }
+            re += cls + u']';
+            i = close;
+        } else {
+            re += QRegularExpression::escape(QString(c));
+        }
+    }
+    return re;
 }

@@ -16,6 +16,9 @@ struct sqlite3_value;
 // closing db closes the connection).
 namespace SqlFunctions {
 void Register(SqliteDb& db);
+// A LIKE pattern (% _ [set] [^set], with an escape character or none) as the body of a regular
+// expression; shortest: % takes as little as it can, as PATINDEX's first match needs.
+QString LikeRegex(const QString& pattern, QChar escape, bool shortest);
 // tsql_text, tsql_concat_ws, tsql_translate (SqlFunctionsText.cpp); Register calls it.
 void RegisterText(SqliteDb& db);
 // The date and time functions (SqlFunctionsDate.cpp), FORMAT (SqlFunctionsFormat.cpp) and the

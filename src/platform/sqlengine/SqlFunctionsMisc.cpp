@@ -254,47 +254,6 @@ void QuoteNameFn(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     ResultText(ctx, it->first + body + it->second);
 }
 
-// A LIKE pattern as a regular expression that finds it anywhere: the server's PATINDEX patterns
-// start and end with % to say the match need not.
-QString PatternRegex(const QString& pattern) {
-    QString re;
-    for (qsizetype i = 0; i < pattern.size(); ++i) {
-        const QChar c = pattern[i];
-        if (c == u'%') {
-            re += QStringLiteral(".*?");
-        } else if (c == u'_') {
-            re += u'.';
-        } else if (c == u'[') {
-            const qsizetype close = pattern.indexOf(u']', i + 1);
-            if (close < 0) {
-                re += QStringLiteral("\\[");
-                continue;
-            }
-            const QString set = pattern.mid(i + 1, close - i - 1);
-            QString cls = QStringLiteral("[");
-            qsizetype k = 0;
-            if (set.startsWith(u'^')) {
-                cls += u'^';
-                k = 1;
-            }
-            for (; k < set.size(); ++k) {
-                const QChar sc = set[k];
-                if (sc == u'-' && k > 0 && k + 1 < set.size())
-                    cls += u'-';
-                else if (sc == u'\\' || sc == u']' || sc == u'[' || sc == u'^' || sc == u'-')
-                    cls += u'\\' + QString(sc);
-                else
-                    cls += sc;
-            }
-            re += cls + u']';
-            i = close;
-        } else {
-            re += QRegularExpression::escape(QString(c));
-        }
-    }
-    return re;
-}
-
 void PatIndexFn(sqlite3_context* ctx, int, sqlite3_value** a) {
     if (IsNull(a[0]) || IsNull(a[1]))
         return sqlite3_result_null(ctx);
@@ -305,10 +264,10 @@ void PatIndexFn(sqlite3_context* ctx, int, sqlite3_value** a) {
         pattern.remove(0, 1);
     if (anyEnd)
         pattern.chop(1);
-    const QRegularExpression re((anyStart ? QString() : QStringLiteral("^")) + PatternRegex(pattern) +
-                                    (anyEnd ? QString() : QStringLiteral("$")),
-                                QRegularExpression::CaseInsensitiveOption |
-                                    QRegularExpression::DotMatchesEverythingOption);
+    const QRegularExpression re(
+        (anyStart ? QString() : QStringLiteral("^")) + SqlFunctions::LikeRegex(pattern, QChar(), true) +
+            (anyEnd ? QString() : QStringLiteral("$")),
+        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
     const QRegularExpressionMatch m = re.match(Text(a[1]));
     sqlite3_result_int64(ctx, m.hasMatch() ? m.capturedStart() + 1 : 0);
 }
