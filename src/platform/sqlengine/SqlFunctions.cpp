@@ -1,4 +1,5 @@
 #include "SqlFunctions.h"
+#include "SqlValueAccess.h"
 
 #include "Catalogue.h"
 #include "SqlParser.h"
@@ -14,22 +15,13 @@
 
 namespace {
 
-QString Text(sqlite3_value* v) {
-    return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(v)), sqlite3_value_bytes(v));
-}
+using SqlValueAccess::IsNull;
+using SqlValueAccess::ResultText;
+using SqlValueAccess::Text;
 
 // The connection a catalogue function was registered on, whose cache keeps its look-ups prepared.
 SqliteDb& Connection(sqlite3_context* ctx) {
     return *static_cast<SqliteDb*>(sqlite3_user_data(ctx));
-}
-
-bool IsNull(sqlite3_value* v) {
-    return sqlite3_value_type(v) == SQLITE_NULL;
-}
-
-void ResultText(sqlite3_context* ctx, const QString& s) {
-    const QByteArray b = s.toUtf8();
-    sqlite3_result_text(ctx, b.constData(), int(b.size()), SQLITE_TRANSIENT);
 }
 
 void ResultError(sqlite3_context* ctx, long number, const QString& text) {

@@ -3,6 +3,7 @@
 // date order of the session that runs the statement.
 #include "SqlDates.h"
 #include "SqlFunctions.h"
+#include "SqlValueAccess.h"
 #include "SqliteDb.h"
 
 #include <QDateTime>
@@ -21,18 +22,9 @@ thread_local bool tTrying = false;
 const QString kNotDateText =
     QStringLiteral("Conversion failed when converting date and/or time from character string.");
 
-QString Text(sqlite3_value* v) {
-    return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(v)), sqlite3_value_bytes(v));
-}
-
-bool IsNull(sqlite3_value* v) {
-    return sqlite3_value_type(v) == SQLITE_NULL;
-}
-
-void ResultText(sqlite3_context* ctx, const QString& s) {
-    const QByteArray b = s.toUtf8();
-    sqlite3_result_text(ctx, b.constData(), int(b.size()), SQLITE_TRANSIENT);
-}
+using SqlValueAccess::IsNull;
+using SqlValueAccess::ResultText;
+using SqlValueAccess::Text;
 
 const DateOptions& Options(sqlite3_context* ctx) {
     static const DateOptions defaults;

@@ -2,6 +2,7 @@
 // the server's .NET formatting, with the names and separators of a culture.
 #include "SqlDates.h"
 #include "SqlFunctions.h"
+#include "SqlValueAccess.h"
 #include "SqliteDb.h"
 
 #include <QLocale>
@@ -11,14 +12,8 @@
 
 namespace {
 
-QString Text(sqlite3_value* v) {
-    return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(v)), sqlite3_value_bytes(v));
-}
-
-void ResultText(sqlite3_context* ctx, const QString& s) {
-    const QByteArray b = s.toUtf8();
-    sqlite3_result_text(ctx, b.constData(), int(b.size()), SQLITE_TRANSIENT);
-}
+using SqlValueAccess::ResultText;
+using SqlValueAccess::Text;
 
 // The date patterns of a culture's standard formats d, D, t, T, M and Y.
 struct DatePatterns {

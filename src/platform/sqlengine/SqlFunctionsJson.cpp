@@ -6,6 +6,7 @@
 // return; the server returns fragments of the text as written and names the offending character.
 // So the scalar functions read the text here, keeping each value's place in it.
 #include "SqlFunctions.h"
+#include "SqlValueAccess.h"
 
 #include "SqlJson.h"
 #include "SqliteDb.h"
@@ -25,10 +26,7 @@ QString TextOf(sqlite3_value* v) {
     return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(v)), sqlite3_value_bytes(v));
 }
 
-void ResultText(sqlite3_context* ctx, const QString& text) {
-    const QByteArray b = text.toUtf8();
-    sqlite3_result_text(ctx, b.constData(), int(b.size()), SQLITE_TRANSIENT);
-}
+using SqlValueAccess::ResultText;
 
 void ResultError(sqlite3_context* ctx, long number, const QString& text) {
     const QByteArray b = QStringLiteral("TSQL%1:%2").arg(number).arg(text).toUtf8();

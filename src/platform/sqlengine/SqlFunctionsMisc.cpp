@@ -2,6 +2,7 @@
 // QUOTENAME, PATINDEX, SOUNDEX, DIFFERENCE, UNICODE, NCHAR, CHAR, ASCII, FORMATMESSAGE) and the hashes:
 // CHECKSUM, BINARY_CHECKSUM and HASHBYTES.
 #include "SqlFunctions.h"
+#include "SqlValueAccess.h"
 #include "SqliteDb.h"
 
 #include <QCryptographicHash>
@@ -13,18 +14,9 @@
 
 namespace {
 
-QString Text(sqlite3_value* v) {
-    return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(v)), sqlite3_value_bytes(v));
-}
-
-bool IsNull(sqlite3_value* v) {
-    return sqlite3_value_type(v) == SQLITE_NULL;
-}
-
-void ResultText(sqlite3_context* ctx, const QString& s) {
-    const QByteArray b = s.toUtf8();
-    sqlite3_result_text(ctx, b.constData(), int(b.size()), SQLITE_TRANSIENT);
-}
+using SqlValueAccess::IsNull;
+using SqlValueAccess::ResultText;
+using SqlValueAccess::Text;
 
 QByteArray Blob(sqlite3_value* v) {
     return QByteArray(static_cast<const char*>(sqlite3_value_blob(v)), sqlite3_value_bytes(v));

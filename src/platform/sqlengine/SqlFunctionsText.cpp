@@ -1,6 +1,7 @@
 // Functions SQLite lacks or does differently: a value's text as the server prints it, CONCAT_WS,
 // TRANSLATE, and division and remainder that fail on a zero divisor (8134) instead of giving NULL.
 #include "SqlFunctions.h"
+#include "SqlValueAccess.h"
 
 #include "SqliteDb.h"
 
@@ -15,10 +16,7 @@ QString TextOf(sqlite3_value* v) {
     return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(v)), sqlite3_value_bytes(v));
 }
 
-void ResultText(sqlite3_context* ctx, const QString& text) {
-    const QByteArray b = text.toUtf8();
-    sqlite3_result_text(ctx, b.constData(), int(b.size()), SQLITE_TRANSIENT);
-}
+using SqlValueAccess::ResultText;
 
 // A value in a string context: fractions without SQLite's trailing ".0".
 void Text(sqlite3_context* ctx, int, sqlite3_value** argv) {
