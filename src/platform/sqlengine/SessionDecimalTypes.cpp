@@ -76,6 +76,8 @@ bool MayBeDecimal(const SqlExpr& e) {
     case SqlExpr::Kind::Unary:
         return e.text == QLatin1String("-") || e.text == QLatin1String("+");
     case SqlExpr::Kind::Function: {
+        if (e.parts.size() > 1)
+            return true; // a user's function, which may return a decimal
         static const QStringList names = {
             QStringLiteral("SUM"),   QStringLiteral("AVG"),     QStringLiteral("MIN"),
             QStringLiteral("MAX"),   QStringLiteral("ABS"),     QStringLiteral("ROUND"),
@@ -205,6 +207,27 @@ std::optional<SqlDecimal> SessionState::DecimalTypeOf(const SqlExpr& e,
         }
     }
     case SqlExpr::Kind::Function: {
+        if (e.parts.size() > 1) {
+            // A user's function: the type it is declared to return.
+            const CatalogueObject fn = Catalogue::FindObject(*mDb, Schema(), e.parts.last(),
+                                                             e.parts.value(e.parts.size() - 2), mUid);
+            if (!fn.IsValid() || fn.xtype != QLatin1String("FN"))
+                return std::nullopt;
+            const Module m = LoadModule(fn);
+            if (!m.statement)
+                return std::nullopt;
+            const SqlTypeSpec type = ResolveType(m.statement->returnType);
+            const SqlDecimal zero = SqlDecimal::FromInteger(0);
+            if (type.name == QLatin1String("money"))
+                return zero.ToMoney(SqlDecimal::Kind::Money);
+            if (type.name == QLatin1String("smallmoney"))
+                return zero.ToMoney(SqlDecimal::Kind::SmallMoney);
+            if (type.name != QLatin1String("decimal") && type.name != QLatin1String("numeric"))
+                return std::nullopt;
+            const int precision =
+                type.precision > 0 ? std::min(type.precision, SqlDecimal::kMaxPrecision) : 18;
+            return zero.To(precision, std::clamp(type.scale, 0, precision));
+        }
         const QString f = e.text.toUpper();
         if (e.args.isEmpty() || !e.args[0])
             return std::nullopt;
