@@ -101,6 +101,21 @@ void CollectColumns(const SqlExpr& e, QList<const SqlExpr*>& out) {
             CollectColumns(*a, out);
 }
 
+// The columns that conversions to text in e read directly.
+void CollectTextCasts(const SqlExpr& e, QList<const SqlExpr*>& out) {
+    if (e.kind == SqlExpr::Kind::Subquery || e.kind == SqlExpr::Kind::Exists)
+        return;
+    if (e.kind == SqlExpr::Kind::Cast && !e.args.isEmpty() && e.args[0] &&
+        e.args[0]->kind == SqlExpr::Kind::Column && !e.text.endsWith(QLatin1String("PARSE"))) {
+        const SystemType* t = Catalogue::FindType(e.type.name.toLower());
+        if (t && t->character)
+            out.append(e.args[0].get());
+    }
+    for (const SqlExprP& a : e.args)
+        if (a)
+            CollectTextCasts(*a, out);
+}
+
 } // namespace
 
 QVariant DecimalResultValue(const QVariant& v, const SqlColumn& c) {
@@ -259,35 +274,47 @@ QHash<int, SqlColumn> SessionState::DecimalColumns(const SqlSelect& select) {
         return known;
     const SqlSelectCore& core = select.cores.first();
     QList<const SqlExpr*> refs;
+    QList<const SqlExpr*> texts;
+    mTextSources.clear();
     for (const SqlSelectItem& item : core.items) {
         if (!item.expr || item.expr->kind == SqlExpr::Kind::Star)
             return known; // the items' places are not known
         if (MayBeDecimal(*item.expr) && Shallow(*item.expr))
             CollectColumns(*item.expr, refs);
+        if (Shallow(*item.expr))
+            CollectTextCasts(*item.expr, texts);
     }
+    const QList<const SqlExpr*> probed = refs + texts;
     // The declared types of the columns the items use, from SQLite: a query over the same FROM.
     QHash<const SqlExpr*, SqlColumn> columns;
-    if (!refs.isEmpty() && !core.from.isEmpty() && select.ctes.isEmpty()) {
+    if (!probed.isEmpty() && !core.from.isEmpty() && select.ctes.isEmpty()) {
         try {
             SqlTranslator t(*this);
             QStringList list;
-            for (const SqlExpr* r : std::as_const(refs))
+            for (const SqlExpr* r : probed)
                 list.append(t.Expr(*r));
             const QString from = t.FromList(core.from);
             const CachedStatement probe =
                 mDb->Prepare(QStringLiteral("SELECT %1 FROM %2 LIMIT 0").arg(list.join(u','), from));
-            for (int i = 0; i < refs.size() && i < probe->ColumnCount(); ++i) {
+            for (int i = 0; i < probed.size() && i < probe->ColumnCount(); ++i) {
                 const QString decl = probe->DeclaredType(i);
                 if (decl.isEmpty())
                     continue;
                 SqlColumn c;
                 Catalogue::DescribeDeclaredType(decl, &c.typeId, &c.length, &c.precision, &c.scale);
-                columns.insert(refs[i], c);
+                if (i < refs.size())
+                    columns.insert(probed[i], c);
+                else if (IsDecimalType(c.typeId))
+                    mTextSources.insert(probed[i], c.typeId == 60    ? 100
+                                                   : c.typeId == 122 ? 101
+                                                                     : std::clamp(c.scale, 0, 38));
             }
         } catch (const ServerError&) {
             columns.clear();
+            mTextSources.clear();
         } catch (const SqliteError&) {
             columns.clear();
+            mTextSources.clear();
         }
     }
     for (int i = 0; i < core.items.size(); ++i) {
