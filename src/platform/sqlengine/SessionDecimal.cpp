@@ -84,6 +84,16 @@ QVariant IntegerIn(qlonglong v, const QString& type, const SqlDecimal& from) {
     return QVariant(v);
 }
 
+// TRY_CONVERT and TRY_CAST give NULL where the conversion itself fails (text that is no number, a
+// value too large); an error of the operand they convert still stands.
+bool Trying(const SqlExpr& e) {
+    return e.text.startsWith(QLatin1String("TRY_"), Qt::CaseInsensitive);
+}
+
+bool ConversionError(const ServerError& e) {
+    return e.number == 8114 || e.number == 8115;
+}
+
 // A decimal as text of the given length: CAST keeps every decimal, money as style 0 shows two.
 QString DecimalText(const SqlDecimal& v, int style) {
     return v.IsMoney() ? v.MoneyText(style) : v.ToString();
@@ -206,12 +216,23 @@ bool SessionState::FastDecimal(const SqlExpr& e, FastDec& out) {
         if (!kind || e.args.isEmpty())
             return false;
         const SqlTypeSpec type = ResolveType(e.type);
+        auto failed = [&](const ServerError& error) {
+            if (!Trying(e) || !ConversionError(error))
+                throw error;
+            out.null = true;
+            out.value = ZeroOf(type);
+            return true;
+        };
         FastDec a;
         if (DecimalOperand(*e.args[0], a)) {
             out.null = a.null;
-            out.value = a.null ? ZeroOf(type)
-                               : InType(a.value, type, *kind,
-                                        a.integer ? QStringLiteral("int") : SourceName(a.value));
+            try {
+                out.value = a.null ? ZeroOf(type)
+                                   : InType(a.value, type, *kind,
+                                            a.integer ? QStringLiteral("int") : SourceName(a.value));
+            } catch (const ServerError& error) {
+                return failed(error);
+            }
             return true;
         }
         const SqlExpr& arg = *e.args[0];
@@ -228,8 +249,12 @@ bool SessionState::FastDecimal(const SqlExpr& e, FastDec& out) {
             return false;
         }
         QVariant converted;
-        if (!ConvertDecimal(v, type, converted))
-            return false;
+        try {
+            if (!ConvertDecimal(v, type, converted))
+                return false;
+        } catch (const ServerError& error) {
+            return failed(error);
+        }
         out.null = !converted.isValid();
         out.value = out.null ? ZeroOf(type) : converted.value<SqlDecimal>();
         return true;
@@ -291,25 +316,29 @@ bool SessionState::DecimalCast(const SqlExpr& e, QVariant& out) {
         out = QVariant();
         return true;
     }
-    if (t->character) {
-        FastInt style{0, false, false};
-        if (e.args.size() > 1 && !FastInteger(*e.args[1], style))
-            return false;
-        const QString text = DecimalText(a.value, style.null ? 0 : int(style.value));
-        const int length = type.length == -1 ? 30 : type.length;
-        if (length >= 0 && text.size() > length)
-            throw TextOverflow(a.value, type.name);
-        out = text;
-        return true;
+    FastInt style{0, false, false};
+    if (t->character && e.args.size() > 1 && !FastInteger(*e.args[1], style))
+        return false;
+    try {
+        if (t->character) {
+            const QString text = DecimalText(a.value, style.null ? 0 : int(style.value));
+            const int length = type.length == -1 ? 30 : type.length;
+            if (length >= 0 && text.size() > length)
+                throw TextOverflow(a.value, type.name);
+            out = text;
+        } else if (floating) {
+            out = a.value.ToDouble();
+        } else {
+            const std::optional<qlonglong> v = a.value.IsMoney() ? a.value.Rounded() : a.value.Truncated();
+            if (!v)
+                throw TextOverflow(a.value, type.name);
+            out = IntegerIn(*v, type.name, a.value);
+        }
+    } catch (const ServerError& error) {
+        if (!Trying(e) || !ConversionError(error))
+            throw;
+        out = QVariant();
     }
-    if (floating) {
-        out = a.value.ToDouble();
-        return true;
-    }
-    const std::optional<qlonglong> v = a.value.IsMoney() ? a.value.Rounded() : a.value.Truncated();
-    if (!v)
-        throw TextOverflow(a.value, type.name);
-    out = IntegerIn(*v, type.name, a.value);
     return true;
 }
 

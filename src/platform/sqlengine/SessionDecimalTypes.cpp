@@ -76,6 +76,8 @@ bool MayBeDecimal(const SqlExpr& e) {
     case SqlExpr::Kind::Unary:
         return e.text == QLatin1String("-") || e.text == QLatin1String("+");
     case SqlExpr::Kind::Function: {
+        if (e.parts.size() > 1)
+            return true; // a user's function, which may return a decimal
         static const QStringList names = {
             QStringLiteral("SUM"),   QStringLiteral("AVG"),     QStringLiteral("MIN"),
             QStringLiteral("MAX"),   QStringLiteral("ABS"),     QStringLiteral("ROUND"),
@@ -97,6 +99,21 @@ void CollectColumns(const SqlExpr& e, QList<const SqlExpr*>& out) {
     for (const SqlExprP& a : e.args)
         if (a)
             CollectColumns(*a, out);
+}
+
+// The columns that conversions to text in e read directly.
+void CollectTextCasts(const SqlExpr& e, QList<const SqlExpr*>& out) {
+    if (e.kind == SqlExpr::Kind::Subquery || e.kind == SqlExpr::Kind::Exists)
+        return;
+    if (e.kind == SqlExpr::Kind::Cast && !e.args.isEmpty() && e.args[0] &&
+        e.args[0]->kind == SqlExpr::Kind::Column && !e.text.endsWith(QLatin1String("PARSE"))) {
+        const SystemType* t = Catalogue::FindType(e.type.name.toLower());
+        if (t && t->character)
+            out.append(e.args[0].get());
+    }
+    for (const SqlExprP& a : e.args)
+        if (a)
+            CollectTextCasts(*a, out);
 }
 
 } // namespace
@@ -205,6 +222,27 @@ std::optional<SqlDecimal> SessionState::DecimalTypeOf(const SqlExpr& e,
         }
     }
     case SqlExpr::Kind::Function: {
+        if (e.parts.size() > 1) {
+            // A user's function: the type it is declared to return.
+            const CatalogueObject fn = Catalogue::FindObject(*mDb, Schema(), e.parts.last(),
+                                                             e.parts.value(e.parts.size() - 2), mUid);
+            if (!fn.IsValid() || fn.xtype != QLatin1String("FN"))
+                return std::nullopt;
+            const Module m = LoadModule(fn);
+            if (!m.statement)
+                return std::nullopt;
+            const SqlTypeSpec type = ResolveType(m.statement->returnType);
+            const SqlDecimal zero = SqlDecimal::FromInteger(0);
+            if (type.name == QLatin1String("money"))
+                return zero.ToMoney(SqlDecimal::Kind::Money);
+            if (type.name == QLatin1String("smallmoney"))
+                return zero.ToMoney(SqlDecimal::Kind::SmallMoney);
+            if (type.name != QLatin1String("decimal") && type.name != QLatin1String("numeric"))
+                return std::nullopt;
+            const int precision =
+                type.precision > 0 ? std::min(type.precision, SqlDecimal::kMaxPrecision) : 18;
+            return zero.To(precision, std::clamp(type.scale, 0, precision));
+        }
         const QString f = e.text.toUpper();
         if (e.args.isEmpty() || !e.args[0])
             return std::nullopt;
@@ -236,35 +274,47 @@ QHash<int, SqlColumn> SessionState::DecimalColumns(const SqlSelect& select) {
         return known;
     const SqlSelectCore& core = select.cores.first();
     QList<const SqlExpr*> refs;
+    QList<const SqlExpr*> texts;
+    mTextSources.clear();
     for (const SqlSelectItem& item : core.items) {
         if (!item.expr || item.expr->kind == SqlExpr::Kind::Star)
             return known; // the items' places are not known
         if (MayBeDecimal(*item.expr) && Shallow(*item.expr))
             CollectColumns(*item.expr, refs);
+        if (Shallow(*item.expr))
+            CollectTextCasts(*item.expr, texts);
     }
+    const QList<const SqlExpr*> probed = refs + texts;
     // The declared types of the columns the items use, from SQLite: a query over the same FROM.
     QHash<const SqlExpr*, SqlColumn> columns;
-    if (!refs.isEmpty() && !core.from.isEmpty() && select.ctes.isEmpty()) {
+    if (!probed.isEmpty() && !core.from.isEmpty() && select.ctes.isEmpty()) {
         try {
             SqlTranslator t(*this);
             QStringList list;
-            for (const SqlExpr* r : std::as_const(refs))
+            for (const SqlExpr* r : probed)
                 list.append(t.Expr(*r));
             const QString from = t.FromList(core.from);
             const CachedStatement probe =
                 mDb->Prepare(QStringLiteral("SELECT %1 FROM %2 LIMIT 0").arg(list.join(u','), from));
-            for (int i = 0; i < refs.size() && i < probe->ColumnCount(); ++i) {
+            for (int i = 0; i < probed.size() && i < probe->ColumnCount(); ++i) {
                 const QString decl = probe->DeclaredType(i);
                 if (decl.isEmpty())
                     continue;
                 SqlColumn c;
                 Catalogue::DescribeDeclaredType(decl, &c.typeId, &c.length, &c.precision, &c.scale);
-                columns.insert(refs[i], c);
+                if (i < refs.size())
+                    columns.insert(probed[i], c);
+                else if (IsDecimalType(c.typeId))
+                    mTextSources.insert(probed[i], c.typeId == 60    ? 100
+                                                   : c.typeId == 122 ? 101
+                                                                     : std::clamp(c.scale, 0, 38));
             }
         } catch (const ServerError&) {
             columns.clear();
+            mTextSources.clear();
         } catch (const SqliteError&) {
             columns.clear();
+            mTextSources.clear();
         }
     }
     for (int i = 0; i < core.items.size(); ++i) {

@@ -35,6 +35,30 @@ QString Stored(const TableColumn& c, const QString& sql) {
     return QStringLiteral("tsql_convert('%1', %2, %3, %4)").arg(c.type).arg(length).arg(c.scale).arg(sql);
 }
 
+QString StoredRows(const QList<TableColumn>& columns, const QString& select) {
+    bool exact = false;
+    for (const TableColumn& c : columns)
+        exact = exact || c.type == QLatin1String("decimal") || c.type == QLatin1String("numeric") ||
+                c.type == QLatin1String("money") || c.type == QLatin1String("smallmoney");
+    if (!exact)
+        return select;
+    // The rows' columns get names of our own from a first SELECT that gives no row, so that each
+    // can be read by position whatever the query calls it.
+    QStringList names;
+    QStringList values;
+    for (int i = 0; i < columns.size(); ++i) {
+        const QString name = QStringLiteral("\"tsql_c%1\"").arg(i);
+        names.append(QStringLiteral("NULL AS ") + name);
+        const QString& type = columns[i].type;
+        values.append(type == QLatin1String("decimal") || type == QLatin1String("numeric") ||
+                              type == QLatin1String("money") || type == QLatin1String("smallmoney")
+                          ? Stored(columns[i], name)
+                          : name);
+    }
+    return QStringLiteral("SELECT %1 FROM (SELECT %2 WHERE 0 UNION ALL SELECT * FROM (%3))")
+        .arg(values.join(QStringLiteral(", ")), names.join(QStringLiteral(", ")), select);
+}
+
 } // namespace dml
 
 using dml::Columns;
@@ -189,10 +213,10 @@ void SessionState::RunInsert(const SqlStatement& s) {
                                          "items than the insert list. The number of SELECT values "
                                          "must match the number of INSERT columns."),
                     true);
-            sql +=
-                s.top
-                    ? QStringLiteral(" SELECT * FROM (%1) LIMIT %2").arg(t.Select(*s.select), t.Expr(*s.top))
-                    : u' ' + t.Select(*s.select);
+            const QString source =
+                s.top ? QStringLiteral("SELECT * FROM (%1) LIMIT %2").arg(t.Select(*s.select), t.Expr(*s.top))
+                      : t.Select(*s.select);
+            sql += u' ' + dml::StoredRows(targetColumns, source);
         } else {
             if (s.top)
                 throw ServerError::Unsupported(QStringLiteral("INSERT TOP with VALUES"));

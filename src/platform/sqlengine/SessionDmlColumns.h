@@ -22,6 +22,10 @@ QList<TableColumn> Columns(SqliteDb& db, int id);
 // The SQLite text of a value stored into column c: sql converted to the column's type.
 QString Stored(const TableColumn& c, const QString& sql);
 
+// The SQLite text of a query whose rows go into columns: its decimal and money values rounded to
+// their column's scale and checked against its precision, as Stored does for one value.
+QString StoredRows(const QList<TableColumn>& columns, const QString& select);
+
 // The SQLite text of the DEFAULT of a column of table id: NULL when it has none.
 QString ColumnDefault(SqliteDb& db, int tableId, const QString& column);
 

@@ -736,8 +736,15 @@ void SessionState::RunSelect(const SqlStatement& s) {
             QStringLiteral("A SELECT statement that assigns a value to a variable must not be "
                            "combined with data-retrieval operations."),
             true);
+    // Worked out before the translation, which reads the decimal columns turned into text.
+    QHash<int, SqlColumn> known = DecimalColumns(sel);
+    struct Forget {
+        QHash<const SqlExpr*, int>& sources;
+        ~Forget() { sources.clear(); }
+    } forget{mTextSources};
     SqlTranslator t(*this);
     const QString sql = t.Select(sel);
+    mTextSources.clear();
     if (assigns > 0) {
         for (const SqlSelectItem& item : sel.cores.first().items)
             Variable(item.assignTo, s.line); // must be declared
@@ -752,7 +759,7 @@ void SessionState::RunSelect(const SqlStatement& s) {
         mRowCount = rows;
         return;
     }
-    mKnownColumns = DecimalColumns(sel);
+    mKnownColumns = std::move(known);
     if (mSink) {
         EmitCount(StreamQuery(sql, t.Params()));
         return;

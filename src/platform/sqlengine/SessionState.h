@@ -64,6 +64,7 @@ public:
     QStringList QueryColumns(const QString& sql) override;
     QStringList ColumnNames(const QString& sql) override;
     bool Fold(const SqlExpr& e, QVariant& value, bool& variables) override;
+    int DecimalTextSource(const SqlExpr& e) override { return mTextSources.value(&e, -1); }
 
     // Runs a user's scalar function for a query; throws ServerError.
     // defaults: one character per argument, '1' where the caller wrote DEFAULT.
@@ -155,8 +156,9 @@ private:
     static bool Shallow(const SqlExpr& e, int depth = 0);
     // The type of a SELECT item of decimals that SQLite can't trace to a column.
     std::optional<SqlColumn> DecimalColumn(const SqlExpr& e);
-    // SessionDecimalTypes.cpp: the decimal types of a SELECT's computed items by their place, and
-    // the type of one expression given the declared types of the columns it reads.
+    // SessionDecimalTypes.cpp: the decimal types of a SELECT's computed items by their place (and the
+    // decimal columns they turn into text, in mTextSources), and the type of one expression given
+    // the declared types of the columns it reads.
     QHash<int, SqlColumn> DecimalColumns(const SqlSelect& select);
     std::optional<SqlDecimal> DecimalTypeOf(const SqlExpr& e, const QHash<const SqlExpr*, SqlColumn>& columns,
                                             bool& integer);
@@ -372,5 +374,8 @@ private:
     long long mCursorRows = 0;
     QHash<QString, QString> mMergeTables; // while MERGE's OUTPUT is read: name (lower) -> its rows
     QHash<int, SqlColumn> mKnownColumns;  // result types worked out for the next Query or StreamQuery
-    bool mInsertExec = false;             // an INSERT ... EXEC runs
+    // The decimal columns that a SELECT's items turn into text (see DecimalTextSource), while that
+    // SELECT is translated.
+    QHash<const SqlExpr*, int> mTextSources;
+    bool mInsertExec = false; // an INSERT ... EXEC runs
 };

@@ -461,8 +461,8 @@ void Power(sqlite3_context* ctx, int, sqlite3_value** a) {
     sqlite3_result_double(ctx, r);
 }
 
-// tsql_convert(type, length, scale, value[, style[, try]]): with try set (TRY_CONVERT, TRY_CAST)
-// a value that doesn't convert gives NULL.
+// tsql_convert(type, length, scale, value[, style[, try[, source]]]): with try set (TRY_CONVERT,
+// TRY_CAST) a value that doesn't convert gives NULL; source tells a decimal column's scale.
 void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     const SqlFunctions::TryScope trying(argc > 5 && sqlite3_value_int(a[5]) != 0);
     if (IsNull(a[3]))
@@ -477,6 +477,9 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     if (!t)
         return ResultError(ctx, 243, QStringLiteral("Type %1 is not a defined system type.").arg(type));
     const QString name = QString::fromLatin1(t->name);
+    if (argc > 6 && t->character &&
+        SqlFunctions::DecimalText(ctx, name, length, style, sqlite3_value_int64(a[6]), v))
+        return;
     if (SqlFunctions::ConvertStyled(ctx, name, length, style, v))
         return;
     auto typeText = [&]() -> const QString& { return name; };
@@ -780,6 +783,7 @@ void SqlFunctions::Register(SqliteDb& db) {
         {"tsql_convert", 4, Convert, true},
         {"tsql_convert", 5, Convert, true},
         {"tsql_convert", 6, Convert, true},
+        {"tsql_convert", 7, Convert, true},
         {"tsql_like", 2, Like, true},
         {"tsql_like", 3, Like, true},
         {"tsql_object_id", 5, ObjectId, true},

@@ -55,4 +55,8 @@ void RegisterDecimal(SqliteDb& db);
 // tsql_convert to decimal, numeric, money or smallmoney (SqlFunctionsDecimal.cpp).
 void ConvertDecimal(sqlite3_context* ctx, const QString& type, long long precision, long long scale,
                     sqlite3_value* v);
+// tsql_convert of a decimal column's value to text: every decimal of its scale (source), or money's
+// style; false and ctx left alone when the value is no number.
+bool DecimalText(sqlite3_context* ctx, const QString& type, long long length, int style, long long source,
+                 sqlite3_value* v);
 } // namespace SqlFunctions

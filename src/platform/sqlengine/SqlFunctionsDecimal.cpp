@@ -30,6 +30,44 @@ void SqlFunctions::RegisterDecimal(SqliteDb& db) {
                                nullptr);
 }
 
+bool SqlFunctions::DecimalText(sqlite3_context* ctx, const QString& type, long long length, int style,
+                               long long source, sqlite3_value* v) {
+    const int vt = sqlite3_value_type(v);
+    if (source < 0 || (vt != SQLITE_INTEGER && vt != SQLITE_FLOAT))
+        return false;
+    const std::optional<SqlDecimal> d = vt == SQLITE_INTEGER
+                                            ? SqlDecimal::FromInteger(sqlite3_value_int64(v))
+                                            : SqlDecimal::FromDouble(sqlite3_value_double(v));
+    if (!d)
+        return false;
+    QString text;
+    try {
+        if (source >= 100)
+            text = d->ToMoney(source == 101 ? SqlDecimal::Kind::SmallMoney : SqlDecimal::Kind::Money)
+                       .MoneyText(style);
+        else
+            text =
+                d->To(SqlDecimal::kMaxPrecision, int(std::min<long long>(source, SqlDecimal::kMaxPrecision)))
+                    .ToString();
+    } catch (const ServerError&) {
+        return false; // wider than any decimal: as SQLite has it
+    }
+    const long long max = length == -1 ? 30 : length;
+    if (max >= 0 && text.size() > max) {
+        Fail(ctx, 8115,
+             QStringLiteral("Arithmetic overflow error converting %1 to data type varchar.")
+                 .arg(source == 101   ? QStringLiteral("smallmoney")
+                      : source >= 100 ? QStringLiteral("money")
+                                      : QStringLiteral("numeric")));
+        return true;
+    }
+    if ((type == QLatin1String("char") || type == QLatin1String("nchar")) && max > text.size())
+        text = text.leftJustified(int(max), u' ');
+    const QByteArray utf8 = text.toUtf8();
+    sqlite3_result_text(ctx, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
+    return true;
+}
+
 void SqlFunctions::ConvertDecimal(sqlite3_context* ctx, const QString& type, long long precision,
                                   long long scale, sqlite3_value* v) {
     const bool money = type == QLatin1String("money") || type == QLatin1String("smallmoney");

@@ -516,12 +516,16 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
                           .arg(e.type.length == -1 && e.type.precision > 0 ? e.type.precision : e.type.length)
                           .arg(e.type.scale)
                           .arg(Expr(*e.args[0]));
+        // A decimal column holds a double: the text needs the column's scale to show every decimal.
+        const int source = mContext.DecimalTextSource(*e.args[0]);
         if (e.args.size() > 1)
             sql += QStringLiteral(", ") + Expr(*e.args[1]);
-        else if (trying)
+        else if (trying || source >= 0)
             sql += QStringLiteral(", 0");
-        if (trying)
-            sql += QStringLiteral(", 1");
+        if (trying || source >= 0)
+            sql += trying ? QStringLiteral(", 1") : QStringLiteral(", 0");
+        if (source >= 0)
+            sql += QStringLiteral(", %1").arg(source);
         return sql + u')';
     }
     }

@@ -39,6 +39,9 @@ public:
     // An expression the session works out itself (exact decimals): its value, and whether it reads
     // variables (then it goes as a parameter, else as a literal that a definition may hold).
     virtual bool Fold(const SqlExpr& /*e*/, QVariant& /*value*/, bool& /*variables*/) { return false; }
+    // For the operand of a conversion to text: the scale of the decimal column it reads, 100 for a
+    // money and 101 for a smallmoney column, -1 when it is none or not known.
+    virtual int DecimalTextSource(const SqlExpr& /*e*/) { return -1; }
 };
 
 // Turns the parsed form of a query into SQLite text with numbered parameters. Names of result
