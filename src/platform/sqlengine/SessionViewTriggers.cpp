@@ -60,7 +60,7 @@ bool SessionState::RunOnView(const SqlStatement& s, const QString& verb) {
         select.cores.append(core);
         select.line = s.line;
         SqlTranslator t(*this);
-        const QString sql = t.Select(select);
+        QString sql = t.Select(select);
         params = t.Params();
         return sql;
     };
