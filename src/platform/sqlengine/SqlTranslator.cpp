@@ -160,8 +160,11 @@ QString SqlTranslator::Select(const SqlSelect& select) {
                 sql += QStringLiteral(" DESC");
         }
     }
-    if (!compound && select.cores.first().top && select.cores.first().topPercent)
+    if (!compound && select.cores.first().top && select.cores.first().topPercent) {
+        if (select.cores.first().topWithTies)
+            throw ServerError::Unsupported(QStringLiteral("TOP ... PERCENT WITH TIES"));
         return TopPercent(sql, *select.cores.first().top);
+    }
     if (!compound && select.cores.first().top && select.cores.first().topWithTies)
         sql += QStringLiteral(" LIMIT ") + TopWithTies(select);
     else if (!compound && select.cores.first().top)
