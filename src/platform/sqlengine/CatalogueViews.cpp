@@ -237,6 +237,10 @@ QString SystemView(const QString& owner, const QString& name, const QString& sch
         return Types(s);
     if (n == QLatin1String("databases"))
         return Databases(masterSchema);
+    if (n == QLatin1String("messages"))
+        return QStringLiteral("SELECT message_id, language_id, severity, is_event_logged, text "
+                              "FROM \"%1\".engine_messages")
+            .arg(masterSchema);
     return {};
 }
 

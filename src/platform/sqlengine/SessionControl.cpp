@@ -311,7 +311,8 @@ void SessionState::RunThrow(const SqlStatement& s) {
 
 void SessionState::RunRaiserror(const SqlStatement& s) {
     const QVariant message = Evaluate(*s.execArgs[0].value);
-    const int severity = qBound(0, Evaluate(*s.execArgs[1].value).toInt(), 25);
+    const int givenSeverity = Evaluate(*s.execArgs[1].value).toInt();
+    const int severity = qBound(0, givenSeverity, 25);
     int state = Evaluate(*s.execArgs[2].value).toInt();
     if (state < 0)
         state = 1;
@@ -342,17 +343,27 @@ void SessionState::RunRaiserror(const SqlStatement& s) {
                 QStringLiteral("Error number %1 is invalid. The number must be from 13000 "
                                "through 2147483647 and it cannot be 50000.")
                     .arg(number));
-        // No user messages are kept, so a number names no message.
-        c.number = 18054;
-        c.severity = 16;
-        c.state = 1;
-        c.text = QStringLiteral(
-                     "Error %1, severity %2, state %3 was raised, but no message with that error number "
-                     "was found in sys.messages. If error is larger than 50000, make sure the "
-                     "user-defined message is added using sp_addmessage.")
-                     .arg(number)
-                     .arg(severity)
-                     .arg(state);
+        int storedSeverity = 0;
+        QString stored;
+        if (StoredMessage(number, storedSeverity, stored)) {
+            // A negative severity asks for the one the message was added with.
+            c.number = int(number);
+            c.severity = givenSeverity < 0 ? storedSeverity : severity;
+            c.text = FormatMessage(stored, s);
+            if (c.text.size() > kMaxMessage)
+                c.text = c.text.left(kMaxMessage - 3) + QStringLiteral("...");
+        } else {
+            c.number = 18054;
+            c.severity = 16;
+            c.state = 1;
+            c.text = QStringLiteral(
+                         "Error %1, severity %2, state %3 was raised, but no message with that error number "
+                         "was found in sys.messages. If error is larger than 50000, make sure the "
+                         "user-defined message is added using sp_addmessage.")
+                         .arg(number)
+                         .arg(severity)
+                         .arg(state);
+        }
     } else {
         c.number = 50000;
         c.text = FormatMessage(message.toString(), s);

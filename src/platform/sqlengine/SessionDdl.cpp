@@ -488,7 +488,9 @@ void SessionState::CreateModule(const SqlStatement& s) {
         const QStringList& tn = s.triggerTable;
         const CatalogueObject table = Catalogue::FindObject(
             *mDb, Schema(), tn.last(), tn.size() >= 2 ? tn[tn.size() - 2] : QString(), mUid);
-        if (!table.IsValid() || table.xtype != QLatin1String("U"))
+        // A view takes INSTEAD OF triggers only.
+        const bool onView = table.xtype == QLatin1String("V") && s.insteadOf;
+        if (!table.IsValid() || (table.xtype != QLatin1String("U") && !onView))
             throw ServerError::Make(
                 8197, 16,
                 QStringLiteral("The object '%1' does not exist or is invalid for this operation.")
@@ -635,6 +637,16 @@ void SessionState::ForgetIdentity(int tableId) {
 }
 
 void SessionState::DropObject(const CatalogueObject& o) {
+    // A view's triggers go with it, as a table's do.
+    if (o.xtype == QLatin1String("V"))
+        for (const QVariantList& r : mDb->Rows(
+                 QStringLiteral("SELECT id, xtype FROM sysobjects WHERE parent_obj = ? AND xtype = 'TR'"),
+                 {o.id})) {
+            CatalogueObject child;
+            child.id = r[0].toInt();
+            child.xtype = r[1].toString().trimmed();
+            DropObject(child);
+        }
     if (o.xtype == QLatin1String("U")) {
         for (const QVariantList& r :
              mDb->Rows(QStringLiteral("SELECT id, name, uid, xtype, parent_obj FROM sysobjects "

@@ -152,6 +152,8 @@ long long SessionState::RunDml(const QString& sql, const QVariantList& params, c
 }
 
 void SessionState::RunInsert(const SqlStatement& s) {
+    if (RunOnView(s, QStringLiteral("INSERT")))
+        return;
     if (!s.body.isEmpty()) {
         RunInsertExec(s);
         return;
@@ -258,7 +260,7 @@ void SessionState::RunUpdate(const SqlStatement& s) {
         RunCurrentOf(s);
         return;
     }
-    if (RunOnCte(s))
+    if (RunOnCte(s) || RunOnView(s, QStringLiteral("UPDATE")))
         return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "UPDATE");
     mDmlStatement = &s;
@@ -346,7 +348,7 @@ void SessionState::RunDelete(const SqlStatement& s) {
         RunCurrentOf(s);
         return;
     }
-    if (RunOnCte(s))
+    if (RunOnCte(s) || RunOnView(s, QStringLiteral("DELETE")))
         return;
     const CatalogueObject table = TargetTable(AliasedTable(s.from, s.target), s.line, "DELETE");
     mDmlStatement = &s;

@@ -174,6 +174,9 @@ void SessionState::OpenDatabase(const QString& name, const QString& path) {
     sqlite3_progress_handler(db->Handle(), 10000, ProgressCallback, this);
     if (name.compare(QLatin1String("master"), Qt::CaseInsensitive) != 0)
         db->Exec(QStringLiteral("ATTACH DATABASE ? AS master"), {mServer->MasterPath()});
+    EnsureMessageTable(*db, name.compare(QLatin1String("master"), Qt::CaseInsensitive) == 0
+                                ? QStringLiteral("main")
+                                : QStringLiteral("master"));
     // Whom the login is in this database: a sysadmin is dbo everywhere, others their mapped user
     // or else guest when guest may enter.
     int uid = -1;

@@ -235,6 +235,11 @@ private:
     // The ODBC catalogue procedures (SystemProceduresOdbc.cpp); false when name is none of them.
     // elsewhere: the call names another database, of which nothing is listed.
     bool RunOdbcProcedure(const QString& name, const SqlStatement& s);
+    // sp_addmessage and sp_dropmessage (SessionMessages.cpp); false when name is neither.
+    bool RunMessageProcedure(const QString& name, const SqlStatement& s);
+    // A user message's severity and text by number; false when there is none.
+    bool StoredMessage(qlonglong number, int& severity, QString& text);
+    static void EnsureMessageTable(SqliteDb& db, const QString& masterSchema);
     SqlRowSet OdbcTables(const QVariantList& args, bool elsewhere);
     SqlRowSet OdbcColumns(const QVariantList& args, bool procedures, bool elsewhere);
     SqlRowSet OdbcProcedures(const QVariantList& args, bool elsewhere);
@@ -276,6 +281,9 @@ private:
         bool instead = false;       // an INSTEAD OF trigger
     };
     QList<Module> TriggersFor(const CatalogueObject& table, const QString& verb);
+    // A statement on a view with an INSTEAD OF trigger for it runs the trigger (SessionViewTriggers.cpp);
+    // false when the target is no such view.
+    bool RunOnView(const SqlStatement& s, const QString& verb);
     // With output, the statement's OUTPUT clause gives its rows too.
     long long RunDmlWithTriggers(const QString& sql, const QVariantList& params, const CatalogueObject& table,
                                  const QString& verb, const QList<Module>& triggers,

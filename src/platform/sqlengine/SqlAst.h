@@ -113,6 +113,7 @@ struct SqlSelectCore {
     bool distinct = false;
     SqlExprP top;
     bool topPercent = false;
+    bool topWithTies = false;
     QList<SqlSelectItem> items;
     QList<SqlTableRefP> from;
     SqlExprP where;

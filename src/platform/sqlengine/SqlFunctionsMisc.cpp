@@ -366,14 +366,40 @@ QVariant ValueOf(sqlite3_value* v) {
     }
 }
 
-// FORMATMESSAGE(text, arguments...): a message number would need the catalogue's messages, which
-// this server keeps none of, so it gives NULL.
+// A user message's text by number from master (attached as "master", or the main database when that
+// is master itself); "" when there is none.
+QString StoredMessageText(sqlite3* db, sqlite3_int64 number) {
+    const char* schema = sqlite3_db_filename(db, "master") ? "master" : "main";
+    const QByteArray sql = QByteArray("SELECT text FROM \"") + schema +
+                           "\".engine_messages WHERE message_id = ? AND language_id = 1033";
+    sqlite3_stmt* st = nullptr;
+    QString text;
+    if (sqlite3_prepare_v2(db, sql.constData(), -1, &st, nullptr) == SQLITE_OK) {
+        sqlite3_bind_int64(st, 1, number);
+        if (sqlite3_step(st) == SQLITE_ROW)
+            text = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)));
+    }
+    sqlite3_finalize(st);
+    return text;
+}
+
+// FORMATMESSAGE(text or number, arguments...); a number that names no message gives NULL.
 void FormatMessageFn(sqlite3_context* ctx, int argc, sqlite3_value** a) {
-    if (IsNull(a[0]) || sqlite3_value_type(a[0]) != SQLITE_TEXT)
+    if (IsNull(a[0]))
         return sqlite3_result_null(ctx);
+    QString format;
+    if (sqlite3_value_type(a[0]) == SQLITE_INTEGER) {
+        format = StoredMessageText(sqlite3_context_db_handle(ctx), sqlite3_value_int64(a[0]));
+        if (format.isEmpty())
+            return sqlite3_result_null(ctx);
+    } else if (sqlite3_value_type(a[0]) == SQLITE_TEXT) {
+        format = Text(a[0]);
+    } else {
+        return sqlite3_result_null(ctx);
+    }
     int next = 1;
     const QString text = SqlFunctions::FormatMessageText(
-        Text(a[0]), [&]() { return next < argc ? ValueOf(a[next++]) : QVariant(); });
+        format, [&]() { return next < argc ? ValueOf(a[next++]) : QVariant(); });
     ResultText(ctx, text);
 }
 

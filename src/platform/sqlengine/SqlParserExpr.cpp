@@ -139,8 +139,11 @@ SqlSelectCore SqlParser::ParseSelectCore() {
         }
         if (AcceptWord("PERCENT"))
             core.topPercent = true;
-        if (Peek().IsWord("WITH") && Peek(1).IsWord("TIES"))
-            Unsupported(QStringLiteral("TOP WITH TIES"), Peek().line);
+        if (Peek().IsWord("WITH") && Peek(1).IsWord("TIES")) {
+            Next();
+            Next();
+            core.topWithTies = true;
+        }
     }
     do {
         SqlSelectItem item;

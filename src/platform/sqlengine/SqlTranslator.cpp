@@ -160,9 +160,14 @@ QString SqlTranslator::Select(const SqlSelect& select) {
                 sql += QStringLiteral(" DESC");
         }
     }
-    if (!compound && select.cores.first().top && select.cores.first().topPercent)
+    if (!compound && select.cores.first().top && select.cores.first().topPercent) {
+        if (select.cores.first().topWithTies)
+            throw ServerError::Unsupported(QStringLiteral("TOP ... PERCENT WITH TIES"));
         return TopPercent(sql, *select.cores.first().top);
-    if (!compound && select.cores.first().top)
+    }
+    if (!compound && select.cores.first().top && select.cores.first().topWithTies)
+        sql += QStringLiteral(" LIMIT ") + TopWithTies(select);
+    else if (!compound && select.cores.first().top)
         sql += QStringLiteral(" LIMIT ") + Expr(*select.cores.first().top);
     mLateral = outerLateral;
     mQualifier = outerQualifier;
@@ -174,6 +179,8 @@ QString SqlTranslator::Core(const SqlSelectCore& core, bool wrapTop) {
         throw ServerError::Unsupported(QStringLiteral("SELECT ... INTO"));
     if (core.topPercent && wrapTop)
         throw ServerError::Unsupported(QStringLiteral("TOP ... PERCENT in a UNION"));
+    if (core.topWithTies && wrapTop)
+        throw ServerError::Unsupported(QStringLiteral("TOP ... WITH TIES in a UNION"));
     if (!core.groupingSets.isEmpty() && !mGrouping)
         return GroupingSets(core, wrapTop);
     // FROM before the columns: an APPLY there decides how the columns it brings are read.

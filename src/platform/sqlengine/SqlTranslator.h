@@ -122,6 +122,7 @@ private:
     QStringList mCtes;            // lower case names of the common table expressions in scope
     // TOP (n) PERCENT of a query: the first n percent of its rows, rounded up.
     QString TopPercent(const QString& query, const SqlExpr& percent);
+    QString TopWithTies(const SqlSelect& select);
 
     TranslatorContext& mContext;
     QVariantList mParams;

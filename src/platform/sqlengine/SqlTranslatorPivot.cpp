@@ -1,5 +1,6 @@
-// PIVOT and UNPIVOT, and TOP ... PERCENT. The columns of the source that the operator doesn't name are read
-// from the source itself (the server knows them the same way): PIVOT groups by them, UNPIVOT keeps them.
+// PIVOT and UNPIVOT, and TOP ... PERCENT and WITH TIES. The columns of the source that the operator doesn't
+// name are read from the source itself (the server knows them the same way): PIVOT groups by them, UNPIVOT
+// keeps them.
 #include "SqlTranslator.h"
 
 #include "ServerError.h"
@@ -68,4 +69,49 @@ QString SqlTranslator::TopPercent(const QString& query, const SqlExpr& percent) 
     return QStringLiteral("SELECT * FROM (%1) LIMIT (SELECT MAX(0, CASE WHEN %2 > CAST(%2 AS INTEGER) THEN "
                           "CAST(%2 AS INTEGER) + 1 ELSE CAST(%2 AS INTEGER) END))")
         .arg(query, share);
+}
+
+QString SqlTranslator::TopWithTies(const SqlSelect& select) {
+    if (select.orderBy.isEmpty())
+        throw ServerError::Make(
+            1062, 15,
+            QStringLiteral(
+                "The TOP N WITH TIES clause is not allowed without a corresponding ORDER BY clause."),
+            true);
+    const SqlSelectCore& core = select.cores.first();
+    if (core.distinct)
+        throw ServerError::Unsupported(QStringLiteral("TOP ... WITH TIES with DISTINCT"));
+    // The rows tied with the last one all rank at or above n, and they come first in the order, so the
+    // limit is how many rank there. A window's ORDER BY doesn't see the select list's aliases or
+    // positions, so those are read as the expressions they name.
+    auto window = std::make_shared<SqlWindow>();
+    for (const SqlOrderItem& o : select.orderBy) {
+        SqlOrderItem item = o;
+        const SqlExpr& e = *o.expr;
+        if (e.kind == SqlExpr::Kind::Number) {
+            bool ok = false;
+            const int position = e.text.toInt(&ok);
+            if (ok && position >= 1 && position <= core.items.size() &&
+                core.items[position - 1].expr->kind != SqlExpr::Kind::Star)
+                item.expr = core.items[position - 1].expr;
+        } else if (e.kind == SqlExpr::Kind::Column && e.parts.size() == 1) {
+            for (const SqlSelectItem& s : core.items)
+                if (s.hasAlias && s.alias.compare(e.parts.first(), Qt::CaseInsensitive) == 0) {
+                    item.expr = s.expr;
+                    break;
+                }
+        }
+        window->orderBy.append(item);
+    }
+    auto rank = std::make_shared<SqlExpr>();
+    rank->kind = SqlExpr::Kind::Function;
+    rank->text = QStringLiteral("RANK");
+    rank->over = window;
+    rank->line = select.line;
+    SqlSelectCore ranked = core;
+    ranked.top.reset();
+    ranked.topWithTies = false;
+    ranked.items = {SqlSelectItem{rank, QStringLiteral("tsql_rank"), true, {}}};
+    return QStringLiteral("(SELECT COUNT(*) FROM (%1) WHERE tsql_rank <= (%2))")
+        .arg(Core(ranked, false), Expr(*core.top));
 }

@@ -101,7 +101,8 @@ void SessionState::Exec(const SqlStatement& s) {
     const bool systemOwner = name.size() < 2 || name[name.size() - 2].isEmpty() ||
                              name[name.size() - 2].compare(QLatin1String("dbo"), Qt::CaseInsensitive) == 0 ||
                              name[name.size() - 2].compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0;
-    if (systemOwner && name.size() <= 2 && RunOdbcProcedure(name.last(), s))
+    if (systemOwner && name.size() <= 2 &&
+        (RunOdbcProcedure(name.last(), s) || RunMessageProcedure(name.last(), s)))
         return;
     if (sys >= 0 && systemOwner) {
         QVariantList args(5);

@@ -138,6 +138,24 @@ TEST_F(ServerFolder, TwoSessionsShareOneFolder) {
     EXPECT_EQ(rows->rows[0][0].toLongLong(), 40);
 }
 
+TEST_F(ServerFolder, UserMessagesOutlastTheServer) {
+    {
+        EmbeddedServer server(folder);
+        auto sa = Sa(server);
+        ASSERT_TRUE(
+            Errors(sa->Execute(QStringLiteral("EXEC sp_addmessage 50100, 16, N'Kept %s'"))).isEmpty());
+    }
+    EmbeddedServer server(folder);
+    auto sa = Sa(server);
+    ASSERT_TRUE(Errors(sa->Execute(QStringLiteral("CREATE DATABASE Other"))).isEmpty());
+    const std::optional<SqlRowSet> rows = FirstRows(sa->Execute(
+        QStringLiteral("USE Other\nSELECT text, FORMATMESSAGE(50100, 'here') FROM sys.messages")));
+    ASSERT_TRUE(rows);
+    ASSERT_EQ(rows->rows.size(), 1);
+    EXPECT_EQ(rows->rows[0][0].toString(), QStringLiteral("Kept %s"));
+    EXPECT_EQ(rows->rows[0][1].toString(), QStringLiteral("Kept here"));
+}
+
 TEST_F(ServerFolder, ParseReportsEverySyntaxErrorAndRunsNothing) {
     EmbeddedServer server(folder);
     auto sa = Sa(server);
