@@ -232,6 +232,8 @@ private:
     void Rename(const QVariantList& args);
     void AddRoleMember(const QVariantList& args, bool add);
     void ExecuteSql(const QVariantList& args);
+    // sp_executesql @stmt, @params, @p = value [OUTPUT], ...
+    void ExecuteSqlWithParameters(const SqlStatement& s);
     // The ODBC catalogue procedures (SystemProceduresOdbc.cpp); false when name is none of them.
     // elsewhere: the call names another database, of which nothing is listed.
     bool RunOdbcProcedure(const QString& name, const SqlStatement& s);

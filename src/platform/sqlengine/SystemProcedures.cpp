@@ -104,6 +104,12 @@ void SessionState::Exec(const SqlStatement& s) {
     if (systemOwner && name.size() <= 2 &&
         (RunOdbcProcedure(name.last(), s) || RunMessageProcedure(name.last(), s)))
         return;
+    if (sys >= 0 && systemOwner && s.execArgs.size() > 1 &&
+        name.last().compare(QLatin1String("sp_executesql"), Qt::CaseInsensitive) == 0) {
+        mRowCount = 0;
+        ExecuteSqlWithParameters(s);
+        return;
+    }
     if (sys >= 0 && systemOwner) {
         QVariantList args(5);
         int position = 0;
@@ -394,6 +400,127 @@ void SessionState::ExecuteSql(const QVariantList& args) {
         // An error that ends a batch ends only the dynamic one.
     }
     leave();
+}
+
+void SessionState::ExecuteSqlWithParameters(const SqlStatement& s) {
+    // @stmt and @params come first, by position or by name; the values of the parameters after them.
+    QVariant text;
+    QVariant declaration;
+    QList<const SqlExecArg*> values;
+    int position = 0;
+    for (const SqlExecArg& a : s.execArgs) {
+        const bool stmt = a.name.compare(QLatin1String("@stmt"), Qt::CaseInsensitive) == 0;
+        const bool params = a.name.compare(QLatin1String("@params"), Qt::CaseInsensitive) == 0;
+        if (stmt || params || (a.name.isEmpty() && position < 2 && values.isEmpty())) {
+            const QVariant v = a.isDefault || !a.value ? QVariant() : Evaluate(*a.value);
+            if (stmt || (!params && position == 0))
+                text = v;
+            else
+                declaration = v;
+            if (!stmt && !params)
+                ++position;
+            continue;
+        }
+        values.append(&a);
+    }
+    if (!text.isValid() || text.isNull())
+        return;
+    const QString statementText = text.toString();
+    // The declarations read as a procedure's parameter list, defaults and OUTPUT included.
+    QString list = declaration.toString();
+    list.replace(u'\n', u' ').replace(u'\r', u' ');
+    const QString probe =
+        QStringLiteral("CREATE PROCEDURE sp_executesql ") + list + QStringLiteral(" AS RETURN");
+    QList<SqlSyntaxError> errors;
+    SqlParser declParser(probe, mQuotedIdentifier);
+    const QList<SqlStatementP> declared = declParser.ParseBatch(&errors);
+    if (!errors.isEmpty() || declared.size() != 1 || declared[0]->kind != SqlStatement::Kind::CreateModule)
+        throw ServerError::Make(
+            214, 16,
+            QStringLiteral("Procedure expects parameter '@parameters' of type 'ntext/nchar/nvarchar'."));
+    const QList<SqlParam> params = declared[0]->params;
+    QList<QVariant> bound(params.size());
+    QList<bool> given(params.size(), false);
+    QList<QString> outputTo(params.size());
+    int next = 0;
+    for (const SqlExecArg* a : values) {
+        int index = -1;
+        if (a->name.isEmpty()) {
+            index = next++;
+        } else {
+            for (int i = 0; i < params.size(); ++i)
+                if (params[i].name.compare(a->name, Qt::CaseInsensitive) == 0)
+                    index = i;
+        }
+        if (index < 0 || index >= params.size())
+            throw ServerError::Make(
+                8144, 16, QStringLiteral("Procedure or function has too many arguments specified."));
+        if (a->isDefault)
+            continue;
+        bound[index] = Evaluate(*a->value);
+        given[index] = true;
+        if (a->output && params[index].output && a->value->kind == SqlExpr::Kind::Variable)
+            outputTo[index] = a->value->text;
+    }
+    SqlParser parser(statementText, mQuotedIdentifier);
+    const QList<SqlStatementP> statements = parser.ParseBatch(&errors);
+    if (!errors.isEmpty()) {
+        for (const SqlSyntaxError& e : errors) {
+            ServerError se = ServerError::Make(e.number, e.severity, e.text);
+            se.line = e.line;
+            Emit(se, e.line);
+        }
+        return;
+    }
+    RenameTemporaries(statements);
+    const QString savedText = mBatchText;
+    Frame frame;
+    frame.procedure = mFrames.isEmpty() ? QString() : Top().procedure;
+    mFrames.append(frame);
+    ++mNesting;
+    const int savedModule = mModuleDepth;
+    mModuleDepth = 0; // dynamic SQL is checked against the caller's own rights
+    auto leave = [&]() {
+        DropTemporaries(Top().temporaries);
+        mModuleDepth = savedModule;
+        --mNesting;
+        mFrames.removeLast();
+        mBatchText = savedText;
+    };
+    try {
+        for (int i = 0; i < params.size(); ++i) {
+            QVariant v = bound[i];
+            if (!given[i]) {
+                if (!params[i].defaultValue)
+                    throw ServerError::Make(
+                        8178, 16,
+                        QStringLiteral("The parameterized query '(%1)%2' expects the parameter '%3', which "
+                                       "was not supplied.")
+                            .arg(declaration.toString(), statementText.left(100), params[i].name));
+                v = Evaluate(*params[i].defaultValue);
+            }
+            Declare(params[i], v, s.line);
+        }
+    } catch (...) {
+        leave();
+        throw;
+    }
+    mBatchText = statementText;
+    try {
+        Run(statements);
+    } catch (const ErrorCaught&) {
+        leave();
+        throw;
+    } catch (...) {
+        // An error that ends a batch ends only the dynamic one.
+    }
+    QList<QVariant> outs;
+    for (const SqlParam& param : params)
+        outs.append(Top().vars.value(param.name.toLower()).value);
+    leave();
+    for (int i = 0; i < params.size(); ++i)
+        if (!outputTo[i].isEmpty())
+            Assign(outputTo[i], outs[i], s.line);
 }
 
 bool SessionState::RunSystemProcedure(const QString& name, const SqlStatement& s, const QVariantList& args) {
