@@ -234,6 +234,10 @@ private:
     void ExecuteSql(const QVariantList& args);
     // sp_executesql @stmt, @params, @p = value [OUTPUT], ...
     void ExecuteSqlWithParameters(const SqlStatement& s);
+    // Runs text as a batch of its own whose parameters are declared from values (an invalid one
+    // takes its default); gives their values at its end, or nothing after a syntax error.
+    QList<QVariant> RunDynamicSql(const QString& text, const QList<SqlParam>& params,
+                                  const QList<QVariant>& values, const QString& declaration, int line);
     // The ODBC catalogue procedures (SystemProceduresOdbc.cpp); false when name is none of them.
     // elsewhere: the call names another database, of which nothing is listed.
     bool RunOdbcProcedure(const QString& name, const SqlStatement& s);

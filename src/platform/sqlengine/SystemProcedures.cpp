@@ -360,9 +360,14 @@ QVariant SessionState::CallFunction(const QString& name, const QVariantList& arg
 }
 
 void SessionState::ExecuteSql(const QVariantList& args) {
-    const QString text = Arg(args, 0);
     if (HasArg(args, 1))
         throw ServerError::Unsupported(QStringLiteral("sp_executesql with parameters"));
+    RunDynamicSql(Arg(args, 0), {}, {}, {}, 0);
+}
+
+QList<QVariant> SessionState::RunDynamicSql(const QString& text, const QList<SqlParam>& params,
+                                            const QList<QVariant>& values, const QString& declaration,
+                                            int line) {
     SqlParser parser(text, mQuotedIdentifier);
     QList<SqlSyntaxError> errors;
     const QList<SqlStatementP> statements = parser.ParseBatch(&errors);
@@ -372,11 +377,10 @@ void SessionState::ExecuteSql(const QVariantList& args) {
             se.line = e.line;
             Emit(se, e.line);
         }
-        return;
+        return {};
     }
     RenameTemporaries(statements);
     const QString savedText = mBatchText;
-    mBatchText = text;
     Frame frame;
     frame.procedure = mFrames.isEmpty() ? QString() : Top().procedure;
     mFrames.append(frame);
@@ -391,6 +395,26 @@ void SessionState::ExecuteSql(const QVariantList& args) {
         mBatchText = savedText;
     };
     try {
+        // A value not given (invalid) takes the declaration's default.
+        for (int i = 0; i < params.size(); ++i) {
+            QVariant v = values[i];
+            if (!v.isValid()) {
+                if (!params[i].defaultValue)
+                    throw ServerError::Make(
+                        8178, 16,
+                        QStringLiteral("The parameterized query '(%1)%2' expects the parameter '%3', which "
+                                       "was not supplied.")
+                            .arg(declaration, text.left(100), params[i].name));
+                v = Evaluate(*params[i].defaultValue);
+            }
+            Declare(params[i], v, line);
+        }
+    } catch (...) {
+        leave();
+        throw;
+    }
+    mBatchText = text;
+    try {
         Run(statements);
     } catch (const ErrorCaught&) {
         // On its way to the caller's CATCH block.
@@ -399,7 +423,11 @@ void SessionState::ExecuteSql(const QVariantList& args) {
     } catch (...) {
         // An error that ends a batch ends only the dynamic one.
     }
+    QList<QVariant> outs;
+    for (const SqlParam& param : params)
+        outs.append(Top().vars.value(param.name.toLower()).value);
     leave();
+    return outs;
 }
 
 void SessionState::ExecuteSqlWithParameters(const SqlStatement& s) {
@@ -440,7 +468,6 @@ void SessionState::ExecuteSqlWithParameters(const SqlStatement& s) {
             QStringLiteral("Procedure expects parameter '@parameters' of type 'ntext/nchar/nvarchar'."));
     const QList<SqlParam> params = declared[0]->params;
     QList<QVariant> bound(params.size());
-    QList<bool> given(params.size(), false);
     QList<QString> outputTo(params.size());
     int next = 0;
     for (const SqlExecArg* a : values) {
@@ -458,67 +485,13 @@ void SessionState::ExecuteSqlWithParameters(const SqlStatement& s) {
         if (a->isDefault)
             continue;
         bound[index] = Evaluate(*a->value);
-        given[index] = true;
+        if (!bound[index].isValid())
+            bound[index] = QVariant(QMetaType::fromType<QString>()); // NULL, as given
         if (a->output && params[index].output && a->value->kind == SqlExpr::Kind::Variable)
             outputTo[index] = a->value->text;
     }
-    SqlParser parser(statementText, mQuotedIdentifier);
-    const QList<SqlStatementP> statements = parser.ParseBatch(&errors);
-    if (!errors.isEmpty()) {
-        for (const SqlSyntaxError& e : errors) {
-            ServerError se = ServerError::Make(e.number, e.severity, e.text);
-            se.line = e.line;
-            Emit(se, e.line);
-        }
-        return;
-    }
-    RenameTemporaries(statements);
-    const QString savedText = mBatchText;
-    Frame frame;
-    frame.procedure = mFrames.isEmpty() ? QString() : Top().procedure;
-    mFrames.append(frame);
-    ++mNesting;
-    const int savedModule = mModuleDepth;
-    mModuleDepth = 0; // dynamic SQL is checked against the caller's own rights
-    auto leave = [&]() {
-        DropTemporaries(Top().temporaries);
-        mModuleDepth = savedModule;
-        --mNesting;
-        mFrames.removeLast();
-        mBatchText = savedText;
-    };
-    try {
-        for (int i = 0; i < params.size(); ++i) {
-            QVariant v = bound[i];
-            if (!given[i]) {
-                if (!params[i].defaultValue)
-                    throw ServerError::Make(
-                        8178, 16,
-                        QStringLiteral("The parameterized query '(%1)%2' expects the parameter '%3', which "
-                                       "was not supplied.")
-                            .arg(declaration.toString(), statementText.left(100), params[i].name));
-                v = Evaluate(*params[i].defaultValue);
-            }
-            Declare(params[i], v, s.line);
-        }
-    } catch (...) {
-        leave();
-        throw;
-    }
-    mBatchText = statementText;
-    try {
-        Run(statements);
-    } catch (const ErrorCaught&) {
-        leave();
-        throw;
-    } catch (...) {
-        // An error that ends a batch ends only the dynamic one.
-    }
-    QList<QVariant> outs;
-    for (const SqlParam& param : params)
-        outs.append(Top().vars.value(param.name.toLower()).value);
-    leave();
-    for (int i = 0; i < params.size(); ++i)
+    const QList<QVariant> outs = RunDynamicSql(statementText, params, bound, declaration.toString(), s.line);
+    for (int i = 0; i < outs.size(); ++i)
         if (!outputTo[i].isEmpty())
             Assign(outputTo[i], outs[i], s.line);
 }
