@@ -14,11 +14,6 @@ QString TempName(const char* kind, int level) {
     return QStringLiteral("temp.\"tsql_merge_%1_%2\"").arg(QLatin1String(kind)).arg(level);
 }
 
-// Where inserted and deleted are read from at a nesting depth (as SessionTriggers.cpp names them).
-QString SnapshotName(const char* kind, int depth) {
-    return QStringLiteral("temp.\"tsql_%1_%2\"").arg(QLatin1String(kind)).arg(depth);
-}
-
 QString Marks(qsizetype n) {
     QStringList marks;
     for (qsizetype i = 0; i < n; ++i)
@@ -176,19 +171,11 @@ void SessionState::RunMerge(const SqlStatement& s) {
              t.Params(), merge);
     }
 
-    // The statement changes everything or nothing; with its triggers it is one transaction.
-    const bool implicit = mTranCount == 0;
-    if (implicit) {
-        mDb->Exec(QStringLiteral("BEGIN"));
-        mTranCount = 1;
-        mTranName.clear();
-        mSavepoints.clear();
-        mDoomed = false;
-    }
     long long total = 0;
     QList<ActionRows> done;
     QStringList updated;
-    try {
+    // The statement changes everything or nothing; with its triggers it is one transaction.
+    InStatementTransaction([&] {
         mDb->Exec(QStringLiteral("SAVEPOINT tsql_merge"));
         try {
             if (!matchedClauses.isEmpty() &&
@@ -371,7 +358,7 @@ void SessionState::RunMerge(const SqlStatement& s) {
         // the rows there are (for triggers)
         const auto snapshot = [&](const QStringList& of, bool aligned) {
             for (const char* kind : {"inserted", "deleted"}) {
-                const QString name = SnapshotName(kind, run.depth);
+                const QString name = TriggerSnapshot(kind, run.depth);
                 mDb->Exec(QStringLiteral("DROP TABLE IF EXISTS ") + name);
                 mDb->Exec(QStringLiteral("CREATE TABLE %1 AS SELECT * FROM %2 WHERE 0").arg(name, physical));
             }
@@ -385,11 +372,11 @@ void SessionState::RunMerge(const SqlStatement& s) {
                 for (qsizetype r = 0; r < a.inserted.size(); ++r) {
                     if (aligned || a.verb != QLatin1String("DELETE"))
                         mDb->Exec(QStringLiteral("INSERT INTO %1 VALUES (%2)")
-                                      .arg(SnapshotName("inserted", run.depth), marks),
+                                      .arg(TriggerSnapshot("inserted", run.depth), marks),
                                   a.inserted[r]);
                     if (aligned || a.verb != QLatin1String("INSERT"))
                         mDb->Exec(QStringLiteral("INSERT INTO %1 VALUES (%2)")
-                                      .arg(SnapshotName("deleted", run.depth), marks),
+                                      .arg(TriggerSnapshot("deleted", run.depth), marks),
                                   a.deleted.value(r));
                     mDb->Exec(QStringLiteral("INSERT INTO %1 VALUES (?, ?)").arg(actions),
                               {a.verb, a.sourceRows.value(r)});
@@ -412,27 +399,9 @@ void SessionState::RunMerge(const SqlStatement& s) {
             if (verb == QLatin1String("INSERT"))
                 for (const QString& c : run.columns)
                     run.updatedColumns.append(c.toLower());
-            const long long n = snapshot({verb}, false);
-            for (const Module& trigger : fired) {
-                run.triggerId = trigger.id;
-                mRowCount = n;
-                FireTrigger(trigger, table, run);
-                if (mTranCount == 0)
-                    throw ServerError::Make(
-                        3609, 16,
-                        QStringLiteral("The transaction ended in the trigger. The batch has been aborted."),
-                        true);
-            }
+            FireTriggers(fired, table, run, snapshot({verb}, false));
         }
-    } catch (...) {
-        if (implicit && mTranCount > 0)
-            RollbackAll();
-        throw;
-    }
-    if (implicit && mTranCount == 1) {
-        mDb->Exec(QStringLiteral("COMMIT"));
-        mTranCount = 0;
-    }
+    });
     EmitCount(total);
 }
 

@@ -287,6 +287,13 @@ private:
         bool instead = false;       // an INSTEAD OF trigger
     };
     QList<Module> TriggersFor(const CatalogueObject& table, const QString& verb);
+    // Where the inserted and deleted rows of the triggers at a nesting depth are kept.
+    static QString TriggerSnapshot(const char* kind, int depth);
+    // body as one transaction when none is open (a statement with its triggers), rolled back on error.
+    void InStatementTransaction(const std::function<void()>& body);
+    // The triggers in turn, each seeing rows as @@ROWCOUNT; 3609 when one ends the transaction.
+    void FireTriggers(const QList<Module>& triggers, const CatalogueObject& table, TriggerRun& run,
+                      long long rows);
     // A statement on a view with an INSTEAD OF trigger for it runs the trigger (SessionViewTriggers.cpp);
     // false when the target is no such view.
     bool RunOnView(const SqlStatement& s, const QString& verb);
