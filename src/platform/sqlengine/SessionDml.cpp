@@ -59,6 +59,18 @@ QString StoredRows(const QList<TableColumn>& columns, const QString& select) {
         .arg(values.join(QStringLiteral(", ")), names.join(QStringLiteral(", ")), select);
 }
 
+ServerError ValuesMismatch(qsizetype values, qsizetype columns) {
+    const QString sides = values > columns
+                              ? QStringLiteral("fewer columns in the INSERT statement than values")
+                              : QStringLiteral("more columns in the INSERT statement than values");
+    return ServerError::Make(values > columns ? 110 : 109, 15,
+                             QStringLiteral("There are %1 specified in the VALUES clause. The number of "
+                                            "values in the VALUES clause must match the number of "
+                                            "columns specified in the INSERT statement.")
+                                 .arg(sides),
+                             true);
+}
+
 } // namespace dml
 
 using dml::Columns;
@@ -226,18 +238,7 @@ void SessionState::RunInsert(const SqlStatement& s) {
             for (int r = 0; r < s.values.size(); ++r) {
                 const QList<SqlExprP>& row = s.values[r];
                 if (row.size() != targets.size())
-                    throw ServerError::Make(
-                        row.size() > targets.size() ? 110 : 109, 15,
-                        row.size() > targets.size()
-                            ? QStringLiteral("There are fewer columns in the INSERT statement than "
-                                             "values specified in the VALUES clause. The number of "
-                                             "values in the VALUES clause must match the number of "
-                                             "columns specified in the INSERT statement.")
-                            : QStringLiteral("There are more columns in the INSERT statement than "
-                                             "values specified in the VALUES clause. The number of "
-                                             "values in the VALUES clause must match the number of "
-                                             "columns specified in the INSERT statement."),
-                        true);
+                    throw dml::ValuesMismatch(row.size(), targets.size());
                 QStringList values;
                 for (int k = 0; k < row.size(); ++k) {
                     values.append(row[k] ? Stored(targetColumns[k], t.Expr(*row[k]))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ServerError.h"
 #include "SqliteDb.h"
 
 #include <QList>
@@ -28,5 +29,8 @@ QString StoredRows(const QList<TableColumn>& columns, const QString& select);
 
 // The SQLite text of the DEFAULT of a column of table id: NULL when it has none.
 QString ColumnDefault(SqliteDb& db, int tableId, const QString& column);
+
+// 109 / 110: a row of VALUES with more or fewer values than the INSERT names columns.
+ServerError ValuesMismatch(qsizetype values, qsizetype columns);
 
 } // namespace dml

@@ -219,15 +219,7 @@ void SessionState::RunMerge(const SqlStatement& s) {
                     if (!clause.defaultValues) {
                         const QList<SqlExprP>& row = clause.values.first();
                         if (row.size() != targets.size())
-                            throw ServerError::Make(
-                                row.size() > targets.size() ? 110 : 109, 15,
-                                QStringLiteral("There are %1 columns in the INSERT statement than values "
-                                               "specified in the VALUES clause. The number of values in the "
-                                               "VALUES clause must match the number of columns specified in "
-                                               "the INSERT statement.")
-                                    .arg(row.size() > targets.size() ? QStringLiteral("fewer")
-                                                                     : QStringLiteral("more")),
-                                true);
+                            throw dml::ValuesMismatch(row.size(), targets.size());
                         for (int c = 0; c < row.size(); ++c) {
                             if (!row[c])
                                 continue; // DEFAULT: the column's default
@@ -469,20 +461,7 @@ void SessionState::RunMergeOutput(const SqlStatement& s, const TriggerRun& run, 
             s.mNoCount = noCount;
         }
     } leave{*this, noCount, outer};
-    if (s.outputInto.isEmpty()) {
-        SqlTranslator t(*this);
-        const QString sql = t.Select(*select);
-        Put(SqlResult::Rows(Query(sql, t.Params())));
-        return;
-    }
-    SqlStatement insert;
-    insert.kind = SqlStatement::Kind::Insert;
-    insert.line = s.line;
-    insert.target = s.outputInto;
-    insert.columns = s.outputColumns;
-    insert.select = select;
-    mNoCount = true; // the rows OUTPUT INTO adds are not counted apart
-    RunInsert(insert);
+    DeliverOutput(s, select);
 }
 
 QStringList SessionState::QueryColumns(const QString& sql) {

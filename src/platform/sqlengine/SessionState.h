@@ -302,6 +302,8 @@ private:
                                  const QString& verb, const QList<Module>& triggers,
                                  const SqlStatement* output);
     void RunOutput(const SqlStatement& s, const TriggerRun& run, const QString& verb);
+    // The rows of an OUTPUT clause's query: a result, or into its OUTPUT INTO table.
+    void DeliverOutput(const SqlStatement& s, const SqlSelectP& select);
     // MERGE (SessionMerge.cpp)
     void RunMerge(const SqlStatement& s);
     void RunMergeOutput(const SqlStatement& s, const TriggerRun& run, const QString& sourceName,

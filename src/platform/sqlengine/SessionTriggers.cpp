@@ -312,6 +312,10 @@ void SessionState::RunOutput(const SqlStatement& s, const TriggerRun& run, const
             s.mNoCount = noCount;
         }
     } leave{*this, noCount};
+    DeliverOutput(s, select);
+}
+
+void SessionState::DeliverOutput(const SqlStatement& s, const SqlSelectP& select) {
     if (s.outputInto.isEmpty()) {
         SqlTranslator t(*this);
         const QString sql = t.Select(*select);
@@ -324,6 +328,12 @@ void SessionState::RunOutput(const SqlStatement& s, const TriggerRun& run, const
     insert.target = s.outputInto;
     insert.columns = s.outputColumns;
     insert.select = select;
-    mNoCount = true; // the rows OUTPUT INTO adds are not counted apart
+    // The rows OUTPUT INTO adds are not counted apart.
+    const bool noCount = std::exchange(mNoCount, true);
+    struct Restore {
+        bool& flag;
+        bool value;
+        ~Restore() { flag = value; }
+    } restore{mNoCount, noCount};
     RunInsert(insert);
 }

@@ -2,6 +2,7 @@
 // statement's rows are worked out in the view's columns (for INSERT the rows it gives, for UPDATE and
 // DELETE the view's rows its WHERE picks, before and after) and the trigger runs in its place with
 // them as `inserted` and `deleted`. Without such a trigger the statement goes the usual way.
+#include "SessionDmlColumns.h"
 #include "SessionState.h"
 
 namespace {
@@ -111,18 +112,7 @@ bool SessionState::RunOnView(const SqlStatement& s, const QString& verb) {
                 QStringList rows;
                 for (const QList<SqlExprP>& row : s.values) {
                     if (row.size() != targets.size())
-                        throw ServerError::Make(
-                            row.size() > targets.size() ? 110 : 109, 15,
-                            row.size() > targets.size()
-                                ? QStringLiteral("There are fewer columns in the INSERT statement than "
-                                                 "values specified in the VALUES clause. The number of "
-                                                 "values in the VALUES clause must match the number of "
-                                                 "columns specified in the INSERT statement.")
-                                : QStringLiteral("There are more columns in the INSERT statement than "
-                                                 "values specified in the VALUES clause. The number of "
-                                                 "values in the VALUES clause must match the number of "
-                                                 "columns specified in the INSERT statement."),
-                            true);
+                        throw dml::ValuesMismatch(row.size(), targets.size());
                     QStringList values;
                     for (const SqlExprP& v : row)
                         values.append(v ? t.Expr(*v) : QStringLiteral("NULL"));
