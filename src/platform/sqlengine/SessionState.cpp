@@ -783,7 +783,9 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
         throw ServerError::Unsupported(QStringLiteral("table variables"));
     if (Table t; parts.size() == 1 && TriggerTable(name, t))
         return t;
-    const QString schema = SchemaFor(dbName, ref.line);
+    // tempdb's catalogue is that of the temporary tables, which live in the current database.
+    const bool tempdb = dbName.compare(QLatin1String("tempdb"), Qt::CaseInsensitive) == 0;
+    const QString schema = tempdb ? Schema() : SchemaFor(dbName, ref.line);
     if (schema.isEmpty())
         throw ServerError::InvalidObject(written);
     const bool isMasterSchema = schema == MasterSchema();
@@ -797,19 +799,19 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
     const QString view =
         Catalogue::SystemView(owner, name, schema, MasterSchema(), dbName.isEmpty() ? database : dbName);
     if (!view.isEmpty()) {
-        t.sql = u'(' + view + u')';
+        t.sql = u'(' + Catalogue::HideTemporaries(view, schema, tempdb) + u')';
         t.catalogue = true;
         return t;
     }
     if (Catalogue::IsCatalogueTable(name) &&
         (owner.isEmpty() || owner.compare(QLatin1String("dbo"), Qt::CaseInsensitive) == 0 ||
          owner.compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0)) {
-        t.sql = QStringLiteral("\"%1\".%2").arg(schema, name.toLower());
+        t.sql = Catalogue::VisibleTable(schema, name, tempdb);
         t.catalogue = true;
         return t;
     }
     const CatalogueObject o = Catalogue::FindObject(*mDb, schema, name, owner, schema == Schema() ? mUid : 1);
-    if (!o.IsValid())
+    if (!o.IsValid() || (tempdb && !name.startsWith(u'#')))
         throw ServerError::InvalidObject(written);
     if (ref.kind == SqlTableRef::Kind::Function) {
         if (o.xtype != QLatin1String("IF")) {
