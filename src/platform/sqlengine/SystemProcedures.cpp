@@ -166,8 +166,6 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
                                 QStringLiteral("Could not find stored procedure '%1'.").arg(name.join(u'.')));
     const QList<SqlParam>& params = m.statement->params;
     for (const SqlParam& p : params) {
-        if (p.type.name == QLatin1String("cursor"))
-            throw ServerError::Unsupported(QStringLiteral("cursor parameters"));
         if (p.readOnly)
             throw ServerError::Unsupported(QStringLiteral("table-valued parameters"));
     }
@@ -205,6 +203,7 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
         }
         if (a.isDefault)
             continue;
+        CheckCursorArgument(params[index], a);
         values[index] = Evaluate(*a.value);
         given[index] = true;
         if (a.output && params[index].output && a.value->kind == SqlExpr::Kind::Variable)
@@ -249,13 +248,18 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
         Run(m.statement->body);
         if (Top().hasReturnValue)
             rc = Top().returnValue.isValid() ? Top().returnValue : QVariant(0);
-        QList<QVariant> outs;
+        QList<Var> outs;
         for (const auto& param : params)
-            outs.append(Top().vars.value(param.name.toLower()).value);
+            outs.append(Top().vars.value(param.name.toLower()));
         leave();
-        for (int i = 0; i < params.size(); ++i)
-            if (!outputTo[i].isEmpty())
-                Assign(outputTo[i], outs[i], s.line);
+        for (int i = 0; i < params.size(); ++i) {
+            if (outputTo[i].isEmpty())
+                continue;
+            if (params[i].type.name == QLatin1String("cursor"))
+                ReturnCursor(outputTo[i], outs[i].cursor);
+            else
+                Assign(outputTo[i], outs[i].value, s.line);
+        }
     } catch (const ServerError& e) {
         // An error in binding belongs to the caller's statement.
         if (InTry()) {
