@@ -100,6 +100,17 @@ void SessionState::OpenCursor(CursorState& c) {
             keyable = 0;
         order.append(key);
     }
+    if (keyable > 0) {
+        try {
+            SqlTranslator probe(*this);
+            const Table table = ResolveTable(*select.cores.first().from.first(), probe);
+            // A view, or a catalogue one, has no rowids of its own.
+            if (table.catalogue || table.sql.startsWith(u'('))
+                keyable = 0;
+        } catch (const ServerError&) {
+            keyable = 0; // the query run STATIC says what is wrong with it
+        }
+    }
     if (c.type == CursorState::Type::Dynamic && keyable < 2)
         c.type = CursorState::Type::Keyset;
     if (c.type == CursorState::Type::Keyset && keyable < 1)
