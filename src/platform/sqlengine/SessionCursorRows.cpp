@@ -86,6 +86,15 @@ QString KeyName(int hidden, int i) {
     return i == hidden - 1 ? kRowid : QStringLiteral("__cursor_k%1").arg(i);
 }
 
+// The order of a DYNAMIC cursor's query over its hidden columns; backward: the other way round.
+QString OrderList(int hidden, const QList<bool>& descending, bool backward) {
+    QStringList order;
+    for (int i = 0; i < hidden; ++i)
+        order.append(KeyName(hidden, i) +
+                     (descending.value(i) != backward ? QStringLiteral(" DESC") : QString()));
+    return order.join(QStringLiteral(", "));
+}
+
 } // namespace
 
 void SessionState::OpenCursor(CursorState& c) {
@@ -115,50 +124,73 @@ void SessionState::OpenCursor(CursorState& c) {
         c.type = CursorState::Type::Keyset;
     if (c.type == CursorState::Type::Keyset && keyable < 1)
         c.type = CursorState::Type::Static;
-    if (c.type != CursorState::Type::Static) {
+    const SqlExprP rowid = keyable > 0 ? RowidOf(select) : nullptr;
+    // On an SQLite error (a query it can't key) the cursor runs as the next kind down.
+    auto fallBack = [this, &c](CursorState::Type type) {
+        if (Cancelled())
+            throw BatchAborted{};
+        c.Close();
+        c.type = type;
+    };
+    if (c.type == CursorState::Type::Dynamic) {
         try {
             SqlSelect keyed = select;
             SqlSelectCore& core = keyed.cores.first();
-            const SqlExprP rowid = RowidOf(select);
-            if (c.type == CursorState::Type::Keyset) {
-                // The keys, in the cursor's order, are all that is held.
-                keyed.orderBy = order;
-                core.items = {Hidden(rowid, kRowid)};
-                SqlTranslator keys(*this);
-                SqliteStatement st(mDb->Handle(), keys.Select(keyed));
-                st.BindAll(keys.Params());
-                while (st.Step()) {
-                    if ((c.keys.size() & 0xFFF) == 0 && Cancelled())
-                        throw BatchAborted{};
-                    c.keys.append(st.Value(0).toLongLong());
-                }
-                // Each row as it is now, whether or not it still meets the condition.
-                keyed = select;
-                keyed.cores.first().where = nullptr;
-                keyed.cores.first().top = nullptr;
-                keyed.orderBy.clear();
-                keyed.cores.first().items.append(Hidden(rowid, kRowid));
-                c.hidden = 1;
-            } else {
-                keyed.orderBy.clear();
-                for (int i = 0; i < order.size(); ++i) {
-                    core.items.append(Hidden(order[i].expr, QStringLiteral("__cursor_k%1").arg(i)));
-                    c.descending.append(order[i].descending);
-                }
-                core.items.append(Hidden(rowid, kRowid));
-                c.hidden = int(order.size()) + 1;
+            keyed.orderBy.clear();
+            for (int i = 0; i < order.size(); ++i) {
+                core.items.append(Hidden(order[i].expr, QStringLiteral("__cursor_k%1").arg(i)));
+                c.descending.append(order[i].descending);
             }
+            core.items.append(Hidden(rowid, kRowid));
+            // The rowid breaks ties the way the last value goes, so that an index serves both.
+            c.descending.append(!order.isEmpty() && order.last().descending);
+            c.hidden = int(order.size()) + 1;
             SqlTranslator t(*this);
             c.sql = QStringLiteral("SELECT * FROM (%1)").arg(t.Select(keyed));
             c.params = t.Params();
-            // Prepared once here, so that a query SQLite can't key fails now and runs STATIC.
-            SqliteStatement probe(mDb->Handle(), c.sql);
+            // Where no index gives the order, each FETCH would sort the table: such a cursor
+            // runs KEYSET, as the server turns it. So does one whose order starts descending:
+            // the rows beyond one include the NULLs, which an index range can't say.
+            SqliteStatement plan(mDb->Handle(), QStringLiteral("EXPLAIN QUERY PLAN %1 ORDER BY %2 LIMIT 1")
+                                                    .arg(c.sql, OrderList(c.hidden, c.descending, false)));
+            plan.BindAll(c.params);
+            bool sorts = c.descending.value(0);
+            while (plan.Step())
+                sorts = sorts || plan.Value(3).toString().contains(QLatin1String("TEMP B-TREE"));
+            if (!sorts)
+                return;
+            fallBack(CursorState::Type::Keyset);
+        } catch (const SqliteError&) {
+            fallBack(CursorState::Type::Static);
+        }
+    }
+    if (c.type == CursorState::Type::Keyset) {
+        try {
+            // The keys, in the cursor's order, are all that is held.
+            SqlSelect keyed = select;
+            keyed.orderBy = order;
+            keyed.cores.first().items = {Hidden(rowid, kRowid)};
+            SqlTranslator keys(*this);
+            SqliteStatement st(mDb->Handle(), keys.Select(keyed));
+            st.BindAll(keys.Params());
+            while (st.Step()) {
+                if ((c.keys.size() & 0xFFF) == 0 && Cancelled())
+                    throw BatchAborted{};
+                c.keys.append(st.Value(0).toLongLong());
+            }
+            // Each row as it is now, whether or not it still meets the condition.
+            keyed = select;
+            keyed.cores.first().where = nullptr;
+            keyed.cores.first().top = nullptr;
+            keyed.orderBy.clear();
+            keyed.cores.first().items.append(Hidden(rowid, kRowid));
+            c.hidden = 1;
+            SqlTranslator t(*this);
+            c.sql = QStringLiteral("SELECT * FROM (%1)").arg(t.Select(keyed));
+            c.params = t.Params();
             return;
         } catch (const SqliteError&) {
-            if (Cancelled())
-                throw BatchAborted{};
-            c.Close();
-            c.type = CursorState::Type::Static;
+            fallBack(CursorState::Type::Static);
         }
     }
     SqlTranslator t(*this);
@@ -200,7 +232,7 @@ bool SessionState::ReadDynamicRow(CursorState& c, int direction, bool fromEnd, q
         for (int i = 0; i < c.hidden; ++i) {
             const QString column = KeyName(c.hidden, i);
             const QVariant& v = c.at[i];
-            const bool up = (i < c.hidden - 1 && c.descending[i]) == (direction < 0);
+            const bool up = c.descending.value(i) == (direction < 0);
             QString beyond;
             if (up)
                 beyond = v.isNull() ? column + QStringLiteral(" IS NOT NULL")
@@ -215,19 +247,14 @@ bool SessionState::ReadDynamicRow(CursorState& c, int direction, bool fromEnd, q
         }
         conditions.append(u'(' + alternatives.join(QStringLiteral(" OR ")) + u')');
         // Implied by the above; said once more so that an index on the first value is used.
-        if (c.hidden > 1 && !c.at.first().isNull() && c.descending.first() == (direction < 0))
+        if (c.hidden > 1 && !c.at.first().isNull() && c.descending.value(0) == (direction < 0))
             conditions.append(QStringLiteral("%1 >= %2").arg(KeyName(c.hidden, 0), param(c.at.first())));
     }
-    QStringList order;
-    for (int i = 0; i < c.hidden; ++i)
-        order.append(KeyName(c.hidden, i) + ((i < c.hidden - 1 && c.descending[i]) != (direction < 0)
-                                                 ? QStringLiteral(" DESC")
-                                                 : QString()));
     QString sql = c.sql;
     if (!conditions.isEmpty())
         sql += QStringLiteral(" WHERE ") + conditions.join(QStringLiteral(" AND "));
-    sql +=
-        QStringLiteral(" ORDER BY %1 LIMIT 1 OFFSET %2").arg(order.join(QStringLiteral(", ")), param(skip));
+    sql += QStringLiteral(" ORDER BY %1 LIMIT 1 OFFSET %2")
+               .arg(OrderList(c.hidden, c.descending, direction < 0), param(skip));
     SqlRowSet rs = Query(sql, params);
     if (rs.rows.isEmpty())
         return false;

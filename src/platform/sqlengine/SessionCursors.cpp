@@ -284,14 +284,10 @@ int SessionState::CursorStatus(const QString& scope, const QString& name) {
         c = it->cursor;
         if (!c)
             return -2;
-    } else if (kind == QLatin1String("local") || kind == QLatin1String("global")) {
-        c = mCursors.value(CursorKey(name, kind == QLatin1String("local")));
-        if (!c)
-            return -3;
     } else {
-        throw ServerError::Make(16997, 16,
-                                QStringLiteral("The first parameter of CURSOR_STATUS must be 'local', "
-                                               "'global' or 'variable'."));
+        c = mCursors.value(CursorKey(name, kind == QLatin1String("local")));
+        if (!c || (kind != QLatin1String("local") && kind != QLatin1String("global")))
+            return -3;
     }
     if (!c->open)
         return -1;

@@ -24,7 +24,7 @@ struct SessionState::CursorState {
     // last, and the values the query was opened with; ?N past them are the keys.
     QString sql;
     QVariantList params;
-    QList<bool> descending; // of each hidden column but the rowid
+    QList<bool> descending; // of each hidden column
     int hidden = 0;         // hidden columns, the rowid included
     QList<SqlColumn> columns;
 
