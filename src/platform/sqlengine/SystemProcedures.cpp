@@ -393,6 +393,7 @@ QList<QVariant> SessionState::RunDynamicSql(const QString& text, const QList<Sql
     mModuleDepth = 0; // dynamic SQL is checked against the caller's own rights
     auto leave = [&]() {
         DropTemporaries(Top().temporaries);
+        DropLocalCursors();
         mModuleDepth = savedModule;
         --mNesting;
         mFrames.removeLast();
