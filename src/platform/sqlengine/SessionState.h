@@ -349,6 +349,8 @@ private:
     // A procedure's CURSOR VARYING OUTPUT parameter: what the caller passes, and what it gets back.
     void CheckCursorArgument(const SqlParam& param, const SqlExecArg& arg);
     void ReturnCursor(const QString& callerVariable, const std::shared_ptr<CursorState>& cursor);
+    // The cursors of the parameters of the dynamic SQL that last ended, by the parameters' places.
+    QList<std::shared_ptr<CursorState>> mDynamicCursors;
 
     Module LoadModule(const CatalogueObject& o);
     QString ObjectText(int id);

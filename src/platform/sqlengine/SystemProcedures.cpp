@@ -429,8 +429,11 @@ QList<QVariant> SessionState::RunDynamicSql(const QString& text, const QList<Sql
         // An error that ends a batch ends only the dynamic one.
     }
     QList<QVariant> outs;
-    for (const SqlParam& param : params)
+    mDynamicCursors.clear();
+    for (const SqlParam& param : params) {
         outs.append(Top().vars.value(param.name.toLower()).value);
+        mDynamicCursors.append(Top().vars.value(param.name.toLower()).cursor);
+    }
     leave();
     return outs;
 }
@@ -489,6 +492,7 @@ void SessionState::ExecuteSqlWithParameters(const SqlStatement& s) {
                 8144, 16, QStringLiteral("Procedure or function has too many arguments specified."));
         if (a->isDefault)
             continue;
+        CheckCursorArgument(params[index], *a);
         bound[index] = Evaluate(*a->value);
         if (!bound[index].isValid())
             bound[index] = QVariant(QMetaType::fromType<QString>()); // NULL, as given
@@ -496,9 +500,15 @@ void SessionState::ExecuteSqlWithParameters(const SqlStatement& s) {
             outputTo[index] = a->value->text;
     }
     const QList<QVariant> outs = RunDynamicSql(statementText, params, bound, declaration.toString(), s.line);
-    for (int i = 0; i < outs.size(); ++i)
-        if (!outputTo[i].isEmpty())
+    const QList<std::shared_ptr<CursorState>> cursors = std::exchange(mDynamicCursors, {});
+    for (int i = 0; i < outs.size(); ++i) {
+        if (outputTo[i].isEmpty())
+            continue;
+        if (params[i].type.name == QLatin1String("cursor"))
+            ReturnCursor(outputTo[i], cursors.value(i));
+        else
             Assign(outputTo[i], outs[i], s.line);
+    }
 }
 
 bool SessionState::RunSystemProcedure(const QString& name, const SqlStatement& s, const QVariantList& args) {
