@@ -487,6 +487,8 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
             Declare(d.first, d.second ? Evaluate(*d.second) : QVariant(), s.line, &s, d.second != nullptr);
         return Flow::Normal;
     case K::SetVariable: {
+        if (AssignCursor(s))
+            return Flow::Normal;
         QVariant v = Evaluate(*s.condition);
         if (s.assignOp != QLatin1String("=")) {
             auto b = std::make_shared<SqlExpr>();
@@ -594,6 +596,10 @@ void SessionState::Declare(const SqlParam& p, const QVariant& value, int line, c
                            "be unique within a query batch or stored procedure.")
                 .arg(p.name),
             true);
+    if (p.type.name == QLatin1String("cursor")) {
+        Top().vars.insert(key, Var{p.type, QVariant(), by, nullptr});
+        return;
+    }
     const SqlTypeSpec type = ResolveType(p.type);
     if (!Catalogue::FindType(type.name))
         throw ServerError::Make(
@@ -603,7 +609,7 @@ void SessionState::Declare(const SqlParam& p, const QVariant& value, int line, c
                 .arg(p.type.name),
             true);
     Q_UNUSED(line);
-    Top().vars.insert(key, Var{type, Convert(value, type), by});
+    Top().vars.insert(key, Var{type, Convert(value, type), by, nullptr});
 }
 
 void SessionState::Assign(const QString& name, const QVariant& value, int) {
@@ -662,8 +668,12 @@ QVariant SessionState::Global(const QString& name) {
         return XactState();
     if (n == QLatin1String("@@FETCH_STATUS"))
         return mFetchStatus;
+    if (n.startsWith(QLatin1String("CURSOR_STATUS\n"))) {
+        const QStringList args = name.split(u'\n');
+        return CursorStatus(args.value(1), args.value(2));
+    }
     if (n == QLatin1String("@@CURSOR_ROWS"))
-        return mCursorRows;
+        return CursorRows();
     if (n == QLatin1String("COLUMNS_UPDATED") || n.startsWith(QLatin1String("UPDATE(")))
         return TriggerFunction(n);
     if (n == QLatin1String("@@NESTLEVEL"))
