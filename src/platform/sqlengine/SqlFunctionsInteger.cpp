@@ -215,7 +215,7 @@ void Negate(sqlite3_context* ctx, int, sqlite3_value** argv) {
         return sqlite3_result_null(ctx);
     if (v.type == SQLITE_FLOAT)
         return sqlite3_result_double(ctx, -v.real);
-    if (v.integer == (big ? LLONG_MIN : qint64(INT_MIN)))
+    if (v.integer == LLONG_MIN || (!big && v.integer == INT_MIN))
         return Overflow(ctx, big);
     sqlite3_result_int64(ctx, -v.integer);
 }
