@@ -3,6 +3,7 @@
 #include "ServerError.h"
 #include "SqliteDb.h"
 
+#include <QHash>
 #include <QList>
 #include <QString>
 
@@ -19,6 +20,9 @@ struct TableColumn {
 
 // The columns of table id, in order.
 QList<TableColumn> Columns(SqliteDb& db, int id);
+
+// The columns' types by lower case name, for the translator's typing of their arithmetic.
+QHash<QString, QString> ColumnTypes(const QList<TableColumn>& columns);
 
 // The SQLite text of a value stored into column c: sql converted to the column's type.
 QString Stored(const TableColumn& c, const QString& sql);

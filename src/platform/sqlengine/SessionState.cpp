@@ -881,6 +881,12 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
     if (o.xtype == QLatin1String("U")) {
         CheckPermission(o, 193);
         t.sql = QStringLiteral("\"%1\".\"T%2\"").arg(schema).arg(o.id);
+        // Their declared types make the arithmetic of these columns the server's (SqlTranslatorTypes.cpp).
+        for (const QVariantList& r :
+             mDb->Rows(QStringLiteral("SELECT name, xtype FROM \"%1\".syscolumns WHERE id = ?").arg(schema),
+                       {o.id}))
+            if (const SystemType* type = Catalogue::FindTypeById(r[1].toInt()))
+                t.columnTypes.insert(r[0].toString().toLower(), QString::fromLatin1(type->name));
         return t;
     }
     if (o.xtype == QLatin1String("V")) {
