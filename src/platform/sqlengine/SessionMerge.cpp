@@ -278,6 +278,8 @@ void SessionState::RunMerge(const SqlStatement& s) {
                     continue;
                 }
                 SqlTranslator t(*this);
+                t.NoteTable(s.targetAlias.isEmpty() ? s.target.last() : s.targetAlias,
+                            dml::ColumnTypes(columns));
                 QStringList sets;
                 QStringList values;
                 for (const auto& a : clause.assignments) {
