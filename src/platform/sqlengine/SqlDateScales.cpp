@@ -48,7 +48,7 @@ QString StoredScaled(const DateTimeValue& v, Kind kind, int scale) {
     const qint64 nanos = std::clamp<qint64>(v.nanos, 0, kNanosPerDay - 1);
     if (kind == Kind::Time)
         return TimeText(nanos, scale);
-    const QString date = v.date.toString(QStringLiteral("yyyy-MM-dd"));
+    QString date = v.date.toString(QStringLiteral("yyyy-MM-dd"));
     if (kind == Kind::Date)
         return date;
     return date + u' ' + TimeText(nanos, scale);
