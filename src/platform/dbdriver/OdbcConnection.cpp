@@ -207,7 +207,6 @@ Fetch fetchOf(SQLSMALLINT sqlType) {
         return Fetch::Decimal;
     case SQL_TYPE_TIMESTAMP:
     case SQL_DATETIME:
-    case SQL_TYPE_DATE:
         return Fetch::Timestamp;
     case SQL_BINARY:
     case SQL_VARBINARY:
@@ -327,11 +326,16 @@ SqlRowSet fetchRows(SQLHSTMT stmt, SQLSMALLINT columns, SqlBatchResults& message
         SqlColumn column;
         column.name = fromWide(name, std::min<qsizetype>(nameLength, std::size(name) - 1));
         column.typeId = typeIdOf(sqlType);
+        // A timestamp with more than the milliseconds of datetime is a datetime2: its text keeps them.
+        const bool fine = sqlType == SQL_TYPE_TIMESTAMP && digits > 3;
+        if (fine)
+            column.typeId = 42;
         column.length = static_cast<int>(std::min<SQLULEN>(size, 0x7fffffff));
         column.scale = digits;
         column.nullable = nullable != SQL_NO_NULLS;
         rows.columns.append(column);
-        fetches.append(fetchOf(sqlType));
+        // A date and a datetime2 come as the server's text, as the embedded server gives them.
+        fetches.append(fine || sqlType == SQL_TYPE_DATE ? Fetch::Text : fetchOf(sqlType));
     }
     for (;;) {
         const SQLRETURN rc = SQLFetch(stmt);
