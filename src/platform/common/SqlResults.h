@@ -8,9 +8,12 @@
 // (PRINT and other information, and errors). The embedded engine produces these and the drivers
 // hand them on, so the query window and the command line see one shape whatever the server.
 //
-// Values: NULL is an invalid QVariant; integers are qlonglong; float, real, decimal, numeric and
-// money are double; character types are QString; datetime types are QDateTime in UTC (the server's
-// zone-less wall-clock time, as it was stored); binary types QByteArray; bit is qlonglong 0/1.
+// Values: NULL is an invalid QVariant; integers are qlonglong; float and real are double; decimal,
+// numeric, money and smallmoney are QString, their exact digits with every decimal of the column's
+// scale ("12.5000", "3.10": a double can't carry 38 digits); character types are QString; datetime
+// and smalldatetime are QDateTime in UTC (the server's zone-less wall-clock time, as it was
+// stored); date, time, datetime2 and datetimeoffset are QString in the server's text
+// ("2020-01-02", "10:00:00.1234567"); binary types QByteArray; bit is qlonglong 0/1.
 struct SqlColumn {
     QString name;
     int typeId = 231; // the server's system type id (56 int, 231 nvarchar, 61 datetime, ...)

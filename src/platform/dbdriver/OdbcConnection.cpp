@@ -188,7 +188,7 @@ int typeIdOf(SQLSMALLINT sqlType) {
     }
 }
 
-enum class Fetch { Integer, Double, Timestamp, Binary, Text };
+enum class Fetch { Integer, Double, Decimal, Timestamp, Binary, Text };
 
 Fetch fetchOf(SQLSMALLINT sqlType) {
     switch (sqlType) {
@@ -201,12 +201,12 @@ Fetch fetchOf(SQLSMALLINT sqlType) {
     case SQL_REAL:
     case SQL_FLOAT:
     case SQL_DOUBLE:
+        return Fetch::Double;
     case SQL_DECIMAL:
     case SQL_NUMERIC:
-        return Fetch::Double;
+        return Fetch::Decimal;
     case SQL_TYPE_TIMESTAMP:
     case SQL_DATETIME:
-    case SQL_TYPE_DATE:
         return Fetch::Timestamp;
     case SQL_BINARY:
     case SQL_VARBINARY:
@@ -217,11 +217,46 @@ Fetch fetchOf(SQLSMALLINT sqlType) {
     }
 }
 
+// A decimal's text as the server shows it: a digit before the point and exactly scale decimals
+// (a driver may give "-.5" for -0.50).
+QString decimalText(QString text, int scale) {
+    text = text.trimmed();
+    const bool negative = text.startsWith(u'-');
+    if (negative)
+        text.remove(0, 1);
+    qsizetype point = text.indexOf(u'.');
+    if (point < 0) {
+        point = text.size();
+        text += u'.';
+    }
+    if (point == 0) {
+        text.prepend(u'0');
+        ++point;
+    }
+    const qsizetype decimals = text.size() - point - 1;
+    if (decimals < scale)
+        text += QString(scale - decimals, u'0');
+    else if (decimals > scale)
+        text.truncate(point + 1 + scale);
+    if (scale <= 0)
+        text.truncate(point);
+    return negative ? QStringLiteral("-") + text : text;
+}
+
 // One value of the current row. Long texts and binaries arrive in pieces: a driver may describe
-// nvarchar(max) with size 0.
-QVariant readValue(SQLHSTMT stmt, SQLUSMALLINT column, Fetch fetch) {
+// nvarchar(max) with size 0. Decimals come as text, exactly, as the embedded server gives them.
+QVariant readValue(SQLHSTMT stmt, SQLUSMALLINT column, Fetch fetch, int scale) {
     SQLLEN indicator = 0;
     switch (fetch) {
+    case Fetch::Decimal: {
+        SQLCHAR buffer[128];
+        if (!succeeded(SQLGetData(stmt, column, SQL_C_CHAR, buffer, sizeof buffer, &indicator)) ||
+            indicator == SQL_NULL_DATA)
+            return QVariant();
+        const auto length = static_cast<qsizetype>(std::clamp<SQLLEN>(indicator, 0, sizeof buffer - 1));
+        return QVariant(
+            decimalText(QString::fromLatin1(reinterpret_cast<const char*>(buffer), length), scale));
+    }
     case Fetch::Integer: {
         SQLBIGINT value = 0;
         if (!succeeded(SQLGetData(stmt, column, SQL_C_SBIGINT, &value, sizeof value, &indicator)) ||
@@ -291,11 +326,16 @@ SqlRowSet fetchRows(SQLHSTMT stmt, SQLSMALLINT columns, SqlBatchResults& message
         SqlColumn column;
         column.name = fromWide(name, std::min<qsizetype>(nameLength, std::size(name) - 1));
         column.typeId = typeIdOf(sqlType);
+        // A timestamp with more than the milliseconds of datetime is a datetime2: its text keeps them.
+        const bool fine = sqlType == SQL_TYPE_TIMESTAMP && digits > 3;
+        if (fine)
+            column.typeId = 42;
         column.length = static_cast<int>(std::min<SQLULEN>(size, 0x7fffffff));
         column.scale = digits;
         column.nullable = nullable != SQL_NO_NULLS;
         rows.columns.append(column);
-        fetches.append(fetchOf(sqlType));
+        // A date and a datetime2 come as the server's text, as the embedded server gives them.
+        fetches.append(fine || sqlType == SQL_TYPE_DATE ? Fetch::Text : fetchOf(sqlType));
     }
     for (;;) {
         const SQLRETURN rc = SQLFetch(stmt);
@@ -306,7 +346,7 @@ SqlRowSet fetchRows(SQLHSTMT stmt, SQLSMALLINT columns, SqlBatchResults& message
         QVariantList row;
         row.reserve(columns);
         for (SQLUSMALLINT c = 1; c <= columns; ++c)
-            row.append(readValue(stmt, c, fetches[c - 1]));
+            row.append(readValue(stmt, c, fetches[c - 1], rows.columns[c - 1].scale));
         rows.rows.append(row);
     }
     return rows;

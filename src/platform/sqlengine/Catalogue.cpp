@@ -1,5 +1,6 @@
 #include "Catalogue.h"
 
+#include "SqlDates.h"
 #include "SqliteDb.h"
 
 #include <QDateTime>
@@ -195,6 +196,17 @@ void ColumnSize(const SqlTypeSpec& spec, int* length, int* precision, int* scale
         *precision = p;
         *scale = spec.scale >= 0 ? spec.scale : 0;
         *length = p <= 9 ? 5 : p <= 19 ? 9 : p <= 28 ? 13 : 17;
+    } else if (n == QLatin1String("time") || n == QLatin1String("datetime2") ||
+               n == QLatin1String("datetimeoffset")) {
+        // time(n): n decimals of a second, in 3 to 5 bytes; the date takes 3 more, the offset 2.
+        const int s = SqlDates::FractionScale(spec.length >= 0 ? spec.length : spec.precision, spec.scale);
+        const int time = s <= 2 ? 3 : s <= 4 ? 4 : 5;
+        const int digits = s > 0 ? s + 1 : 0;
+        *scale = s;
+        *precision = n == QLatin1String("time")        ? 8 + digits
+                     : n == QLatin1String("datetime2") ? 19 + digits
+                                                       : 26 + digits;
+        *length = n == QLatin1String("time") ? time : n == QLatin1String("datetime2") ? time + 3 : time + 5;
     } else if (n == QLatin1String("float") && spec.precision > 0 && spec.precision <= 24) {
         *length = 4;
         *precision = 24;
@@ -232,7 +244,7 @@ QString DeclaredType(const SqlTypeSpec& spec) {
 
 void DescribeDeclaredType(const QString& decl, int* typeId, int* length, int* precision, int* scale) {
     static const QRegularExpression re(QStringLiteral(
-        "^\\s*([A-Za-z_]+)(?: real)?\\s*(?:\\(\\s*(max|-1|\\d+)\\s*(?:,\\s*(\\d+))?\\s*\\))?"));
+        "^\\s*([A-Za-z_][A-Za-z_0-9]*)(?: real)?\\s*(?:\\(\\s*(max|-1|\\d+)\\s*(?:,\\s*(\\d+))?\\s*\\))?"));
     const auto m = re.match(decl);
     SqlTypeSpec spec;
     if (m.hasMatch()) {
@@ -253,14 +265,9 @@ void DescribeDeclaredType(const QString& decl, int* typeId, int* length, int* pr
     }
     *typeId = t->xtype;
     ColumnSize(spec, length, precision, scale);
-    // Results describe the newer types as the older ones the clients of this server read: the dates
-    // as datetime, the rest as text.
-    if (t->xtype == 42 || t->xtype == 43) {
-        *typeId = 61;
-        *length = 8;
-        *precision = 23;
-        *scale = 3;
-    } else if (t->xtype == 41 || t->xtype == 240 || t->xtype == 241) {
+    // The newer dates are described as they are (a listener sends them as text to a client too old
+    // for them); the other newer types as text.
+    if (t->xtype == 240 || t->xtype == 241) {
         *typeId = 231;
         *length = 8000;
         *precision = *scale = 0;

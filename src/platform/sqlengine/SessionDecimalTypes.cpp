@@ -118,29 +118,6 @@ void CollectTextCasts(const SqlExpr& e, QList<const SqlExpr*>& out) {
 
 } // namespace
 
-QVariant DecimalResultValue(const QVariant& v, const SqlColumn& c) {
-    if (!v.isValid() || v.isNull() || !IsDecimalType(c.typeId))
-        return v;
-    std::optional<SqlDecimal> d;
-    if (v.userType() == qMetaTypeId<SqlDecimal>())
-        d = v.value<SqlDecimal>();
-    else if (v.typeId() == QMetaType::LongLong || v.typeId() == QMetaType::Int)
-        d = SqlDecimal::FromInteger(v.toLongLong());
-    else if (v.typeId() == QMetaType::Double)
-        d = SqlDecimal::FromDouble(v.toDouble());
-    else
-        d = SqlDecimal::ParseLoose(v.toString(), c.typeId == 60 || c.typeId == 122);
-    if (!d)
-        return v;
-    try {
-        const int scale =
-            c.typeId == 60 || c.typeId == 122 ? 4 : std::clamp(c.scale, 0, SqlDecimal::kMaxPrecision);
-        return d->To(SqlDecimal::kMaxPrecision, scale).ToDouble();
-    } catch (const ServerError&) {
-        return v; // more digits than any decimal holds: the value as SQLite has it
-    }
-}
-
 QVariant DecimalVariableValue(const QVariant& v, const SqlColumn& c) {
     if (!v.isValid() || v.isNull() || !KindOf(c.typeId))
         return v;
@@ -268,7 +245,7 @@ std::optional<SqlDecimal> SessionState::DecimalTypeOf(const SqlExpr& e,
     }
 }
 
-QHash<int, SqlColumn> SessionState::DecimalColumns(const SqlSelect& select) {
+QHash<int, SqlColumn> SessionState::DecimalColumns(const SqlSelect& select, QHash<int, KnownValue>* values) {
     QHash<int, SqlColumn> known;
     if (select.cores.isEmpty())
         return known;
@@ -323,16 +300,26 @@ QHash<int, SqlColumn> SessionState::DecimalColumns(const SqlSelect& select) {
             continue;
         bool integer = false;
         std::optional<SqlDecimal> type;
+        KnownValue value;
         try {
             type = DecimalTypeOf(e, columns, integer);
+            // A constant's exact value; of a UNION only the first query's rows would have it.
+            if (FastDec d; type && !integer && select.cores.size() == 1 && FastDecimal(e, d) && !d.null)
+                value.exact = d.value;
         } catch (const ServerError&) {
             continue; // the value fails where it is computed; no row, no error
         }
-        if (!type || integer)
+        if (!type || integer) {
+            if (const std::optional<SqlColumn> date = DateItemColumn(e))
+                known.insert(i, *date);
             continue;
+        }
         const bool declared =
             e.kind == SqlExpr::Kind::Cast && ResolveType(e.type).name == QLatin1String("decimal");
         known.insert(i, ColumnOf(*type, declared ? 106 : 108));
+        value.cutMoney = type->IsMoney() && e.kind == SqlExpr::Kind::Binary && e.text == QLatin1String("/");
+        if (values && (value.exact || value.cutMoney))
+            values->insert(i, value);
     }
     return known;
 }

@@ -102,15 +102,18 @@ ServerError TooManyRows(qsizetype limit) {
                                  .arg(limit));
 }
 
-void ToServerValues(QVariantList& row, const QList<SqlColumn>& columns) {
-    for (int i = 0; i < columns.size(); ++i)
-        row[i] = DecimalResultValue(ToServerValue(row[i], columns[i].typeId), columns[i]);
+void ToServerValues(QVariantList& row, const QList<SqlColumn>& columns, const QHash<int, KnownValue>& known) {
+    for (int i = 0; i < columns.size(); ++i) {
+        const auto it = known.isEmpty() ? known.cend() : known.constFind(i);
+        row[i] = ServerResultValue(row[i], columns[i], it == known.cend() ? nullptr : &*it);
+    }
 }
 
 } // namespace
 
 SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
     const QHash<int, SqlColumn> known = std::exchange(mKnownColumns, {});
+    const QHash<int, KnownValue> values = std::exchange(mKnownValues, {});
     SqliteStatement st(mDb->Handle(), sql);
     st.BindAll(params);
     const int n = st.ColumnCount();
@@ -125,14 +128,15 @@ SqlRowSet SessionState::Query(const QString& sql, const QVariantList& params) {
     SqlRowSet rs;
     rs.columns = columns.Decide();
     // In place: a large result is held once, not twice.
-    for (QVariantList& values : raw)
-        ToServerValues(values, rs.columns);
+    for (QVariantList& row : raw)
+        ToServerValues(row, rs.columns, values);
     rs.rows = std::move(raw);
     return rs;
 }
 
 long long SessionState::StreamQuery(const QString& sql, const QVariantList& params) {
     const QHash<int, SqlColumn> known = std::exchange(mKnownColumns, {});
+    const QHash<int, KnownValue> values = std::exchange(mKnownValues, {});
     // The statement runs once more for each round a reader needs before the rows: what a computed
     // column holds, then what the sink looks at to choose its wire types. Reading again costs far
     // less than holding a large result.
@@ -150,7 +154,7 @@ long long SessionState::StreamQuery(const QString& sql, const QVariantList& para
     if (mSink->WantsPreview()) {
         for (qsizetype seen = 0; (rowLimit == 0 || seen < rowLimit) && st.Step(); ++seen) {
             QVariantList row = RawRow(st, n);
-            ToServerValues(row, columns);
+            ToServerValues(row, columns, values);
             mSink->Preview(columns, row);
         }
         if (Cancelled())
@@ -165,7 +169,7 @@ long long SessionState::StreamQuery(const QString& sql, const QVariantList& para
             if (rowLimit > 0 && count >= rowLimit)
                 throw TooManyRows(rowLimit);
             QVariantList row = RawRow(st, n);
-            ToServerValues(row, columns);
+            ToServerValues(row, columns, values);
             ++count;
             if (!mSink->Row(row)) {
                 mCancelled = true;

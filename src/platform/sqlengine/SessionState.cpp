@@ -750,7 +750,8 @@ void SessionState::RunSelect(const SqlStatement& s) {
                            "combined with data-retrieval operations."),
             true);
     // Worked out before the translation, which reads the decimal columns turned into text.
-    QHash<int, SqlColumn> known = DecimalColumns(sel);
+    QHash<int, KnownValue> values;
+    QHash<int, SqlColumn> known = DecimalColumns(sel, &values);
     struct Forget {
         QHash<const SqlExpr*, int>& sources;
         ~Forget() { sources.clear(); }
@@ -773,6 +774,7 @@ void SessionState::RunSelect(const SqlStatement& s) {
         return;
     }
     mKnownColumns = std::move(known);
+    mKnownValues = std::move(values);
     if (mSink) {
         EmitCount(StreamQuery(sql, t.Params()));
         return;

@@ -21,11 +21,21 @@ class SqliteStatement;
 // A value as SQLite gives it, in the form of the server's type: datetimes as QDateTime, integers
 // as qlonglong, fractions as double.
 QVariant ToServerValue(const QVariant& v, int typeId);
-// A value of a decimal or money result column rounded to the column's scale, so that a sum of
-// doubles reads as the decimal it stands for; any other value as it is.
-QVariant DecimalResultValue(const QVariant& v, const SqlColumn& c);
-// The reverse, for a result's value that goes into a variable: the exact value of the column's type.
+// For a result's value that goes into a variable: the exact value of the column's type.
 QVariant DecimalVariableValue(const QVariant& v, const SqlColumn& c);
+
+// What the executor knows of one SELECT item beyond its type: the exact value of a decimal
+// constant (SQLite has only its double), or that it is a money quotient, which the server cuts to
+// four decimals where a rounded double would round up.
+struct KnownValue {
+    std::optional<SqlDecimal> exact;
+    bool cutMoney = false;
+};
+// A value as SQLite gives it, in the form a client gets from the server (SessionResultValues.cpp):
+// decimal and money as their exact text with every decimal of the column's scale, date, time,
+// datetime2 and datetimeoffset as the server's text with the type's decimals of a second, the rest
+// as ToServerValue makes them. known may be null.
+QVariant ServerResultValue(const QVariant& v, const SqlColumn& c, const KnownValue* known);
 
 // One connection's executor: it parses a batch, walks its statements and keeps the catalogue in
 // step with what they create, change and drop.
@@ -161,7 +171,10 @@ private:
     // SessionDecimalTypes.cpp: the decimal types of a SELECT's computed items by their place (and the
     // decimal columns they turn into text, in mTextSources), and the type of one expression given
     // the declared types of the columns it reads.
-    QHash<int, SqlColumn> DecimalColumns(const SqlSelect& select);
+    QHash<int, SqlColumn> DecimalColumns(const SqlSelect& select, QHash<int, KnownValue>* values = nullptr);
+    // The date or time type of a SELECT item that SQLite can't trace to a column: a conversion to
+    // one, DATEADD of one (SessionResultValues.cpp).
+    static std::optional<SqlColumn> DateItemColumn(const SqlExpr& e);
     std::optional<SqlDecimal> DecimalTypeOf(const SqlExpr& e, const QHash<const SqlExpr*, SqlColumn>& columns,
                                             bool& integer);
 
@@ -409,6 +422,7 @@ private:
     std::weak_ptr<CursorState> mLastOpened;      // for @@CURSOR_ROWS
     QHash<QString, QString> mMergeTables;        // while MERGE's OUTPUT is read: name (lower) -> its rows
     QHash<int, SqlColumn> mKnownColumns;         // result types worked out for the next Query or StreamQuery
+    QHash<int, KnownValue> mKnownValues;         // and what is known of their values
     // The decimal columns that a SELECT's items turn into text (see DecimalTextSource), while that
     // SELECT is translated.
     QHash<const SqlExpr*, int> mTextSources;

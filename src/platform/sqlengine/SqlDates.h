@@ -45,6 +45,21 @@ int Fit(Kind kind, DateTimeValue* v);
 // "yyyy-MM-dd HH:mm:ss.zzz" for the rest.
 QString Stored(const DateTimeValue& v, Kind kind);
 
+// The fractional seconds that time(n), datetime2(n) and datetimeoffset(n) keep, from a type's
+// arguments as the conversions get them (either may be -1): 7 when none is given
+// (SqlDateScales.cpp).
+int FractionScale(qint64 length, qint64 scale);
+// v rounded to scale decimals of a second, carrying into the next day (time wraps to midnight).
+void RoundToScale(DateTimeValue* v, int scale);
+// The value as the database keeps one of the newer types: exactly scale decimals of a second
+// (none for 0), "HH:mm:ss.fffffff" for time, "yyyy-MM-dd HH:mm:ss.fffffff" for datetime2 and
+// datetimeoffset (whose offset is always +00:00 here and not kept).
+QString StoredScaled(const DateTimeValue& v, Kind kind, int scale);
+// The text the server gives for a value of the kind: the kept form, datetimeoffset with its offset.
+QString Shown(const DateTimeValue& v, Kind kind, int scale);
+// A kept time of day ("10:00:00", "10:00:00.1234567") read back; false when text is none.
+bool ReadStoredTime(const QString& text, qint64* nanos);
+
 // A value as the database keeps it read back; false when text is in no kept form.
 bool ReadStored(const QString& text, DateTimeValue* out);
 

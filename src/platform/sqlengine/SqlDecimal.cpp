@@ -598,7 +598,8 @@ SqlDecimal SqlDecimal::Divide(const SqlDecimal& a, const SqlDecimal& b) {
     // A numerator past 256 bits means a quotient past 38 digits: the divisor has at most 38.
     if (!MulPow10(n, up - common) || !MulPow10(d, a.mScale - common))
         throw Overflow(QStringLiteral("expression"), money ? *money : Kind::Decimal);
-    const U256 q = Quotient(n, d);
+    // A money quotient is cut to its four decimals: $2 / 3 is 0.6666.
+    const U256 q = Quotient(n, d, money.has_value());
     if (money)
         return MakeMoney(negative, q, 4, *money);
     return Make(negative, q, t.scale, t.precision, t.scale, Kind::Decimal);

@@ -2,6 +2,7 @@
 #include "SqlValueAccess.h"
 
 #include "Catalogue.h"
+#include "SqlDates.h"
 #include "SqlParser.h"
 #include "SqliteDb.h"
 
@@ -480,7 +481,7 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     if (argc > 6 && t->character &&
         SqlFunctions::DecimalText(ctx, name, length, style, sqlite3_value_int64(a[6]), v))
         return;
-    if (SqlFunctions::ConvertStyled(ctx, name, length, style, v))
+    if (SqlFunctions::ConvertStyled(ctx, name, length, style, v, SqlDates::FractionScale(length, scale)))
         return;
     auto typeText = [&]() -> const QString& { return name; };
     if (SqlFunctions::ConvertInteger(ctx, name, v))

@@ -29,7 +29,9 @@ void RegisterMisc(SqliteDb& db);
 // CONVERT to a date type, of a date to text in a style, and between binary and hexadecimal text in
 // styles 1 and 2: sets the result and gives true when the conversion is one of those, else false
 // and leaves ctx alone (SqlFunctionsDate.cpp; the binary ones in SqlFunctionsMisc.cpp).
-bool ConvertStyled(sqlite3_context* ctx, const QString& type, qint64 length, int style, sqlite3_value* v);
+// fractionScale: the decimals of a second that time, datetime2 and datetimeoffset keep.
+bool ConvertStyled(sqlite3_context* ctx, const QString& type, qint64 length, int style, sqlite3_value* v,
+                   int fractionScale = 7);
 bool ConvertBinaryStyle(sqlite3_context* ctx, const QString& type, int style, sqlite3_value* v);
 // A failure as the server reports it: the executor reads "TSQL<number>[.<state>]:<text>". Inside
 // TRY_CONVERT and TRY_CAST a failed conversion gives NULL instead, except 529.

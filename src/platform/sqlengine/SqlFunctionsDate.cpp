@@ -248,22 +248,76 @@ bool Add(Part part, qint64 n, DateTimeValue* v) {
     return v->date.isValid() && v->date.year() >= 1 && v->date.year() <= 9999;
 }
 
-void DateAddFn(sqlite3_context* ctx, int, sqlite3_value** a) {
+// The type of a kept value whose column's type the translation didn't know: its form tells.
+void KeptKind(sqlite3_value* v, Kind* kind, int* scale) {
+    *kind = Kind::DateTime;
+    *scale = 3;
+    if (sqlite3_value_type(v) != SQLITE_TEXT)
+        return;
+    const QString text = Text(v);
+    qint64 nanos = 0;
+    if (text.size() == 10 && text[4] == u'-') {
+        *kind = Kind::Date;
+    } else if (SqlDates::ReadStoredTime(text, &nanos)) {
+        *kind = Kind::Time;
+        *scale = int(std::max<qsizetype>(0, text.size() - 9));
+    } else if (text.size() >= 19 && text.size() <= 27 && text[4] == u'-' && text[10] == u' ' &&
+               text.size() != 20 && text.size() != 23) {
+        *kind = Kind::DateTime2;
+        *scale = int(std::max<qsizetype>(0, text.size() - 20));
+    }
+}
+
+// tsql_dateadd(part, n, value[, type, scale]): the result has the value's type. The translation
+// names it where it knows it ('*' for a column, whose kept form tells); text alone gives a datetime.
+void DateAddFn(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     const Part part = PartOf(Text(a[0]));
     if (part == Part::None || part == Part::TzOffset || part == Part::IsoWeek)
         return SqlFunctions::ResultError(
             ctx, 155, QStringLiteral("'%1' is not a recognized dateadd option.").arg(Text(a[0])));
     if (IsNull(a[1]) || IsNull(a[2]))
         return sqlite3_result_null(ctx);
+    Kind kind = Kind::DateTime;
+    int scale = 3;
+    if (argc > 3 && !IsNull(a[3])) {
+        const QString type = Text(a[3]);
+        if (type == QLatin1String("*"))
+            KeptKind(a[2], &kind, &scale);
+        else if (!SqlDates::KindOf(type, &kind))
+            kind = Kind::DateTime;
+        else if (argc > 4)
+            scale = SqlDates::FractionScale(-1, IsNull(a[4]) ? -1 : sqlite3_value_int64(a[4]));
+    }
+    const bool timeOfDay = part == Part::Hour || part == Part::Minute || part == Part::Second ||
+                           part == Part::Millisecond || part == Part::Microsecond || part == Part::Nanosecond;
+    if ((kind == Kind::Date && timeOfDay) || (kind == Kind::Time && !timeOfDay))
+        return SqlFunctions::ResultError(
+            ctx, 9810,
+            QStringLiteral("The datepart %1 is not supported by date function dateadd for data type %2.")
+                .arg(Text(a[0]).toLower(), QLatin1String(SqlDates::TypeName(kind))));
     DateTimeValue v;
     if (!DateArg(ctx, a[2], &v))
         return;
-    // The server gives a datetime for text; a date stays a date only where its type is known,
-    // which a kept value's text does not tell.
-    if (!Add(part, sqlite3_value_int64(a[1]), &v) || SqlDates::Fit(Kind::DateTime, &v) != 0)
-        return SqlFunctions::ResultError(
-            ctx, 517, QStringLiteral("Adding a value to a 'datetime' column caused an overflow."));
-    ResultText(ctx, SqlDates::Stored(v, Kind::DateTime));
+    const DateTimeValue before = v;
+    const bool added = Add(part, sqlite3_value_int64(a[1]), &v);
+    if (kind == Kind::Time && added) {
+        v.date = before.date; // a time of day wraps around midnight
+    }
+    const Kind fit = kind == Kind::DateTime || kind == Kind::SmallDateTime ? kind : Kind::DateTime2;
+    if (!added || SqlDates::Fit(fit, &v) != 0)
+        return SqlFunctions::ResultError(ctx, 517,
+                                         QStringLiteral("Adding a value to a '%1' column caused an overflow.")
+                                             .arg(QLatin1String(SqlDates::TypeName(kind))));
+    switch (kind) {
+    case Kind::DateTime2:
+    case Kind::DateTimeOffset:
+    case Kind::Time:
+        SqlDates::RoundToScale(&v, scale);
+        ResultText(ctx, SqlDates::StoredScaled(v, kind, scale));
+        return;
+    default:
+        ResultText(ctx, SqlDates::Stored(v, kind));
+    }
 }
 
 // DATETRUNC(part, value): the value cut to the start of its part. A kept date alone stays a date.
@@ -653,7 +707,8 @@ void ResultError(sqlite3_context* ctx, long number, const QString& text, int sta
     sqlite3_result_error(ctx, b.constData(), int(b.size()));
 }
 
-bool ConvertStyled(sqlite3_context* ctx, const QString& type, qint64 length, int style, sqlite3_value* v) {
+bool ConvertStyled(sqlite3_context* ctx, const QString& type, qint64 length, int style, sqlite3_value* v,
+                   int fractionScale) {
     if (ConvertBinaryStyle(ctx, type, style, v))
         return true;
     Kind kind = Kind::DateTime;
@@ -700,7 +755,12 @@ bool ConvertStyled(sqlite3_context* ctx, const QString& type, qint64 length, int
         } else {
             return false;
         }
-        ResultText(ctx, SqlDates::Stored(d, kind));
+        if (kind == Kind::DateTime2 || kind == Kind::DateTimeOffset || kind == Kind::Time) {
+            SqlDates::RoundToScale(&d, fractionScale);
+            ResultText(ctx, SqlDates::StoredScaled(d, kind, fractionScale));
+        } else {
+            ResultText(ctx, SqlDates::Stored(d, kind));
+        }
         return true;
     }
     // A kept date printed in a style; text that is no kept date is text, whatever the style.
@@ -742,6 +802,7 @@ void RegisterDates(SqliteDb& db) {
         {"tsql_datepart", 2, DatePartFn, true},
         {"tsql_datename", 2, DateNameFn, true},
         {"tsql_dateadd", 3, DateAddFn, true},
+        {"tsql_dateadd", 5, DateAddFn, true},
         {"tsql_datediff", 3, DateDiffFn, true},
         {"tsql_datediff_big", 3, DateDiffBigFn, true},
         {"tsql_datetrunc", 2, DateTruncFn, true},

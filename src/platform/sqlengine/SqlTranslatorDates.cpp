@@ -2,6 +2,7 @@
 #include "SqlTranslator.h"
 
 #include "ServerError.h"
+#include "SqlDates.h"
 
 namespace {
 
@@ -34,6 +35,46 @@ const Arity kArities[] = {
     {"CHAR", 1, 1},
     {"ASCII", 1, 1},
 };
+
+// What DATEADD is told of its value's type: the type of a conversion, '*' for a value whose kept
+// form tells (a column's, a date variable's, another function's), nothing for text, which the
+// server reads as a datetime.
+QString DateAddType(const SqlExpr& e, TranslatorContext& context) {
+    switch (e.kind) {
+    case SqlExpr::Kind::Cast: {
+        SqlDates::Kind kind = SqlDates::Kind::DateTime;
+        if (e.text.endsWith(QLatin1String("PARSE")) || !SqlDates::KindOf(e.type.name.toLower(), &kind))
+            return {};
+        const int scale =
+            SqlDates::FractionScale(e.type.length >= 0 ? e.type.length : e.type.precision, e.type.scale);
+        return QStringLiteral(", '%1', %2").arg(QLatin1String(SqlDates::TypeName(kind))).arg(scale);
+    }
+    case SqlExpr::Kind::Variable: {
+        const QString type = context.VariableType(e.text);
+        if (type == QLatin1String("smalldatetime") || type == QLatin1String("datetimeoffset"))
+            return QStringLiteral(", '%1', NULL").arg(type);
+        if (type == QLatin1String("date") || type == QLatin1String("time") ||
+            type == QLatin1String("datetime2"))
+            return QStringLiteral(", '*', NULL");
+        return {};
+    }
+    case SqlExpr::Kind::Column:
+        return QStringLiteral(", '*', NULL");
+    case SqlExpr::Kind::Function: {
+        static const QStringList dates = {
+            QStringLiteral("DATEADD"),          QStringLiteral("SYSDATETIME"),
+            QStringLiteral("SYSUTCDATETIME"),   QStringLiteral("GETDATE"),
+            QStringLiteral("GETUTCDATE"),       QStringLiteral("DATEFROMPARTS"),
+            QStringLiteral("EOMONTH"),          QStringLiteral("DATETIME2FROMPARTS"),
+            QStringLiteral("TIMEFROMPARTS"),    QStringLiteral("DATETRUNC"),
+            QStringLiteral("DATETIMEFROMPARTS")};
+        return e.parts.size() <= 1 && dates.contains(e.text.toUpper()) ? QStringLiteral(", '*', NULL")
+                                                                       : QString();
+    }
+    default:
+        return {};
+    }
+}
 
 } // namespace
 
@@ -86,8 +127,9 @@ QString SqlTranslator::DateFunction(const SqlExpr& e, const QString& f) {
                                     QStringLiteral("'%1' is not a recognized %2 option.")
                                         .arg(partName, reads ? QStringLiteral("datepart") : f.toLower()),
                                     true);
+        const QString typed = f == QLatin1String("DATEADD") ? DateAddType(*e.args[2], mContext) : QString();
         return QStringLiteral("tsql_%1(%2, ").arg(f.toLower(), Literal(partName)) +
-               call(QString(), 1).mid(1) + u')';
+               call(QString(), 1).mid(1) + typed + u')';
     }
     if (f == QLatin1String("YEAR") || f == QLatin1String("MONTH") || f == QLatin1String("DAY")) {
         need(1, 1);

@@ -3,6 +3,7 @@
 #include "TdsTokens.h"
 
 #include <QDateTime>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <cmath>
@@ -17,6 +18,9 @@ constexpr uint64_t kPlpNull = ~uint64_t(0);
 
 enum Wire : uint8_t {
     DateN = 0x28,
+    TimeN = 0x29,
+    DateTime2N = 0x2A,
+    DateTimeOffsetN = 0x2B,
     IntN = 0x26,
     BitN = 0x68,
     DecimalN = 0x6A,
@@ -109,6 +113,144 @@ std::optional<unsigned __int128> decimalMagnitude(double value, int scale, int p
     return static_cast<unsigned __int128>(scaled);
 }
 
+unsigned __int128 pow10(int n) {
+    unsigned __int128 p = 1;
+    for (int i = 0; i < n; ++i)
+        p *= 10;
+    return p;
+}
+
+// |value| x 10^scale from a decimal's text, exactly (past scale rounded half away from zero);
+// nullopt for text that is no plain number or has more than 38 digits.
+std::optional<unsigned __int128> textMagnitude(const QString& text, int scale, bool* negative) {
+    QStringView t = QStringView(text).trimmed();
+    *negative = t.startsWith(u'-');
+    if (*negative || t.startsWith(u'+'))
+        t = t.mid(1);
+    const qsizetype point = t.indexOf(u'.');
+    const QStringView whole = point < 0 ? t : t.left(point);
+    const QStringView fraction = point < 0 ? QStringView() : t.mid(point + 1);
+    if (whole.isEmpty() && fraction.isEmpty())
+        return std::nullopt;
+    unsigned __int128 m = 0;
+    int digits = 0;
+    const auto add = [&](QChar c) {
+        if (!c.isDigit() || c.unicode() > u'9')
+            return false;
+        if (m != 0 || c != u'0')
+            ++digits;
+        m = m * 10 + unsigned(c.unicode() - u'0');
+        return digits <= 38;
+    };
+    for (const QChar c : whole)
+        if (!add(c))
+            return std::nullopt;
+    for (qsizetype i = 0; i < scale; ++i)
+        if (!add(i < fraction.size() ? fraction[i] : QChar(u'0')))
+            return std::nullopt;
+    for (qsizetype i = scale; i < fraction.size(); ++i)
+        if (!fraction[i].isDigit())
+            return std::nullopt;
+    if (fraction.size() > scale && fraction[scale] >= u'5') {
+        ++m;
+        if (m >= pow10(38))
+            return std::nullopt;
+    }
+    return m;
+}
+
+// A decimal value as magnitude and sign at the scale, when it has no more than precision digits:
+// text exactly, a number through its double.
+std::optional<unsigned __int128> decimalOf(const QVariant& v, int scale, int precision, bool* negative) {
+    if (v.typeId() == QMetaType::QString) {
+        const std::optional<unsigned __int128> m = textMagnitude(v.toString(), scale, negative);
+        if (!m || *m >= pow10(precision))
+            return std::nullopt;
+        return m;
+    }
+    const std::optional<double> d = doubleOf(v);
+    if (!d)
+        return std::nullopt;
+    *negative = *d < 0;
+    return decimalMagnitude(*d, scale, precision);
+}
+
+// A money value in ten-thousandths: text exactly, a number through its double.
+std::optional<qlonglong> moneyUnits(const QVariant& v) {
+    if (v.typeId() == QMetaType::QString) {
+        bool negative = false;
+        const std::optional<unsigned __int128> m = textMagnitude(v.toString(), 4, &negative);
+        if (!m || *m > static_cast<unsigned __int128>(INT64_MAX))
+            return std::nullopt;
+        return negative ? -qlonglong(*m) : qlonglong(*m);
+    }
+    const std::optional<double> d = doubleOf(v);
+    if (!d || std::fabs(*d) >= 9.2e14)
+        return std::nullopt;
+    return std::llround(*d * 10000.0);
+}
+
+// A value of time, datetime2 or datetimeoffset: days since 0001-01-01, nanoseconds into the day
+// and the offset in minutes; from the engine's text or a Qt date.
+struct NewDate {
+    qint64 days = 0;
+    qint64 nanos = 0;
+    int offset = 0;
+};
+
+std::optional<NewDate> newDateOf(const QVariant& v) {
+    const QDate origin(1, 1, 1);
+    if (v.typeId() == QMetaType::QDateTime) {
+        const QDateTime t = v.toDateTime();
+        return NewDate{origin.daysTo(t.date()), qint64(t.time().msecsSinceStartOfDay()) * 1000000, 0};
+    }
+    if (v.typeId() == QMetaType::QDate)
+        return NewDate{origin.daysTo(v.toDate()), 0, 0};
+    if (v.typeId() != QMetaType::QString)
+        return std::nullopt;
+    static const QRegularExpression form(QStringLiteral(
+        "^(?:(\\d{4})-(\\d{2})-(\\d{2}))?[ T]?(?:(\\d{2}):(\\d{2}):(\\d{2})(?:\\.(\\d{1,9}))?)?"
+        "(?: ?([+-])(\\d{2}):(\\d{2}))?$"));
+    const QRegularExpressionMatch m = form.match(v.toString());
+    if (!m.hasMatch() || (m.capturedLength(1) == 0 && m.capturedLength(4) == 0))
+        return std::nullopt;
+    NewDate d;
+    if (m.capturedLength(1) > 0) {
+        const QDate date(m.captured(1).toInt(), m.captured(2).toInt(), m.captured(3).toInt());
+        if (!date.isValid() || date.year() < 1)
+            return std::nullopt;
+        d.days = origin.daysTo(date);
+    }
+    if (m.capturedLength(4) > 0) {
+        const int h = m.captured(4).toInt(), mi = m.captured(5).toInt(), sec = m.captured(6).toInt();
+        if (h > 23 || mi > 59 || sec > 59)
+            return std::nullopt;
+        const QString fraction = m.captured(7).leftJustified(9, u'0');
+        d.nanos = ((qint64(h) * 60 + mi) * 60 + sec) * 1000000000 + fraction.toLongLong();
+    }
+    if (m.capturedLength(8) > 0) {
+        const int minutes = m.captured(9).toInt() * 60 + m.captured(10).toInt();
+        d.offset = m.captured(8) == QLatin1String("-") ? -minutes : minutes;
+        // The value goes as UTC with its offset beside it.
+        d.nanos -= qint64(d.offset) * 60 * 1000000000;
+        while (d.nanos < 0) {
+            d.nanos += 86400LL * 1000000000;
+            --d.days;
+        }
+        while (d.nanos >= 86400LL * 1000000000) {
+            d.nanos -= 86400LL * 1000000000;
+            ++d.days;
+        }
+        if (d.days < 0)
+            return std::nullopt;
+    }
+    return d;
+}
+
+int timeBytes(int scale) {
+    return scale <= 2 ? 3 : scale <= 4 ? 4 : 5;
+}
+
 bool isAnsiText(const QString& text) {
     for (const QChar c : text)
         if (TdsRowSetEncoder::Cp1252(c) < 0)
@@ -150,12 +292,17 @@ bool TdsRowSetEncoder::fits(const ColumnPlan& plan, const QVariant& value) {
         return n && (*n == 0 || *n == 1);
     }
     case Kind::Float:
-    case Kind::Money:
         return doubleOf(value).has_value();
+    case Kind::Money:
+        return moneyUnits(value).has_value();
     case Kind::Decimal: {
-        const std::optional<double> d = doubleOf(value);
-        return d && decimalMagnitude(*d, plan.scale, plan.precision).has_value();
+        bool negative = false;
+        return decimalOf(value, plan.scale, plan.precision, &negative).has_value();
     }
+    case Kind::Time:
+    case Kind::DateTime2:
+    case Kind::DateTimeOffset:
+        return newDateOf(value).has_value();
     case Kind::DateTime:
     case Kind::SmallDateTime:
     case Kind::Date: {
@@ -195,16 +342,15 @@ void TdsRowSetEncoder::ColumnFacts::Observe(const QVariant& v) {
     }
     const std::optional<double> d = doubleOf(v);
     allDouble = allDouble && d.has_value();
-    if (d) {
+    if (d)
         largestMagnitude = std::max(largestMagnitude, std::fabs(*d));
-        fitsDeclaredDecimal = fitsDeclaredDecimal && decimalMagnitude(*d, decimalScale, decimalPrecision);
-        fitsWidestDecimal = fitsWidestDecimal && decimalMagnitude(*d, decimalScale, 38);
-    } else {
-        fitsDeclaredDecimal = fitsWidestDecimal = false;
-    }
+    bool negative = false;
+    fitsDeclaredDecimal = fitsDeclaredDecimal && decimalOf(v, decimalScale, decimalPrecision, &negative);
+    fitsWidestDecimal = fitsWidestDecimal && decimalOf(v, decimalScale, 38, &negative);
 
     // Dates are only looked for where the column holds dates: parsing every text is not free.
     if (wantDates) {
+        allNewDates = allNewDates && newDateOf(v).has_value();
         const std::optional<QDateTime> t = dateTimeOf(v);
         if (t && t->isValid()) {
             firstYear = std::min(firstYear, t->date().year());
@@ -245,7 +391,7 @@ TdsRowSetEncoder::ColumnFacts TdsRowSetEncoder::FactsFor(const SqlColumn& column
     facts.decimalPrecision = column.precision >= 1 && column.precision <= 38 ? column.precision : 18;
     facts.decimalScale = std::clamp(column.scale, 0, facts.decimalPrecision);
     const int t = column.typeId;
-    facts.wantDates = t == 40 || t == 58 || t == 61 || t <= 0 || t == 98;
+    facts.wantDates = t == 40 || t == 41 || t == 42 || t == 43 || t == 58 || t == 61 || t <= 0 || t == 98;
     return facts;
 }
 
@@ -318,6 +464,7 @@ TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::Plan(const SqlColumn& column, con
     case 122:
         if (!facts.allDouble || facts.largestMagnitude >= 9.2e14)
             break;
+        // Money text is exact; its double only says how wide the type must be.
         plan.kind = Kind::Money;
         plan.wireType = MoneyN;
         plan.size = type == 122 && facts.largestMagnitude < 214748.3647 ? 4 : 8;
@@ -356,6 +503,18 @@ TdsRowSetEncoder::ColumnPlan TdsRowSetEncoder::Plan(const SqlColumn& column, con
         plan.kind = Kind::DateTime;
         plan.wireType = DateTimeN;
         plan.size = 8;
+        return plan;
+    }
+    case 41:
+    case 42:
+    case 43: {
+        // A client before 7.3 knows none of these: it gets the server's text, as from the server.
+        if (mTdsVersion < Tds::kVersion73 || !(none || facts.allNewDates))
+            break;
+        plan.kind = type == 41 ? Kind::Time : type == 42 ? Kind::DateTime2 : Kind::DateTimeOffset;
+        plan.wireType = type == 41 ? TimeN : type == 42 ? DateTime2N : DateTimeOffsetN;
+        plan.scale = std::clamp(column.scale, 0, 7);
+        plan.size = timeBytes(plan.scale) + (type == 41 ? 0 : type == 42 ? 3 : 5);
         return plan;
     }
     case 34:
@@ -424,6 +583,11 @@ void TdsRowSetEncoder::WriteMetadata(TdsWriter& out, const QList<SqlColumn>& col
         out.U8(p.wireType);
         switch (p.kind) {
         case Kind::Date:
+            break;
+        case Kind::Time:
+        case Kind::DateTime2:
+        case Kind::DateTimeOffset:
+            out.U8(uint8_t(p.scale));
             break;
         case Kind::Decimal:
             out.U8(uint8_t(p.size));
@@ -524,7 +688,7 @@ void TdsRowSetEncoder::writeValue(TdsWriter& out, const ColumnPlan& plan, const 
         return;
     }
     case Kind::Money: {
-        const long long units = std::llround(*doubleOf(value) * 10000.0);
+        const long long units = *moneyUnits(value);
         out.U8(uint8_t(plan.size));
         if (plan.size == 4) {
             out.U32(uint32_t(int32_t(units)));
@@ -535,10 +699,10 @@ void TdsRowSetEncoder::writeValue(TdsWriter& out, const ColumnPlan& plan, const 
         return;
     }
     case Kind::Decimal: {
-        const double d = *doubleOf(value);
-        unsigned __int128 magnitude = *decimalMagnitude(d, plan.scale, plan.precision);
+        bool negative = false;
+        unsigned __int128 magnitude = *decimalOf(value, plan.scale, plan.precision, &negative);
         out.U8(uint8_t(plan.size));
-        out.U8(d < 0 && magnitude != 0 ? 0 : 1);
+        out.U8(negative && magnitude != 0 ? 0 : 1);
         for (int i = 1; i < plan.size; ++i) {
             out.U8(uint8_t(magnitude & 0xff));
             magnitude >>= 8;
@@ -570,6 +734,24 @@ void TdsRowSetEncoder::writeValue(TdsWriter& out, const ColumnPlan& plan, const 
         out.U8(4);
         out.U16(uint16_t(days));
         out.U16(uint16_t(minutes));
+        return;
+    }
+    case Kind::Time:
+    case Kind::DateTime2:
+    case Kind::DateTimeOffset: {
+        const NewDate d = *newDateOf(value);
+        const int bytes = timeBytes(plan.scale);
+        uint64_t units = uint64_t(d.nanos);
+        for (int i = plan.scale; i < 9; ++i)
+            units /= 10;
+        out.U8(uint8_t(plan.size));
+        for (int i = 0; i < bytes; ++i)
+            out.U8(uint8_t(units >> (8 * i)));
+        if (plan.kind != Kind::Time)
+            for (int i = 0; i < 3; ++i)
+                out.U8(uint8_t(uint64_t(d.days) >> (8 * i)));
+        if (plan.kind == Kind::DateTimeOffset)
+            out.U16(uint16_t(int16_t(d.offset)));
         return;
     }
     case Kind::Date: {

@@ -8,13 +8,29 @@
 
 // Writes one row set as COLMETADATA and ROW tokens. Each column goes out in the simplest wire type
 // that carries its server type and every one of its values: integers as INTN of the width they
-// need, bit, float, money, decimal, datetime and date in their own nullable types, character data
+// need, bit, float, money, decimal (exactly, from the engine's text), datetime, date, time, datetime2
+// and datetimeoffset (the last four from 7.3 on) in their own nullable types, character data
 // as NVARCHAR (or VARCHAR when every value has a Latin-1 code), binaries as VARBINARY, and the
 // long forms for values beyond 8000 bytes. A column whose values don't fit its declared type (the
 // engine keeps what SQLite stored) goes out as text, so that nothing is ever lost on the way.
 class TdsRowSetEncoder {
 public:
-    enum class Kind { Int, Bit, Float, Money, Decimal, DateTime, SmallDateTime, Date, Ansi, Unicode, Binary };
+    enum class Kind {
+        Int,
+        Bit,
+        Float,
+        Money,
+        Decimal,
+        DateTime,
+        SmallDateTime,
+        Date,
+        Time,
+        DateTime2,
+        DateTimeOffset,
+        Ansi,
+        Unicode,
+        Binary
+    };
 
     struct ColumnPlan {
         Kind kind = Kind::Unicode;
@@ -22,7 +38,7 @@ public:
         int size = 0;      // bytes of a fixed value, or the declared maximum of a variable one
         bool max = false;  // sent in chunks: varchar(max), nvarchar(max), varbinary(max)
         int precision = 0; // Decimal
-        int scale = 0;
+        int scale = 0;     // Decimal; Time, DateTime2, DateTimeOffset: decimals of a second
     };
 
     // Dates without time have a type of their own from 7.3 on.
@@ -42,6 +58,7 @@ public:
         int decimalPrecision = 18, decimalScale = 0;
         bool fitsDeclaredDecimal = true, fitsWidestDecimal = true;
         bool wantDates = false;
+        bool allNewDates = true; // time, datetime2 and datetimeoffset values in a form they are read from
         int firstYear = 1 << 30, lastYear = -(1 << 30);
         qsizetype shortestBinary = kNoLength, longestBinary = 0;
         qsizetype shortestText = kNoLength, longestText = 0; // characters of the value as text
