@@ -595,6 +595,8 @@ void SessionState::Declare(const SqlParam& p, const QVariant& value, int line, c
                 .arg(p.name),
             true);
     const SqlTypeSpec type = ResolveType(p.type);
+    if (!Catalogue::FindType(type.name) && DeclareTypedTable(p, by))
+        return;
     if (!Catalogue::FindType(type.name))
         throw ServerError::Make(
             2715, 16,
