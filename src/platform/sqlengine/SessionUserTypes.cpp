@@ -184,7 +184,7 @@ QString SessionState::TableArgument(const SqlParam& p, const SqlExpr* value) {
             from = QStringLiteral("numeric");
         throw TypeClash(from, type->name);
     }
-    const QString table = u'#' + value->text + TempSuffix();
+    QString table = u'#' + value->text + TempSuffix();
     if (const SqlStatementP passed = Top().typedTables.value(table)) {
         if (passed->name.compare(type->name, Qt::CaseInsensitive) != 0)
             throw TypeClash(passed->name, type->name);
