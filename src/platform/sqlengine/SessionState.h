@@ -224,6 +224,9 @@ private:
     QString TableArgument(const SqlParam& p, const SqlExpr* value);
     // A table-valued parameter in the frame on top, with the rows of the table passed to it.
     void BindTableParameter(const SqlParam& p, const QString& source);
+    // While an inline function's query is translated, its table-valued parameter reads the table
+    // passed to it (mPassedTables).
+    void PassTable(const SqlParam& p, const SqlExpr* value);
     // A module's table-valued parameters: READONLY, and never changed by its body.
     void CheckTableParameters(const SqlStatement& module);
     // The columns of a new table or parameters of a module written with user types show those
@@ -413,5 +416,6 @@ private:
     // The decimal columns that a SELECT's items turn into text (see DecimalTextSource), while that
     // SELECT is translated.
     QHash<const SqlExpr*, int> mTextSources;
-    bool mInsertExec = false; // an INSERT ... EXEC runs
+    bool mInsertExec = false;              // an INSERT ... EXEC runs
+    QHash<QString, QString> mPassedTables; // a table-valued parameter's table -> the one it reads
 };

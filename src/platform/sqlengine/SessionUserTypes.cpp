@@ -220,6 +220,33 @@ void SessionState::BindTableParameter(const SqlParam& p, const QString& source) 
                       .arg(from.id));
 }
 
+void SessionState::PassTable(const SqlParam& p, const SqlExpr* value) {
+    const QString table = u'#' + p.name + TempSuffix();
+    QString source;
+    if (value && value->kind == SqlExpr::Kind::Variable && mPassedTables.contains(value->text))
+        source = mPassedTables.value(value->text); // a parameter of the function that passes it on
+    else
+        source = TableArgument(p, value);
+    if (source.isEmpty()) {
+        // Left out: an empty table of the type, made in the frame on top like a DECLARE.
+        const SqlStatementP made = TableTypeDefinition(p.type);
+        if (!made)
+            return;
+        source = u'#' + p.name + QStringLiteral("~") + TempSuffix();
+        if (!Top().typedTables.contains(source)) {
+            made->target = QStringList{source};
+            Top().typedTables.insert(source, made);
+            CreateTable(*made);
+        }
+    }
+    // The function's query names the parameter as written or as a table variable's table.
+    mPassedTables.insert(p.name, source);
+    if (source == table)
+        mPassedTables.remove(table);
+    else
+        mPassedTables.insert(table, source);
+}
+
 void SessionState::CheckTableParameters(const SqlStatement& module) {
     QStringList readOnly;
     for (const SqlParam& p : module.params) {
