@@ -778,7 +778,8 @@ void SessionState::RunSelect(const SqlStatement& s) {
 SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTranslator& translator) {
     const QStringList& parts = ref.name;
     // A table-valued parameter of an inline function reads the caller's table.
-    const auto passed = parts.size() == 1 ? mPassedTables.constFind(parts.last()) : mPassedTables.cend();
+    const auto passed =
+        parts.size() == 1 ? mPassedTables.constFind(parts.last().toLower()) : mPassedTables.cend();
     const QString name = passed != mPassedTables.cend() ? *passed : parts.last();
     const QString owner = parts.size() >= 2 ? parts[parts.size() - 2] : QString();
     const QString dbName = parts.size() >= 3 ? parts[parts.size() - 3] : QString();

@@ -96,8 +96,8 @@ private:
         QHash<QString, Var> vars;
         QStringList temporaries;                            // tables that go when the frame ends
         QHash<QString, const SqlStatement*> tableVariables; // name -> its DECLARE, to make it again
-        // A table variable of a table type (and a table-valued parameter): its table as made, whose
-        // name is the type's
+        // A table variable of a table type (and a table-valued parameter), by its table's name in
+        // lower case: its table as made, whose name is the type's
         QHash<QString, SqlStatementP> typedTables;
         QString procedure;
         QVariant returnValue;
@@ -417,5 +417,5 @@ private:
     // SELECT is translated.
     QHash<const SqlExpr*, int> mTextSources;
     bool mInsertExec = false;              // an INSERT ... EXEC runs
-    QHash<QString, QString> mPassedTables; // a table-valued parameter's table -> the one it reads
+    QHash<QString, QString> mPassedTables; // a table-valued parameter (lower case) -> the table it reads
 };

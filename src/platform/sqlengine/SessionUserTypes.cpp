@@ -154,7 +154,7 @@ SqlStatementP SessionState::TableTypeDefinition(const SqlTypeSpec& type) {
 bool SessionState::DeclareTypedTable(const SqlParam& p, const SqlStatement* by) {
     Q_UNUSED(by);
     const QString table = u'#' + p.name + TempSuffix();
-    if (const SqlStatementP made = Top().typedTables.value(table)) {
+    if (const SqlStatementP made = Top().typedTables.value(table.toLower())) {
         // The DECLARE run again (in a loop): the table stays as it is.
         CreateTable(*made);
         return true;
@@ -163,7 +163,7 @@ bool SessionState::DeclareTypedTable(const SqlParam& p, const SqlStatement* by) 
     if (!made)
         return false;
     made->target = QStringList{table};
-    Top().typedTables.insert(table, made);
+    Top().typedTables.insert(table.toLower(), made);
     CreateTable(*made);
     return true;
 }
@@ -185,7 +185,7 @@ QString SessionState::TableArgument(const SqlParam& p, const SqlExpr* value) {
         throw TypeClash(from, type->name);
     }
     QString table = u'#' + value->text + TempSuffix();
-    if (const SqlStatementP passed = Top().typedTables.value(table)) {
+    if (const SqlStatementP passed = Top().typedTables.value(table.toLower())) {
         if (passed->name.compare(type->name, Qt::CaseInsensitive) != 0)
             throw TypeClash(passed->name, type->name);
         return table;
@@ -206,8 +206,8 @@ void SessionState::BindTableParameter(const SqlParam& p, const QString& source) 
             2715, 16,
             QStringLiteral("Column, parameter, or variable #1: Cannot find data type %1.").arg(p.type.name));
     made->target = QStringList{table};
-    Top().typedTables.insert(table, made);
-    if (source == table)
+    Top().typedTables.insert(table.toLower(), made);
+    if (source.compare(table, Qt::CaseInsensitive) == 0)
         return; // the caller's own table, which the procedure can only read
     CreateTable(*made);
     if (source.isEmpty())
@@ -223,8 +223,8 @@ void SessionState::BindTableParameter(const SqlParam& p, const QString& source) 
 void SessionState::PassTable(const SqlParam& p, const SqlExpr* value) {
     const QString table = u'#' + p.name + TempSuffix();
     QString source;
-    if (value && value->kind == SqlExpr::Kind::Variable && mPassedTables.contains(value->text))
-        source = mPassedTables.value(value->text); // a parameter of the function that passes it on
+    if (value && value->kind == SqlExpr::Kind::Variable && mPassedTables.contains(value->text.toLower()))
+        source = mPassedTables.value(value->text.toLower()); // a parameter of the function that passes it on
     else
         source = TableArgument(p, value);
     if (source.isEmpty()) {
@@ -233,18 +233,18 @@ void SessionState::PassTable(const SqlParam& p, const SqlExpr* value) {
         if (!made)
             return;
         source = u'#' + p.name + QStringLiteral("~") + TempSuffix();
-        if (!Top().typedTables.contains(source)) {
+        if (!Top().typedTables.contains(source.toLower())) {
             made->target = QStringList{source};
-            Top().typedTables.insert(source, made);
+            Top().typedTables.insert(source.toLower(), made);
             CreateTable(*made);
         }
     }
     // The function's query names the parameter as written or as a table variable's table.
-    mPassedTables.insert(p.name, source);
-    if (source == table)
-        mPassedTables.remove(table);
+    mPassedTables.insert(p.name.toLower(), source);
+    if (source.compare(table, Qt::CaseInsensitive) == 0)
+        mPassedTables.remove(table.toLower());
     else
-        mPassedTables.insert(table, source);
+        mPassedTables.insert(table.toLower(), source);
 }
 
 void SessionState::CheckTableParameters(const SqlStatement& module) {
