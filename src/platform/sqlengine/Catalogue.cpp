@@ -369,6 +369,36 @@ bool IsCatalogueTable(const QString& name) {
     return names.contains(name.toLower());
 }
 
+// Temporary tables and table variables are tables of the database under names that begin with '#';
+// on the server they belong to tempdb, so what a client reads of a database's catalogue leaves them
+// out, with the constraints that hang on them, and what it reads of tempdb's holds only them.
+QString VisibleTable(const QString& schema, const QString& name, bool tempdb) {
+    const QString temporaries =
+        QStringLiteral("SELECT id FROM \"%1\".sysobjects WHERE substr(name, 1, 1) = '#'").arg(schema);
+    const QString n = name.toLower();
+    if (n == QLatin1String("sysobjects"))
+        return QString::fromLatin1(
+                   tempdb ? "(SELECT * FROM \"%1\".sysobjects WHERE substr(name, 1, 1) = '#' OR "
+                            "parent_obj IN (%2))"
+                          : "(SELECT * FROM \"%1\".sysobjects WHERE substr(name, 1, 1) <> '#' AND "
+                            "parent_obj NOT IN (%2))")
+            .arg(schema, temporaries);
+    if (n == QLatin1String("syscolumns"))
+        return QString::fromLatin1(tempdb ? "(SELECT * FROM \"%1\".syscolumns WHERE id IN (%2))"
+                                          : "(SELECT * FROM \"%1\".syscolumns WHERE id NOT IN (%2))")
+            .arg(schema, temporaries);
+    return QStringLiteral("\"%1\".%2").arg(schema, n);
+}
+
+QString HideTemporaries(QString view, const QString& schema, bool tempdb) {
+    for (const char* table : {"sysobjects", "syscolumns"}) {
+        const QString name = QLatin1String(table);
+        view.replace(QStringLiteral("\"%1\".%2 ").arg(schema, name),
+                     VisibleTable(schema, name, tempdb) + u' ');
+    }
+    return view;
+}
+
 bool IsMasterTable(const QString& name) {
     return name.compare(QLatin1String("syslogins"), Qt::CaseInsensitive) == 0 ||
            name.compare(QLatin1String("sysdatabases"), Qt::CaseInsensitive) == 0;

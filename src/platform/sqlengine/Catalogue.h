@@ -62,6 +62,11 @@ bool IsCatalogueTable(const QString& name);
 QString SystemView(const QString& owner, const QString& name, const QString& schema,
                    const QString& masterSchema, const QString& database);
 bool IsMasterTable(const QString& name);
+// What a client's query reads for a compatibility table of the database in `schema`, and a view's
+// query with the same done to the tables it reads: the temporary tables of the sessions left out,
+// or for tempdb's catalogue, those alone.
+QString VisibleTable(const QString& schema, const QString& name, bool tempdb);
+QString HideTemporaries(QString view, const QString& schema, bool tempdb);
 
 // schema: the SQLite schema name the database is attached under ("main", "master", ...).
 CatalogueObject FindObject(SqliteDb& db, const QString& schema, const QString& name, const QString& owner,

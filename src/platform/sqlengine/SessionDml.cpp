@@ -35,11 +35,27 @@ QString Stored(const TableColumn& c, const QString& sql) {
     return QStringLiteral("tsql_convert('%1', %2, %3, %4)").arg(c.type).arg(length).arg(c.scale).arg(sql);
 }
 
+namespace {
+// Exact numbers and integers must fit their column; other values are taken as the query gives them.
+bool Checked(const QString& type) {
+    return type == QLatin1String("decimal") || type == QLatin1String("numeric") ||
+           type == QLatin1String("money") || type == QLatin1String("smallmoney") ||
+           type == QLatin1String("tinyint") || type == QLatin1String("smallint") ||
+           type == QLatin1String("int") || type == QLatin1String("bigint");
+}
+} // namespace
+
+QHash<QString, QString> ColumnTypes(const QList<TableColumn>& columns) {
+    QHash<QString, QString> types;
+    for (const TableColumn& c : columns)
+        types.insert(c.name.toLower(), c.type);
+    return types;
+}
+
 QString StoredRows(const QList<TableColumn>& columns, const QString& select) {
     bool exact = false;
     for (const TableColumn& c : columns)
-        exact = exact || c.type == QLatin1String("decimal") || c.type == QLatin1String("numeric") ||
-                c.type == QLatin1String("money") || c.type == QLatin1String("smallmoney");
+        exact = exact || Checked(c.type);
     if (!exact)
         return select;
     // The rows' columns get names of our own from a first SELECT that gives no row, so that each
@@ -49,14 +65,22 @@ QString StoredRows(const QList<TableColumn>& columns, const QString& select) {
     for (int i = 0; i < columns.size(); ++i) {
         const QString name = QStringLiteral("\"tsql_c%1\"").arg(i);
         names.append(QStringLiteral("NULL AS ") + name);
-        const QString& type = columns[i].type;
-        values.append(type == QLatin1String("decimal") || type == QLatin1String("numeric") ||
-                              type == QLatin1String("money") || type == QLatin1String("smallmoney")
-                          ? Stored(columns[i], name)
-                          : name);
+        values.append(Checked(columns[i].type) ? Stored(columns[i], name) : name);
     }
     return QStringLiteral("SELECT %1 FROM (SELECT %2 WHERE 0 UNION ALL SELECT * FROM (%3))")
         .arg(values.join(QStringLiteral(", ")), names.join(QStringLiteral(", ")), select);
+}
+
+ServerError ValuesMismatch(qsizetype values, qsizetype columns) {
+    const QString sides = values > columns
+                              ? QStringLiteral("fewer columns in the INSERT statement than values")
+                              : QStringLiteral("more columns in the INSERT statement than values");
+    return ServerError::Make(values > columns ? 110 : 109, 15,
+                             QStringLiteral("There are %1 specified in the VALUES clause. The number of "
+                                            "values in the VALUES clause must match the number of "
+                                            "columns specified in the INSERT statement.")
+                                 .arg(sides),
+                             true);
 }
 
 } // namespace dml
@@ -226,18 +250,7 @@ void SessionState::RunInsert(const SqlStatement& s) {
             for (int r = 0; r < s.values.size(); ++r) {
                 const QList<SqlExprP>& row = s.values[r];
                 if (row.size() != targets.size())
-                    throw ServerError::Make(
-                        row.size() > targets.size() ? 110 : 109, 15,
-                        row.size() > targets.size()
-                            ? QStringLiteral("There are fewer columns in the INSERT statement than "
-                                             "values specified in the VALUES clause. The number of "
-                                             "values in the VALUES clause must match the number of "
-                                             "columns specified in the INSERT statement.")
-                            : QStringLiteral("There are more columns in the INSERT statement than "
-                                             "values specified in the VALUES clause. The number of "
-                                             "values in the VALUES clause must match the number of "
-                                             "columns specified in the INSERT statement."),
-                        true);
+                    throw dml::ValuesMismatch(row.size(), targets.size());
                 QStringList values;
                 for (int k = 0; k < row.size(); ++k) {
                     values.append(row[k] ? Stored(targetColumns[k], t.Expr(*row[k]))
@@ -267,6 +280,7 @@ void SessionState::RunUpdate(const SqlStatement& s) {
     const QList<TableColumn> columns = Columns(*mDb, table.id);
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
+    t.NoteTable(s.target.last(), dml::ColumnTypes(columns));
     const QString with = s.select ? t.WithClause(*s.select) : QString();
     QList<QPair<QString, SqlExprP>> sets;
     QList<TableColumn> setColumns;
@@ -354,6 +368,7 @@ void SessionState::RunDelete(const SqlStatement& s) {
     mDmlStatement = &s;
     const QString physical = QStringLiteral("\"main\".\"T%1\"").arg(table.id);
     SqlTranslator t(*this);
+    t.NoteTable(s.target.last(), dml::ColumnTypes(Columns(*mDb, table.id)));
     const QString with = s.select ? t.WithClause(*s.select) : QString();
     QString sql;
     if (s.from.isEmpty() && !s.top) {

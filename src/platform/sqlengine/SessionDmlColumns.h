@@ -1,7 +1,9 @@
 #pragma once
 
+#include "ServerError.h"
 #include "SqliteDb.h"
 
+#include <QHash>
 #include <QList>
 #include <QString>
 
@@ -19,6 +21,9 @@ struct TableColumn {
 // The columns of table id, in order.
 QList<TableColumn> Columns(SqliteDb& db, int id);
 
+// The columns' types by lower case name, for the translator's typing of their arithmetic.
+QHash<QString, QString> ColumnTypes(const QList<TableColumn>& columns);
+
 // The SQLite text of a value stored into column c: sql converted to the column's type.
 QString Stored(const TableColumn& c, const QString& sql);
 
@@ -28,5 +33,8 @@ QString StoredRows(const QList<TableColumn>& columns, const QString& select);
 
 // The SQLite text of the DEFAULT of a column of table id: NULL when it has none.
 QString ColumnDefault(SqliteDb& db, int tableId, const QString& column);
+
+// 109 / 110: a row of VALUES with more or fewer values than the INSERT names columns.
+ServerError ValuesMismatch(qsizetype values, qsizetype columns);
 
 } // namespace dml

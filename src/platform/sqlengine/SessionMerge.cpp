@@ -14,11 +14,6 @@ QString TempName(const char* kind, int level) {
     return QStringLiteral("temp.\"tsql_merge_%1_%2\"").arg(QLatin1String(kind)).arg(level);
 }
 
-// Where inserted and deleted are read from at a nesting depth (as SessionTriggers.cpp names them).
-QString SnapshotName(const char* kind, int depth) {
-    return QStringLiteral("temp.\"tsql_%1_%2\"").arg(QLatin1String(kind)).arg(depth);
-}
-
 QString Marks(qsizetype n) {
     QStringList marks;
     for (qsizetype i = 0; i < n; ++i)
@@ -176,19 +171,11 @@ void SessionState::RunMerge(const SqlStatement& s) {
              t.Params(), merge);
     }
 
-    // The statement changes everything or nothing; with its triggers it is one transaction.
-    const bool implicit = mTranCount == 0;
-    if (implicit) {
-        mDb->Exec(QStringLiteral("BEGIN"));
-        mTranCount = 1;
-        mTranName.clear();
-        mSavepoints.clear();
-        mDoomed = false;
-    }
     long long total = 0;
     QList<ActionRows> done;
     QStringList updated;
-    try {
+    // The statement changes everything or nothing; with its triggers it is one transaction.
+    InStatementTransaction([&] {
         mDb->Exec(QStringLiteral("SAVEPOINT tsql_merge"));
         try {
             if (!matchedClauses.isEmpty() &&
@@ -232,15 +219,7 @@ void SessionState::RunMerge(const SqlStatement& s) {
                     if (!clause.defaultValues) {
                         const QList<SqlExprP>& row = clause.values.first();
                         if (row.size() != targets.size())
-                            throw ServerError::Make(
-                                row.size() > targets.size() ? 110 : 109, 15,
-                                QStringLiteral("There are %1 columns in the INSERT statement than values "
-                                               "specified in the VALUES clause. The number of values in the "
-                                               "VALUES clause must match the number of columns specified in "
-                                               "the INSERT statement.")
-                                    .arg(row.size() > targets.size() ? QStringLiteral("fewer")
-                                                                     : QStringLiteral("more")),
-                                true);
+                            throw dml::ValuesMismatch(row.size(), targets.size());
                         for (int c = 0; c < row.size(); ++c) {
                             if (!row[c])
                                 continue; // DEFAULT: the column's default
@@ -371,7 +350,7 @@ void SessionState::RunMerge(const SqlStatement& s) {
         // the rows there are (for triggers)
         const auto snapshot = [&](const QStringList& of, bool aligned) {
             for (const char* kind : {"inserted", "deleted"}) {
-                const QString name = SnapshotName(kind, run.depth);
+                const QString name = TriggerSnapshot(kind, run.depth);
                 mDb->Exec(QStringLiteral("DROP TABLE IF EXISTS ") + name);
                 mDb->Exec(QStringLiteral("CREATE TABLE %1 AS SELECT * FROM %2 WHERE 0").arg(name, physical));
             }
@@ -385,11 +364,11 @@ void SessionState::RunMerge(const SqlStatement& s) {
                 for (qsizetype r = 0; r < a.inserted.size(); ++r) {
                     if (aligned || a.verb != QLatin1String("DELETE"))
                         mDb->Exec(QStringLiteral("INSERT INTO %1 VALUES (%2)")
-                                      .arg(SnapshotName("inserted", run.depth), marks),
+                                      .arg(TriggerSnapshot("inserted", run.depth), marks),
                                   a.inserted[r]);
                     if (aligned || a.verb != QLatin1String("INSERT"))
                         mDb->Exec(QStringLiteral("INSERT INTO %1 VALUES (%2)")
-                                      .arg(SnapshotName("deleted", run.depth), marks),
+                                      .arg(TriggerSnapshot("deleted", run.depth), marks),
                                   a.deleted.value(r));
                     mDb->Exec(QStringLiteral("INSERT INTO %1 VALUES (?, ?)").arg(actions),
                               {a.verb, a.sourceRows.value(r)});
@@ -412,27 +391,9 @@ void SessionState::RunMerge(const SqlStatement& s) {
             if (verb == QLatin1String("INSERT"))
                 for (const QString& c : run.columns)
                     run.updatedColumns.append(c.toLower());
-            const long long n = snapshot({verb}, false);
-            for (const Module& trigger : fired) {
-                run.triggerId = trigger.id;
-                mRowCount = n;
-                FireTrigger(trigger, table, run);
-                if (mTranCount == 0)
-                    throw ServerError::Make(
-                        3609, 16,
-                        QStringLiteral("The transaction ended in the trigger. The batch has been aborted."),
-                        true);
-            }
+            FireTriggers(fired, table, run, snapshot({verb}, false));
         }
-    } catch (...) {
-        if (implicit && mTranCount > 0)
-            RollbackAll();
-        throw;
-    }
-    if (implicit && mTranCount == 1) {
-        mDb->Exec(QStringLiteral("COMMIT"));
-        mTranCount = 0;
-    }
+    });
     EmitCount(total);
 }
 
@@ -500,20 +461,7 @@ void SessionState::RunMergeOutput(const SqlStatement& s, const TriggerRun& run, 
             s.mNoCount = noCount;
         }
     } leave{*this, noCount, outer};
-    if (s.outputInto.isEmpty()) {
-        SqlTranslator t(*this);
-        const QString sql = t.Select(*select);
-        Put(SqlResult::Rows(Query(sql, t.Params())));
-        return;
-    }
-    SqlStatement insert;
-    insert.kind = SqlStatement::Kind::Insert;
-    insert.line = s.line;
-    insert.target = s.outputInto;
-    insert.columns = s.outputColumns;
-    insert.select = select;
-    mNoCount = true; // the rows OUTPUT INTO adds are not counted apart
-    RunInsert(insert);
+    DeliverOutput(s, select);
 }
 
 QStringList SessionState::QueryColumns(const QString& sql) {

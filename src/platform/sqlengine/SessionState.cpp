@@ -487,6 +487,8 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
             Declare(d.first, d.second ? Evaluate(*d.second) : QVariant(), s.line, &s, d.second != nullptr);
         return Flow::Normal;
     case K::SetVariable: {
+        if (AssignCursor(s))
+            return Flow::Normal;
         QVariant v = Evaluate(*s.condition);
         if (s.assignOp != QLatin1String("=")) {
             auto b = std::make_shared<SqlExpr>();
@@ -594,6 +596,10 @@ void SessionState::Declare(const SqlParam& p, const QVariant& value, int line, c
                            "be unique within a query batch or stored procedure.")
                 .arg(p.name),
             true);
+    if (p.type.name == QLatin1String("cursor")) {
+        Top().vars.insert(key, Var{p.type, QVariant(), by, nullptr});
+        return;
+    }
     const SqlTypeSpec type = ResolveType(p.type);
     if (!Catalogue::FindType(type.name) && DeclareTypedTable(p, by))
         return;
@@ -605,7 +611,7 @@ void SessionState::Declare(const SqlParam& p, const QVariant& value, int line, c
                 .arg(p.type.name),
             true);
     Q_UNUSED(line);
-    Top().vars.insert(key, Var{type, Convert(value, type), by});
+    Top().vars.insert(key, Var{type, Convert(value, type), by, nullptr});
 }
 
 void SessionState::Assign(const QString& name, const QVariant& value, int) {
@@ -664,8 +670,12 @@ QVariant SessionState::Global(const QString& name) {
         return XactState();
     if (n == QLatin1String("@@FETCH_STATUS"))
         return mFetchStatus;
+    if (n.startsWith(QLatin1String("CURSOR_STATUS\n"))) {
+        const QStringList args = name.split(u'\n');
+        return CursorStatus(args.value(1), args.value(2));
+    }
     if (n == QLatin1String("@@CURSOR_ROWS"))
-        return mCursorRows;
+        return CursorRows();
     if (n == QLatin1String("COLUMNS_UPDATED") || n.startsWith(QLatin1String("UPDATE(")))
         return TriggerFunction(n);
     if (n == QLatin1String("@@NESTLEVEL"))
@@ -788,7 +798,9 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
         throw ServerError::Unsupported(QStringLiteral("table variables"));
     if (Table t; parts.size() == 1 && TriggerTable(name, t))
         return t;
-    const QString schema = SchemaFor(dbName, ref.line);
+    // tempdb's catalogue is that of the temporary tables, which live in the current database.
+    const bool tempdb = dbName.compare(QLatin1String("tempdb"), Qt::CaseInsensitive) == 0;
+    const QString schema = tempdb ? Schema() : SchemaFor(dbName, ref.line);
     if (schema.isEmpty())
         throw ServerError::InvalidObject(written);
     const bool isMasterSchema = schema == MasterSchema();
@@ -802,19 +814,19 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
     const QString view =
         Catalogue::SystemView(owner, name, schema, MasterSchema(), dbName.isEmpty() ? database : dbName);
     if (!view.isEmpty()) {
-        t.sql = u'(' + view + u')';
+        t.sql = u'(' + Catalogue::HideTemporaries(view, schema, tempdb) + u')';
         t.catalogue = true;
         return t;
     }
     if (Catalogue::IsCatalogueTable(name) &&
         (owner.isEmpty() || owner.compare(QLatin1String("dbo"), Qt::CaseInsensitive) == 0 ||
          owner.compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0)) {
-        t.sql = QStringLiteral("\"%1\".%2").arg(schema, name.toLower());
+        t.sql = Catalogue::VisibleTable(schema, name, tempdb);
         t.catalogue = true;
         return t;
     }
     const CatalogueObject o = Catalogue::FindObject(*mDb, schema, name, owner, schema == Schema() ? mUid : 1);
-    if (!o.IsValid())
+    if (!o.IsValid() || (tempdb && !name.startsWith(u'#')))
         throw ServerError::InvalidObject(written);
     if (ref.kind == SqlTableRef::Kind::Function) {
         if (o.xtype != QLatin1String("IF")) {
@@ -885,6 +897,12 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
     if (o.xtype == QLatin1String("U")) {
         CheckPermission(o, 193);
         t.sql = QStringLiteral("\"%1\".\"T%2\"").arg(schema).arg(o.id);
+        // Their declared types make the arithmetic of these columns the server's (SqlTranslatorTypes.cpp).
+        for (const QVariantList& r :
+             mDb->Rows(QStringLiteral("SELECT name, xtype FROM \"%1\".syscolumns WHERE id = ?").arg(schema),
+                       {o.id}))
+            if (const SystemType* type = Catalogue::FindTypeById(r[1].toInt()))
+                t.columnTypes.insert(r[0].toString().toLower(), QString::fromLatin1(type->name));
         return t;
     }
     if (o.xtype == QLatin1String("V")) {

@@ -87,10 +87,12 @@ private:
     struct ErrorCaught {
         CaughtError error;
     };
+    struct CursorState;
     struct Var {
         SqlTypeSpec type;
         QVariant value;
         const SqlStatement* declaredBy = nullptr; // the DECLARE, which a loop may run again
+        std::shared_ptr<CursorState> cursor;      // of a cursor variable, when one is given it
     };
     struct Frame {
         QHash<QString, Var> vars;
@@ -312,6 +314,13 @@ private:
         bool instead = false;       // an INSTEAD OF trigger
     };
     QList<Module> TriggersFor(const CatalogueObject& table, const QString& verb);
+    // Where the inserted and deleted rows of the triggers at a nesting depth are kept.
+    static QString TriggerSnapshot(const char* kind, int depth);
+    // body as one transaction when none is open (a statement with its triggers), rolled back on error.
+    void InStatementTransaction(const std::function<void()>& body);
+    // The triggers in turn, each seeing rows as @@ROWCOUNT; 3609 when one ends the transaction.
+    void FireTriggers(const QList<Module>& triggers, const CatalogueObject& table, TriggerRun& run,
+                      long long rows);
     // A statement on a view with an INSTEAD OF trigger for it runs the trigger (SessionViewTriggers.cpp);
     // false when the target is no such view.
     bool RunOnView(const SqlStatement& s, const QString& verb);
@@ -320,6 +329,8 @@ private:
                                  const QString& verb, const QList<Module>& triggers,
                                  const SqlStatement* output);
     void RunOutput(const SqlStatement& s, const TriggerRun& run, const QString& verb);
+    // The rows of an OUTPUT clause's query: a result, or into its OUTPUT INTO table.
+    void DeliverOutput(const SqlStatement& s, const SqlSelectP& select);
     // MERGE (SessionMerge.cpp)
     void RunMerge(const SqlStatement& s);
     void RunMergeOutput(const SqlStatement& s, const TriggerRun& run, const QString& sourceName,
@@ -346,24 +357,34 @@ private:
     void DropTemporaries(const QStringList& names);
     void RunSelectInto(const SqlStatement& s);
 
-    // cursors (SessionCursors.cpp)
-    struct CursorState {
-        QString name;
-        SqlSelectP select;
-        bool scroll = false;
-        bool open = false;
-        SqlRowSet rows;
-        qlonglong position = -1; // -1 before the first row, rows.size() past the last
-        QVariantList rowids;     // of each row in the one table it reads, for WHERE CURRENT OF
-    };
+    // cursors (SessionCursors.cpp; their rows in SessionCursorRows.cpp, CursorState in SessionCursors.h)
     QString CursorKey(const QString& name, bool local) const;
-    std::shared_ptr<CursorState> FindCursor(const SqlStatement& s) const;
+    // The cursor a statement names: by name (s.name) or by variable (s.variable).
+    std::shared_ptr<CursorState> FindCursor(const SqlStatement& s);
     void RunCursor(const SqlStatement& s);
-    // OPEN of a cursor: its rows, and the rowids of its table's rows when it reads one table
-    // (SessionDmlForms.cpp).
-    void ReadCursorRows(CursorState& c);
+    void DeclareCursor(const SqlStatement& s);
+    void FetchCursor(const SqlStatement& s, CursorState& c);
+    // SET @c = CURSOR ..., = @other or = a cursor's name; false when @v is no cursor variable.
+    bool AssignCursor(const SqlStatement& s);
+    Var& CursorVariable(const QString& name);
+    // OPEN: the rows of a STATIC cursor, the keys of a KEYSET one, the query of a DYNAMIC one.
+    void OpenCursor(CursorState& c);
+    // The row of a KEYSET cursor by its key, or the next of a DYNAMIC one from where it stands;
+    // false when there is none.
+    bool ReadKeysetRow(CursorState& c, qlonglong index, QVariantList& row);
+    // direction: 1 on, -1 back, 0 the row it is on; fromEnd: from the first (or last) row rather
+    // than from where it stands; skip: rows passed over.
+    bool ReadDynamicRow(CursorState& c, int direction, bool fromEnd, qlonglong skip, QVariantList& row);
     // The LOCAL cursors of the batch or procedure that ends.
     void DropLocalCursors();
+    // @@CURSOR_ROWS and CURSOR_STATUS(scope, name).
+    qlonglong CursorRows() const;
+    int CursorStatus(const QString& scope, const QString& name);
+    // A procedure's CURSOR VARYING OUTPUT parameter: what the caller passes, and what it gets back.
+    void CheckCursorArgument(const SqlParam& param, const SqlExecArg& arg);
+    void ReturnCursor(const QString& callerVariable, const std::shared_ptr<CursorState>& cursor);
+    // The cursors of the parameters of the dynamic SQL that last ended, by the parameters' places.
+    QList<std::shared_ptr<CursorState>> mDynamicCursors;
 
     Module LoadModule(const CatalogueObject& o);
     QString ObjectText(int id);
@@ -410,9 +431,9 @@ private:
     QHash<QString, std::shared_ptr<CursorState>> mCursors; // CursorKey -> cursor
     int mFetchStatus = -1;
     const SqlStatement* mDmlStatement = nullptr; // the INSERT, UPDATE or DELETE whose SQL runs next
-    long long mCursorRows = 0;
-    QHash<QString, QString> mMergeTables; // while MERGE's OUTPUT is read: name (lower) -> its rows
-    QHash<int, SqlColumn> mKnownColumns;  // result types worked out for the next Query or StreamQuery
+    std::weak_ptr<CursorState> mLastOpened;      // for @@CURSOR_ROWS
+    QHash<QString, QString> mMergeTables;        // while MERGE's OUTPUT is read: name (lower) -> its rows
+    QHash<int, SqlColumn> mKnownColumns;         // result types worked out for the next Query or StreamQuery
     // The decimal columns that a SELECT's items turn into text (see DecimalTextSource), while that
     // SELECT is translated.
     QHash<const SqlExpr*, int> mTextSources;

@@ -11,10 +11,6 @@ QString CaptureName(const char* kind, int tableId) {
     return QStringLiteral("tsql_%1_%2").arg(QLatin1String(kind)).arg(tableId);
 }
 
-QString SnapshotName(const char* kind, int depth) {
-    return QStringLiteral("temp.\"tsql_%1_%2\"").arg(QLatin1String(kind)).arg(depth);
-}
-
 } // namespace
 
 QList<SessionState::Module> SessionState::TriggersFor(const CatalogueObject& table, const QString& verb) {
@@ -81,15 +77,6 @@ QStringList SessionState::PrepareCapture(int tableId) {
 long long SessionState::RunDmlWithTriggers(const QString& sql, const QVariantList& params,
                                            const CatalogueObject& table, const QString& verb,
                                            const QList<Module>& triggers, const SqlStatement* output) {
-    // The statement and its triggers are one transaction, as on the server.
-    const bool implicit = mTranCount == 0;
-    if (implicit) {
-        mDb->Exec(QStringLiteral("BEGIN"));
-        mTranCount = 1;
-        mTranName.clear();
-        mSavepoints.clear();
-        mDoomed = false;
-    }
     // An INSTEAD OF trigger takes the statement's place, except for the statements it runs itself on
     // its own table.
     QList<Module> instead;
@@ -102,7 +89,8 @@ long long SessionState::RunDmlWithTriggers(const QString& sql, const QVariantLis
     if (insideOwn)
         instead.clear();
     long long n = 0;
-    try {
+    // The statement and its triggers are one transaction, as on the server.
+    InStatementTransaction([&] {
         TriggerRun run;
         run.tableId = table.id;
         run.depth = int(mTriggers.size()) + 1;
@@ -159,23 +147,34 @@ long long SessionState::RunDmlWithTriggers(const QString& sql, const QVariantLis
         }
         const QPair<const char*, const char*> snapshots[] = {{"inserted", "ins"}, {"deleted", "del"}};
         for (const auto& [kind, capture] : snapshots) {
-            const QString snapshot = SnapshotName(kind, run.depth);
+            const QString snapshot = TriggerSnapshot(kind, run.depth);
             mDb->Exec(QStringLiteral("DROP TABLE IF EXISTS ") + snapshot);
             mDb->Exec(QStringLiteral("CREATE TABLE %1 AS SELECT * FROM temp.\"%2\"")
                           .arg(snapshot, CaptureName(capture, table.id)));
         }
         if (output)
             RunOutput(*output, run, verb);
-        for (const Module& trigger : after) {
-            run.triggerId = trigger.id;
-            mRowCount = n;
-            FireTrigger(trigger, table, run);
-            if (mTranCount == 0)
-                throw ServerError::Make(
-                    3609, 16,
-                    QStringLiteral("The transaction ended in the trigger. The batch has been aborted."),
-                    true);
-        }
+        FireTriggers(after, table, run, n);
+    });
+    EmitCount(n);
+    return n;
+}
+
+QString SessionState::TriggerSnapshot(const char* kind, int depth) {
+    return QStringLiteral("temp.\"tsql_%1_%2\"").arg(QLatin1String(kind)).arg(depth);
+}
+
+void SessionState::InStatementTransaction(const std::function<void()>& body) {
+    const bool implicit = mTranCount == 0;
+    if (implicit) {
+        mDb->Exec(QStringLiteral("BEGIN"));
+        mTranCount = 1;
+        mTranName.clear();
+        mSavepoints.clear();
+        mDoomed = false;
+    }
+    try {
+        body();
     } catch (...) {
         if (implicit && mTranCount > 0)
             RollbackAll();
@@ -185,8 +184,19 @@ long long SessionState::RunDmlWithTriggers(const QString& sql, const QVariantLis
         mDb->Exec(QStringLiteral("COMMIT"));
         mTranCount = 0;
     }
-    EmitCount(n);
-    return n;
+}
+
+void SessionState::FireTriggers(const QList<Module>& triggers, const CatalogueObject& table, TriggerRun& run,
+                                long long rows) {
+    for (const Module& trigger : triggers) {
+        run.triggerId = trigger.id;
+        mRowCount = rows;
+        FireTrigger(trigger, table, run);
+        if (mTranCount == 0)
+            throw ServerError::Make(
+                3609, 16, QStringLiteral("The transaction ended in the trigger. The batch has been aborted."),
+                true);
+    }
 }
 
 void SessionState::FireTrigger(const Module& trigger, const CatalogueObject&, const TriggerRun& run) {
@@ -233,7 +243,7 @@ bool SessionState::TriggerTable(const QString& name, Table& out) const {
     const bool deleted = name.compare(QLatin1String("deleted"), Qt::CaseInsensitive) == 0;
     if (!inserted && !deleted)
         return false;
-    out.sql = SnapshotName(inserted ? "inserted" : "deleted", mTriggers.last().depth);
+    out.sql = TriggerSnapshot(inserted ? "inserted" : "deleted", mTriggers.last().depth);
     out.alias = name;
     return true;
 }
@@ -302,6 +312,10 @@ void SessionState::RunOutput(const SqlStatement& s, const TriggerRun& run, const
             s.mNoCount = noCount;
         }
     } leave{*this, noCount};
+    DeliverOutput(s, select);
+}
+
+void SessionState::DeliverOutput(const SqlStatement& s, const SqlSelectP& select) {
     if (s.outputInto.isEmpty()) {
         SqlTranslator t(*this);
         const QString sql = t.Select(*select);
@@ -314,6 +328,12 @@ void SessionState::RunOutput(const SqlStatement& s, const TriggerRun& run, const
     insert.target = s.outputInto;
     insert.columns = s.outputColumns;
     insert.select = select;
-    mNoCount = true; // the rows OUTPUT INTO adds are not counted apart
+    // The rows OUTPUT INTO adds are not counted apart.
+    const bool noCount = std::exchange(mNoCount, true);
+    struct Restore {
+        bool& flag;
+        bool value;
+        ~Restore() { flag = value; }
+    } restore{mNoCount, noCount};
     RunInsert(insert);
 }

@@ -2,14 +2,10 @@
 // statement's rows are worked out in the view's columns (for INSERT the rows it gives, for UPDATE and
 // DELETE the view's rows its WHERE picks, before and after) and the trigger runs in its place with
 // them as `inserted` and `deleted`. Without such a trigger the statement goes the usual way.
+#include "SessionDmlColumns.h"
 #include "SessionState.h"
 
 namespace {
-
-// The tables TriggerTable reads as inserted and deleted at a nesting depth.
-QString SnapshotName(const char* kind, int depth) {
-    return QStringLiteral("temp.\"tsql_%1_%2\"").arg(QLatin1String(kind)).arg(depth);
-}
 
 SqlExprP ColumnRef(const QString& name, int line) {
     auto e = std::make_shared<SqlExpr>();
@@ -83,24 +79,16 @@ bool SessionState::RunOnView(const SqlStatement& s, const QString& verb) {
         throw ServerError::Make(207, 16, QStringLiteral("Invalid column name '%1'.").arg(c), true);
     };
 
-    // The statement and its trigger are one transaction, as on the server.
-    const bool implicit = mTranCount == 0;
-    if (implicit) {
-        mDb->Exec(QStringLiteral("BEGIN"));
-        mTranCount = 1;
-        mTranName.clear();
-        mSavepoints.clear();
-        mDoomed = false;
-    }
     long long n = 0;
-    try {
+    // The statement and its trigger are one transaction, as on the server.
+    InStatementTransaction([&] {
         TriggerRun run;
         run.tableId = view.id;
         run.depth = int(mTriggers.size()) + 1;
         run.columns = columns;
         run.instead = true;
-        const QString ins = SnapshotName("inserted", run.depth);
-        const QString del = SnapshotName("deleted", run.depth);
+        const QString ins = TriggerSnapshot("inserted", run.depth);
+        const QString del = TriggerSnapshot("deleted", run.depth);
         for (const QString& snapshot : {ins, del}) {
             mDb->Exec(QStringLiteral("DROP TABLE IF EXISTS ") + snapshot);
             mDb->Exec(QStringLiteral("CREATE TABLE %1 AS SELECT * FROM (%2) WHERE 0").arg(snapshot, all),
@@ -124,18 +112,7 @@ bool SessionState::RunOnView(const SqlStatement& s, const QString& verb) {
                 QStringList rows;
                 for (const QList<SqlExprP>& row : s.values) {
                     if (row.size() != targets.size())
-                        throw ServerError::Make(
-                            row.size() > targets.size() ? 110 : 109, 15,
-                            row.size() > targets.size()
-                                ? QStringLiteral("There are fewer columns in the INSERT statement than "
-                                                 "values specified in the VALUES clause. The number of "
-                                                 "values in the VALUES clause must match the number of "
-                                                 "columns specified in the INSERT statement.")
-                                : QStringLiteral("There are more columns in the INSERT statement than "
-                                                 "values specified in the VALUES clause. The number of "
-                                                 "values in the VALUES clause must match the number of "
-                                                 "columns specified in the INSERT statement."),
-                            true);
+                        throw dml::ValuesMismatch(row.size(), targets.size());
                     QStringList values;
                     for (const SqlExprP& v : row)
                         values.append(v ? t.Expr(*v) : QStringLiteral("NULL"));
@@ -187,22 +164,8 @@ bool SessionState::RunOnView(const SqlStatement& s, const QString& verb) {
                 throw MapSqliteError(e, verb);
             }
         }
-        run.triggerId = instead.first().id;
-        mRowCount = n;
-        FireTrigger(instead.first(), view, run);
-        if (mTranCount == 0)
-            throw ServerError::Make(
-                3609, 16, QStringLiteral("The transaction ended in the trigger. The batch has been aborted."),
-                true);
-    } catch (...) {
-        if (implicit && mTranCount > 0)
-            RollbackAll();
-        throw;
-    }
-    if (implicit && mTranCount == 1) {
-        mDb->Exec(QStringLiteral("COMMIT"));
-        mTranCount = 0;
-    }
+        FireTriggers({instead.first()}, view, run, n);
+    });
     EmitCount(n);
     return true;
 }

@@ -483,14 +483,14 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
     if (SqlFunctions::ConvertStyled(ctx, name, length, style, v))
         return;
     auto typeText = [&]() -> const QString& { return name; };
-    if (name == QLatin1String("int") || name == QLatin1String("bigint") ||
-        name == QLatin1String("smallint") || name == QLatin1String("tinyint") ||
-        name == QLatin1String("bit")) {
+    if (SqlFunctions::ConvertInteger(ctx, name, v))
+        return;
+    if (name == QLatin1String("bit")) {
         qint64 r = 0;
         if (vt == SQLITE_INTEGER) {
             r = sqlite3_value_int64(v);
         } else if (vt == SQLITE_FLOAT) {
-            r = qint64(sqlite3_value_double(v));
+            r = sqlite3_value_double(v) != 0 ? 1 : 0;
         } else {
             const QString s = Text(v).trimmed();
             bool ok = false;
@@ -502,7 +502,7 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
                      s.compare(QLatin1String("false"), Qt::CaseInsensitive) == 0)) {
                     r = s.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0 ? 1 : 0;
                 } else if (ParseNumber(s, &d) && s.contains(u'.') == false) {
-                    r = qint64(d);
+                    r = d != 0 ? 1 : 0;
                 } else {
                     return ResultError(
                         ctx, 245,
@@ -800,6 +800,7 @@ void SqlFunctions::Register(SqliteDb& db) {
     RegisterMisc(db);
     RegisterJson(db);
     RegisterDecimal(db);
+    RegisterInteger(db);
 }
 
 QString SqlFunctions::LikeRegex(const QString& pattern, QChar escape, bool shortest) {

@@ -59,4 +59,10 @@ void ConvertDecimal(sqlite3_context* ctx, const QString& type, long long precisi
 // style; false and ctx left alone when the value is no number.
 bool DecimalText(sqlite3_context* ctx, const QString& type, long long length, int style, long long source,
                  sqlite3_value* v);
+// tsql_int and tsql_intneg, the integer arithmetic with the server's limits (SqlFunctionsInteger.cpp);
+// Register calls it.
+void RegisterInteger(SqliteDb& db);
+// tsql_convert to tinyint, smallint, int or bigint with the server's overflow errors: false and ctx
+// left alone when type is none of them.
+bool ConvertInteger(sqlite3_context* ctx, const QString& type, sqlite3_value* v);
 } // namespace SqlFunctions

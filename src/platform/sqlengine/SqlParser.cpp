@@ -441,10 +441,13 @@ SqlStatementP SqlParser::ParseDeclare() {
         AcceptWord("AS");
         if (Peek().IsWord("TABLE") && s->declarations.isEmpty())
             return ParseTableVariable(v);
-        if (Peek().IsWord("CURSOR"))
-            Unsupported(QStringLiteral("cursors"), v.line);
         SqlParam p;
         p.name = v.text;
+        if (AcceptWord("CURSOR")) {
+            p.type.name = QStringLiteral("cursor");
+            s->declarations.append({p, nullptr});
+            continue;
+        }
         p.type = ParseTypeSpec();
         SqlExprP init;
         if (AcceptSymbol("="))
@@ -466,6 +469,8 @@ SqlStatementP SqlParser::ParseSet() {
             op.text == QLatin1String(">=") || op.text == QLatin1String("!="))
             Fail(op);
         s->assignOp = op.text;
+        if (op.text == QLatin1String("=") && Peek().IsWord("CURSOR"))
+            return ParseSetCursor(setToken, t.text);
         s->condition = ParseExpr();
         return s;
     }

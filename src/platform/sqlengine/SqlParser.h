@@ -108,6 +108,8 @@ private:
     std::shared_ptr<SqlWindow> ParseOver();
     SqlStatementP ParseWith(const SqlToken& t);
     SqlStatementP ParseDeclareCursor(const SqlStatement& declare);
+    SqlStatementP ParseSetCursor(const SqlToken& set, const QString& variable);
+    void ParseCursorDefinition(SqlStatement& s);
     void ParseOutput(SqlStatement& s);
     SqlStatementP ParseCursorStatement(const SqlToken& t, const QString& word);
 

@@ -172,8 +172,9 @@ void SqlParser::ParseCurrentOf(SqlStatement& s) {
     ExpectWord("OF");
     if (AcceptWord("GLOBAL"))
         s.optionNames.append(QStringLiteral("GLOBAL"));
-    if (Peek().kind == SqlToken::Kind::Variable)
-        Unsupported(QStringLiteral("cursor variables"), Peek().line);
-    s.name = ParseName();
+    if (s.optionNames.isEmpty() && Peek().kind == SqlToken::Kind::Variable)
+        s.variable = Next().text;
+    else
+        s.name = ParseName();
     s.optionValue = QStringLiteral("CURRENT OF");
 }

@@ -312,6 +312,21 @@ SqlStatementP SqlParser::ParseDeclareCursor(const SqlStatement& declare) {
     s->line = declare.line;
     s->begin = declare.begin;
     s->name = ParseName();
+    ParseCursorDefinition(*s);
+    return s;
+}
+
+// SET @c = CURSOR [options] FOR query ...: a cursor of the variable's own.
+SqlStatementP SqlParser::ParseSetCursor(const SqlToken& set, const QString& variable) {
+    auto s = NewStatement(SqlStatement::Kind::Cursor, set);
+    s->construct = QStringLiteral("SET");
+    s->variable = variable;
+    ParseCursorDefinition(*s);
+    return s;
+}
+
+// The words around CURSOR, and the query: FOR READ ONLY counts as READ_ONLY.
+void SqlParser::ParseCursorDefinition(SqlStatement& s) {
     static const QStringList options = {
         QStringLiteral("INSENSITIVE"), QStringLiteral("SCROLL"),       QStringLiteral("LOCAL"),
         QStringLiteral("GLOBAL"),      QStringLiteral("FORWARD_ONLY"), QStringLiteral("STATIC"),
@@ -328,15 +343,16 @@ SqlStatementP SqlParser::ParseDeclareCursor(const SqlStatement& declare) {
         }
         if (w.kind != SqlToken::Kind::Word || !options.contains(w.text.toUpper()))
             Fail(w);
-        s->optionNames.append(Next().text.toUpper());
+        s.optionNames.append(Next().text.toUpper());
     }
     if (!cursorSeen)
         Fail(Peek());
     ExpectWord("FOR");
-    s->select = ParseSelect();
+    s.select = ParseSelect();
     if (AcceptWord("FOR")) {
         if (AcceptWord("READ")) {
             ExpectWord("ONLY");
+            s.optionNames.append(QStringLiteral("READ_ONLY"));
         } else {
             ExpectWord("UPDATE");
             if (AcceptWord("OF")) {
@@ -346,11 +362,11 @@ SqlStatementP SqlParser::ParseDeclareCursor(const SqlStatement& declare) {
             }
         }
     }
-    return s;
 }
 
 // OPEN c; FETCH [NEXT | PRIOR | FIRST | LAST | ABSOLUTE n | RELATIVE n] [FROM] c [INTO @a, ...];
-// CLOSE c; DEALLOCATE c. GLOBAL before the name is taken and means what it says.
+// CLOSE c; DEALLOCATE c. GLOBAL before the name is taken and means what it says; @c for c names
+// a cursor variable.
 SqlStatementP SqlParser::ParseCursorStatement(const SqlToken& t, const QString& word) {
     auto s = NewStatement(SqlStatement::Kind::Cursor, t);
     s->construct = word;
@@ -371,9 +387,10 @@ SqlStatementP SqlParser::ParseCursorStatement(const SqlToken& t, const QString& 
     }
     if (AcceptWord("GLOBAL"))
         s->optionNames.append(QStringLiteral("GLOBAL"));
-    if (Peek().kind == SqlToken::Kind::Variable)
-        Unsupported(QStringLiteral("cursor variables"), t.line);
-    s->name = ParseName();
+    if (s->optionNames.isEmpty() && Peek().kind == SqlToken::Kind::Variable)
+        s->variable = Next().text;
+    else
+        s->name = ParseName();
     if (word == QLatin1String("FETCH") && AcceptWord("INTO")) {
         do {
             const SqlToken& v = Next();

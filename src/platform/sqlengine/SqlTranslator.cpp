@@ -238,6 +238,10 @@ QString SqlTranslator::FromList(const QList<SqlTableRefP>& from) {
 }
 
 QString SqlTranslator::TableRef(const SqlTableRef& ref) {
+    // What the statement reads from, for the types of its columns (SqlTranslatorTypes.cpp).
+    const qsizetype source = mColumnSources.size();
+    if (ref.kind != SqlTableRef::Kind::Join)
+        mColumnSources.append(ColumnSource{ref.alias.toLower(), {}, true});
     switch (ref.kind) {
     case SqlTableRef::Kind::Join:
         return Joins(ref);
@@ -260,6 +264,7 @@ QString SqlTranslator::TableRef(const SqlTableRef& ref) {
             return OpenJson(ref, false);
         TranslatorContext::Table t = mContext.ResolveTable(ref, *this);
         const QString alias = ref.alias.isEmpty() ? t.alias : ref.alias;
+        mColumnSources[source] = ColumnSource{alias.toLower(), t.columnTypes, t.columnTypes.isEmpty()};
         return t.sql + QStringLiteral(" AS ") + Quote(alias);
     }
     }
@@ -351,8 +356,12 @@ bool SqlTranslator::DateTimeExpr(const SqlExpr& e) {
 }
 
 QString SqlTranslator::Chain(const QList<const SqlExpr*>& operands, const QStringList& ops) {
-    QString acc = Expr(*operands[0]);
-    bool dateTime = DateTimeExpr(*operands[0]); // acc is a datetime: a number taken from it is days
+    QString acc;
+    const qsizetype integers = IntegerPrefix(operands, ops, &acc);
+    if (integers == 0)
+        acc = Expr(*operands[0]);
+    // acc is a datetime: a number taken from it is days
+    bool dateTime = integers == 0 && DateTimeExpr(*operands[0]);
     int group = 0;      // SQLite's group of the operators written into acc without parentheses
     QStringList folded; // the terms of a run of + or of ^, folded by one call
     QString foldedOp;
@@ -366,7 +375,7 @@ QString SqlTranslator::Chain(const QList<const SqlExpr*>& operands, const QStrin
         folded.clear();
         group = 0;
     };
-    for (qsizetype i = 0; i < ops.size(); ++i) {
+    for (qsizetype i = integers; i < ops.size(); ++i) {
         const QString& op = ops[i];
         const QString rhs = Expr(*operands[i + 1]);
         if (op == QLatin1String("+") || op == QLatin1String("^")) {
@@ -463,6 +472,8 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
     case SqlExpr::Kind::Unary:
         if (e.text == QLatin1String("NOT"))
             return QStringLiteral("(NOT ") + Expr(*e.args[0]) + u')';
+        if (QString negated = IntegerNegation(e); !negated.isEmpty())
+            return negated;
         return u'(' + e.text + Expr(*e.args[0]) + u')';
     case SqlExpr::Kind::Binary:
         return Binary(e);

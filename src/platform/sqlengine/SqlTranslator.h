@@ -14,6 +14,8 @@ public:
         QString sql;
         QString alias;
         bool catalogue = false;
+        // A table's columns: lower case name, system type name; empty when not known.
+        QHash<QString, QString> columnTypes;
     };
     virtual Table ResolveTable(const SqlTableRef& ref, class SqlTranslator& translator) = 0;
     // A variable's value; throws ServerError 137 when it was not declared.
@@ -71,6 +73,16 @@ public:
     QHash<QString, QString> Overrides() const { return mOverrides; }
     void SetOverrides(const QHash<QString, QString>& overrides) { mOverrides = overrides; }
 
+    // SqlTranslatorTypes.cpp: the integer type of an expression as the server works it out; None
+    // when it is no integer or can't be told.
+    enum class IntegerKind { None, TinyInt, SmallInt, Int, BigInt };
+    IntegerKind IntegerType(const SqlExpr& e);
+    // The columns of a table that the statement reads without naming it in a FROM list (the target
+    // of an UPDATE or DELETE): lower case name, system type name.
+    void NoteTable(const QString& alias, const QHash<QString, QString>& columnTypes) {
+        mColumnSources.append(ColumnSource{alias.toLower(), columnTypes, false});
+    }
+
     static QString ResultName(const QString& sqliteName);
     static QString Quote(const QString& name);
     static QString Literal(const QString& text);
@@ -125,6 +137,21 @@ private:
     // TOP (n) PERCENT of a query: the first n percent of its rows, rounded up.
     QString TopPercent(const QString& query, const SqlExpr& percent);
     QString TopWithTies(const SqlSelect& select);
+
+    // SqlTranslatorTypes.cpp: the operators at the head of a chain whose operands are integers, as one
+    // tsql_int call in *sql: how many operators it took, 0 when the chain doesn't start so.
+    qsizetype IntegerPrefix(const QList<const SqlExpr*>& operands, const QStringList& ops, QString* sql);
+    // -x of an int or bigint x as tsql_intneg; empty for anything else.
+    QString IntegerNegation(const SqlExpr& e);
+    IntegerKind ColumnKind(const SqlExpr& e);
+    // The sources of rows of the statement by lower case alias, with their columns' types when
+    // known: a view's or a derived table's columns are not.
+    struct ColumnSource {
+        QString alias;
+        QHash<QString, QString> columnTypes;
+        bool unknown = true;
+    };
+    QList<ColumnSource> mColumnSources;
 
     TranslatorContext& mContext;
     QVariantList mParams;

@@ -1,5 +1,5 @@
 // The later built-in functions: IIF, CHOOSE, CONCAT, CONCAT_WS, TRIM, TRANSLATE, STRING_AGG; and
-// UPDATE(column) and COLUMNS_UPDATED() of a trigger.
+// UPDATE(column) and COLUMNS_UPDATED() of a trigger; CURSOR_STATUS.
 #include "SqlTranslator.h"
 
 #include "ServerError.h"
@@ -17,6 +17,14 @@ QString SqlTranslator::LaterFunction(const SqlExpr& e, const QString& f) {
         if (e.args[0]->kind != SqlExpr::Kind::Column)
             throw ServerError::Make(102, 15, QStringLiteral("Incorrect syntax near 'UPDATE'."), true);
         return AddParam(mContext.Global(QStringLiteral("UPDATE(%1)").arg(e.args[0]->parts.last())));
+    }
+    if (f == QLatin1String("CURSOR_STATUS")) {
+        need(2, 2);
+        QStringList names;
+        for (const SqlExprP& a : e.args)
+            names.append(a->kind == SqlExpr::Kind::Variable ? mContext.Variable(a->text, a->line).toString()
+                                                            : a->text);
+        return AddParam(mContext.Global(QStringLiteral("CURSOR_STATUS\n") + names.join(u'\n')));
     }
     if (f == QLatin1String("COLUMNS_UPDATED")) {
         need(0, 0);

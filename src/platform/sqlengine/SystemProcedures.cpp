@@ -165,10 +165,6 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
         throw ServerError::Make(2812, 16,
                                 QStringLiteral("Could not find stored procedure '%1'.").arg(name.join(u'.')));
     const QList<SqlParam>& params = m.statement->params;
-    for (const SqlParam& p : params) {
-        if (p.type.name == QLatin1String("cursor"))
-            throw ServerError::Unsupported(QStringLiteral("cursor parameters"));
-    }
     QList<QVariant> values(params.size());
     QList<bool> given(params.size(), false);
     QList<QString> outputTo(params.size());
@@ -209,6 +205,7 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
         }
         if (a.isDefault)
             continue;
+        CheckCursorArgument(params[index], a);
         values[index] = Evaluate(*a.value);
         given[index] = true;
         if (a.output && params[index].output && a.value->kind == SqlExpr::Kind::Variable)
@@ -258,13 +255,18 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
         Run(m.statement->body);
         if (Top().hasReturnValue)
             rc = Top().returnValue.isValid() ? Top().returnValue : QVariant(0);
-        QList<QVariant> outs;
+        QList<Var> outs;
         for (const auto& param : params)
-            outs.append(Top().vars.value(param.name.toLower()).value);
+            outs.append(Top().vars.value(param.name.toLower()));
         leave();
-        for (int i = 0; i < params.size(); ++i)
-            if (!outputTo[i].isEmpty())
-                Assign(outputTo[i], outs[i], s.line);
+        for (int i = 0; i < params.size(); ++i) {
+            if (outputTo[i].isEmpty())
+                continue;
+            if (params[i].type.name == QLatin1String("cursor"))
+                ReturnCursor(outputTo[i], outs[i].cursor);
+            else
+                Assign(outputTo[i], outs[i].value, s.line);
+        }
     } catch (const ServerError& e) {
         // An error in binding belongs to the caller's statement.
         if (InTry()) {
@@ -398,6 +400,7 @@ QList<QVariant> SessionState::RunDynamicSql(const QString& text, const QList<Sql
     mModuleDepth = 0; // dynamic SQL is checked against the caller's own rights
     auto leave = [&]() {
         DropTemporaries(Top().temporaries);
+        DropLocalCursors();
         mModuleDepth = savedModule;
         --mNesting;
         mFrames.removeLast();
@@ -437,8 +440,11 @@ QList<QVariant> SessionState::RunDynamicSql(const QString& text, const QList<Sql
         // An error that ends a batch ends only the dynamic one.
     }
     QList<QVariant> outs;
-    for (const SqlParam& param : params)
+    mDynamicCursors.clear();
+    for (const SqlParam& param : params) {
         outs.append(Top().vars.value(param.name.toLower()).value);
+        mDynamicCursors.append(Top().vars.value(param.name.toLower()).cursor);
+    }
     leave();
     return outs;
 }
@@ -502,6 +508,7 @@ void SessionState::ExecuteSqlWithParameters(const SqlStatement& s) {
         }
         if (a->isDefault)
             continue;
+        CheckCursorArgument(params[index], *a);
         bound[index] = Evaluate(*a->value);
         if (!bound[index].isValid())
             bound[index] = QVariant(QMetaType::fromType<QString>()); // NULL, as given
@@ -509,9 +516,15 @@ void SessionState::ExecuteSqlWithParameters(const SqlStatement& s) {
             outputTo[index] = a->value->text;
     }
     const QList<QVariant> outs = RunDynamicSql(statementText, params, bound, declaration.toString(), s.line);
-    for (int i = 0; i < outs.size(); ++i)
-        if (!outputTo[i].isEmpty())
+    const QList<std::shared_ptr<CursorState>> cursors = std::exchange(mDynamicCursors, {});
+    for (int i = 0; i < outs.size(); ++i) {
+        if (outputTo[i].isEmpty())
+            continue;
+        if (params[i].type.name == QLatin1String("cursor"))
+            ReturnCursor(outputTo[i], cursors.value(i));
+        else
             Assign(outputTo[i], outs[i], s.line);
+    }
 }
 
 bool SessionState::RunSystemProcedure(const QString& name, const SqlStatement& s, const QVariantList& args) {

@@ -236,11 +236,11 @@ SqlRowSet SessionState::OdbcTables(const QVariantList& args, bool elsewhere) {
         for (QString t : args[3].toString().split(u','))
             types.append(t.remove(u'\'').trimmed().toUpper());
     QList<QVariantList> rows;
-    for (const QVariantList& r :
-         mDb->Rows(QStringLiteral("SELECT o.name, trim(o.xtype), u.name FROM sysobjects o LEFT JOIN (SELECT "
-                                  "uid, name FROM sysusers UNION ALL SELECT id, name FROM "
-                                  "engine_schemas) u ON u.uid = o.uid "
-                                  "WHERE trim(o.xtype) IN ('U', 'V', 'S')"))) {
+    for (const QVariantList& r : mDb->Rows(
+             QStringLiteral("SELECT o.name, trim(o.xtype), u.name FROM sysobjects o LEFT JOIN (SELECT "
+                            "uid, name FROM sysusers UNION ALL SELECT id, name FROM "
+                            "engine_schemas) u ON u.uid = o.uid "
+                            "WHERE trim(o.xtype) IN ('U', 'V', 'S') AND substr(o.name, 1, 1) <> '#'"))) {
         const QString xtype = r[1].toString();
         const QString type = xtype == QLatin1String("U")   ? QStringLiteral("TABLE")
                              : xtype == QLatin1String("V") ? QStringLiteral("VIEW")
@@ -309,7 +309,8 @@ SqlRowSet SessionState::OdbcColumns(const QVariantList& args, bool procedures, b
          mDb->Rows(QStringLiteral("SELECT o.id, o.name, u.name, trim(o.xtype) FROM sysobjects o LEFT JOIN "
                                   "(SELECT uid, name FROM sysusers UNION ALL SELECT id, name FROM "
                                   "engine_schemas) u ON "
-                                  "u.uid = o.uid WHERE trim(o.xtype) IN (%1) ORDER BY u.name, o.name")
+                                  "u.uid = o.uid WHERE trim(o.xtype) IN (%1) AND substr(o.name, 1, 1) <> '#' "
+                                  "ORDER BY u.name, o.name")
                        .arg(procedures ? QStringLiteral("'P', 'FN'") : QStringLiteral("'U', 'V', 'S'")))) {
         const QString objectName = r[1].toString();
         if (passes(args[0], procedures ? objectName + QStringLiteral(";1") : objectName, usePattern) ||

@@ -43,8 +43,11 @@ TEST_F(Lifetime, ACancelEndsAWaitAndTheBatch) {
 
 TEST_F(Lifetime, TemporaryTablesGoWithTheirSession) {
     auto other = Sa();
+    // As on the server, every session's temporary tables are in tempdb's catalogue, none in the
+    // database's.
     const QString count =
-        QStringLiteral("SELECT COUNT(*) FROM sysobjects WHERE name LIKE '#%' AND xtype = 'U'");
+        QStringLiteral("SELECT COUNT(*) FROM tempdb..sysobjects WHERE name LIKE '#%' AND xtype = 'U'");
+    const QString listed = QStringLiteral("SELECT COUNT(*) FROM sysobjects WHERE name LIKE '#%'");
     {
         auto s = Sa();
         EXPECT_TRUE(Errors(s->Execute(QStringLiteral("CREATE TABLE #a (x int)\nCREATE TABLE #b (y int)\n"
@@ -52,6 +55,7 @@ TEST_F(Lifetime, TemporaryTablesGoWithTheirSession) {
                         .isEmpty());
         // The table variable went with its batch; the temporary tables stay with the session.
         EXPECT_EQ(Scalar(*other, count).toInt(), 2);
+        EXPECT_EQ(Scalar(*other, listed).toInt(), 0);
         EXPECT_EQ(Scalar(*s, QStringLiteral("SELECT COUNT(*) FROM #a")).toInt(), 1);
         // An open transaction at the end is rolled back, not left holding the tables.
         s->Execute(QStringLiteral("BEGIN TRAN\nINSERT INTO #b VALUES (2)"));
