@@ -18,7 +18,8 @@ const char* const kTypeDesc = "CASE o.xtype WHEN 'P' THEN 'SQL_STORED_PROCEDURE'
                               "WHEN 'TR' THEN 'SQL_TRIGGER' WHEN 'U' THEN 'USER_TABLE' "
                               "WHEN 'D' THEN 'DEFAULT_CONSTRAINT' WHEN 'PK' THEN 'PRIMARY_KEY_CONSTRAINT' "
                               "WHEN 'UQ' THEN 'UNIQUE_CONSTRAINT' WHEN 'F' THEN 'FOREIGN_KEY_CONSTRAINT' "
-                              "WHEN 'C' THEN 'CHECK_CONSTRAINT' WHEN 'S' THEN 'SYSTEM_TABLE' ELSE '' END";
+                              "WHEN 'C' THEN 'CHECK_CONSTRAINT' WHEN 'S' THEN 'SYSTEM_TABLE' "
+                              "WHEN 'TT' THEN 'TYPE_TABLE' ELSE '' END";
 
 // The columns every view over objects shares; `o` is sysobjects, user tables are never the
 // system's own.
@@ -65,7 +66,7 @@ QString Columns(const QString& s) {
                "(c.colstat & 1) AS is_identity, c.iscomputed AS is_computed, 0 AS is_filestream, "
                "0 AS is_replicated, 0 AS is_sparse, 0 AS is_column_set, c.cdefault AS "
                "default_object_id, 0 AS rule_object_id FROM \"%1\".syscolumns c JOIN \"%1\".sysobjects o "
-               "ON o.id = c.id WHERE o.xtype IN ('U', 'V', 'IF', 'TF', 'S')")
+               "ON o.id = c.id WHERE o.xtype IN ('U', 'V', 'IF', 'TF', 'S', 'TT')")
         .arg(s);
 }
 
@@ -74,19 +75,26 @@ QString Parameters(const QString& s) {
                           "c.xtype AS system_type_id, c.xusertype AS user_type_id, c.length AS max_length, "
                           "c.xprec AS precision, c.xscale AS scale, (c.isoutparam AND c.colid > 0) AS "
                           "is_output, 0 AS is_cursor_ref, 0 AS has_default_value, 0 AS is_xml_document, "
-                          "NULL AS default_value, 0 AS is_readonly, 1 AS is_nullable "
+                          "NULL AS default_value, (c.xtype = 243) AS is_readonly, 1 AS is_nullable "
                           "FROM \"%1\".syscolumns c JOIN \"%1\".sysobjects o ON o.id = c.id "
                           "WHERE o.xtype IN ('P', 'FN', 'IF', 'TF') AND (c.colid > 0 OR o.xtype = 'FN')")
         .arg(s);
 }
 
-QString Types(const QString& s) {
-    return QStringLiteral("SELECT name, xtype AS system_type_id, xusertype AS user_type_id, 4 AS schema_id, "
+// Types after sysname (256) are the users': aliases of a system type, and table types (243),
+// whose domain is the object that holds their columns.
+QString Types(const QString& s, bool tableTypes = false) {
+    return QStringLiteral("SELECT name, xtype AS system_type_id, xusertype AS user_type_id, "
+                          "CASE WHEN xusertype > 256 THEN uid ELSE 4 END AS schema_id, "
                           "NULL AS principal_id, length AS max_length, xprec AS precision, xscale AS scale, "
-                          "collation AS collation_name, allownulls AS is_nullable, 0 AS is_user_defined, "
+                          "collation AS collation_name, allownulls AS is_nullable, "
+                          "(xusertype > 256) AS is_user_defined, "
                           "0 AS is_assembly_type, 0 AS default_object_id, 0 AS rule_object_id, "
-                          "0 AS is_table_type FROM \"%1\".systypes")
-        .arg(s);
+                          "(xtype = 243) AS is_table_type%2 FROM \"%1\".systypes%3")
+        .arg(s,
+             tableTypes ? QStringLiteral(", domain AS type_table_object_id, 0 AS is_memory_optimized")
+                        : QString(),
+             tableTypes ? QStringLiteral(" WHERE xtype = 243") : QString());
 }
 
 QString SqlModules(const QString& s) {
@@ -111,6 +119,24 @@ QString SchemaName(const QString& s, const QString& uid) {
     return QStringLiteral("(SELECT u.name FROM \"%1\".engine_schemas u WHERE u.id = %2 UNION ALL SELECT "
                           "u.name FROM \"%1\".sysusers u WHERE u.uid = %2 LIMIT 1)")
         .arg(s, uid);
+}
+
+QString InfoDomains(const QString& s, const QString& catalog) {
+    return QStringLiteral(
+               "SELECT %2 AS DOMAIN_CATALOG, %3 AS DOMAIN_SCHEMA, t.name AS DOMAIN_NAME, CASE WHEN t.xtype = "
+               "243 "
+               "THEN 'table type' ELSE (SELECT b.name FROM \"%1\".systypes b WHERE b.xusertype = t.xtype) "
+               "END "
+               "AS DATA_TYPE, CASE WHEN t.xtype IN (167, 175, 231, 239, 165, 173) THEN CASE WHEN t.length = "
+               "-1 "
+               "THEN -1 WHEN t.xtype IN (231, 239) THEN t.length / 2 ELSE t.length END END AS "
+               "CHARACTER_MAXIMUM_LENGTH, CASE WHEN t.xtype IN (167, 175, 231, 239) THEN t.length END AS "
+               "CHARACTER_OCTET_LENGTH, CASE WHEN t.xtype IN (48, 52, 56, 127, 106, 108, 60, 122, 59, 62) "
+               "THEN "
+               "t.xprec END AS NUMERIC_PRECISION, CASE WHEN t.xtype IN (48, 52, 56, 127, 106, 108, 60, 122) "
+               "THEN t.xscale END AS NUMERIC_SCALE, NULL AS DOMAIN_DEFAULT FROM \"%1\".systypes t "
+               "WHERE t.xusertype > 256")
+        .arg(s, catalog, SchemaName(s, QStringLiteral("t.uid")));
 }
 
 QString InfoTables(const QString& s, const QString& catalog) {
@@ -203,20 +229,22 @@ QString SystemView(const QString& owner, const QString& name, const QString& sch
             return InfoViews(schema, catalog);
         if (n == QLatin1String("parameters"))
             return InfoParameters(schema, catalog);
+        if (n == QLatin1String("domains"))
+            return InfoDomains(schema, catalog);
         return {};
     }
     if (owner.compare(QLatin1String("sys"), Qt::CaseInsensitive) != 0)
         return {};
     const QString& s = schema;
     if (n == QLatin1String("objects"))
-        return ObjectsOf(s,
-                         QStringLiteral("'P', 'FN', 'IF', 'TF', 'V', 'TR', 'U', 'D', 'PK', 'UQ', 'F', 'C'"));
+        return ObjectsOf(
+            s, QStringLiteral("'P', 'FN', 'IF', 'TF', 'V', 'TR', 'U', 'D', 'PK', 'UQ', 'F', 'C', 'TT'"));
     if (n == QLatin1String("all_objects") || n == QLatin1String("system_objects"))
         return ObjectsOf(s, n == QLatin1String("system_objects")
                                 ? QStringLiteral("'S'")
                                 : QStringLiteral("'P', 'FN', 'IF', 'TF', 'V', "
                                                  "'TR', 'U', 'D', 'PK', 'UQ', "
-                                                 "'F', 'C', 'S'"));
+                                                 "'F', 'C', 'S', 'TT'"));
     if (n == QLatin1String("procedures"))
         return ObjectsOf(s, QStringLiteral("'P'"));
     if (n == QLatin1String("views"))
@@ -235,6 +263,8 @@ QString SystemView(const QString& owner, const QString& name, const QString& sch
         return Parameters(s);
     if (n == QLatin1String("types"))
         return Types(s);
+    if (n == QLatin1String("table_types"))
+        return Types(s, true);
     if (n == QLatin1String("databases"))
         return Databases(masterSchema);
     if (n == QLatin1String("messages"))

@@ -213,6 +213,16 @@ void SessionState::CreateTable(const SqlStatement& s) {
                 }
             }
             CreateTable(resolved);
+            if (temporary)
+                KeepTemporary(s.target.last(), s);
+            QList<QPair<QString, SqlTypeSpec>> written;
+            for (const SqlColumnDef& w : s.columnDefs)
+                written.append({w.name, w.type});
+            MarkUserTypes(
+                Catalogue::FindObject(*mDb, Schema(), s.target.last(),
+                                      s.target.size() >= 2 ? s.target[s.target.size() - 2] : QString(), mUid)
+                    .id,
+                written);
             return;
         }
     const QString name = s.target.last();
@@ -389,7 +399,16 @@ void SessionState::AlterTable(const SqlStatement& s) {
         return;
     }
     int colid = mDb->Scalar(QStringLiteral("SELECT MAX(colid) FROM syscolumns WHERE id = ?"), {o.id}).toInt();
-    for (const SqlColumnDef& c : s.columnDefs) {
+    QList<QPair<QString, SqlTypeSpec>> written;
+    for (SqlColumnDef c : s.columnDefs) {
+        // A column of a user type is one of its base type, with its nullability unless given.
+        bool notNull = false;
+        written.append({c.name, c.type});
+        c.type = ResolveType(c.type, &notNull);
+        if (notNull && !c.nullGiven) {
+            c.nullable = false;
+            c.nullGiven = true;
+        }
         if (mDb->Scalar(QStringLiteral("SELECT 1 FROM syscolumns WHERE id = ? AND name = ?"), {o.id, c.name})
                 .isValid())
             throw ServerError::Make(
@@ -438,6 +457,7 @@ void SessionState::AlterTable(const SqlStatement& s) {
             {c.name, o.id, t->xtype, t->xusertype, length, precision, scale, ++colid, nullable ? 0x08 : 0,
              t->xtype, t->xusertype, precision, scale, nullable ? 1 : 0});
     }
+    MarkUserTypes(o.id, written);
     atomic.Commit();
 }
 
@@ -585,9 +605,10 @@ void SessionState::CreateModule(const SqlStatement& s) {
         }
         columns = s.params + tableColumns;
     }
+    CheckTableParameters(s);
     for (int i = 0; i < columns.size(); ++i)
         if (!columns[i].type.name.isEmpty() && columns[i].type.name != QLatin1String("cursor") &&
-            !Catalogue::FindType(ResolveType(columns[i].type).name))
+            !Catalogue::FindType(ResolveType(columns[i].type).name) && !TableTypeDefinition(columns[i].type))
             throw ServerError::Make(
                 2715, 16,
                 QStringLiteral("Column, parameter, or variable #%1: Cannot find data type %2.")
@@ -613,6 +634,12 @@ void SessionState::CreateModule(const SqlStatement& s) {
             {name, id, xtype.leftJustified(2, u' '), uid, parent, now, xtype.leftJustified(2, u' '), now});
     }
     WriteColumns(id, columns, number);
+    {
+        QList<QPair<QString, SqlTypeSpec>> written;
+        for (const SqlParam& p : columns)
+            written.append({p.name, p.type});
+        MarkUserTypes(id, written);
+    }
     WriteText(id, text);
     if (kind == QLatin1String("TRIGGER")) {
         mDb->Exec(
@@ -669,6 +696,10 @@ void SessionState::DropObject(const CatalogueObject& o) {
 
 void SessionState::DropObjects(const SqlStatement& s) {
     const QString kind = s.objectKind;
+    if (kind == QLatin1String("TYPE")) {
+        DropTypes(s);
+        return;
+    }
     for (const QStringList& name : s.names) {
         if (kind == QLatin1String("INDEX")) {
             if (name.size() < 2)

@@ -601,6 +601,8 @@ void SessionState::Declare(const SqlParam& p, const QVariant& value, int line, c
         return;
     }
     const SqlTypeSpec type = ResolveType(p.type);
+    if (!Catalogue::FindType(type.name) && DeclareTypedTable(p, by))
+        return;
     if (!Catalogue::FindType(type.name))
         throw ServerError::Make(
             2715, 16,
@@ -787,7 +789,10 @@ void SessionState::RunSelect(const SqlStatement& s) {
 
 SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTranslator& translator) {
     const QStringList& parts = ref.name;
-    const QString name = parts.last();
+    // A table-valued parameter of an inline function reads the caller's table.
+    const auto passed =
+        parts.size() == 1 ? mPassedTables.constFind(parts.last().toLower()) : mPassedTables.cend();
+    const QString name = passed != mPassedTables.cend() ? *passed : parts.last();
     const QString owner = parts.size() >= 2 ? parts[parts.size() - 2] : QString();
     const QString dbName = parts.size() >= 3 ? parts[parts.size() - 3] : QString();
     const QString written = parts.join(u'.');
@@ -802,7 +807,7 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
         throw ServerError::InvalidObject(written);
     const bool isMasterSchema = schema == MasterSchema();
     Table t;
-    t.alias = name;
+    t.alias = parts.last();
     if (Catalogue::IsMasterTable(name) && isMasterSchema) {
         t.sql = QStringLiteral("\"%1\".%2").arg(schema, name.toLower());
         t.catalogue = true;
@@ -851,9 +856,18 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
                 8144, 16,
                 QStringLiteral("Procedure or function %1 has too many arguments specified.").arg(name), true);
         const QHash<QString, QString> saved = translator.Overrides();
+        const QHash<QString, QString> savedTables = mPassedTables;
         QHash<QString, QString> inner;
         for (int i = 0; i < params.size(); ++i) {
             QString value;
+            if (params[i].readOnly) {
+                const SqlExpr* arg = i < ref.args.size() ? ref.args[i].get() : nullptr;
+                // Described when a function is made, its own parameters pass no table yet.
+                if (arg && arg->kind == SqlExpr::Kind::Variable && saved.contains(arg->text.toLower()))
+                    arg = nullptr;
+                PassTable(params[i], arg);
+                continue;
+            }
             if (i < ref.args.size())
                 value = translator.Expr(*ref.args[i]);
             else if (params[i].defaultValue)
@@ -874,10 +888,12 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
         } catch (...) {
             --mModuleDepth;
             translator.SetOverrides(saved);
+            mPassedTables = savedTables;
             throw;
         }
         --mModuleDepth;
         translator.SetOverrides(saved);
+        mPassedTables = savedTables;
         return t;
     }
     if (o.xtype == QLatin1String("U")) {

@@ -66,6 +66,7 @@ public:
     Table ResolveTable(const SqlTableRef& ref, SqlTranslator& translator) override;
     QVariant Variable(const QString& name, int line) override;
     QString VariableType(const QString& name) override;
+    SqlTypeSpec BaseType(const SqlTypeSpec& type) override;
     QVariant Global(const QString& name) override;
     QString Schema() const override { return QStringLiteral("main"); }
     QString MasterSchema() const override;
@@ -107,6 +108,9 @@ private:
         QHash<QString, Var> vars;
         QStringList temporaries;                            // tables that go when the frame ends
         QHash<QString, const SqlStatement*> tableVariables; // name -> its DECLARE, to make it again
+        // A table variable of a table type (and a table-valued parameter), by its table's name in
+        // lower case: its table as made, whose name is the type's
+        QHash<QString, SqlStatementP> typedTables;
         QString procedure;
         QVariant returnValue;
         bool hasReturnValue = false;
@@ -222,6 +226,27 @@ private:
     // A type as the server's own: a user type gives its base type, and nullability when notNull is
     // given; an unknown or system type comes back as it is.
     SqlTypeSpec ResolveType(const SqlTypeSpec& type, bool* notNull = nullptr);
+    // table types, DROP TYPE and table-valued parameters (SessionUserTypes.cpp)
+    void CreateTableType(const SqlStatement& s, int uid);
+    void DropTypes(const SqlStatement& s);
+    // The table a table type makes, as a CREATE TABLE without its target; null when the type is
+    // none (an alias, a system type or nothing).
+    SqlStatementP TableTypeDefinition(const SqlTypeSpec& type);
+    // DECLARE @t of a table type; false when the type is no table type.
+    bool DeclareTypedTable(const SqlParam& p, const SqlStatement* by);
+    // The table of the caller's table variable that an argument passes to a table-valued
+    // parameter, checked against the parameter's type; empty when no argument is given.
+    QString TableArgument(const SqlParam& p, const SqlExpr* value);
+    // A table-valued parameter in the frame on top, with the rows of the table passed to it.
+    void BindTableParameter(const SqlParam& p, const QString& source);
+    // While an inline function's query is translated, its table-valued parameter reads the table
+    // passed to it (mPassedTables).
+    void PassTable(const SqlParam& p, const SqlExpr* value);
+    // A module's table-valued parameters: READONLY, and never changed by its body.
+    void CheckTableParameters(const SqlStatement& module);
+    // The columns of a new table or parameters of a module written with user types show those
+    // types in the catalogue, not their bases.
+    void MarkUserTypes(int id, const QList<QPair<QString, SqlTypeSpec>>& columns);
     void UseDatabase(const SqlStatement& s);
     void SetOption(const SqlStatement& s);
     // SessionOptions.cpp: SET DATEFORMAT, LANGUAGE and DATEFIRST; written is the value as the
@@ -426,5 +451,6 @@ private:
     // The decimal columns that a SELECT's items turn into text (see DecimalTextSource), while that
     // SELECT is translated.
     QHash<const SqlExpr*, int> mTextSources;
-    bool mInsertExec = false; // an INSERT ... EXEC runs
+    bool mInsertExec = false;              // an INSERT ... EXEC runs
+    QHash<QString, QString> mPassedTables; // a table-valued parameter (lower case) -> the table it reads
 };

@@ -1,6 +1,6 @@
 // User types (CREATE TYPE ... FROM): rows of systypes after the system types, each naming its base
 // type by xtype, size and nullability. Columns, parameters and variables of a user type are made
-// as ones of its base type.
+// as ones of its base type. Table types are in SessionUserTypes.cpp.
 #include "Catalogue.h"
 #include "SessionState.h"
 
@@ -17,6 +17,16 @@ void SessionState::CreateType(const SqlStatement& s) {
             262, 14, QStringLiteral("CREATE TYPE permission denied in database '%1'.").arg(database));
     const QString name = s.target.last();
     const int uid = OwnerUid(s.target, s.line);
+    if (Catalogue::FindType(name) ||
+        mDb->Scalar(QStringLiteral("SELECT 1 FROM systypes WHERE name = ?"), {name}).isValid())
+        throw ServerError::Make(
+            219, 16,
+            QStringLiteral("The type '%1' already exists, or you do not have permission to create it.")
+                .arg(name));
+    if (s.objectKind == QLatin1String("TABLE")) {
+        CreateTableType(s, uid);
+        return;
+    }
     const SqlColumnDef& c = s.columnDefs.first();
     const SqlTypeSpec base = ResolveType(c.type);
     const SystemType* t = Catalogue::FindType(base.name);
@@ -24,12 +34,6 @@ void SessionState::CreateType(const SqlStatement& s) {
         throw ServerError::Make(
             2715, 16,
             QStringLiteral("Column, parameter, or variable #1: Cannot find data type %1.").arg(c.type.name));
-    if (Catalogue::FindType(name) ||
-        mDb->Scalar(QStringLiteral("SELECT 1 FROM systypes WHERE name = ?"), {name}).isValid())
-        throw ServerError::Make(
-            219, 16,
-            QStringLiteral("The type '%1' already exists, or you do not have permission to create it.")
-                .arg(name));
     int length = 0, precision = 0, scale = 0;
     Catalogue::ColumnSize(base, &length, &precision, &scale);
     const int id =

@@ -226,10 +226,20 @@ SqlStatementP SqlParser::ParseCreate(bool first, bool alter) {
         return s;
     }
     if (w == QLatin1String("TYPE") && Peek(1).kind != SqlToken::Kind::Symbol) {
-        // CREATE TYPE name FROM base [NULL | NOT NULL]; table types are not taken.
+        // CREATE TYPE name FROM base [NULL | NOT NULL], or CREATE TYPE name AS TABLE (...).
         int at = 2;
         while (Peek(at).IsSymbol(".") && at < 6)
             at += 2;
+        if (Peek(at).IsWord("AS") && Peek(at + 1).IsWord("TABLE")) {
+            auto s = MakeStatement(SqlStatement::Kind::CreateType, keyword);
+            Next();
+            s->objectKind = QStringLiteral("TABLE");
+            s->target = ParseMultiPartName();
+            ExpectWord("AS");
+            ExpectWord("TABLE");
+            ParseTableBody(s);
+            return s;
+        }
         if (Peek(at).IsWord("FROM")) {
             auto s = MakeStatement(SqlStatement::Kind::CreateType, keyword);
             Next();
@@ -497,6 +507,11 @@ void SqlParser::ParseColumnDef(SqlColumnDef& c, QList<SqlCheck>* checks) {
                 Unsupported(QStringLiteral("CHECK constraints here"), Peek().line);
             checks->append(check);
         } else if (AcceptWord("ROWGUIDCOL")) {
+        } else if (Peek().IsWord("INDEX") && Peek(1).IsName()) {
+            Next();
+            ParseName();
+            if (!AcceptWord("CLUSTERED"))
+                AcceptWord("NONCLUSTERED");
         } else {
             break;
         }
@@ -556,6 +571,22 @@ void SqlParser::ParseTableBody(const SqlStatementP& s) {
             s->checks.append(ParseCheck(itemName, QString()));
             continue;
         }
+        if (itemName.isEmpty() && Peek().IsWord("INDEX") && Peek(1).IsName()) {
+            // An index of a table type or table variable would only speed it up: its rows are few.
+            Next();
+            ParseName();
+            AcceptWord("UNIQUE");
+            if (!AcceptWord("CLUSTERED"))
+                AcceptWord("NONCLUSTERED");
+            ExpectSymbol("(");
+            do {
+                ParseName();
+                if (!AcceptWord("ASC"))
+                    AcceptWord("DESC");
+            } while (AcceptSymbol(","));
+            ExpectSymbol(")");
+            continue;
+        }
         SqlColumnDef c;
         ParseColumnDef(c, &s->checks);
         s->columnDefs.append(c);
@@ -603,10 +634,11 @@ SqlStatementP SqlParser::ParseDrop() {
     }
     static const QStringList kinds = {QStringLiteral("TABLE"),    QStringLiteral("PROCEDURE"),
                                       QStringLiteral("FUNCTION"), QStringLiteral("VIEW"),
-                                      QStringLiteral("TRIGGER"),  QStringLiteral("INDEX")};
+                                      QStringLiteral("TRIGGER"),  QStringLiteral("INDEX"),
+                                      QStringLiteral("TYPE")};
     if (!kinds.contains(kind)) {
-        if (kind == QLatin1String("TYPE") || kind == QLatin1String("SYNONYM") ||
-            kind == QLatin1String("DEFAULT") || kind == QLatin1String("RULE"))
+        if (kind == QLatin1String("SYNONYM") || kind == QLatin1String("DEFAULT") ||
+            kind == QLatin1String("RULE"))
             Unsupported(QStringLiteral("DROP %1").arg(kind), t.line);
         Fail(t);
     }

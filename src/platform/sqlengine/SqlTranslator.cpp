@@ -529,10 +529,11 @@ QString SqlTranslator::Expr(const SqlExpr& e) {
                 .arg(Literal(e.type.name), Expr(*e.args[0]),
                      e.args.size() > 1 ? Expr(*e.args[1]) : QStringLiteral("NULL"))
                 .arg(trying ? 1 : 0);
+        const SqlTypeSpec type = mContext.BaseType(e.type);
         QString sql = QStringLiteral("tsql_convert(%1, %2, %3, %4")
-                          .arg(Literal(e.type.name))
-                          .arg(e.type.length == -1 && e.type.precision > 0 ? e.type.precision : e.type.length)
-                          .arg(e.type.scale)
+                          .arg(Literal(type.name))
+                          .arg(type.length == -1 && type.precision > 0 ? type.precision : type.length)
+                          .arg(type.scale)
                           .arg(Expr(*e.args[0]));
         // A decimal column holds a double: the text needs the column's scale to show every decimal.
         const int source = mContext.DecimalTextSource(*e.args[0]);

@@ -25,6 +25,8 @@ public:
         Q_UNUSED(name);
         return {};
     }
+    // A user type (CREATE TYPE ... FROM) as its base type; a system type as it is.
+    virtual SqlTypeSpec BaseType(const SqlTypeSpec& type) { return type; }
     // @@ROWCOUNT and friends, USER_NAME() and the like: the value, or invalid when unknown.
     virtual QVariant Global(const QString& name) = 0;
     virtual QString Schema() const = 0;       // the current database's SQLite schema

@@ -67,7 +67,12 @@ QString SqlTranslator::CatalogueFunction(const SqlExpr& e, const QString& f) {
     }
     if (f == QLatin1String("TYPE_ID")) {
         need(1, 1);
-        return QStringLiteral("(SELECT t.xusertype FROM \"%1\".systypes t WHERE t.name = (%2))")
+        // The name may carry its schema: dbo.Flag.
+        return QStringLiteral(
+                   "(SELECT t.xusertype FROM \"%1\".systypes t, (SELECT (%2) AS n) a WHERE t.name = a.n "
+                   "OR a.n = (SELECT u.name FROM \"%1\".engine_schemas u WHERE u.id = t.uid UNION ALL "
+                   "SELECT u.name FROM \"%1\".sysusers u WHERE u.uid = t.uid LIMIT 1) || '.' || t.name "
+                   "LIMIT 1)")
             .arg(s, Expr(*e.args[0]));
     }
     return {};

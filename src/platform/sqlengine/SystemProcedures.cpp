@@ -165,13 +165,10 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
         throw ServerError::Make(2812, 16,
                                 QStringLiteral("Could not find stored procedure '%1'.").arg(name.join(u'.')));
     const QList<SqlParam>& params = m.statement->params;
-    for (const SqlParam& p : params) {
-        if (p.readOnly)
-            throw ServerError::Unsupported(QStringLiteral("table-valued parameters"));
-    }
     QList<QVariant> values(params.size());
     QList<bool> given(params.size(), false);
     QList<QString> outputTo(params.size());
+    QList<QString> tables(params.size()); // what a table-valued parameter reads
     int position = 0;
     bool named = false;
     for (const SqlExecArg& a : s.execArgs) {
@@ -200,6 +197,11 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
                 throw ServerError::Make(
                     8145, 16,
                     QStringLiteral("%1 is not a parameter for procedure %2.").arg(a.name, proc.name));
+        }
+        if (params[index].readOnly) {
+            tables[index] = TableArgument(params[index], a.isDefault ? nullptr : a.value.get());
+            given[index] = true;
+            continue;
         }
         if (a.isDefault)
             continue;
@@ -233,6 +235,11 @@ QVariant SessionState::RunProcedure(const CatalogueObject& proc, const SqlStatem
     try {
         for (int i = 0; i < params.size(); ++i) {
             QVariant v = values[i];
+            if (params[i].readOnly) {
+                // Left out, it is an empty table.
+                BindTableParameter(params[i], tables[i]);
+                continue;
+            }
             if (!given[i]) {
                 if (params[i].defaultValue)
                     v = Evaluate(*params[i].defaultValue);
@@ -350,7 +357,7 @@ QVariant SessionState::CallFunction(const QString& name, const QVariantList& arg
             Declare(params[i], Evaluate(*params[i].defaultValue), 0);
         }
         Run(m.statement->body);
-        result = Convert(Top().returnValue, m.statement->returnType);
+        result = Convert(Top().returnValue, ResolveType(m.statement->returnType));
     } catch (...) {
         --mNesting;
         --mModuleDepth;
@@ -403,6 +410,10 @@ QList<QVariant> SessionState::RunDynamicSql(const QString& text, const QList<Sql
         // A value not given (invalid) takes the declaration's default.
         for (int i = 0; i < params.size(); ++i) {
             QVariant v = values[i];
+            if (params[i].readOnly) {
+                BindTableParameter(params[i], v.toString());
+                continue;
+            }
             if (!v.isValid()) {
                 if (!params[i].defaultValue)
                     throw ServerError::Make(
@@ -490,6 +501,11 @@ void SessionState::ExecuteSqlWithParameters(const SqlStatement& s) {
         if (index < 0 || index >= params.size())
             throw ServerError::Make(
                 8144, 16, QStringLiteral("Procedure or function has too many arguments specified."));
+        if (params[index].readOnly) {
+            // A table-valued parameter goes as the name of the table it reads.
+            bound[index] = TableArgument(params[index], a->isDefault ? nullptr : a->value.get());
+            continue;
+        }
         if (a->isDefault)
             continue;
         CheckCursorArgument(params[index], *a);

@@ -143,6 +143,35 @@ TEST_F(CatalogueFolder, TypesReadForAListFollowEveryChange) {
     EXPECT_EQ(Rows(*sa, owned)[0][0].toInt(), 1);
 }
 
+// User types are the database's: a restarted server still has them, and a procedure that takes a
+// table of one still reads what it is given.
+TEST_F(CatalogueFolder, UserTypesOutliveTheServer) {
+    {
+        EmbeddedServer server(folder);
+        auto sa = server.Connect(QStringLiteral("sa"), QStringLiteral("secret"), {});
+        ASSERT_TRUE(sa);
+        Rows(*sa, QStringLiteral("CREATE DATABASE Sales"));
+        Rows(*sa, QStringLiteral("USE Sales"));
+        Rows(*sa, QStringLiteral("CREATE TYPE dbo.Amount FROM decimal(9, 2) NOT NULL"));
+        Rows(*sa, QStringLiteral("CREATE TYPE dbo.Lines AS TABLE (item int PRIMARY KEY, price Amount)"));
+        Rows(*sa, QStringLiteral(
+                      "CREATE PROCEDURE dbo.Total @lines Lines READONLY AS SELECT SUM(price) FROM @lines"));
+    }
+    EmbeddedServer server(folder);
+    auto sa = server.Connect(QStringLiteral("sa"), QStringLiteral("secret"), QStringLiteral("Sales"));
+    ASSERT_TRUE(sa);
+    const QList<QVariantList> total = Rows(
+        *sa, QStringLiteral("DECLARE @l dbo.Lines\nINSERT INTO @l VALUES (1, 2.5), (2, 4)\nEXEC Total @l"));
+    ASSERT_EQ(total.size(), 1);
+    EXPECT_DOUBLE_EQ(total[0][0].toDouble(), 6.5);
+    const QList<QVariantList> types = Rows(
+        *sa,
+        QStringLiteral("SELECT name, is_table_type FROM sys.types WHERE is_user_defined = 1 ORDER BY name"));
+    ASSERT_EQ(types.size(), 2);
+    EXPECT_EQ(types[0][0].toString(), QStringLiteral("Amount"));
+    EXPECT_EQ(types[1][1].toInt(), 1);
+}
+
 TEST(StatementCache, AStatementInUseIsNeverLentTwice) {
     TempFolder temp;
     SqliteDb db(temp.Path(QStringLiteral("cache.db")), true);
