@@ -126,6 +126,9 @@ private:
     std::shared_ptr<SqlForClause> ParseForClause();
     void ParseJsonSchema(SqlTableRef& r);
     SqlExprP ParseXmlMethod(SqlExprP target);
+    static bool IsXmlMethod(const QString& name);
+    SqlExprP XmlMethodCall(SqlExprP target, const SqlToken& method);
+    SqlTableRefP ParseXmlNodes(SqlExprP target, int line);
 
     SqlExprP ParseExpr();
     SqlCheck ParseCheck(const QString& name, const QString& column);
