@@ -127,8 +127,8 @@ private:
     void ParseJsonSchema(SqlTableRef& r);
     SqlExprP ParseXmlMethod(SqlExprP target);
     static bool IsXmlMethod(const QString& name);
-    SqlExprP XmlMethodCall(SqlExprP target, const SqlToken& method);
-    SqlTableRefP ParseXmlNodes(SqlExprP target, int line);
+    SqlExprP XmlMethodCall(const SqlExprP& target, const SqlToken& method);
+    SqlTableRefP ParseXmlNodes(const SqlExprP& target, int line);
 
     SqlExprP ParseExpr();
     SqlCheck ParseCheck(const QString& name, const QString& column);

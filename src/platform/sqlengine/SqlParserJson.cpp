@@ -106,7 +106,7 @@ bool SqlParser::IsXmlMethod(const QString& name) {
 }
 
 // The call after the method's name: its arguments, with target first.
-SqlExprP SqlParser::XmlMethodCall(SqlExprP target, const SqlToken& method) {
+SqlExprP SqlParser::XmlMethodCall(const SqlExprP& target, const SqlToken& method) {
     const QString name = method.text.toUpper();
     if (name == QLatin1String("NODES") || name == QLatin1String("MODIFY"))
         Unsupported(
@@ -129,7 +129,7 @@ SqlExprP SqlParser::XmlMethodCall(SqlExprP target, const SqlToken& method) {
 }
 
 // x.nodes('path') AS T(c) in FROM: a table of the nodes, one column c of each.
-SqlTableRefP SqlParser::ParseXmlNodes(SqlExprP target, int line) {
+SqlTableRefP SqlParser::ParseXmlNodes(const SqlExprP& target, int line) {
     auto r = std::make_shared<SqlTableRef>();
     r->kind = SqlTableRef::Kind::Function;
     r->line = line;

@@ -65,6 +65,10 @@ QString SqlTranslator::XmlMethod(const SqlExpr& e, const QString& f) {
         return QStringLiteral("NULL");
     }
     const QString method = f.mid(4).toLower();
+    // The parser makes these calls without a name of parts; a user's [XML.VALUE]() is no method.
+    if (!e.parts.isEmpty() || e.args.size() != (method == QLatin1String("value") ? 3 : 2))
+        throw ServerError::Make(
+            195, 15, QStringLiteral("'%1' is not a recognized built-in function name.").arg(e.text), true);
     const QString target = Expr(*e.args[0]);
     const SqlExpr& path = LiteralArgument(e, 1, method);
     const QString arguments = XmlArguments(path.text, method + QStringLiteral("()"));

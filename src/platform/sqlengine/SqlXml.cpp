@@ -183,8 +183,6 @@ void Xml::Document::Write(int i, QString& out, const QList<QPair<QString, QStrin
             Write(c, out, {});
         return;
     case Node::Kind::Text:
-        Escape(n.value, false, out);
-        return;
     case Node::Kind::Attribute:
         Escape(n.value, false, out);
         return;
