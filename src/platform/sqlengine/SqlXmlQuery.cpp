@@ -37,6 +37,9 @@ using Xml::Sequence;
 
 // Parentheses, predicates and operators nest at most this deep in a query.
 constexpr int kMaxNesting = 64;
+// Steps and operators in all: a run of them is read into a tree as deep as the run is long, which
+// is run by recursion.
+constexpr int kMaxOperators = 1024;
 
 const QString kSqlUri = QStringLiteral("urn:schemas-microsoft-com:xml-sql");
 const QString kFnUri = QStringLiteral("http://www.w3.org/2004/07/xpath-functions");
@@ -253,7 +256,13 @@ private:
         return e;
     }
 
+    void Count() {
+        if (++mOperators > kMaxOperators)
+            Unsupported(QStringLiteral("queries of more than 1024 steps and operators"));
+    }
+
     ExprP Binary(const QString& op, ExprP left, ExprP right) {
+        Count();
         ExprP e = Make(Expr::Kind::Binary);
         e->local = op;
         e->args = {std::move(left), std::move(right)};
@@ -337,7 +346,8 @@ private:
         return step;
     }
 
-    static ExprP Join(ExprP left, ExprP right) {
+    ExprP Join(ExprP left, ExprP right) {
+        Count();
         ExprP e = Make(Expr::Kind::Path);
         e->args = {std::move(left), std::move(right)};
         return e;
@@ -578,6 +588,7 @@ private:
     QList<Token> mTokens;
     qsizetype mPos = 0;
     int mDepth = 0;
+    int mOperators = 0;
     QHash<QString, QString> mNamespaces;
     QString mDefaultElement;
     QStringList* mExternals = nullptr;

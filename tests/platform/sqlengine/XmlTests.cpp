@@ -77,6 +77,10 @@ TEST(XmlQuery, RefusesWhatItCannotReadWithoutCrashing) {
     EXPECT_EQ(error(QStringLiteral("for $i in /a return $i")), 50001);
     EXPECT_EQ(error(QString(200, u'(') + u'1' + QString(200, u')')), 50001);
     EXPECT_EQ(error(QString(500, u'-') + u'1'), 50001);
+    // Long runs of steps or operators would be read into trees as deep as they are long.
+    EXPECT_EQ(error(QStringLiteral("/a").repeated(2000)), 50001);
+    EXPECT_EQ(error(u'1' + QStringLiteral("+1").repeated(2000)), 50001);
+    EXPECT_EQ(error(QStringLiteral("/a").repeated(500)), 0);
     // Odd text fails as an error or runs, never worse.
     const Xml::Document doc(QStringLiteral("<a b=\"1\">x</a>"));
     for (const char* q : {"/", "//", "@", "..", "*:", "a:*", "'x", "1e", "[1]", "/a[1][2]/..", "a/@b/c",
