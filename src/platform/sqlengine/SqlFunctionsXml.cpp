@@ -202,6 +202,29 @@ void XmlNodes(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     });
 }
 
+// tsql_xml_modify(xml, dml, namespaces, ...): the xml after the change.
+void XmlModify(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+    Guarded(ctx, [&] {
+        using Kept = std::shared_ptr<const Xml::Modification>;
+        Kept change;
+        if (auto* cached = static_cast<Kept*>(sqlite3_get_auxdata(ctx, 1))) {
+            change = *cached;
+        } else {
+            change = std::make_shared<const Xml::Modification>(Text(argv[1]));
+            sqlite3_set_auxdata(ctx, 1, new Kept(change), [](void* p) { delete static_cast<Kept*>(p); });
+        }
+        if (IsNull(argv[0])) {
+            sqlite3_result_null(ctx);
+            return;
+        }
+        const Located at = Locate(argv[0]);
+        if (at.node != 0)
+            throw Xml::Error{
+                50001, QStringLiteral("The embedded server does not support modify() of a nodes() row.")};
+        ResultText(ctx, change->Apply(*at.doc, ExternalsOf(argc, argv, 3)));
+    });
+}
+
 // tsql_xml_document(handle): the document node of a prepared document, for OPENXML.
 void XmlDocument(sqlite3_context* ctx, int, sqlite3_value** argv) {
     const qint64 handle = sqlite3_value_int64(argv[0]);
@@ -240,10 +263,8 @@ void SqlFunctions::RegisterXml(SqliteDb& db) {
         void (*fn)(sqlite3_context*, int, sqlite3_value**);
     };
     const Entry entries[] = {
-        {"tsql_xml_value", XmlValue},
-        {"tsql_xml_query", XmlQuery},
-        {"tsql_xml_exist", XmlExist},
-        {"tsql_xml_nodes", XmlNodes},
+        {"tsql_xml_value", XmlValue}, {"tsql_xml_query", XmlQuery},   {"tsql_xml_exist", XmlExist},
+        {"tsql_xml_nodes", XmlNodes}, {"tsql_xml_modify", XmlModify},
     };
     for (const Entry& e : entries)
         sqlite3_create_function_v2(db.Handle(), e.name, -1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, e.fn,

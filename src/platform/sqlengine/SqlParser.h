@@ -127,7 +127,7 @@ private:
     void ParseJsonSchema(SqlTableRef& r);
     SqlExprP ParseXmlMethod(SqlExprP target);
     static bool IsXmlMethod(const QString& name);
-    SqlExprP XmlMethodCall(const SqlExprP& target, const SqlToken& method);
+    SqlExprP XmlMethodCall(const SqlExprP& target, const SqlToken& method, bool mutator = false);
     SqlTableRefP ParseXmlNodes(const SqlExprP& target, int line);
 
     SqlExprP ParseExpr();

@@ -105,14 +105,14 @@ bool SqlParser::IsXmlMethod(const QString& name) {
     return methods.contains(name, Qt::CaseInsensitive);
 }
 
-// The call after the method's name: its arguments, with target first.
-SqlExprP SqlParser::XmlMethodCall(const SqlExprP& target, const SqlToken& method) {
+// The call after the method's name: its arguments, with target first. modify() only where it
+// changes what it is called on (mutator): SET @x.modify(...), UPDATE ... SET c.modify(...).
+SqlExprP SqlParser::XmlMethodCall(const SqlExprP& target, const SqlToken& method, bool mutator) {
     const QString name = method.text.toUpper();
-    if (name == QLatin1String("NODES") || name == QLatin1String("MODIFY"))
-        Unsupported(
-            QStringLiteral("the xml method ") + method.text.toLower() +
-                (name == QLatin1String("NODES") ? QStringLiteral("() outside FROM") : QStringLiteral("()")),
-            method.line);
+    if (name == QLatin1String("NODES"))
+        Unsupported(QStringLiteral("the xml method nodes() outside FROM"), method.line);
+    if (name == QLatin1String("MODIFY") && !mutator)
+        Unsupported(QStringLiteral("the xml method modify() outside SET and UPDATE"), method.line);
     ExpectSymbol("(");
     auto e = std::make_shared<SqlExpr>();
     e->kind = SqlExpr::Kind::Function;

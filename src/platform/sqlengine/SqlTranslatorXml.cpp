@@ -71,6 +71,23 @@ QString SqlTranslator::XmlMethod(const SqlExpr& e, const QString& f) {
             195, 15, QStringLiteral("'%1' is not a recognized built-in function name.").arg(e.text), true);
     const QString target = Expr(*e.args[0]);
     const SqlExpr& path = LiteralArgument(e, 1, method);
+    if (method == QLatin1String("modify")) {
+        QStringList externals;
+        try {
+            externals = Xml::Modification(path.text).Externals();
+        } catch (const Xml::Error& failure) {
+            throw ToServerError(failure);
+        }
+        QString sql = QStringLiteral("tsql_xml_modify(%1, %2, ''").arg(target, Literal(path.text));
+        for (const QString& name : externals) {
+            auto value = std::make_shared<SqlExpr>();
+            value->kind = name.startsWith(u'@') ? SqlExpr::Kind::Variable : SqlExpr::Kind::Column;
+            value->text = name;
+            value->parts = name.split(u'.');
+            sql += QStringLiteral(", ") + Literal(name) + QStringLiteral(", ") + Expr(*value);
+        }
+        return sql + u')';
+    }
     const QString arguments = XmlArguments(path.text, method + QStringLiteral("()"));
     if (method == QLatin1String("query"))
         return QStringLiteral("tsql_xml_query(%1, %2)").arg(target, arguments);

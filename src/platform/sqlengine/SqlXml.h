@@ -43,7 +43,15 @@ public:
     // A node as the server writes xml: <a b="1">text</a>, <c />.
     QString Serialize(int i) const;
 
+    // The changes of modify() (SqlXmlModify.cpp): a node taken out of its parent, a value replaced
+    // (an element's by one text), copies of another document's top nodes put in.
+    enum class Place { First, Last, Before, After };
+    void Detach(int i);
+    void ReplaceValue(int i, const QString& value);
+    void InsertCopy(const Document& from, int target, Place place);
+
 private:
+    int Copy(const Document& from, int i, int parent);
     void Write(int i, QString& out, const QList<QPair<QString, QString>>& inherited) const;
     std::vector<Node> mNodes;
 };
@@ -84,6 +92,24 @@ private:
     ExprP mRoot;
     QStringList mExternals;
     QString mMethod;
+};
+
+// modify(): insert, delete or replace value of, read once and applied to a copy of a document.
+class Modification {
+public:
+    // Throws Error as Query does.
+    explicit Modification(const QString& text);
+    const QStringList& Externals() const { return mExternals; }
+    // The document's text after the change.
+    QString Apply(const Document& doc, const External& external) const;
+
+private:
+    enum class Kind { Insert, Delete, Replace };
+    Kind mKind = Kind::Delete;
+    std::shared_ptr<Query> mTarget, mValue;
+    QString mFragment; // the xml that insert puts in
+    Document::Place mPlace = Document::Place::Last;
+    QStringList mExternals;
 };
 
 // The documents of sp_xml_preparedocument, by handle, until sp_xml_removedocument
