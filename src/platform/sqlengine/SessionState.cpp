@@ -631,8 +631,8 @@ QVariant SessionState::Convert(const QVariant& value, const SqlTypeSpec& type) {
     if (QVariant fast; FastConvert(value, type, fast) || ConvertDecimal(value, type, fast))
         return fast;
     const SystemType* t = Catalogue::FindType(type.name);
-    if (t && t->character && length == -1)
-        length = 1; // a declared varchar without length holds one character
+    if (t && t->character && length == -1 && type.name != QLatin1String("xml"))
+        length = 1; // a declared varchar without length holds one character; xml has no length
     const CachedStatement st = mDb->Prepare(QStringLiteral("SELECT tsql_convert(?, ?, ?, ?)"));
     st->BindAll({type.name, length, type.scale, value});
     st->Step();

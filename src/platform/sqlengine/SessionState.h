@@ -283,6 +283,8 @@ private:
     bool RunOdbcProcedure(const QString& name, const SqlStatement& s);
     // sp_addmessage and sp_dropmessage (SessionMessages.cpp); false when name is neither.
     bool RunMessageProcedure(const QString& name, const SqlStatement& s);
+    // sp_xml_preparedocument and sp_xml_removedocument (SessionXml.cpp); false for another name.
+    bool RunXmlProcedure(const QString& name, const SqlStatement& s);
     // A user message's severity and text by number; false when there is none.
     bool StoredMessage(qlonglong number, int& severity, QString& text);
     static void EnsureMessageTable(SqliteDb& db, const QString& masterSchema);

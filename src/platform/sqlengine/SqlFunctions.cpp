@@ -542,7 +542,7 @@ void Convert(sqlite3_context* ctx, int argc, sqlite3_value** a) {
             s = Text(v);
         }
         qint64 max = length;
-        if (max == -1)
+        if (max == -1 && name != QLatin1String("xml")) // xml has no length
             max = 30;
         if (max >= 0 && s.size() > max)
             s.truncate(max);
@@ -800,6 +800,7 @@ void SqlFunctions::Register(SqliteDb& db) {
     RegisterFormat(db);
     RegisterMisc(db);
     RegisterJson(db);
+    RegisterXml(db);
     RegisterDecimal(db);
     RegisterInteger(db);
 }

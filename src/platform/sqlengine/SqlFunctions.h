@@ -52,6 +52,9 @@ private:
 };
 // tsql_isjson, tsql_json_*, tsql_for_rows and the xml helpers (SqlFunctionsJson.cpp); Register calls it.
 void RegisterJson(SqliteDb& db);
+// tsql_xml_value, _query, _exist, _nodes, _document: the xml methods (SqlFunctionsXml.cpp); Register
+// calls it.
+void RegisterXml(SqliteDb& db);
 // tsql_fail (SqlFunctionsDecimal.cpp); Register calls it.
 void RegisterDecimal(SqliteDb& db);
 // tsql_convert to decimal, numeric, money or smallmoney (SqlFunctionsDecimal.cpp).

@@ -464,6 +464,18 @@ SqlStatementP SqlParser::ParseSet() {
         auto s = MakeStatement(SqlStatement::Kind::SetVariable, setToken);
         Next();
         s->variable = t.text;
+        if (Peek().IsSymbol(".") && Peek(1).IsWord("MODIFY") && Peek(2).IsSymbol("(")) {
+            // SET @x.modify('...'): @x takes the changed xml
+            Next();
+            const SqlToken& method = Next();
+            s->assignOp = QStringLiteral("=");
+            auto target = std::make_shared<SqlExpr>();
+            target->kind = SqlExpr::Kind::Variable;
+            target->text = t.text;
+            target->line = t.line;
+            s->condition = XmlMethodCall(target, method, true);
+            return s;
+        }
         const SqlToken& op = Next();
         if (op.kind != SqlToken::Kind::Symbol || !op.text.endsWith(u'=') || op.text == QLatin1String("<=") ||
             op.text == QLatin1String(">=") || op.text == QLatin1String("!="))

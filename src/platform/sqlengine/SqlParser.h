@@ -128,6 +128,9 @@ private:
     std::shared_ptr<SqlForClause> ParseForClause();
     void ParseJsonSchema(SqlTableRef& r);
     SqlExprP ParseXmlMethod(SqlExprP target);
+    static bool IsXmlMethod(const QString& name);
+    SqlExprP XmlMethodCall(const SqlExprP& target, const SqlToken& method, bool mutator = false);
+    SqlTableRefP ParseXmlNodes(const SqlExprP& target, int line);
 
     SqlExprP ParseExpr();
     SqlCheck ParseCheck(const QString& name, const QString& column);

@@ -23,6 +23,18 @@ void SqlParser::ParseSetList(SqlStatement& s) {
             col.append(Next().text);
         else
             col = ParseMultiPartName();
+        if (col.size() >= 2 && col.last().compare(QLatin1String("modify"), Qt::CaseInsensitive) == 0 &&
+            Peek().IsSymbol("(")) {
+            // column.modify('...'): the column takes the changed xml
+            const SqlToken method = Peek(-1);
+            col.removeLast();
+            auto target = std::make_shared<SqlExpr>();
+            target->kind = SqlExpr::Kind::Column;
+            target->parts = col;
+            target->line = method.line;
+            s.assignments.append({col, XmlMethodCall(target, method, true)});
+            continue;
+        }
         const SqlToken& op = Next();
         if (!op.IsSymbol("=")) {
             if (op.kind == SqlToken::Kind::Symbol && op.text.size() == 2 && op.text.endsWith(u'=') &&

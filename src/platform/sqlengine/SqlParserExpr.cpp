@@ -302,14 +302,27 @@ SqlTableRefP SqlParser::ParseTablePrimary() {
         ExpectSymbol(")");
         return inner;
     }
+    if (Peek().kind == SqlToken::Kind::Variable && Peek(1).IsSymbol(".") && Peek(2).IsWord("NODES") &&
+        Peek(3).IsSymbol("(")) {
+        const SqlToken variable = Next();
+        Next();
+        Next();
+        return ParseXmlNodes(MakeExpr(SqlExpr::Kind::Variable, variable.line, variable.text), variable.line);
+    }
     if (Peek().kind == SqlToken::Kind::Variable) {
         r->name = QStringList{Next().text};
         r->alias = ParseOptionalAlias();
         return r;
     }
-    if (Peek().IsWord("OPENQUERY") || Peek().IsWord("OPENROWSET") || Peek().IsWord("OPENXML"))
+    if (Peek().IsWord("OPENQUERY") || Peek().IsWord("OPENROWSET"))
         Unsupported(Peek().text.toUpper(), Peek().line);
     r->name = ParseMultiPartName();
+    if (r->name.size() >= 2 && r->name.last().compare(QLatin1String("nodes"), Qt::CaseInsensitive) == 0 &&
+        Peek().IsSymbol("(")) {
+        auto column = MakeExpr(SqlExpr::Kind::Column, r->line);
+        column->parts = r->name.mid(0, r->name.size() - 1);
+        return ParseXmlNodes(column, r->line);
+    }
     if (AcceptSymbol("(")) {
         r->kind = SqlTableRef::Kind::Function;
         if (!Peek().IsSymbol(")")) {
@@ -320,7 +333,8 @@ SqlTableRefP SqlParser::ParseTablePrimary() {
         ExpectSymbol(")");
     }
     if (r->kind == SqlTableRef::Kind::Function && r->name.size() == 1 &&
-        r->name.first().compare(QLatin1String("OPENJSON"), Qt::CaseInsensitive) == 0 &&
+        (r->name.first().compare(QLatin1String("OPENJSON"), Qt::CaseInsensitive) == 0 ||
+         r->name.first().compare(QLatin1String("OPENXML"), Qt::CaseInsensitive) == 0) &&
         Peek().IsWord("WITH") && Peek(1).IsSymbol("("))
         ParseJsonSchema(*r);
     r->alias = ParseOptionalAlias();
@@ -493,7 +507,7 @@ SqlExprP SqlParser::ParsePrimary() {
         Next();
         if (t.text.startsWith(QLatin1String("@@")))
             return MakeExpr(SqlExpr::Kind::Function, t.line, t.text.toUpper());
-        return MakeExpr(SqlExpr::Kind::Variable, t.line, t.text);
+        return ParseXmlMethod(MakeExpr(SqlExpr::Kind::Variable, t.line, t.text));
     }
     case SqlToken::Kind::Symbol:
         if (t.IsSymbol("(")) {
@@ -572,7 +586,7 @@ SqlExprP SqlParser::ParsePrimary() {
             if (w.endsWith(QLatin1String("PARSE")) && AcceptWord("USING"))
                 e->args.append(ParseExpr());
             ExpectSymbol(")");
-            return e;
+            return ParseXmlMethod(e);
         }
         if ((w == QLatin1String("CONVERT") || w == QLatin1String("TRY_CONVERT")) && Peek(1).IsSymbol("(")) {
             Next();
@@ -584,7 +598,7 @@ SqlExprP SqlParser::ParsePrimary() {
             if (AcceptSymbol(","))
                 e->args.append(ParseExpr());
             ExpectSymbol(")");
-            return e;
+            return ParseXmlMethod(e);
         }
         if (w == QLatin1String("CURRENT_TIMESTAMP") || w == QLatin1String("CURRENT_USER") ||
             w == QLatin1String("SESSION_USER") || w == QLatin1String("SYSTEM_USER") ||
@@ -610,8 +624,15 @@ SqlExprP SqlParser::ParsePrimary() {
         }
         parts.append(ParseName());
     }
+    if (Peek().IsSymbol("(") && parts.size() >= 2 && IsXmlMethod(parts.last())) {
+        // column.value(...), table.column.query(...): a method of an xml column
+        const SqlToken method = Peek(-1);
+        auto column = MakeExpr(SqlExpr::Kind::Column, t.line);
+        column->parts = parts.mid(0, parts.size() - 1);
+        return ParseXmlMethod(XmlMethodCall(column, method));
+    }
     if (Peek().IsSymbol("("))
-        return ParseFunctionCall(parts, t.line);
+        return ParseXmlMethod(ParseFunctionCall(parts, t.line));
     auto e = MakeExpr(SqlExpr::Kind::Column, t.line);
     e->parts = parts;
     return e;

@@ -57,10 +57,8 @@ QString DescribeConstruct(const QList<SqlToken>& tokens, int from, int to) {
             return QStringLiteral("table variables");
         if (t.IsSymbol("::"))
             return QStringLiteral("methods of types (::)");
-        if (t.IsSymbol(".") && i + 2 < to && symbol(i + 2, "(") &&
-            (word(i + 1, "value") || word(i + 1, "nodes") || word(i + 1, "query") || word(i + 1, "exist") ||
-             word(i + 1, "modify")))
-            return QStringLiteral("xml methods");
+        if (t.IsSymbol(".") && i + 2 < to && symbol(i + 2, "(") && word(i + 1, "modify"))
+            return QStringLiteral("the xml method modify()");
     }
     if (tokens[from].kind == SqlToken::Kind::Word) {
         // A statement the tree parser doesn't know at all is named by its word: RECONFIGURE, DBCC ...

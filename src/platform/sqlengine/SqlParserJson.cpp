@@ -85,24 +85,66 @@ void SqlParser::ParseJsonSchema(SqlTableRef& r) {
     ExpectSymbol(")");
 }
 
-// (SELECT ... FOR XML ..., TYPE).value('xpath', 'type'): the other xml methods stay unsupported.
+// The methods of an xml value after it: x.value('path', 'type'), x.query('path'), x.exist('path'),
+// also one after another. nodes() belongs in FROM and modify() in SET, both read elsewhere.
 SqlExprP SqlParser::ParseXmlMethod(SqlExprP target) {
-    if (!Peek().IsSymbol(".") || !Peek(1).IsName() || !Peek(2).IsSymbol("("))
-        return target;
-    Next();
-    const SqlToken method = Next();
-    if (!method.IsWord("VALUE"))
-        Unsupported(QStringLiteral("the xml method ") + method.text.toLower() + QStringLiteral("()"),
-                    method.line);
-    Next(); // (
+    while (Peek().IsSymbol(".") && Peek(1).IsName() && Peek(2).IsSymbol("(")) {
+        const SqlToken& method = Peek(1);
+        if (!IsXmlMethod(method.text))
+            return target;
+        Next();
+        target = XmlMethodCall(target, Next());
+    }
+    return target;
+}
+
+bool SqlParser::IsXmlMethod(const QString& name) {
+    static const QStringList methods = {QStringLiteral("value"), QStringLiteral("query"),
+                                        QStringLiteral("exist"), QStringLiteral("nodes"),
+                                        QStringLiteral("modify")};
+    return methods.contains(name, Qt::CaseInsensitive);
+}
+
+// The call after the method's name: its arguments, with target first. modify() only where it
+// changes what it is called on (mutator): SET @x.modify(...), UPDATE ... SET c.modify(...).
+SqlExprP SqlParser::XmlMethodCall(const SqlExprP& target, const SqlToken& method, bool mutator) {
+    const QString name = method.text.toUpper();
+    if (name == QLatin1String("NODES"))
+        Unsupported(QStringLiteral("the xml method nodes() outside FROM"), method.line);
+    if (name == QLatin1String("MODIFY") && !mutator)
+        Unsupported(QStringLiteral("the xml method modify() outside SET and UPDATE"), method.line);
+    ExpectSymbol("(");
     auto e = std::make_shared<SqlExpr>();
     e->kind = SqlExpr::Kind::Function;
-    e->text = QStringLiteral("XML.VALUE");
+    e->text = QStringLiteral("XML.") + name;
     e->line = method.line;
     e->args.append(target);
     e->args.append(ParseExpr());
-    ExpectSymbol(",");
-    e->args.append(ParseExpr());
+    if (name == QLatin1String("VALUE")) {
+        ExpectSymbol(",");
+        e->args.append(ParseExpr());
+    }
     ExpectSymbol(")");
     return e;
+}
+
+// x.nodes('path') AS T(c) in FROM: a table of the nodes, one column c of each.
+SqlTableRefP SqlParser::ParseXmlNodes(const SqlExprP& target, int line) {
+    auto r = std::make_shared<SqlTableRef>();
+    r->kind = SqlTableRef::Kind::Function;
+    r->line = line;
+    r->name = QStringList{QStringLiteral("XML.NODES")};
+    r->args.append(target);
+    ExpectSymbol("(");
+    r->args.append(ParseExpr());
+    ExpectSymbol(")");
+    r->alias = ParseOptionalAlias();
+    if (r->alias.isEmpty() || !Peek().IsSymbol("("))
+        Fail(Peek());
+    Next();
+    SqlJsonColumn column; // the one column, by name
+    column.name = ParseName();
+    r->jsonColumns.append(column);
+    ExpectSymbol(")");
+    return r;
 }

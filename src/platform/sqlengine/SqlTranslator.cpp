@@ -262,6 +262,12 @@ QString SqlTranslator::TableRef(const SqlTableRef& ref) {
         if (ref.kind == SqlTableRef::Kind::Function && ref.name.size() == 1 &&
             ref.name.first().compare(QLatin1String("OPENJSON"), Qt::CaseInsensitive) == 0)
             return OpenJson(ref, false);
+        if (ref.kind == SqlTableRef::Kind::Function && ref.name.size() == 1 &&
+            ref.name.first() == QLatin1String("XML.NODES"))
+            return XmlNodes(ref, false);
+        if (ref.kind == SqlTableRef::Kind::Function && ref.name.size() == 1 &&
+            ref.name.first().compare(QLatin1String("OPENXML"), Qt::CaseInsensitive) == 0)
+            return OpenXml(ref, false);
         TranslatorContext::Table t = mContext.ResolveTable(ref, *this);
         const QString alias = ref.alias.isEmpty() ? t.alias : ref.alias;
         mColumnSources[source] = ColumnSource{alias.toLower(), t.columnTypes, t.columnTypes.isEmpty()};

@@ -129,6 +129,14 @@ private:
     QString OpenJson(const SqlTableRef& ref, bool lateral);
     QString Apply(const SqlTableRef& join);
     QString ForClause(const SqlSelect& select);
+    // SqlTranslatorXml.cpp: value(), query(), exist() and EVENTDATA(); nodes() and OPENXML as tables.
+    QString XmlMethod(const SqlExpr& e, const QString& f);
+    QString XmlArguments(const QString& path, const QString& method);
+    QString XmlNodes(const SqlTableRef& ref, bool lateral);
+    QString OpenXml(const SqlTableRef& ref, bool lateral);
+    static QString XmlRowName(const QString& alias, bool lateral);
+    QString XmlRows(const QString& source, const QString& alias,
+                    const QList<QPair<QString, QString>>& columns, bool lateral);
     // The columns that an APPLY brings, by lower case alias and column: what stands for each.
     QHash<QString, QHash<QString, QString>> mLateral;
     QStringList mApplyConditions; // what a CROSS APPLY adds to its query's WHERE

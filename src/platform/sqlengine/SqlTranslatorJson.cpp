@@ -74,29 +74,8 @@ QString SqlTranslator::JsonFunction(const SqlExpr& e, const QString& f) {
             .arg(Expr(*e.args[0]), Expr(*e.args[1]), Expr(*e.args[2]),
                  IsJsonText(*e.args[2]) ? QStringLiteral("1") : QStringLiteral("0"));
     }
-    if (f == QLatin1String("XML.VALUE")) {
-        // value('.') and value('(./text())[1]') of a FOR XML ..., TYPE: the text it holds.
-        const SqlExpr& xpath = *e.args[1];
-        const SqlExpr& type = *e.args[2];
-        static const QStringList whole = {QStringLiteral("."), QStringLiteral("(./text())[1]"),
-                                          QStringLiteral("./text()[1]"), QStringLiteral("(text())[1]")};
-        if (xpath.kind != SqlExpr::Kind::String || !whole.contains(xpath.text.trimmed()))
-            throw ServerError::Unsupported(QStringLiteral("the xml value() method with this path"));
-        if (type.kind != SqlExpr::Kind::String)
-            throw ServerError::Make(
-                8172, 16,
-                QStringLiteral("The argument 2 of the XML data type method \"value\" must be "
-                               "a string literal."));
-        const SqlTypeSpec spec = SqlParser::ParseType(type.text);
-        if (!spec.IsValid())
-            throw ServerError::Make(
-                243, 16, QStringLiteral("Type %1 is not a defined system type.").arg(type.text.trimmed()));
-        return QStringLiteral("tsql_convert(%1, %2, %3, tsql_xml_text(%4))")
-            .arg(Literal(spec.name))
-            .arg(spec.length == -1 && spec.precision > 0 ? spec.precision : spec.length)
-            .arg(spec.scale)
-            .arg(Expr(*e.args[0]));
-    }
+    if (f.startsWith(QLatin1String("XML.")) || f == QLatin1String("EVENTDATA"))
+        return XmlMethod(e, f);
     return {};
 }
 
@@ -206,6 +185,10 @@ QString SqlTranslator::Apply(const SqlTableRef& join) {
     };
     if (isFunction("OPENJSON"))
         return joinWord + OpenJson(right, true) + on;
+    if (isFunction("XML.NODES"))
+        return joinWord + XmlNodes(right, true) + on;
+    if (isFunction("OPENXML"))
+        return joinWord + OpenXml(right, true) + on;
     if (isFunction("STRING_SPLIT")) {
         if (right.args.size() != 2)
             return joinWord + StringSplit(right) + on; // its argument count error

@@ -102,7 +102,8 @@ void SessionState::Exec(const SqlStatement& s) {
                              name[name.size() - 2].compare(QLatin1String("dbo"), Qt::CaseInsensitive) == 0 ||
                              name[name.size() - 2].compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0;
     if (systemOwner && name.size() <= 2 &&
-        (RunOdbcProcedure(name.last(), s) || RunMessageProcedure(name.last(), s)))
+        (RunOdbcProcedure(name.last(), s) || RunMessageProcedure(name.last(), s) ||
+         RunXmlProcedure(name.last(), s)))
         return;
     if (sys >= 0 && systemOwner && s.execArgs.size() > 1 &&
         name.last().compare(QLatin1String("sp_executesql"), Qt::CaseInsensitive) == 0) {
