@@ -171,6 +171,10 @@ void SessionState::OpenDatabase(const QString& name, const QString& path) {
     SqlFunctions::Register(*db);
     sqlite3_create_function_v2(db->Handle(), "tsql_udf", -1, SQLITE_UTF8, this, UdfCallback, nullptr, nullptr,
                                nullptr);
+    // SQLite lets a generated column call only functions marked deterministic; a computed column that
+    // calls a user function is one the server computes when it is read, which is when SQLite calls it.
+    sqlite3_create_function_v2(db->Handle(), "tsql_udf_column", -1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, this,
+                               UdfCallback, nullptr, nullptr, nullptr);
     sqlite3_progress_handler(db->Handle(), 10000, ProgressCallback, this);
     if (name.compare(QLatin1String("master"), Qt::CaseInsensitive) != 0)
         db->Exec(QStringLiteral("ATTACH DATABASE ? AS master"), {mServer->MasterPath()});
@@ -542,6 +546,9 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
     case K::CreateType:
         CreateType(s);
         return Flow::Normal;
+    case K::XmlSchemaCollection:
+        RunXmlSchemaCollection(s);
+        return Flow::Normal;
     case K::Raiserror:
         RunRaiserror(s);
         return Flow::Normal;
@@ -623,8 +630,9 @@ QVariant SessionState::Convert(const QVariant& value, const SqlTypeSpec& type) {
     if (QVariant fast; FastConvert(value, type, fast) || ConvertDecimal(value, type, fast))
         return fast;
     const SystemType* t = Catalogue::FindType(type.name);
+    // A declared varchar without length holds one character; sysname is nvarchar(128).
     if (t && t->character && length == -1)
-        length = 1; // a declared varchar without length holds one character
+        length = QLatin1String(t->name) == QLatin1String("sysname") ? 128 : 1;
     const CachedStatement st = mDb->Prepare(QStringLiteral("SELECT tsql_convert(?, ?, ?, ?)"));
     st->BindAll({type.name, length, type.scale, value});
     st->Step();
@@ -791,6 +799,13 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
     t.alias = name;
     if (Catalogue::IsMasterTable(name) && isMasterSchema) {
         t.sql = QStringLiteral("\"%1\".%2").arg(schema, name.toLower());
+        t.catalogue = true;
+        return t;
+    }
+    if (ref.kind == SqlTableRef::Kind::Function &&
+        name.compare(QLatin1String("fn_listextendedproperty"), Qt::CaseInsensitive) == 0 &&
+        (owner.isEmpty() || owner.compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0)) {
+        t.sql = u'(' + ListExtendedProperties(ref, schema, translator) + u')';
         t.catalogue = true;
         return t;
     }

@@ -64,6 +64,8 @@ SqlStatementP SqlParser::ParseCreate(bool first, bool alter) {
     }
     if (orAlter)
         Fail(t);
+    if (t.kind == SqlToken::Kind::Word && w == QLatin1String("XML") && Peek(1).IsWord("SCHEMA"))
+        return ParseXmlSchemaCollection(keyword, alter ? QStringLiteral("ALTER") : QStringLiteral("CREATE"));
     if (alter) {
         if (w == QLatin1String("TABLE")) {
             auto s = MakeStatement(SqlStatement::Kind::AlterTableAdd, keyword);
@@ -298,6 +300,8 @@ SqlStatementP SqlParser::ParseModule(bool first, bool alter, const SqlToken& key
         if (AcceptWord("FOR"))
             ExpectWord("REPLICATION");
         ExpectWord("AS");
+        if (ParseExternalName(*s))
+            return s;
         s->body = ParseStatementsToEnd();
         return s;
     }
@@ -319,6 +323,8 @@ SqlStatementP SqlParser::ParseModule(bool first, bool alter, const SqlToken& key
         }
         ParseModuleOptions();
         AcceptWord("AS");
+        if (ParseExternalName(*s))
+            return s;
         if (s->returnsTable && s->returnVariable.isEmpty()) {
             ExpectWord("RETURN");
             ParseModuleQuery(*s);
@@ -581,6 +587,8 @@ SqlStatementP SqlParser::ParseDrop() {
     QString kind = t.text.toUpper();
     if (kind == QLatin1String("PROC"))
         kind = QStringLiteral("PROCEDURE");
+    if (kind == QLatin1String("XML") && Peek().IsWord("SCHEMA"))
+        return ParseXmlSchemaCollection(keyword, QStringLiteral("DROP"));
     if (kind == QLatin1String("SCHEMA")) {
         auto s = MakeStatement(SqlStatement::Kind::DropSchema, keyword);
         if (Peek().IsWord("IF") && Peek(1).IsWord("EXISTS")) {
