@@ -250,8 +250,18 @@ QString ListExtendedProperties(const QString& s, const QStringList& args) {
         .arg(paths, given);
 }
 
-QString PropertySystemView(const QString& name, const QString& schema) {
+QString PropertySystemView(const QString& name, const QString& schema, const QString& masterSchema) {
     const QString n = name.toLower();
+    // The server's triggers, in master whichever database asks.
+    if (n == QLatin1String("server_triggers"))
+        return QStringLiteral(
+                   "SELECT name, id AS object_id, 100 AS parent_class, 'SERVER' AS parent_class_desc, "
+                   "0 AS parent_id, 'TR' AS type, 'SQL_TRIGGER' AS type_desc, create_date, "
+                   "modify_date, 0 AS is_ms_shipped, 0 AS is_disabled FROM \"%1\".engine_server_triggers")
+            .arg(masterSchema);
+    if (n == QLatin1String("server_sql_modules"))
+        return QStringLiteral("SELECT id AS object_id, definition FROM \"%1\".engine_server_triggers")
+            .arg(masterSchema);
     if (n == QLatin1String("extended_properties"))
         return ExtendedProperties(schema);
     if (n == QLatin1String("xml_schema_collections"))

@@ -181,6 +181,9 @@ void SessionState::OpenDatabase(const QString& name, const QString& path) {
     EnsureMessageTable(*db, name.compare(QLatin1String("master"), Qt::CaseInsensitive) == 0
                                 ? QStringLiteral("main")
                                 : QStringLiteral("master"));
+    EnsureServerTriggerTable(*db, name.compare(QLatin1String("master"), Qt::CaseInsensitive) == 0
+                                      ? QStringLiteral("main")
+                                      : QStringLiteral("master"));
     // Whom the login is in this database: a sysadmin is dbo everywhere, others their mapped user
     // or else guest when guest may enter.
     int uid = -1;
@@ -449,10 +452,16 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
         AlterTable(s);
         return Flow::Normal;
     case K::CreateModule:
-        CreateModule(s);
+        if (s.objectKind == QLatin1String("SERVER TRIGGER"))
+            ServerTrigger(s);
+        else
+            CreateModule(s);
         return Flow::Normal;
     case K::DropObject:
-        DropObjects(s);
+        if (s.objectKind == QLatin1String("SERVER TRIGGER"))
+            ServerTrigger(s);
+        else
+            DropObjects(s);
         return Flow::Normal;
     case K::CreateIndex:
         CreateIndex(s);

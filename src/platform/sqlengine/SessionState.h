@@ -200,6 +200,9 @@ private:
     void RunSchema(const SqlStatement& s);
     // SessionXmlSchemas.cpp: XML SCHEMA COLLECTION, kept and listed but not checked against.
     void RunXmlSchemaCollection(const SqlStatement& s);
+    // SessionServerTriggers.cpp: CREATE / ALTER / DROP TRIGGER ... ON ALL SERVER, kept in master.
+    void ServerTrigger(const SqlStatement& s);
+    static void EnsureServerTriggerTable(SqliteDb& db, const QString& masterSchema);
     // The CHECK constraints of a new table: recorded in the catalogue, and returned as the clauses of
     // its SQLite table that enforce them.
     QStringList CheckConstraints(const SqlStatement& s, int tableId, const QString& table, int uid);

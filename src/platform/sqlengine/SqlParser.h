@@ -87,6 +87,8 @@ private:
     // EXTERNAL NAME assembly.class.method, the body of a CLR module: the module is kept with a body
     // that fails when it runs. False when the body is T-SQL.
     bool ParseExternalName(SqlStatement& s);
+    // A trigger ON ALL SERVER from ALL on: objectKind SERVER TRIGGER, its events and body.
+    void ParseServerTrigger(SqlStatement& s);
     SqlStatementP ParseIf();
     SqlStatementP ParseDeclare();
     SqlStatementP ParseSet();

@@ -47,3 +47,21 @@ bool SqlParser::ParseExternalName(SqlStatement& s) {
     s.body = {body};
     return true;
 }
+
+void SqlParser::ParseServerTrigger(SqlStatement& s) {
+    ExpectWord("ALL");
+    ExpectWord("SERVER");
+    s.objectKind = QStringLiteral("SERVER TRIGGER");
+    ParseModuleOptions();
+    if (!AcceptWord("FOR"))
+        ExpectWord("AFTER");
+    // LOGON, or DDL events and groups (CREATE_LOGIN, DDL_SERVER_LEVEL_EVENTS ...)
+    do {
+        const SqlToken& event = Next();
+        if (event.kind != SqlToken::Kind::Word)
+            Fail(event);
+        s.triggerEvents.append(event.text.toUpper());
+    } while (AcceptSymbol(","));
+    ExpectWord("AS");
+    s.body = ParseStatementsToEnd();
+}

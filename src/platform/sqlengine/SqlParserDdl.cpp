@@ -354,6 +354,10 @@ SqlStatementP SqlParser::ParseModule(bool first, bool alter, const SqlToken& key
     }
     // TRIGGER
     ExpectWord("ON");
+    if (Peek().IsWord("ALL") && Peek(1).IsWord("SERVER")) {
+        ParseServerTrigger(*s);
+        return s;
+    }
     s->triggerTable = ParseMultiPartName();
     ParseModuleOptions();
     if (AcceptWord("INSTEAD")) {
@@ -630,5 +634,12 @@ SqlStatementP SqlParser::ParseDrop() {
         if (kind == QLatin1String("INDEX") && AcceptWord("ON"))
             s->names.last() = ParseMultiPartName() + s->names.last();
     } while (AcceptSymbol(","));
+    if (kind == QLatin1String("TRIGGER") && Peek().IsWord("ON") && Peek(1).IsWord("ALL") &&
+        Peek(2).IsWord("SERVER")) {
+        Next();
+        Next();
+        Next();
+        s->objectKind = QStringLiteral("SERVER TRIGGER");
+    }
     return s;
 }
