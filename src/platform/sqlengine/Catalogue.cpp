@@ -133,6 +133,7 @@ void EnsureIndexes(SqliteDb& db) {
             db.Exec(QString::fromLatin1(kSchemaTable));
     } catch (const SqliteError&) {
     }
+    EnsurePropertyTables(db);
     const qlonglong present =
         db.Scalar(
               QStringLiteral("SELECT COUNT(*) FROM main.sqlite_master WHERE type = 'index' AND name IN "

@@ -57,6 +57,12 @@ void CreateMasterCatalogue(SqliteDb& db);
 void EnsureIndexes(SqliteDb& db);
 
 bool IsCatalogueTable(const QString& name);
+// CatalogueProperties.cpp: the tables of extended properties and XML schema collections, made in a
+// database from before them; the sys views over them and the dynamic views (empty), or empty.
+void EnsurePropertyTables(SqliteDb& db);
+QString PropertySystemView(const QString& name, const QString& schema, const QString& masterSchema);
+// The query of fn_listextendedproperty over the SQL of its seven arguments.
+QString ListExtendedProperties(const QString& schema, const QStringList& args);
 // The query behind a catalogue view of the newer servers (sys.objects, INFORMATION_SCHEMA.ROUTINES
 // ...) over the tables of the database in `schema`; empty when owner.name is no such view.
 QString SystemView(const QString& owner, const QString& name, const QString& schema,

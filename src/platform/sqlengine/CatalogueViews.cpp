@@ -271,7 +271,7 @@ QString SystemView(const QString& owner, const QString& name, const QString& sch
         return QStringLiteral("SELECT message_id, language_id, severity, is_event_logged, text "
                               "FROM \"%1\".engine_messages")
             .arg(masterSchema);
-    return {};
+    return PropertySystemView(n, s, masterSchema);
 }
 
 } // namespace Catalogue

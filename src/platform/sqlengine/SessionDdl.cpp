@@ -286,6 +286,10 @@ void SessionState::CreateTable(const SqlStatement& s) {
         if (c.computed) {
             // Computed by SQLite as a generated column; its type is that of the expression.
             SqlTranslator tr(*this);
+            QStringList columns;
+            for (const SqlColumnDef& other : s.columnDefs)
+                columns.append(other.name);
+            tr.SetComputedColumn(columns);
             const QString expr = tr.Expr(*c.computed);
             if (!tr.Params().isEmpty())
                 throw ServerError::Unsupported(QStringLiteral("this computed column"));

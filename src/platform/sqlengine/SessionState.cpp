@@ -171,12 +171,19 @@ void SessionState::OpenDatabase(const QString& name, const QString& path) {
     SqlFunctions::Register(*db);
     sqlite3_create_function_v2(db->Handle(), "tsql_udf", -1, SQLITE_UTF8, this, UdfCallback, nullptr, nullptr,
                                nullptr);
+    // SQLite lets a generated column call only functions marked deterministic; a computed column that
+    // calls a user function is one the server computes when it is read, which is when SQLite calls it.
+    sqlite3_create_function_v2(db->Handle(), "tsql_udf_column", -1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, this,
+                               UdfCallback, nullptr, nullptr, nullptr);
     sqlite3_progress_handler(db->Handle(), 10000, ProgressCallback, this);
     if (name.compare(QLatin1String("master"), Qt::CaseInsensitive) != 0)
         db->Exec(QStringLiteral("ATTACH DATABASE ? AS master"), {mServer->MasterPath()});
     EnsureMessageTable(*db, name.compare(QLatin1String("master"), Qt::CaseInsensitive) == 0
                                 ? QStringLiteral("main")
                                 : QStringLiteral("master"));
+    EnsureServerTriggerTable(*db, name.compare(QLatin1String("master"), Qt::CaseInsensitive) == 0
+                                      ? QStringLiteral("main")
+                                      : QStringLiteral("master"));
     // Whom the login is in this database: a sysadmin is dbo everywhere, others their mapped user
     // or else guest when guest may enter.
     int uid = -1;
@@ -445,10 +452,16 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
         AlterTable(s);
         return Flow::Normal;
     case K::CreateModule:
-        CreateModule(s);
+        if (s.objectKind == QLatin1String("SERVER TRIGGER"))
+            ServerTrigger(s);
+        else
+            CreateModule(s);
         return Flow::Normal;
     case K::DropObject:
-        DropObjects(s);
+        if (s.objectKind == QLatin1String("SERVER TRIGGER"))
+            ServerTrigger(s);
+        else
+            DropObjects(s);
         return Flow::Normal;
     case K::CreateIndex:
         CreateIndex(s);
@@ -544,6 +557,9 @@ SessionState::Flow SessionState::RunStatementInner(const SqlStatement& s) {
     case K::CreateType:
         CreateType(s);
         return Flow::Normal;
+    case K::XmlSchemaCollection:
+        RunXmlSchemaCollection(s);
+        return Flow::Normal;
     case K::Raiserror:
         RunRaiserror(s);
         return Flow::Normal;
@@ -631,8 +647,10 @@ QVariant SessionState::Convert(const QVariant& value, const SqlTypeSpec& type) {
     if (QVariant fast; FastConvert(value, type, fast) || ConvertDecimal(value, type, fast))
         return fast;
     const SystemType* t = Catalogue::FindType(type.name);
+    // A declared varchar without length holds one character; sysname is nvarchar(128); xml has no
+    // length.
     if (t && t->character && length == -1 && type.name != QLatin1String("xml"))
-        length = 1; // a declared varchar without length holds one character; xml has no length
+        length = QLatin1String(t->name) == QLatin1String("sysname") ? 128 : 1;
     const CachedStatement st = mDb->Prepare(QStringLiteral("SELECT tsql_convert(?, ?, ?, ?)"));
     st->BindAll({type.name, length, type.scale, value});
     st->Step();
@@ -810,6 +828,13 @@ SessionState::Table SessionState::ResolveTable(const SqlTableRef& ref, SqlTransl
     t.alias = parts.last();
     if (Catalogue::IsMasterTable(name) && isMasterSchema) {
         t.sql = QStringLiteral("\"%1\".%2").arg(schema, name.toLower());
+        t.catalogue = true;
+        return t;
+    }
+    if (ref.kind == SqlTableRef::Kind::Function &&
+        name.compare(QLatin1String("fn_listextendedproperty"), Qt::CaseInsensitive) == 0 &&
+        (owner.isEmpty() || owner.compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0)) {
+        t.sql = u'(' + ListExtendedProperties(ref, schema, translator) + u')';
         t.catalogue = true;
         return t;
     }

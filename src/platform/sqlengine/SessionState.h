@@ -217,6 +217,11 @@ private:
     void Permission(const SqlStatement& s);
     void Principal(const SqlStatement& s);
     void RunSchema(const SqlStatement& s);
+    // SessionXmlSchemas.cpp: XML SCHEMA COLLECTION, kept and listed but not checked against.
+    void RunXmlSchemaCollection(const SqlStatement& s);
+    // SessionServerTriggers.cpp: CREATE / ALTER / DROP TRIGGER ... ON ALL SERVER, kept in master.
+    void ServerTrigger(const SqlStatement& s);
+    static void EnsureServerTriggerTable(SqliteDb& db, const QString& masterSchema);
     // The CHECK constraints of a new table: recorded in the catalogue, and returned as the clauses of
     // its SQLite table that enforce them.
     QStringList CheckConstraints(const SqlStatement& s, int tableId, const QString& table, int uid);
@@ -285,6 +290,9 @@ private:
     bool RunMessageProcedure(const QString& name, const SqlStatement& s);
     // sp_xml_preparedocument and sp_xml_removedocument (SessionXml.cpp); false for another name.
     bool RunXmlProcedure(const QString& name, const SqlStatement& s);
+    // SessionExtendedProperties.cpp: sp_add/update/dropextendedproperty; false for another name.
+    bool RunPropertyProcedure(const QString& name, const SqlStatement& s);
+    QString ListExtendedProperties(const SqlTableRef& ref, const QString& schema, SqlTranslator& translator);
     // A user message's severity and text by number; false when there is none.
     bool StoredMessage(qlonglong number, int& severity, QString& text);
     static void EnsureMessageTable(SqliteDb& db, const QString& masterSchema);

@@ -245,6 +245,9 @@ struct SqlStatement {
         RollbackTran,
         CreateIndex,
         Truncate,
+        // CREATE / ALTER / DROP XML SCHEMA COLLECTION: objectKind says which, target the name,
+        // condition the schemas' text (CREATE AS, ALTER ADD)
+        XmlSchemaCollection,
         TryCatch, // body: the TRY block, elseBody: the CATCH block
         Throw,    // execArgs: number, message, state; none to rethrow
         Goto,     // name: the label

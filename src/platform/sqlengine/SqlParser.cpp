@@ -149,6 +149,14 @@ SqlTypeSpec SqlParser::ParseTypeSpec() {
         t.name = QStringLiteral("decimal");
     else if (name.size() == 1 && t.name == QLatin1String("integer"))
         t.name = QStringLiteral("int");
+    if (t.name == QLatin1String("xml") && AcceptSymbol("(")) {
+        // xml typed by a schema collection: the engine keeps the collection but checks no schema.
+        if (!AcceptWord("CONTENT"))
+            AcceptWord("DOCUMENT");
+        ParseMultiPartName();
+        ExpectSymbol(")");
+        return t;
+    }
     if (AcceptSymbol("(")) {
         if (AcceptWord("MAX")) {
             t.length = -2;
@@ -338,6 +346,7 @@ SqlStatementP SqlParser::ParseStatementTree(bool first) {
                                   n.IsSymbol("+") || n.kind == SqlToken::Kind::QuotedName ||
                                   n.IsWord("NULL") || n.IsWord("CASE") || n.IsWord("CAST") ||
                                   n.IsWord("CONVERT") || n.IsWord("COALESCE") || n.IsWord("NULLIF") ||
+                                  ((n.IsWord("LEFT") || n.IsWord("RIGHT")) && Peek(1).IsSymbol("(")) ||
                                   (n.kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(n.text));
         if (valueFollows)
             s->condition = ParseExpr();

@@ -82,6 +82,13 @@ private:
     void ParseColumnDef(SqlColumnDef& c, QList<SqlCheck>* checks = nullptr);
     void ParseTableBody(const SqlStatementP& s);
     SqlStatementP ParseDrop();
+    // SqlParserCollections.cpp: the XML SCHEMA COLLECTION after CREATE, ALTER or DROP (action).
+    SqlStatementP ParseXmlSchemaCollection(const SqlToken& keyword, const QString& action);
+    // EXTERNAL NAME assembly.class.method, the body of a CLR module: the module is kept with a body
+    // that fails when it runs. False when the body is T-SQL.
+    bool ParseExternalName(SqlStatement& s);
+    // A trigger ON ALL SERVER from ALL on: objectKind SERVER TRIGGER, its events and body.
+    void ParseServerTrigger(SqlStatement& s);
     SqlStatementP ParseIf();
     SqlStatementP ParseDeclare();
     SqlStatementP ParseSet();

@@ -64,6 +64,8 @@ SqlStatementP SqlParser::ParseCreate(bool first, bool alter) {
     }
     if (orAlter)
         Fail(t);
+    if (t.kind == SqlToken::Kind::Word && w == QLatin1String("XML") && Peek(1).IsWord("SCHEMA"))
+        return ParseXmlSchemaCollection(keyword, alter ? QStringLiteral("ALTER") : QStringLiteral("CREATE"));
     if (alter) {
         if (w == QLatin1String("TABLE")) {
             auto s = MakeStatement(SqlStatement::Kind::AlterTableAdd, keyword);
@@ -308,6 +310,8 @@ SqlStatementP SqlParser::ParseModule(bool first, bool alter, const SqlToken& key
         if (AcceptWord("FOR"))
             ExpectWord("REPLICATION");
         ExpectWord("AS");
+        if (ParseExternalName(*s))
+            return s;
         s->body = ParseStatementsToEnd();
         return s;
     }
@@ -329,6 +333,8 @@ SqlStatementP SqlParser::ParseModule(bool first, bool alter, const SqlToken& key
         }
         ParseModuleOptions();
         AcceptWord("AS");
+        if (ParseExternalName(*s))
+            return s;
         if (s->returnsTable && s->returnVariable.isEmpty()) {
             ExpectWord("RETURN");
             ParseModuleQuery(*s);
@@ -358,6 +364,10 @@ SqlStatementP SqlParser::ParseModule(bool first, bool alter, const SqlToken& key
     }
     // TRIGGER
     ExpectWord("ON");
+    if (Peek().IsWord("ALL") && Peek(1).IsWord("SERVER")) {
+        ParseServerTrigger(*s);
+        return s;
+    }
     s->triggerTable = ParseMultiPartName();
     ParseModuleOptions();
     if (AcceptWord("INSTEAD")) {
@@ -612,6 +622,8 @@ SqlStatementP SqlParser::ParseDrop() {
     QString kind = t.text.toUpper();
     if (kind == QLatin1String("PROC"))
         kind = QStringLiteral("PROCEDURE");
+    if (kind == QLatin1String("XML") && Peek().IsWord("SCHEMA"))
+        return ParseXmlSchemaCollection(keyword, QStringLiteral("DROP"));
     if (kind == QLatin1String("SCHEMA")) {
         auto s = MakeStatement(SqlStatement::Kind::DropSchema, keyword);
         if (Peek().IsWord("IF") && Peek(1).IsWord("EXISTS")) {
@@ -654,5 +666,12 @@ SqlStatementP SqlParser::ParseDrop() {
         if (kind == QLatin1String("INDEX") && AcceptWord("ON"))
             s->names.last() = ParseMultiPartName() + s->names.last();
     } while (AcceptSymbol(","));
+    if (kind == QLatin1String("TRIGGER") && Peek().IsWord("ON") && Peek(1).IsWord("ALL") &&
+        Peek(2).IsWord("SERVER")) {
+        Next();
+        Next();
+        Next();
+        s->objectKind = QStringLiteral("SERVER TRIGGER");
+    }
     return s;
 }

@@ -326,9 +326,13 @@ SqlTableRefP SqlParser::ParseTablePrimary() {
     if (AcceptSymbol("(")) {
         r->kind = SqlTableRef::Kind::Function;
         if (!Peek().IsSymbol(")")) {
-            do
-                r->args.append(ParseExpr());
-            while (AcceptSymbol(","));
+            do {
+                // DEFAULT for a parameter, as fn_listextendedproperty's callers write it
+                if (Peek().IsWord("DEFAULT") && (Peek(1).IsSymbol(",") || Peek(1).IsSymbol(")")))
+                    r->args.append(MakeExpr(SqlExpr::Kind::Null, Next().line, QStringLiteral("DEFAULT")));
+                else
+                    r->args.append(ParseExpr());
+            } while (AcceptSymbol(","));
         }
         ExpectSymbol(")");
     }

@@ -292,7 +292,12 @@ QString SqlTranslator::Joins(const SqlTableRef& ref) {
         sql += j->joinType == QLatin1String("INNER")   ? QStringLiteral(" JOIN ")
                : j->joinType == QLatin1String("CROSS") ? QStringLiteral(" CROSS JOIN ")
                                                        : u' ' + j->joinType + QStringLiteral(" OUTER JOIN ");
-        sql += TableRef(*j->right);
+        // A JOIN (b JOIN c ON ...) ON ...: the inner join keeps its parentheses, which SQLite
+        // reads as a join of its own.
+        if (j->right->kind == SqlTableRef::Kind::Join)
+            sql += u'(' + TableRef(*j->right) + u')';
+        else
+            sql += TableRef(*j->right);
         if (j->on)
             sql += QStringLiteral(" ON ") + Expr(*j->on);
     }
@@ -597,6 +602,16 @@ QString SqlTranslator::Function(const SqlExpr& e) {
             defaults += isDefault ? u'1' : u'0';
             values += QStringLiteral(", ") + (isDefault ? QStringLiteral("NULL") : Expr(*a));
         }
+        if (mComputedColumn.has_value()) {
+            // column.Method(...) of a type (hierarchyid's GetLevel) is no user function, and the
+            // engine has no methods of types: the column is NULL. SQLite computes every generated
+            // column of a row it inserts, so an error here would refuse every row.
+            for (const QString& c : *mComputedColumn)
+                if (e.parts.size() == 2 && c.compare(e.parts.first(), Qt::CaseInsensitive) == 0)
+                    return QStringLiteral("NULL");
+            return QStringLiteral("tsql_udf_column(") + Literal(e.parts.join(u'.')) + QStringLiteral(", ") +
+                   Literal(defaults) + values + u')';
+        }
         return QStringLiteral("tsql_udf(") + Literal(e.parts.join(u'.')) + QStringLiteral(", ") +
                Literal(defaults) + values + u')';
     }
@@ -690,6 +705,8 @@ QString SqlTranslator::Function(const SqlExpr& e) {
         return later;
     if (QString json = JsonFunction(e, f); !json.isEmpty())
         return json;
+    if (QString server = ServerFunction(e, f); !server.isEmpty())
+        return server;
     throw ServerError::Make(
         195, 15, QStringLiteral("'%1' is not a recognized built-in function name.").arg(e.text), true);
 }

@@ -5,6 +5,8 @@
 #include <QHash>
 #include <QVariant>
 
+#include <optional>
+
 // What a query needs to know of the session it runs in.
 class TranslatorContext {
 public:
@@ -72,6 +74,9 @@ public:
     }
     QHash<QString, QString> Overrides() const { return mOverrides; }
     void SetOverrides(const QHash<QString, QString>& overrides) { mOverrides = overrides; }
+    // A computed column's expression over a table of these columns: user functions are called
+    // through the variant SQLite lets a generated column hold, and run when the column is read.
+    void SetComputedColumn(const QStringList& columns) { mComputedColumn = columns; }
 
     // SqlTranslatorTypes.cpp: the integer type of an expression as the server works it out; None
     // when it is no integer or can't be told.
@@ -98,6 +103,8 @@ private:
     QString Function(const SqlExpr& e);
     QString ObjectProperty(const SqlExpr& e);
     QString CatalogueFunction(const SqlExpr& e, const QString& f);
+    // SqlTranslatorServer.cpp: SERVERPROPERTY; empty when f is something else.
+    QString ServerFunction(const SqlExpr& e, const QString& f);
     // SqlTranslatorFunctions.cpp; empty when f is none of them.
     QString LaterFunction(const SqlExpr& e, const QString& f);
     // SqlTranslatorDates.cpp: dates, FORMAT and the later string functions; empty when f is none.
@@ -165,4 +172,5 @@ private:
     QVariantList mParams;
     QHash<QString, QString> mOverrides;
     int mNoName = 0;
+    std::optional<QStringList> mComputedColumn;
 };

@@ -103,7 +103,7 @@ void SessionState::Exec(const SqlStatement& s) {
                              name[name.size() - 2].compare(QLatin1String("sys"), Qt::CaseInsensitive) == 0;
     if (systemOwner && name.size() <= 2 &&
         (RunOdbcProcedure(name.last(), s) || RunMessageProcedure(name.last(), s) ||
-         RunXmlProcedure(name.last(), s)))
+         RunXmlProcedure(name.last(), s) || RunPropertyProcedure(name.last(), s)))
         return;
     if (sys >= 0 && systemOwner && s.execArgs.size() > 1 &&
         name.last().compare(QLatin1String("sp_executesql"), Qt::CaseInsensitive) == 0) {
@@ -116,7 +116,11 @@ void SessionState::Exec(const SqlStatement& s) {
         int position = 0;
         for (const SqlExecArg& a : s.execArgs) {
             int index = position;
-            if (!a.name.isEmpty()) {
+            // sp_executesql takes its statement by place whatever name it is passed under
+            // (@statement in many deployment scripts).
+            const bool byPlace = &a == &s.execArgs.first() &&
+                                 QLatin1String(kParamNames[sys][0]) == QLatin1String("sp_executesql");
+            if (!a.name.isEmpty() && !byPlace) {
                 index = -1;
                 for (int k = 1; k < 5 && kParamNames[sys][k]; ++k)
                     if (a.name.compare(QLatin1String(kParamNames[sys][k]), Qt::CaseInsensitive) == 0)
@@ -457,8 +461,10 @@ void SessionState::ExecuteSqlWithParameters(const SqlStatement& s) {
     QList<const SqlExecArg*> values;
     int position = 0;
     for (const SqlExecArg& a : s.execArgs) {
-        const bool stmt = a.name.compare(QLatin1String("@stmt"), Qt::CaseInsensitive) == 0;
         const bool params = a.name.compare(QLatin1String("@params"), Qt::CaseInsensitive) == 0;
+        // The first argument is the statement under any name (@statement in many scripts).
+        const bool stmt = a.name.compare(QLatin1String("@stmt"), Qt::CaseInsensitive) == 0 ||
+                          (&a == &s.execArgs.first() && !a.name.isEmpty() && !params);
         if (stmt || params || (a.name.isEmpty() && position < 2 && values.isEmpty())) {
             const QVariant v = a.isDefault || !a.value ? QVariant() : Evaluate(*a.value);
             if (stmt || (!params && position == 0))
