@@ -4,6 +4,10 @@
 
 namespace {
 
+const char* kUnsupportedNumberNote = "The embedded server does not support %1.";
+
+} // namespace
+
 SqlStatementP MakeStatement(SqlStatement::Kind kind, const SqlToken& at) {
     auto s = std::make_shared<SqlStatement>();
     s->kind = kind;
@@ -11,10 +15,6 @@ SqlStatementP MakeStatement(SqlStatement::Kind kind, const SqlToken& at) {
     s->begin = at.begin;
     return s;
 }
-
-const char* kUnsupportedNumberNote = "The embedded server does not support %1.";
-
-} // namespace
 
 SqlParser::SqlParser(const QString& batch, bool quotedIdentifier)
     : mText(batch) {

@@ -17,6 +17,9 @@ struct SqlSyntaxError {
 // Nesting is limited as on the server (error 191): every recursion passes a Nesting guard, so no
 // batch can run the parser, the translator or the executor out of stack. Operator chains such as
 // 1+1+...+1 don't nest: they are read in a loop however long they are.
+// A statement of the given kind that starts at a token.
+SqlStatementP MakeStatement(SqlStatement::Kind kind, const SqlToken& at);
+
 class SqlParser {
 public:
     // Levels of statements within statements (BEGIN...END, IF, ELSE IF, WHILE) and of expressions

@@ -3,18 +3,6 @@
 // CLR modules, kept so that what calls them can be created too.
 #include "SqlParser.h"
 
-namespace {
-
-SqlStatementP MakeStatement(SqlStatement::Kind kind, const SqlToken& at) {
-    auto s = std::make_shared<SqlStatement>();
-    s->kind = kind;
-    s->line = at.line;
-    s->begin = at.begin;
-    return s;
-}
-
-} // namespace
-
 SqlStatementP SqlParser::ParseXmlSchemaCollection(const SqlToken& keyword, const QString& action) {
     auto s = MakeStatement(SqlStatement::Kind::XmlSchemaCollection, keyword);
     s->objectKind = action;

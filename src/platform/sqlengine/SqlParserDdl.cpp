@@ -1,18 +1,6 @@
 // CREATE, ALTER and DROP of the parser.
 #include "SqlParser.h"
 
-namespace {
-
-SqlStatementP MakeStatement(SqlStatement::Kind kind, const SqlToken& at) {
-    auto s = std::make_shared<SqlStatement>();
-    s->kind = kind;
-    s->line = at.line;
-    s->begin = at.begin;
-    return s;
-}
-
-} // namespace
-
 QStringList SqlParser::SplitName(const QString& name) {
     SqlParser p(name, true);
     QList<SqlSyntaxError> errors;

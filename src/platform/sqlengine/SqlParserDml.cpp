@@ -1,18 +1,6 @@
 // MERGE, and the SET list that UPDATE and MERGE's WHEN MATCHED clauses share.
 #include "SqlParser.h"
 
-namespace {
-
-SqlStatementP NewClause(SqlStatement::Kind kind, const SqlToken& at) {
-    auto s = std::make_shared<SqlStatement>();
-    s->kind = kind;
-    s->line = at.line;
-    s->begin = at.begin;
-    return s;
-}
-
-} // namespace
-
 // col = expr, col += expr, col = DEFAULT, @v = expr, @v = col = expr, col = @v = expr. An
 // assignment's name is the column's parts, or the variable alone, or the variable followed by the
 // column's parts when both take the value.
@@ -84,7 +72,7 @@ void SqlParser::ParseSetList(SqlStatement& s) {
 // The server wants the semicolon at the end (10713).
 SqlStatementP SqlParser::ParseMerge() {
     const SqlToken keyword = Next();
-    auto s = NewClause(SqlStatement::Kind::Merge, keyword);
+    auto s = MakeStatement(SqlStatement::Kind::Merge, keyword);
     if (Peek().IsWord("TOP"))
         Unsupported(QStringLiteral("MERGE TOP"), Peek().line);
     AcceptWord("INTO");
@@ -128,7 +116,7 @@ SqlStatementP SqlParser::ParseMerge() {
         ExpectWord("THEN");
         SqlStatementP clause;
         if (kind == QLatin1String("NOT MATCHED")) {
-            clause = NewClause(SqlStatement::Kind::Insert, Peek());
+            clause = MakeStatement(SqlStatement::Kind::Insert, Peek());
             ExpectWord("INSERT");
             if (AcceptSymbol("(")) {
                 do
@@ -150,9 +138,9 @@ SqlStatementP SqlParser::ParseMerge() {
                 clause->values.append(row);
             }
         } else if (Peek().IsWord("DELETE")) {
-            clause = NewClause(SqlStatement::Kind::Delete, Next());
+            clause = MakeStatement(SqlStatement::Kind::Delete, Next());
         } else {
-            clause = NewClause(SqlStatement::Kind::Update, Peek());
+            clause = MakeStatement(SqlStatement::Kind::Update, Peek());
             ExpectWord("UPDATE");
             ExpectWord("SET");
             ParseSetList(*clause);

@@ -6,14 +6,6 @@
 
 namespace {
 
-SqlStatementP NewStatement(SqlStatement::Kind kind, const SqlToken& at) {
-    auto s = std::make_shared<SqlStatement>();
-    s->kind = kind;
-    s->line = at.line;
-    s->begin = at.begin;
-    return s;
-}
-
 // The labels of one batch or module body and the GOTOs that name them; a module's body is a scope
 // of its own.
 struct LabelScope {
@@ -110,7 +102,7 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
     using K = SqlStatement::Kind;
     if (t.kind == SqlToken::Kind::Word && !SqlLexer::IsReserved(word) && Peek(1).IsSymbol(":") &&
         Peek(1).begin == t.end) {
-        auto s = NewStatement(K::Label, t);
+        auto s = MakeStatement(K::Label, t);
         s->name = Next().text;
         Next();
         return s;
@@ -121,7 +113,7 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
     if (word == QLatin1String("WITH") && Peek(1).IsName() && (Peek(2).IsWord("AS") || Peek(2).IsSymbol("(")))
         return ParseWith(t);
     if (word == QLatin1String("BEGIN") && Peek(1).IsWord("TRY")) {
-        auto s = NewStatement(K::TryCatch, t);
+        auto s = MakeStatement(K::TryCatch, t);
         Next();
         Next();
         s->body = ParseStatementsUntilEnd("TRY");
@@ -134,7 +126,7 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
         return s;
     }
     if (word == QLatin1String("BEGIN") && (Peek(1).IsWord("TRAN") || Peek(1).IsWord("TRANSACTION"))) {
-        auto s = NewStatement(K::BeginTran, t);
+        auto s = MakeStatement(K::BeginTran, t);
         Next();
         const SqlToken& tran = Next();
         ParseTranName(*s, tran);
@@ -146,7 +138,7 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
         return s;
     }
     if (word == QLatin1String("COMMIT") || word == QLatin1String("ROLLBACK")) {
-        auto s = NewStatement(word == QLatin1String("COMMIT") ? K::CommitTran : K::RollbackTran, t);
+        auto s = MakeStatement(word == QLatin1String("COMMIT") ? K::CommitTran : K::RollbackTran, t);
         Next();
         if (AcceptWord("WORK"))
             return s;
@@ -157,7 +149,7 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
         return s;
     }
     if (word == QLatin1String("SAVE")) {
-        auto s = NewStatement(K::SaveTran, t);
+        auto s = MakeStatement(K::SaveTran, t);
         Next();
         if (!Peek().IsWord("TRAN") && !Peek().IsWord("TRANSACTION"))
             Fail(Peek());
@@ -168,7 +160,7 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
         return s;
     }
     if (word == QLatin1String("THROW")) {
-        auto s = NewStatement(K::Throw, t);
+        auto s = MakeStatement(K::Throw, t);
         Next();
         const SqlToken& n = Peek();
         if (n.kind == SqlToken::Kind::End || n.IsSymbol(";") || n.IsWord("END") || IsStatementStart(n))
@@ -181,7 +173,7 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
         return s;
     }
     if (word == QLatin1String("RAISERROR") && Peek(1).IsSymbol("(")) {
-        auto s = NewStatement(K::Raiserror, t);
+        auto s = MakeStatement(K::Raiserror, t);
         Next();
         Next();
         do
@@ -201,13 +193,13 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
         return s;
     }
     if (word == QLatin1String("GOTO")) {
-        auto s = NewStatement(K::Goto, t);
+        auto s = MakeStatement(K::Goto, t);
         Next();
         s->name = ParseName();
         return s;
     }
     if (word == QLatin1String("WAITFOR")) {
-        auto s = NewStatement(K::WaitFor, t);
+        auto s = MakeStatement(K::WaitFor, t);
         Next();
         if (!Peek().IsWord("DELAY") && !Peek().IsWord("TIME"))
             Fail(Peek());
@@ -220,7 +212,7 @@ SqlStatementP SqlParser::ParseProcedural(const SqlToken& t, const QString& word)
 
 // DECLARE @t TABLE (...): made as a table when the declaration runs.
 SqlStatementP SqlParser::ParseTableVariable(const SqlToken& variable) {
-    auto s = NewStatement(SqlStatement::Kind::CreateTable, variable);
+    auto s = MakeStatement(SqlStatement::Kind::CreateTable, variable);
     ExpectWord("TABLE");
     s->target = QStringList{variable.text};
     ParseTableBody(s);
@@ -318,7 +310,7 @@ SqlStatementP SqlParser::ParseDeclareCursor(const SqlStatement& declare) {
 
 // SET @c = CURSOR [options] FOR query ...: a cursor of the variable's own.
 SqlStatementP SqlParser::ParseSetCursor(const SqlToken& set, const QString& variable) {
-    auto s = NewStatement(SqlStatement::Kind::Cursor, set);
+    auto s = MakeStatement(SqlStatement::Kind::Cursor, set);
     s->construct = QStringLiteral("SET");
     s->variable = variable;
     ParseCursorDefinition(*s);
@@ -368,7 +360,7 @@ void SqlParser::ParseCursorDefinition(SqlStatement& s) {
 // CLOSE c; DEALLOCATE c. GLOBAL before the name is taken and means what it says; @c for c names
 // a cursor variable.
 SqlStatementP SqlParser::ParseCursorStatement(const SqlToken& t, const QString& word) {
-    auto s = NewStatement(SqlStatement::Kind::Cursor, t);
+    auto s = MakeStatement(SqlStatement::Kind::Cursor, t);
     s->construct = word;
     Next();
     if (word == QLatin1String("FETCH")) {
