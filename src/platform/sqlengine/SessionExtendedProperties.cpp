@@ -140,28 +140,7 @@ bool SessionState::RunPropertyProcedure(const QString& name, const SqlStatement&
         params.append(QStringLiteral("@value"));
     for (const char* p : kLevelParams)
         params.append(QString::fromLatin1(p));
-    QVariantList args(params.size());
-    qsizetype position = 0;
-    for (const SqlExecArg& a : s.execArgs) {
-        qsizetype index = position;
-        if (!a.name.isEmpty()) {
-            index = -1;
-            for (qsizetype k = 0; k < params.size(); ++k)
-                if (a.name.compare(params[k], Qt::CaseInsensitive) == 0)
-                    index = k;
-            if (index < 0)
-                throw ServerError::Make(
-                    8145, 16,
-                    QStringLiteral("%1 is not a parameter for procedure %2.").arg(a.name, procName));
-        } else {
-            ++position;
-        }
-        if (index >= params.size())
-            throw ServerError::Make(
-                8144, 16,
-                QStringLiteral("Procedure or function %1 has too many arguments specified.").arg(procName));
-        args[index] = a.isDefault || !a.value ? QVariant() : Evaluate(*a.value);
-    }
+    const QVariantList args = SystemProcedureArgs(s, params, procName);
     const QString propertyName = Text(args[0]);
     if (propertyName.isEmpty())
         throw ServerError::Make(

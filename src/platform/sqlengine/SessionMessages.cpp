@@ -43,21 +43,16 @@ bool SessionState::StoredMessage(qlonglong number, int& severity, QString& text)
     return true;
 }
 
-bool SessionState::RunMessageProcedure(const QString& name, const SqlStatement& s) {
-    const bool add = name.compare(QLatin1String("sp_addmessage"), Qt::CaseInsensitive) == 0;
-    if (!add && name.compare(QLatin1String("sp_dropmessage"), Qt::CaseInsensitive) != 0)
-        return false;
-    const QString procName = add ? QStringLiteral("sp_addmessage") : QStringLiteral("sp_dropmessage");
-    const qsizetype count = add ? qsizetype(std::size(kAddParams)) : qsizetype(std::size(kDropParams));
-    const char* const* params = add ? kAddParams : kDropParams;
-    QVariantList args(count);
+QVariantList SessionState::SystemProcedureArgs(const SqlStatement& s, const QStringList& params,
+                                               const QString& procName) {
+    QVariantList args(params.size());
     qsizetype position = 0;
     for (const SqlExecArg& a : s.execArgs) {
         qsizetype index = position;
         if (!a.name.isEmpty()) {
             index = -1;
-            for (qsizetype k = 0; k < count; ++k)
-                if (a.name.compare(QLatin1String(params[k]), Qt::CaseInsensitive) == 0)
+            for (qsizetype k = 0; k < params.size() && index < 0; ++k)
+                if (a.name.compare(params[k], Qt::CaseInsensitive) == 0)
                     index = k;
             if (index < 0)
                 throw ServerError::Make(
@@ -66,12 +61,26 @@ bool SessionState::RunMessageProcedure(const QString& name, const SqlStatement& 
         } else {
             ++position;
         }
-        if (index >= count)
+        if (index >= params.size())
             throw ServerError::Make(
                 8144, 16,
                 QStringLiteral("Procedure or function %1 has too many arguments specified.").arg(procName));
-        args[index] = a.isDefault ? QVariant() : Evaluate(*a.value);
+        args[index] = a.isDefault || !a.value ? QVariant() : Evaluate(*a.value);
     }
+    return args;
+}
+
+bool SessionState::RunMessageProcedure(const QString& name, const SqlStatement& s) {
+    const bool add = name.compare(QLatin1String("sp_addmessage"), Qt::CaseInsensitive) == 0;
+    if (!add && name.compare(QLatin1String("sp_dropmessage"), Qt::CaseInsensitive) != 0)
+        return false;
+    const QString procName = add ? QStringLiteral("sp_addmessage") : QStringLiteral("sp_dropmessage");
+    const qsizetype count = add ? qsizetype(std::size(kAddParams)) : qsizetype(std::size(kDropParams));
+    const char* const* params = add ? kAddParams : kDropParams;
+    QStringList names;
+    for (qsizetype k = 0; k < count; ++k)
+        names.append(QLatin1String(params[k]));
+    const QVariantList args = SystemProcedureArgs(s, names, procName);
     const int required = add ? 3 : 1;
     for (int i = 0; i < required; ++i)
         if (!args[i].isValid())

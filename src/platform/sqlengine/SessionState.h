@@ -288,6 +288,10 @@ private:
     bool RunOdbcProcedure(const QString& name, const SqlStatement& s);
     // sp_addmessage and sp_dropmessage (SessionMessages.cpp); false when name is neither.
     bool RunMessageProcedure(const QString& name, const SqlStatement& s);
+    // The arguments of a built-in system procedure by position or name, in the order of params
+    // (invalid where not given); 8145 for a name it hasn't, 8144 for one too many.
+    QVariantList SystemProcedureArgs(const SqlStatement& s, const QStringList& params,
+                                     const QString& procName);
     // sp_xml_preparedocument and sp_xml_removedocument (SessionXml.cpp); false for another name.
     bool RunXmlProcedure(const QString& name, const SqlStatement& s);
     // SessionExtendedProperties.cpp: sp_add/update/dropextendedproperty; false for another name.

@@ -142,8 +142,9 @@ private:
     QString XmlNodes(const SqlTableRef& ref, bool lateral);
     QString OpenXml(const SqlTableRef& ref, bool lateral);
     static QString XmlRowName(const QString& alias, bool lateral);
-    QString XmlRows(const QString& source, const QString& alias,
-                    const QList<QPair<QString, QString>>& columns, bool lateral);
+    // SqlTranslatorJson.cpp: the rows of a json_each as a table, or after APPLY in the join.
+    QString EachRows(const QString& source, const QString& alias, const QString& rowName,
+                     const QList<QPair<QString, QString>>& columns, bool lateral);
     // The columns that an APPLY brings, by lower case alias and column: what stands for each.
     QHash<QString, QHash<QString, QString>> mLateral;
     QStringList mApplyConditions; // what a CROSS APPLY adds to its query's WHERE

@@ -154,18 +154,26 @@ QString SqlTranslator::OpenJson(const SqlTableRef& ref, bool lateral) {
                                         .arg(element, Literal(columnPath))});
         }
     }
+    return EachRows(source, alias, a, columns, lateral);
+}
+
+// The rows of a json_each (of OPENJSON, or of node references for xml) as a table: alone, a
+// derived table of its columns in the order of its rows; after APPLY, json_each in the join named
+// rowName and its columns worked out where they are named.
+QString SqlTranslator::EachRows(const QString& source, const QString& alias, const QString& rowName,
+                                const QList<QPair<QString, QString>>& columns, bool lateral) {
     if (lateral) {
         QHash<QString, QString> byName;
         for (const auto& [name, expression] : columns)
             byName.insert(name.toLower(), expression);
         mLateral.insert(alias.toLower(), byName);
-        return source + QStringLiteral(" AS ") + a;
+        return source + QStringLiteral(" AS ") + rowName;
     }
     QStringList select;
     for (const auto& [name, expression] : columns)
         select.append(expression + QStringLiteral(" AS ") + Quote(name));
     return QStringLiteral("(SELECT %1 FROM %2 AS %3 ORDER BY %3.\"id\") AS %4")
-        .arg(select.join(QStringLiteral(", ")), source, a, Quote(alias));
+        .arg(select.join(QStringLiteral(", ")), source, rowName, Quote(alias));
 }
 
 // CROSS APPLY and OUTER APPLY. SQLite has no lateral join, but its table-valued functions take the

@@ -125,32 +125,13 @@ QString SqlTranslator::XmlNodes(const SqlTableRef& ref, bool lateral) {
     const QString source =
         QStringLiteral("json_each(tsql_xml_nodes(%1, %2))")
             .arg(Expr(*ref.args[0]), XmlArguments(ref.args[1]->text, QStringLiteral("nodes()")));
-    return XmlRows(source, ref.alias,
-                   {{column, XmlRowName(ref.alias, lateral) + QStringLiteral(".\"value\"")}}, lateral);
+    return EachRows(source, ref.alias, XmlRowName(ref.alias, lateral),
+                    {{column, XmlRowName(ref.alias, lateral) + QStringLiteral(".\"value\"")}}, lateral);
 }
 
 // The name of the json_each whose rows are the nodes, in the columns' expressions.
 QString SqlTranslator::XmlRowName(const QString& alias, bool lateral) {
     return lateral ? Quote(alias) : QStringLiteral("\"__xml\"");
-}
-
-// The rows of a json_each over node references as a table: alone, a derived table of its columns;
-// after APPLY, json_each in the join and its columns worked out where they are named.
-QString SqlTranslator::XmlRows(const QString& source, const QString& alias,
-                               const QList<QPair<QString, QString>>& columns, bool lateral) {
-    const QString a = XmlRowName(alias, lateral);
-    if (lateral) {
-        QHash<QString, QString> byName;
-        for (const auto& [name, expression] : columns)
-            byName.insert(name.toLower(), expression);
-        mLateral.insert(alias.toLower(), byName);
-        return source + QStringLiteral(" AS ") + a;
-    }
-    QStringList select;
-    for (const auto& [name, expression] : columns)
-        select.append(expression + QStringLiteral(" AS ") + Quote(name));
-    return QStringLiteral("(SELECT %1 FROM %2 AS %3 ORDER BY %3.\"id\") AS %4")
-        .arg(select.join(QStringLiteral(", ")), source, a, Quote(alias));
 }
 
 // OPENXML(handle, rowpattern [, flags]) WITH (column type ['path'], ...): the nodes of a prepared
@@ -208,5 +189,5 @@ QString SqlTranslator::OpenXml(const SqlTableRef& ref, bool lateral) {
                          .arg(c.type.scale)
                          .arg(expression)});
     }
-    return XmlRows(source, alias, columns, lateral);
+    return EachRows(source, alias, XmlRowName(alias, lateral), columns, lateral);
 }

@@ -168,28 +168,10 @@ bool SessionState::RunOdbcProcedure(const QString& name, const SqlStatement& s) 
     if (!proc)
         return false;
     const QString procName = QString::fromLatin1(proc->name);
-    QVariantList args(proc->params.size());
-    qsizetype position = 0;
-    for (const SqlExecArg& a : s.execArgs) {
-        qsizetype index = position;
-        if (!a.name.isEmpty()) {
-            index = -1;
-            for (qsizetype k = 0; k < proc->params.size(); ++k)
-                if (a.name.compare(QLatin1String(proc->params[k]), Qt::CaseInsensitive) == 0)
-                    index = k;
-            if (index < 0)
-                throw ServerError::Make(
-                    8145, 16,
-                    QStringLiteral("%1 is not a parameter for procedure %2.").arg(a.name, procName));
-        } else {
-            ++position;
-        }
-        if (index >= proc->params.size())
-            throw ServerError::Make(
-                8144, 16,
-                QStringLiteral("Procedure or function %1 has too many arguments specified.").arg(procName));
-        args[index] = a.isDefault ? QVariant() : Evaluate(*a.value);
-    }
+    QStringList names;
+    for (const char* p : proc->params)
+        names.append(QLatin1String(p));
+    const QVariantList args = SystemProcedureArgs(s, names, procName);
     // A qualifier names the current database, or the procedure gives nothing.
     const auto otherDatabase = [&](qsizetype i) {
         return i < args.size() && args[i].isValid() && !args[i].isNull() && !args[i].toString().isEmpty() &&

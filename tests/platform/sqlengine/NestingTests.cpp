@@ -1,4 +1,5 @@
 #include "EmbeddedServer.h"
+#include "SaSessionTest.h"
 #include "TestSupport.h"
 
 #include <functional>
@@ -49,14 +50,8 @@ QVariant Scalar(EmbeddedSession& session, const QString& query) {
     return o.rows && !o.rows->rows.isEmpty() ? o.rows->rows[0][0] : QVariant();
 }
 
-class Nesting : public ::testing::Test {
+class Nesting : public SaSessionTest {
 protected:
-    void SetUp() override {
-        EmbeddedServer::Create(temp.Path(QStringLiteral("srv")), QStringLiteral("secret"));
-        server = std::make_unique<EmbeddedServer>(temp.Path(QStringLiteral("srv")));
-        session = server->Connect(QStringLiteral("sa"), QStringLiteral("secret"), {});
-        ASSERT_TRUE(session);
-    }
     void ExpectTooDeep(const Outcome& o, const std::string& what) {
         ASSERT_EQ(o.errors.size(), 1) << what;
         EXPECT_EQ(o.errors[0].number, 191) << what;
@@ -66,10 +61,6 @@ protected:
             << what;
         EXPECT_FALSE(o.rows) << what << ": nothing ran";
     }
-
-    TempFolder temp;
-    std::unique_ptr<EmbeddedServer> server;
-    std::unique_ptr<EmbeddedSession> session;
 };
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "EmbeddedServer.h"
+#include "SaSessionTest.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -67,13 +68,12 @@ void ExpectSame(const SqlBatchResults& listed, const SqlBatchResults& streamed) 
     }
 }
 
-class Streaming : public ::testing::Test {
+class Streaming : public SaSessionTest {
 protected:
     void SetUp() override {
-        EmbeddedServer::Create(temp.Path(QStringLiteral("srv")), QStringLiteral("secret"));
-        server = std::make_unique<EmbeddedServer>(temp.Path(QStringLiteral("srv")));
-        session = server->Connect(QStringLiteral("sa"), QStringLiteral("secret"), {});
-        ASSERT_TRUE(session);
+        SaSessionTest::SetUp();
+        if (HasFatalFailure())
+            return;
         session->Execute(QStringLiteral(
             "CREATE TABLE t (id int NOT NULL, name nvarchar(40) NULL, price money NULL, made datetime NULL, "
             "raw varbinary(10) NULL)\n"
@@ -85,9 +85,6 @@ protected:
             "  SET @i = @i + 1\n"
             "END"));
     }
-    TempFolder temp;
-    std::unique_ptr<EmbeddedServer> server;
-    std::unique_ptr<EmbeddedSession> session;
 };
 
 TEST_F(Streaming, RowsCountsAndMessagesComeAsTheListSaysThem) {

@@ -1,5 +1,6 @@
 #include "EmbeddedServer.h"
 #include "EngineResults.h"
+#include "SaSessionTest.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -10,15 +11,8 @@
 
 namespace {
 
-class TypedResults : public ::testing::Test {
+class TypedResults : public SaSessionTest {
 protected:
-    void SetUp() override {
-        EmbeddedServer::Create(temp.Path(QStringLiteral("srv")), QStringLiteral("secret"));
-        server = std::make_unique<EmbeddedServer>(temp.Path(QStringLiteral("srv")));
-        session = server->Connect(QStringLiteral("sa"), QStringLiteral("secret"), {});
-        ASSERT_TRUE(session);
-    }
-
     SqlRowSet Rows(const QString& batch) {
         const SqlBatchResults results = session->Execute(batch);
         for (const SqlMessage& e : Errors(results))
@@ -27,10 +21,6 @@ protected:
         EXPECT_TRUE(rows.has_value());
         return rows.value_or(SqlRowSet());
     }
-
-    TempFolder temp;
-    std::unique_ptr<EmbeddedServer> server;
-    std::unique_ptr<EmbeddedSession> session;
 };
 
 std::string TypeOf(const SqlColumn& c) {
