@@ -90,7 +90,7 @@ bool SessionState::RunMessageProcedure(const QString& name, const SqlStatement& 
                                         .arg(procName, QLatin1String(params[i])));
     if (!login.sysadmin)
         throw ProcedureError(15247, QStringLiteral("User does not have permission to perform this action."));
-    const QVariant lang = args[add ? 3 : 1];
+    const QVariant& lang = args[add ? 3 : 1];
     if (!English(lang))
         throw ServerError::Unsupported(QStringLiteral("messages in a language other than us_english"));
     bool ok = false;
